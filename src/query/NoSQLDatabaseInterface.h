@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string_view>
 
-#include "query/DatabaseResults.h"
-#include "query/WhereClauseManager.h"
+#include "query/NoSQLDatabaseResults.h"
+#include "query/NoSQLWhereClauseManager.h"
 #include "storage/DatabaseManager.h"
 
 namespace quillon {

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "query/DatabaseResults.h"
-#include "query/WhereClauseManager.h"
+#include "query/NoSQLDatabaseResults.h"
+#include "query/NoSQLWhereClauseManager.h"
 
 namespace quillon {
 

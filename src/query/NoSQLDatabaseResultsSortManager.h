@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "query/DatabaseResults.h"
+#include "query/NoSQLDatabaseResults.h"
 #include "query/SortManager.h"
 
 namespace quillon {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "query/WhereClauseSegment.h"
+#include "query/NoSQLWhereClauseSegment.h"
 
 namespace quillon {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "query/WhereClauseSegment.h"
+#include "query/NoSQLWhereClauseSegment.h"
 #include "storage/DatabaseManager.h"
 
 namespace quillon {
