@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace quillon {
+
+// True when standard input (0), output (1) or error (2) is a terminal.
+bool IsTerminal(int descriptor);
+
+// Asks on the terminal itself, whatever the standard streams are, and reads one
+// line that is not shown. False with `out` empty: no terminal, or cancelled.
+// The terminal shows what is typed again afterwards, also when the user breaks off.
+[[nodiscard]] bool ReadPassword(const char* prompt, std::string& out);
+
+// Width of the terminal; 80 when it does not say.
+int TerminalColumns();
+
+}  // namespace quillon

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+namespace quillon {
+
+// Where things lie on this machine. Paths are UTF-8, absolute and without a
+// separator at the end (but for a root folder); empty when the machine does not say.
+
+// The folder of the running program.
+std::string ExecutableFolder();
+// Where the user's settings belong: the roaming application data on Windows,
+// $XDG_CONFIG_HOME or ~/.config elsewhere. It need not exist.
+std::string RoamingDataFolder();
+std::string TemporaryFolder();
+std::string CurrentFolder();
+
+// Empty when the variable is not set.
+std::string EnvironmentVariable(const std::string& name);
+
+// '\\' on Windows and '/' elsewhere.
+char FolderSeparator();
+// `folder` and `name` with one separator between them; `name` alone when
+// `folder` is empty.
+std::string JoinPath(const std::string& folder, const std::string& name);
+
+}  // namespace quillon
