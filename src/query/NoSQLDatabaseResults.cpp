@@ -1,0 +1,138 @@
+#include "query/NoSQLDatabaseResults.h"
+
+#include <numeric>
+#include <utility>
+
+#include "query/NoSQLDatabaseResultsSortManager.h"
+#include "query/OutOfMemory.h"
+
+namespace quillon {
+
+int64_t CNoSQLDatabaseResults::RowIdAt(int64_t position) const {
+    if (position < 0 || position >= Count()) return -1;
+    return m_rows[static_cast<size_t>(position)];
+}
+
+bool CNoSQLDatabaseResults::ReadText(std::string_view column, int64_t position,
+                                     CKeelString& value) const {
+    return FalseWhenOutOfMemory([&] {
+        const CTableRowUpdateInfoValue* read = Fetch(column, position, ColumnType::Text);
+        if (!read) return false;
+        if (read->isSet) {
+            value = read->text;
+        } else {
+            value.ReleaseBuffer();
+        }
+        return true;
+    });
+}
+
+bool CNoSQLDatabaseResults::ReadBoolean(std::string_view column, int64_t position,
+                                        bool& value) const {
+    const CTableRowUpdateInfoValue* read = Fetch(column, position, ColumnType::Boolean);
+    if (read) value = read->boolean;
+    return read != nullptr;
+}
+
+bool CNoSQLDatabaseResults::ReadInt32(std::string_view column, int64_t position,
+                                      int32_t& value) const {
+    const CTableRowUpdateInfoValue* read = Fetch(column, position, ColumnType::Int32);
+    if (read) value = read->int32;
+    return read != nullptr;
+}
+
+bool CNoSQLDatabaseResults::ReadInt64(std::string_view column, int64_t position,
+                                      int64_t& value) const {
+    const CTableRowUpdateInfoValue* read = Fetch(column, position, ColumnType::Int64);
+    if (read) value = read->int64;
+    return read != nullptr;
+}
+
+bool CNoSQLDatabaseResults::ReadDouble(std::string_view column, int64_t position,
+                                       double& value) const {
+    const CTableRowUpdateInfoValue* read = Fetch(column, position, ColumnType::Double);
+    if (read) value = read->number;
+    return read != nullptr;
+}
+
+bool CNoSQLDatabaseResults::ReadDateTime(std::string_view column, int64_t position,
+                                         int64_t& value) const {
+    const CTableRowUpdateInfoValue* read = Fetch(column, position, ColumnType::DateTime);
+    if (read) value = read->dateTime;
+    return read != nullptr;
+}
+
+bool CNoSQLDatabaseResults::ReadValue(std::string_view column, int64_t position,
+                                      CTableRowUpdateInfoValue& value) const {
+    const int64_t rowId = RowIdAt(position);
+    if (!m_table || rowId < 0) return false;
+    return FalseWhenOutOfMemory([&] {
+        if (column == kRowIdColumnName) {
+            value.type = ColumnType::Int64;
+            value.isSet = true;
+            value.int64 = rowId;
+            return m_table->RowExists(rowId);
+        }
+        const CTableColumn* found = m_table->FindColumn(column);
+        return found && FetchFrom(*found, rowId, value);
+    });
+}
+
+const CTableRowUpdateInfoValue* CNoSQLDatabaseResults::Fetch(std::string_view column,
+                                                             int64_t position,
+                                                             ColumnType type) const {
+    if (!ReadValue(column, position, m_value) || m_value.type != type) return nullptr;
+    return &m_value;
+}
+
+bool CNoSQLDatabaseResults::FetchFrom(const CTableColumn& column, int64_t rowId,
+                                      CTableRowUpdateInfoValue& value) const {
+    if (column.index && column.type != ColumnType::Text) {
+        return m_table->ReadValue(rowId, column, value);  // from memory
+    }
+    if (m_recordRow != rowId) {
+        DropRecord();
+        if (!m_table->ReadRecord(rowId, m_record)) return false;
+        m_recordRow = rowId;
+    }
+    return m_table->ValueFromRecord(m_record, column, value);
+}
+
+void CNoSQLDatabaseResults::DropRecord() const {
+    m_recordRow = -1;
+}
+
+bool CNoSQLDatabaseResults::Sort(std::string_view column, SortDirection direction) {
+    if (!m_table) return false;
+    ColumnType type = ColumnType::Int64;
+    if (column != kRowIdColumnName) {
+        const CTableColumn* found = m_table->FindColumn(column);
+        if (!found) return false;
+        type = found->type;
+    }
+    return FalseWhenOutOfMemory([&] {
+        const CNoSQLDatabaseResultsSortManager order(*this, column, type);
+        std::vector<size_t> positions(m_rows.size());
+        std::iota(positions.begin(), positions.end(), size_t{0});
+        order.Sort(positions, direction);
+        std::vector<int64_t> sorted;
+        sorted.reserve(m_rows.size());
+        for (const size_t position : positions) sorted.push_back(m_rows[position]);
+        m_rows = std::move(sorted);
+        return true;
+    });
+}
+
+void CNoSQLDatabaseResults::Release() {
+    Assign(nullptr, {}, 0);
+}
+
+void CNoSQLDatabaseResults::Assign(const CTableManager* table, std::vector<int64_t> rows,
+                                   int64_t unreadableRows) {
+    m_table = table;
+    m_rows = std::move(rows);
+    m_unreadableRows = unreadableRows;
+    DropRecord();
+}
+
+}  // namespace quillon
