@@ -2,6 +2,9 @@
 # CONFIGURE_DEPENDS: a new file in a folder is picked up by the next build.
 
 find_package(Threads REQUIRED)
+if(WIN32)
+    enable_language(RC)
+endif()
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
@@ -71,8 +74,23 @@ endfunction()
 function(quillon_program TARGET)
     if(WIN32)
         target_sources(${TARGET} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/windows/quillon.rc)
-        quillon_copy_dlls(${TARGET})
     endif()
+endfunction()
+
+# A library of headers on the host, as an interface target TARGET. A cross build
+# reaches it through a folder that links to FOLDER alone, since the host's whole
+# include folder would hide the target's own headers.
+function(quillon_header_only TARGET HEADER FOLDER)
+    find_path(QUILLON_${TARGET}_DIR ${HEADER} NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    set(directory ${QUILLON_${TARGET}_DIR})
+    if(CMAKE_CROSSCOMPILING)
+        set(link ${PROJECT_BINARY_DIR}/include/${FOLDER})
+        file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/include)
+        file(CREATE_LINK ${directory}/${FOLDER} ${link} SYMBOLIC)
+        set(directory ${PROJECT_BINARY_DIR}/include)
+    endif()
+    add_library(${TARGET} INTERFACE)
+    target_include_directories(${TARGET} SYSTEM INTERFACE ${directory})
 endfunction()
 
 # src/cli: everything but Main.cpp is the library quillon_cli, so that tests can
@@ -82,8 +100,8 @@ function(quillon_cli)
     set(main ${sources})
     list(FILTER main INCLUDE REGEX "/[Mm]ain\\.cpp$")
     list(FILTER sources EXCLUDE REGEX "/[Mm]ain\\.cpp$")
-    find_path(CLI11_INCLUDE_DIR CLI/CLI.hpp REQUIRED)
-    find_path(NLOHMANN_JSON_INCLUDE_DIR nlohmann/json.hpp REQUIRED)
+    quillon_header_only(cli11 CLI/CLI.hpp CLI)
+    quillon_header_only(json nlohmann/json.hpp nlohmann)
     set(kind INTERFACE)
     if(sources)
         add_library(quillon_cli STATIC ${sources})
@@ -91,9 +109,7 @@ function(quillon_cli)
     else()
         add_library(quillon_cli INTERFACE)
     endif()
-    target_include_directories(quillon_cli SYSTEM ${kind}
-        ${CLI11_INCLUDE_DIR} ${NLOHMANN_JSON_INCLUDE_DIR})
-    target_link_libraries(quillon_cli ${kind} quillon_import quillon_output quillon_quotes
+    target_link_libraries(quillon_cli ${kind} cli11 json quillon_import quillon_output quillon_quotes
         quillon_reports quillon_finance)
     if(main)
         add_executable(quillon-cli ${main})
@@ -110,21 +126,10 @@ function(quillon_bench)
         return()
     endif()
     add_executable(quillon-bench ${sources})
-    target_link_libraries(quillon-bench PRIVATE quillon_import quillon_finance SQLite::SQLite3)
-    if(EXISTS ${NLOHMANN_JSON_INCLUDE_DIR})
-        target_include_directories(quillon-bench SYSTEM PRIVATE ${NLOHMANN_JSON_INCLUDE_DIR})
-    endif()
+    target_link_libraries(quillon-bench PRIVATE json quillon_import quillon_finance
+        SQLite::SQLite3)
     find_package(benchmark QUIET)
     if(benchmark_FOUND)
         target_link_libraries(quillon-bench PRIVATE benchmark::benchmark)
     endif()
-endfunction()
-
-# The DLLs that a Windows program needs beside it. Empty when all was linked
-# statically; see cmake/mingw-w64.cmake.
-function(quillon_copy_dlls TARGET)
-    foreach(dll IN LISTS QUILLON_WINDOWS_DLLS)
-        add_custom_command(TARGET ${TARGET} POST_BUILD
-            COMMAND ${CMAKE_COMMAND} -E copy_if_different ${dll} $<TARGET_FILE_DIR:${TARGET}>)
-    endforeach()
 endfunction()
