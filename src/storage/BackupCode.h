@@ -1,0 +1,46 @@
+// What a backup or a restore came to, and the sentence for people.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace quillon {
+
+enum class BackupCode : int32_t {
+    Done = 0,
+    NoPath = 1,
+    NoFiles = 2,
+    IntegrityFailed = 3,  // nothing was written
+    WriteFailed = 4,      // an earlier backup of that name is as it was
+    EncryptionFailed = 5,
+    Other = 6,  // a file could not be read, a bracket is open, out of memory
+};
+
+// The sentence shown for `code`; `path` is the container's.
+std::string BackupMessage(BackupCode code, const std::string& path);
+
+enum class RestoreCode : int32_t {
+    Done = 0,
+    NoSuchFile = 1,
+    NotABackup = 2,
+    NewerVersion = 3,   // written by a newer version of the program
+    WrongPassword = 4,  // or the directory is damaged: the two cannot be told apart
+    Damaged = 5,
+    Truncated = 6,
+    NoTarget = 7,        // no folder was named, or one that cannot be replaced, as "." is
+    TargetNotEmpty = 8,  // and replacing it was not asked for
+    ForeignFiles = 9,    // the folder holds something that no database has
+    InTheWay = 10,       // the target is a file, or what is beside it has a name the restore needs
+    InUse = 11,
+    WriteFailed = 12,
+    ReadFailed = 13,
+    DecryptionFailed = 14,  // the cipher is not available on this machine
+    OutOfMemory = 15,
+};
+
+// One line that says what was wrong and what to do. `path` is the container's,
+// `folder` the target; `detail` is the report's and may be empty.
+std::string RestoreMessage(RestoreCode code, const std::string& path, const std::string& folder,
+                           const std::string& detail);
+
+}  // namespace quillon
