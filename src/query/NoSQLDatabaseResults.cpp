@@ -90,16 +90,14 @@ bool CNoSQLDatabaseResults::FetchFrom(const CTableColumn& column, int64_t rowId,
     if (column.index && column.type != ColumnType::Text) {
         return m_table->ReadValue(rowId, column, value);  // from memory
     }
-    if (m_recordRow != rowId) {
-        DropRecord();
+    const uint64_t changeCount = m_database->Journal().ChangeCount();
+    if (m_recordRow != rowId || m_recordChangeCount != changeCount) {
+        m_recordRow = -1;
         if (!m_table->ReadRecord(rowId, m_record)) return false;
         m_recordRow = rowId;
+        m_recordChangeCount = changeCount;
     }
     return m_table->ValueFromRecord(m_record, column, value);
-}
-
-void CNoSQLDatabaseResults::DropRecord() const {
-    m_recordRow = -1;
 }
 
 bool CNoSQLDatabaseResults::Sort(std::string_view column, SortDirection direction) {
@@ -124,15 +122,20 @@ bool CNoSQLDatabaseResults::Sort(std::string_view column, SortDirection directio
 }
 
 void CNoSQLDatabaseResults::Release() {
-    Assign(nullptr, {}, 0);
+    m_database = nullptr;
+    m_table = nullptr;
+    m_rows.clear();
+    m_unreadableRows = 0;
+    m_recordRow = -1;
 }
 
-void CNoSQLDatabaseResults::Assign(const CTableManager* table, std::vector<int64_t> rows,
-                                   int64_t unreadableRows) {
-    m_table = table;
+void CNoSQLDatabaseResults::Assign(CDatabaseManager& database, const CTableManager& table,
+                                   std::vector<int64_t> rows, int64_t unreadableRows) {
+    m_database = &database;
+    m_table = &table;
     m_rows = std::move(rows);
     m_unreadableRows = unreadableRows;
-    DropRecord();
+    m_recordRow = -1;
 }
 
 }  // namespace quillon

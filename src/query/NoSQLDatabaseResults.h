@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "query/SortManager.h"
-#include "storage/TableManager.h"
+#include "storage/DatabaseManager.h"
 
 namespace quillon {
 
@@ -52,22 +52,24 @@ public:
     // Forgets table and rows.
     void Release();
     // `rows`: ascending, without duplicates.
-    void Assign(const CTableManager* table, std::vector<int64_t> rows, int64_t unreadableRows);
+    void Assign(CDatabaseManager& database, const CTableManager& table, std::vector<int64_t> rows,
+                int64_t unreadableRows);
 
 private:
     const CTableRowUpdateInfoValue* Fetch(std::string_view column, int64_t position,
                                           ColumnType type) const;
     [[nodiscard]] bool FetchFrom(const CTableColumn& column, int64_t rowId,
                                  CTableRowUpdateInfoValue& value) const;
-    void DropRecord() const;
 
-    const CTableManager* m_table = nullptr;  // borrowed
+    CDatabaseManager* m_database = nullptr;  // borrowed
+    const CTableManager* m_table = nullptr;  // borrowed; set when m_database is
     std::vector<int64_t> m_rows;
     int64_t m_unreadableRows = 0;
     mutable CTableRowUpdateInfoValue m_value;  // of the last typed read
-    // The record read last.
+    // The record read last, and the state of the files that it was read from.
     mutable std::vector<uint8_t> m_record;
     mutable int64_t m_recordRow = -1;
+    mutable uint64_t m_recordChangeCount = 0;
 };
 
 }  // namespace quillon

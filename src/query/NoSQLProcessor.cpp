@@ -95,7 +95,7 @@ bool CNoSQLProcessor::Run(CNoSQLDatabaseResults& results) {
         const auto& segments = m_clause.Segments();
         const auto& connectors = m_clause.Connectors();
         if (segments.empty()) {
-            results.Assign(&table, AllRows(table), 0);
+            results.Assign(*m_clause.Database(), table, AllRows(table), 0);
             return true;
         }
         // Up to the first `or` every segment only narrows, so they may be taken in any order.
@@ -118,7 +118,7 @@ bool CNoSQLProcessor::Run(CNoSQLDatabaseResults& results) {
             }
         }
         const int64_t unreadable = selection.UnreadableRows();
-        results.Assign(&table, selection.TakeRows(), unreadable);
+        results.Assign(*m_clause.Database(), table, selection.TakeRows(), unreadable);
         return true;
     });
 }

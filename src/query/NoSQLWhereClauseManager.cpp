@@ -7,6 +7,7 @@
 namespace quillon {
 
 void CNoSQLWhereClauseManager::Reset() {
+    m_database = nullptr;
     m_table = nullptr;
     m_segments.clear();
     m_connectors.clear();
@@ -15,6 +16,7 @@ void CNoSQLWhereClauseManager::Reset() {
 bool CNoSQLWhereClauseManager::SetTable(CDatabaseManager& database, std::string_view name) {
     Reset();
     m_table = database.FindTable(name);
+    if (m_table) m_database = &database;
     return m_table != nullptr;
 }
 

@@ -32,6 +32,8 @@ public:
     // False: no segment yet, or a connector waits for its segment.
     [[nodiscard]] bool AddConnector(WhereConnector connector);
 
+    // Null until SetTable has succeeded.
+    CDatabaseManager* Database() const { return m_database; }
     CTableManager* Table() const { return m_table; }
     const std::vector<CNoSQLWhereClauseSegment>& Segments() const { return m_segments; }
     // Connectors()[i] joins segment i + 1.
@@ -43,7 +45,8 @@ private:
     [[nodiscard]] bool FindColumn(std::string_view name, ColumnType type,
                                   const CTableColumn*& column) const;
 
-    CTableManager* m_table = nullptr;  // borrowed
+    CDatabaseManager* m_database = nullptr;  // borrowed
+    CTableManager* m_table = nullptr;        // borrowed
     std::vector<CNoSQLWhereClauseSegment> m_segments;
     std::vector<WhereConnector> m_connectors;
 };

@@ -1,0 +1,314 @@
+// What the clause refuses, what it finds in a small ledger, and how it behaves on a damaged one.
+#include <string>
+
+#include "QueryFixture.h"
+#include "query/NoSQLEvaluator.h"
+
+namespace quillon {
+namespace {
+
+constexpr int64_t kDay = 864'000'000'000;
+
+// Payees 0 to 5 and one transaction a day.
+class WhereClause : public QueryFixture {
+protected:
+    static constexpr const char* kPayees[] = {"Groceries", "Grocer's", "Café", "", "gros", "Fuel"};
+
+    void SetUp() override {
+        ASSERT_NE(database.CreateTable("Payees"), nullptr);
+        ASSERT_TRUE(database.AddColumn("Payees", "Name", ColumnType::Text, true, true));
+        for (const char* name : kPayees) {
+            ASSERT_TRUE(database.BeginRow("Payees"));
+            ASSERT_TRUE(database.SetText("Name", name));
+            ASSERT_GE(database.CommitRow(), 0);
+        }
+        ASSERT_TRUE(database.BeginRow("Payees"));  // one without a name
+        ASSERT_GE(database.CommitRow(), 0);
+
+        ASSERT_NE(database.CreateTable("Transactions"), nullptr);
+        ASSERT_TRUE(
+            database.AddColumn("Transactions", "AccountID", ColumnType::Int64, true, false));
+        ASSERT_TRUE(
+            database.AddColumn("Transactions", "ServiceDate", ColumnType::DateTime, true, true));
+        ASSERT_TRUE(database.AddColumn("Transactions", "Memo", ColumnType::Text, false, false));
+        for (int64_t day = 0; day < 20; ++day) {
+            ASSERT_TRUE(database.BeginRow("Transactions"));
+            ASSERT_TRUE(database.SetInt64("AccountID", day % 2));
+            ASSERT_TRUE(database.SetDateTime("ServiceDate", day * kDay));
+            ASSERT_TRUE(database.SetText("Memo", "day " + std::to_string(day)));
+            ASSERT_GE(database.CommitRow(), 0);
+        }
+    }
+};
+
+TEST_F(WhereClause, CallsOutOfOrderAreRefusedAndLeaveTheClauseAsItWas) {
+    const auto addName = [&] { return query.AddText("Name", WhereOperator::Equal, "Fuel"); };
+    EXPECT_FALSE(query.Execute());  // nothing set
+    EXPECT_FALSE(addName());
+    EXPECT_FALSE(query.SetTable("Payee"));
+    EXPECT_FALSE(query.Execute());
+
+    ASSERT_TRUE(query.SetTable("Payees"));
+    EXPECT_FALSE(query.AddConnector(WhereConnector::And));  // no segment yet
+    EXPECT_FALSE(query.AddText("Nam", WhereOperator::Equal, "Fuel"));
+    EXPECT_FALSE(query.AddInt64("Name", WhereOperator::Equal, 1));  // of another type
+    EXPECT_FALSE(query.AddInt64Set("Name", {1}));
+    EXPECT_FALSE(query.AddInt32(kRowIdColumnName, WhereOperator::Equal, 1));
+    ASSERT_TRUE(addName());
+    EXPECT_FALSE(addName());  // no connector between
+    ASSERT_TRUE(query.AddConnector(WhereConnector::Or));
+    EXPECT_FALSE(query.AddConnector(WhereConnector::And));
+    EXPECT_FALSE(query.Execute());  // a connector without its segment
+    EXPECT_EQ(query.Results().Count(), 0);
+    ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "Café"));
+    EXPECT_EQ(Run(), (Ids{2, 5}));
+
+    // A failed start leaves nothing of the clause before it.
+    EXPECT_FALSE(query.SetTable("Payee"));
+    EXPECT_FALSE(query.Execute());
+    EXPECT_EQ(query.Results().Count(), 0);
+}
+
+TEST_F(WhereClause, WithoutSegmentsEveryRowIsFound) {
+    ASSERT_TRUE(query.SetTable("Payees"));
+    EXPECT_EQ(Run(), (Ids{0, 1, 2, 3, 4, 5, 6}));
+    ASSERT_TRUE(database.DeleteRow("Payees", 0));
+    ASSERT_TRUE(database.DeleteRow("Payees", 4));
+    EXPECT_EQ(Run(), (Ids{1, 2, 3, 5, 6}));
+}
+
+TEST_F(WhereClause, TextOperators) {
+    const struct {
+        WhereOperator operation;
+        const char* value;
+        Ids rows;
+    } rows[] = {
+        {WhereOperator::Contains, "gro", {4}},
+        {WhereOperator::ContainsIgnoringCase, "gro", {0, 1, 4}},
+        {WhereOperator::ContainsIgnoringCase, "AFÉ", {2}},
+        {WhereOperator::Contains, "afÉ", {}},
+        {WhereOperator::EqualIgnoringCase, "cAFÉ", {2}},
+        {WhereOperator::EqualIgnoringCase, "cafe", {}},
+        {WhereOperator::DiffersIgnoringCase, "CAFÉ", {0, 1, 3, 4, 5, 6}},
+        // A missing name reads as the empty one.
+        {WhereOperator::Equal, "", {3, 6}},
+        {WhereOperator::Differs, "Fuel", {0, 1, 2, 3, 4, 6}},
+        {WhereOperator::Differs, "", {0, 1, 2, 4, 5}},
+        // Empty texts are neither before nor after anything.
+        {WhereOperator::Less, "z", {0, 1, 2, 4, 5}},
+        {WhereOperator::Less, "", {}},
+        {WhereOperator::Greater, "", {}},
+        {WhereOperator::LessOrEqual, "", {3, 6}},
+        {WhereOperator::GreaterOrEqual, "Groceries", {0, 4}},
+        {WhereOperator::ContainedInIgnoringCase, "FUEL at the café", {2, 3, 5, 6}},
+        {WhereOperator::MatchesWildcard, "gro*", {0, 1, 4}},
+        {WhereOperator::MatchesWildcard, "gro", {}},
+        {WhereOperator::MatchesWildcard, "caf?", {2}},  // one character, two bytes
+        {WhereOperator::MatchesWildcard, "*E*", {0, 1, 5}},
+        {WhereOperator::MatchesWildcard, "", {3, 6}},
+        {WhereOperator::MatchesWildcard, "*", {0, 1, 2, 3, 4, 5, 6}},
+        {WhereOperator::InSet, "Fuel", {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::to_string(static_cast<int32_t>(row.operation)) + " " + row.value);
+        ASSERT_TRUE(query.SetTable("Payees"));
+        ASSERT_TRUE(query.AddText("Name", row.operation, row.value));
+        EXPECT_EQ(Run(), row.rows);
+    }
+}
+
+TEST_F(WhereClause, WideTextIsSearchedLikeNarrow) {
+    ASSERT_TRUE(query.SetTable("Payees"));
+    ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, CKeelString(u"Café")));
+    EXPECT_EQ(Run(), Ids{2});
+}
+
+TEST_F(WhereClause, AccountInClosedRangeOfDates) {
+    const auto run = [&](int64_t account, int64_t from, int64_t to) {
+        EXPECT_TRUE(query.SetTable("Transactions"));
+        EXPECT_TRUE(query.AddInt64("AccountID", WhereOperator::Equal, account));
+        EXPECT_TRUE(query.AddConnector(WhereConnector::And));
+        EXPECT_TRUE(query.AddDateTime("ServiceDate", WhereOperator::GreaterOrEqual, from));
+        EXPECT_TRUE(query.AddConnector(WhereConnector::And));
+        EXPECT_TRUE(query.AddDateTime("ServiceDate", WhereOperator::LessOrEqual, to));
+        return Run();
+    };
+    EXPECT_EQ(run(1, 5 * kDay, 9 * kDay), (Ids{5, 7, 9}));
+    EXPECT_EQ(run(1, 5 * kDay + 1, 9 * kDay - 1), Ids{7});
+    EXPECT_EQ(run(0, 5 * kDay, 5 * kDay), Ids{});
+    EXPECT_EQ(run(1, 9 * kDay, 5 * kDay), Ids{});
+    EXPECT_EQ(run(2, 0, 19 * kDay), Ids{});
+}
+
+TEST_F(WhereClause, ConnectorsApplyFromLeftToRight) {
+    const auto account = [&](int64_t id) {
+        return query.AddInt64("AccountID", WhereOperator::Equal, id);
+    };
+    const auto before = [&](int64_t day) {
+        return query.AddDateTime("ServiceDate", WhereOperator::Less, day * kDay);
+    };
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    ASSERT_TRUE(account(0) && query.AddConnector(WhereConnector::Or) && account(1));
+    ASSERT_TRUE(query.AddConnector(WhereConnector::And) && before(3));
+    EXPECT_EQ(Run(), (Ids{0, 1, 2}));
+
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    ASSERT_TRUE(account(0) && query.AddConnector(WhereConnector::And) && before(3));
+    ASSERT_TRUE(query.AddConnector(WhereConnector::Or) && account(7));
+    ASSERT_TRUE(query.AddConnector(WhereConnector::Or) && before(2));
+    EXPECT_EQ(Run(), (Ids{0, 1, 2}));
+
+    // An and that finds nothing, first or last, leaves nothing; an or after it starts anew.
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    ASSERT_TRUE(before(3) && query.AddConnector(WhereConnector::And) && account(7));
+    EXPECT_EQ(Run(), Ids{});
+    ASSERT_TRUE(query.AddConnector(WhereConnector::Or) && before(1));
+    EXPECT_EQ(Run(), Ids{0});
+    ASSERT_TRUE(query.AddConnector(WhereConnector::And) &&
+                query.AddDateTime("ServiceDate", WhereOperator::Contains, 0));
+    EXPECT_EQ(Run(), Ids{});
+}
+
+TEST_F(WhereClause, RowIdentifierIsAColumn) {
+    const struct {
+        WhereOperator operation;
+        int64_t value;
+        Ids rows;
+    } rows[] = {
+        {WhereOperator::Equal, 4, {4}},
+        {WhereOperator::Equal, 2, {}},  // deleted
+        {WhereOperator::Equal, 7, {}},
+        {WhereOperator::Equal, -1, {}},
+        {WhereOperator::Differs, 4, {0, 1, 3, 5, 6}},
+        {WhereOperator::Less, 3, {0, 1}},
+        {WhereOperator::LessOrEqual, 3, {0, 1, 3}},
+        {WhereOperator::Greater, 4, {5, 6}},
+        {WhereOperator::GreaterOrEqual, 4, {4, 5, 6}},
+        {WhereOperator::Contains, 4, {}},
+    };
+    ASSERT_TRUE(database.DeleteRow("Payees", 2));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::to_string(static_cast<int32_t>(row.operation)));
+        ASSERT_TRUE(query.SetTable("Payees"));
+        ASSERT_TRUE(query.AddInt64(kRowIdColumnName, row.operation, row.value));
+        EXPECT_EQ(Run(), row.rows);
+    }
+    ASSERT_TRUE(query.SetTable("Payees"));
+    ASSERT_TRUE(query.AddInt64Set(kRowIdColumnName, {5, 2, 1, 99, -1, 5}));
+    EXPECT_EQ(Run(), (Ids{1, 5}));
+    ASSERT_TRUE(query.AddConnector(WhereConnector::And));
+    ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "Fuel"));
+    EXPECT_EQ(Run(), Ids{5});
+}
+
+TEST_F(WhereClause, ColumnRemovedBeforeTheClauseRunsMatchesNothing) {
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    ASSERT_TRUE(query.AddText("Memo", WhereOperator::Contains, "day"));
+    EXPECT_EQ(Run().size(), 20U);
+    ASSERT_TRUE(database.RemoveColumn("Transactions", "Memo"));
+    EXPECT_EQ(Run(), Ids{});
+}
+
+TEST_F(WhereClause, QueriesIntoOwnResultsLeaveTheOthersAlone) {
+    ASSERT_TRUE(query.SetTable("Payees"));
+    ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "Fuel"));
+    CNoSQLDatabaseResults fuel;
+    ASSERT_TRUE(query.Execute(fuel));
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    EXPECT_EQ(Run().size(), 20U);
+    CKeelString name;
+    EXPECT_TRUE(fuel.ReadText("Name", 0, name));
+    EXPECT_EQ(name, "Fuel");
+}
+
+TEST_F(WhereClause, UnreadableRowsAreLeftOutAndCounted) {
+    const std::string texts =
+        FileNameOf(WithSuffix(database.FindTable("Transactions")->DefinitionPath(), "_textdata"));
+    ASSERT_TRUE(database.Flush());
+    disk.Bytes(std::string(kFolder) + "/" + texts).resize(80);
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    ASSERT_TRUE(query.AddText("Memo", WhereOperator::Differs, "none"));
+    const auto found = static_cast<int64_t>(Run().size());
+    EXPECT_LT(found, 20);
+    EXPECT_EQ(query.Results().UnreadableRows(), 20 - found);
+    // What stands in memory is found all the same.
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    ASSERT_TRUE(query.AddInt64("AccountID", WhereOperator::Equal, 1));
+    EXPECT_EQ(Run().size(), 10U);
+    EXPECT_EQ(query.Results().UnreadableRows(), 0);
+}
+
+TEST_F(WhereClause, SeeksReadNoRows) {
+    const auto reads = [&] { return disk.Count(CMemoryFileSystem::Call::Read); };
+    ASSERT_TRUE(query.SetTable("Transactions"));
+    ASSERT_TRUE(query.AddInt64("AccountID", WhereOperator::Equal, 1));
+    ASSERT_TRUE(query.AddConnector(WhereConnector::And));
+    ASSERT_TRUE(query.AddDateTime("ServiceDate", WhereOperator::Less, 10 * kDay));
+    const int64_t before = reads();
+    EXPECT_EQ(Run().size(), 5U);
+    EXPECT_EQ(reads(), before);
+
+    // Only the text that the hash points at is read to confirm it.
+    ASSERT_TRUE(query.SetTable("Payees"));
+    ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "no such payee"));
+    EXPECT_EQ(Run(), Ids{});
+    EXPECT_EQ(reads(), before);
+    ASSERT_TRUE(query.AddConnector(WhereConnector::Or));
+    ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "Fuel"));
+    EXPECT_EQ(Run(), Ids{5});
+    EXPECT_GT(reads(), before);
+    EXPECT_LE(reads(), before + 4);
+}
+
+TEST(Evaluator, ValuesOfAnotherTypeAndSegmentsWithoutColumnMatchNothing) {
+    CTableColumn column;
+    column.id = 1;
+    column.type = ColumnType::Int32;
+    const CNoSQLWhereClauseSegment segment(&column, WhereOperator::Equal,
+                                           CNoSQLWhereClauseSetColumnValue::OfInt32(5));
+    CTableRowUpdateInfoValue value(ColumnType::Int32);
+    value.int32 = 5;
+    EXPECT_TRUE(CNoSQLEvaluator::Matches(segment, value));
+    value.type = ColumnType::Int64;
+    value.int64 = 5;
+    EXPECT_FALSE(CNoSQLEvaluator::Matches(segment, value));
+    EXPECT_FALSE(CNoSQLEvaluator::Matches(CNoSQLWhereClauseSegment(), value));
+    const CNoSQLWhereClauseSegment mistyped(&column, WhereOperator::Equal,
+                                            CNoSQLWhereClauseSetColumnValue::OfInt64(5));
+    EXPECT_FALSE(CNoSQLEvaluator::Matches(mistyped, value));
+    EXPECT_FALSE(CNoSQLEvaluator::MatchesKey(mistyped, 5));
+}
+
+TEST(Evaluator, SetsOfRows) {
+    constexpr int64_t kMin = INT64_MIN;
+    constexpr int64_t kMax = INT64_MAX;
+    const struct {
+        const char* name;
+        Ids rows;
+        Ids set;
+    } rows[] = {
+        {"empty", {}, {}},
+        {"in order", {1, 2, 9}, {1, 2, 9}},
+        {"repeated", {5, 5, 5}, {5}},
+        {"dense", {3, 1, 2, 3, 0, 64, 63, 65, 128, 127}, {0, 1, 2, 3, 63, 64, 65, 127, 128}},
+        {"dense below zero", {-1, -64, -65, 0, -1}, {-65, -64, -1, 0}},
+        {"far apart", {kMax, kMin, 0, kMax, -1}, {kMin, -1, 0, kMax}},
+        {"at the end", {kMax, kMax - 2, kMax - 1, kMax}, {kMax - 2, kMax - 1, kMax}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        Ids made = row.rows;
+        CNoSQLEvaluator::MakeSet(made);
+        EXPECT_EQ(made, row.set);
+    }
+    Ids result = {1, 3, 5, 7};
+    CNoSQLEvaluator::Unite(result, {0, 3, 8});
+    EXPECT_EQ(result, (Ids{0, 1, 3, 5, 7, 8}));
+    CNoSQLEvaluator::Intersect(result, {1, 2, 7, 8, 9});
+    EXPECT_EQ(result, (Ids{1, 7, 8}));
+    CNoSQLEvaluator::Intersect(result, {});
+    EXPECT_EQ(result, Ids{});
+}
+
+}  // namespace
+}  // namespace quillon
