@@ -1,0 +1,42 @@
+#pragma once
+
+// Sections and keys of the settings file.
+
+namespace quillon::settings {
+
+inline constexpr char kCheckPrint[] = "CheckPrint";
+inline constexpr char kDateText[] = "DateText";      // "height,x,y" of the font and place
+inline constexpr char kPayeeText[] = "PayeeText";    // the same
+inline constexpr char kAmountText[] = "AmountText";  // the same
+inline constexpr char kWrittenAmountText[] = "WrittenAmountText";  // the same
+inline constexpr char kMemoText[] = "MemoText";                    // the same
+inline constexpr char kCheckWidth[] = "CheckWidth";                // inches
+
+// Rectangles under the name of the dialog, and what it last worked with.
+inline constexpr char kLastPosition[] = "LastPosition";
+inline constexpr char kMainFrame[] = "MainFrame";
+inline constexpr char kLastFindText[] = "LastFindText";
+inline constexpr char kLastShowContainingText[] = "LastShowContainingText";
+inline constexpr char kLastTransferFundsCategory[] = "LastTransferFundsCategory";
+
+// Width lists under the name of the list view.
+inline constexpr char kColumnWidths[] = "ColumnWidths";
+
+inline constexpr char kLastSelection[] = "LastSelection";
+inline constexpr char kLastIndividualReturnAccount[] = "LastIndividualReturnAccount";
+inline constexpr char kLastIndividualBalanceAccount[] = "LastIndividualBalanceAccount";
+inline constexpr char kLastSelectedReturnAccount[] = "LastSelectedReturnAccount";    // + number
+inline constexpr char kLastSelectedBalanceAccount[] = "LastSelectedBalanceAccount";  // + number
+inline constexpr char kLastSelectedStockQuoteService[] = "LastSelectedStockQuoteService";
+
+inline constexpr char kFileFolder[] = "FileFolder";
+inline constexpr char kDatabasePath[] = "DatabasePath";
+inline constexpr char kDatabaseBackupPath[] = "DatabaseBackupPath";
+inline constexpr char kDatabaseRestorePath[] = "DatabaseRestorePath";
+inline constexpr char kDatabaseRestoreSourceFilePath[] = "DatabaseRestoreSourceFilePath";
+inline constexpr char kImportFilePath[] = "ImportFilePath";  // + import kind
+
+// Date ranges under a key made by DateRangeKey.
+inline constexpr char kDateRange[] = "DateRange";
+
+}  // namespace quillon::settings

@@ -1,0 +1,10 @@
+#include "settings/ProfileFile.h"
+
+namespace quillon {
+
+CProfile& PlatformProfile() {
+    static CProfileFile profile;
+    return profile;
+}
+
+}  // namespace quillon
