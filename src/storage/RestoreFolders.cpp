@@ -255,17 +255,16 @@ public:
           m_incoming(target + ".restoring"),
           m_outgoing(target + ".old") {}
 
+    // Folders of somebody's own with those names are no reason to touch anything.
     bool IsNeeded() const {
-        return m_files.FolderExists(m_incoming) || m_files.FolderExists(m_outgoing) ||
-               m_files.Exists(MarkPath(m_target));
+        return IncomingIsOurs() || OutgoingIsOurs() || m_files.Exists(MarkPath(m_target));
     }
 
     RecoveryResult Run() {
         // Whoever restores or has the database open holds one of these.
         if (!LockIf(m_files.FolderExists(m_target), m_target, m_targetLock) ||
-            !LockIf(IsOurs(m_files, m_incoming, {kIncoming, kComplete}), m_incoming,
-                    m_incomingLock) ||
-            !LockIf(IsOurs(m_files, m_outgoing, {kOutgoing}), m_outgoing, m_outgoingLock)) {
+            !LockIf(IncomingIsOurs(), m_incoming, m_incomingLock) ||
+            !LockIf(OutgoingIsOurs(), m_outgoing, m_outgoingLock)) {
             return m_files.LastError() == FileError::Locked ? RecoveryResult::InUse
                                                             : RecoveryResult::Failed;
         }
@@ -274,6 +273,9 @@ public:
     }
 
 private:
+    bool IncomingIsOurs() const { return IsOurs(m_files, m_incoming, {kIncoming, kComplete}); }
+    bool OutgoingIsOurs() const { return IsOurs(m_files, m_outgoing, {kOutgoing}); }
+
     // The target is whole; what is beside it may be superseded. Whatever cannot be
     // removed now does no harm.
     RecoveryResult ClearAway() {
@@ -288,6 +290,8 @@ private:
             }
         }
         const bool had = m_incomingLock || !mark.empty();
+        // A mark that was not finished goes first: only the sibling tells of it.
+        (void)RemoveIfThere(m_files, MarkPath(m_target) + ".new");
         if (m_incomingLock) (void)RemoveOurFolder(m_files, m_incoming, std::move(m_incomingLock));
         (void)RemoveMark(m_files, m_target);
         return had ? RecoveryResult::Recovered : RecoveryResult::NothingToDo;
