@@ -175,6 +175,36 @@ TEST(Backup, OpensWithItsPasswordOnly) {
     EXPECT_FALSE(disk.FolderExists("ledger"));
 }
 
+// Made by another implementation of the format (Python's cryptography package), at the
+// full cost of the key: "AIAIAIAIAIAIA" compressed, "plain" as it is, and an empty file.
+constexpr std::string_view kForeignContainer =
+    "4261636b757044617461000000000000000000000000000000000000000000000000000000000000"
+    "00000000000000000000010000001122334455667788c001000000000000030000006e6f6e63652d"
+    "6f662d64697256d9bc705dbac67259c6c09a3d08b9273e3f23dfe1d2ecea34b951e8e22a3c2815ff"
+    "aa48d08e6acf2a11bc709ab2599f2491de85d3cca6ad85bfe10ed7628f2e4b845e4e68dae0545c70"
+    "1d3f6b601b2fb5dfcf76e72180e6b609efd3b701fee117f3c7753b1b4771aa7bfe845a0b9377714b"
+    "c6a4dc4f50867250efd795bdd46211552748750cb8e73db8cf9e87b0d3f1bca9aee9f2e1d31e7a4b"
+    "144ced6befe2aa353d6000b1eaa5c6b3905b6d6628d60b5d1a1cd961d9d19eed59ac637e827adcfe"
+    "9a6cd13be51aa4c531d219118dfc1beb4544a71ade741dfd2640847a8f4e197179d31c496abf516f"
+    "413d5a1d8b6e20009f1418796efe63e7e1cf779d7949594986506b23179f5ccbd246727fac94ece6"
+    "5a771fe3d8c598adb12a9dcf838681fe141814df551cc83270eba6d807fccd3e25f08234b12f874e"
+    "c9d0e7daee58debb4ced4bbfe78b76b5c974dbb0693eeb7b676a5a9e0a3d2c89925917b706f8b145"
+    "e356f3e7a115469cb3409cd6215c650ffef11abce422ea8379d8033dac471d716db76dddeb5c3510"
+    "53f48c5b6d65d61d799f7464781b8164ebb64b8c02eedc52e91e1a7dfe4c182d964bf27f090b16d1"
+    "1fbc6e6f6e63652d6368756e6b302018a262bb243c6251837e3221314c430c000080f2e05099ce4e"
+    "586f29b13d866e6f6e63652d6368756e6b315e226bff2a0a01b3dce28dde7a49186205000000f9c4"
+    "4278b8";
+
+TEST(Backup, ReadsAContainerThatAnotherWriterMade) {
+    CMemoryFileSystem disk;
+    disk.Bytes("b.dat") = FromHex(kForeignContainer);
+    RestoreReport report;
+    ASSERT_EQ(RestoreBackup(disk, "b.dat", "ledger", kHash, false, report), RestoreCode::Done);
+    EXPECT_EQ(FilesIn(disk, "ledger"), (FileMap{{"DatabaseSchema.dat", Text("AIAIAIAIAIAIA")},
+                                                {"Table_1.dat", Text("plain")},
+                                                {"Table_2.dat", {}}}));
+}
+
 // The real cost, on the machine's own files, in a folder with an accent.
 TEST(Backup, WorksOnTheMachinesDisk) {
     const CTemporaryFolder folder("J\xC3\xBCrgen");
