@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+#include <pty.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "foundation/platform/Console.h"
+#include "foundation/platform/Folders.h"
+
+namespace quillon {
+namespace {
+
+// Sets a variable for the life of the object.
+class CVariable {
+public:
+    CVariable(const char* name, const char* value) : m_name(name) {
+        if (const char* old = std::getenv(name)) m_old = old;
+        Put(value ? std::optional<std::string>(value) : std::nullopt);
+    }
+    ~CVariable() { Put(m_old); }
+
+private:
+    void Put(const std::optional<std::string>& value) {
+        if (value) {
+            setenv(m_name, value->c_str(), 1);
+        } else {
+            unsetenv(m_name);
+        }
+    }
+
+    const char* m_name;
+    std::optional<std::string> m_old;
+};
+
+TEST(FoldersPosix, FollowTheEnvironment) {
+    const struct {
+        const char* config;
+        const char* home;
+        const char* folder;
+    } rows[] = {
+        {"/etc/conf/", "/home/jürgen", "/etc/conf"},
+        {nullptr, "/home/jürgen/", "/home/jürgen/.config"},
+        {"", "/home/a", "/home/a/.config"},
+        {"relative", "/home/a", "/home/a/.config"},
+        {nullptr, "/", "/.config"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.folder);
+        const CVariable config("XDG_CONFIG_HOME", row.config);
+        const CVariable home("HOME", row.home);
+        EXPECT_EQ(RoamingDataFolder(), row.folder);
+    }
+    {
+        const CVariable temporary("TMPDIR", "/var/tmp/");
+        EXPECT_EQ(TemporaryFolder(), "/var/tmp");
+    }
+    const CVariable temporary("TMPDIR", nullptr);
+    EXPECT_EQ(TemporaryFolder(), "/tmp");
+}
+
+// A child that asks for a password on a terminal of its own.
+class CAskingChild {
+public:
+    CAskingChild() {
+        m_child = forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        if (m_child != 0) return;
+        std::string password;
+        const bool read = ReadPassword("Password: ", password);
+        termios settings{};
+        tcgetattr(STDIN_FILENO, &settings);
+        const bool echoes = (settings.c_lflag & ECHO) != 0;
+        _exit((read && password == "gehéim 1" ? 1 : 0) + (echoes ? 2 : 0) +
+              (!read && password.empty() ? 4 : 0));
+    }
+    ~CAskingChild() {
+        if (m_terminal >= 0) close(m_terminal);
+    }
+    CAskingChild(const CAskingChild&) = delete;
+    CAskingChild& operator=(const CAskingChild&) = delete;
+
+    // Reads what the terminal shows until it shows `wanted` or nothing more.
+    std::string ReadUntil(const std::string& wanted) {
+        std::string shown;
+        char buffer[256];
+        while (wanted.empty() || shown.find(wanted) == std::string::npos) {
+            const ssize_t got = read(m_terminal, buffer, sizeof buffer);
+            if (got <= 0) break;
+            shown.append(buffer, static_cast<size_t>(got));
+        }
+        return shown;
+    }
+    bool Type(const char* text) {
+        return write(m_terminal, text, std::strlen(text)) ==
+               static_cast<ssize_t>(std::strlen(text));
+    }
+    int Wait() const {
+        int status = 0;
+        waitpid(m_child, &status, 0);
+        return status;
+    }
+
+private:
+    int m_terminal = -1;
+    pid_t m_child = -1;
+};
+
+TEST(ConsolePosix, PasswordIsReadUnseenAndTheEchoComesBack) {
+    CAskingChild child;
+    EXPECT_EQ(child.ReadUntil("Password: "), "Password: ");
+    ASSERT_TRUE(child.Type("gehéim 1\n"));
+    EXPECT_EQ(child.ReadUntil(""), "\r\n");
+    const int status = child.Wait();
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 1 + 2);
+}
+
+TEST(ConsolePosix, BreakingOffEndsTheProgramAsUsual) {
+    CAskingChild child;
+    child.ReadUntil("Password: ");
+    ASSERT_TRUE(child.Type("half\x03"));
+    child.ReadUntil("");
+    const int status = child.Wait();
+    ASSERT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(WTERMSIG(status), SIGINT);
+}
+
+TEST(ConsolePosix, EndOfInputIsNoPassword) {
+    CAskingChild child;
+    child.ReadUntil("Password: ");
+    ASSERT_TRUE(child.Type("\x04"));
+    child.ReadUntil("");
+    const int status = child.Wait();
+    ASSERT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 4 + 2);
+}
+
+}  // namespace
+}  // namespace quillon
