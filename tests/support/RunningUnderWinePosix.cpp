@@ -1,0 +1,9 @@
+#include "support/RunningUnderWine.h"
+
+namespace quillon {
+
+bool RunningUnderWine() {
+    return false;
+}
+
+}  // namespace quillon
