@@ -1,0 +1,124 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+// How a bank file is to be read. Plain is what an importer does when nothing is set;
+// Auto infers a dialect once per file, from the whole file.
+enum class DialectMode { Plain, Auto };
+enum class DateOrder { MonthDayYear, DayMonthYear, YearMonthDay };
+enum class YearRule {
+    TwoDigits,  // 50 and below are 20xx, everything else has 1900 added
+    AsWritten,  // four digits are the year itself; shorter ones as above
+};
+enum class DecimalMark { Point, Comma };
+enum class Charset { Utf8, Windows1252, Latin1, Utf16Low, Utf16High, Utf32Low, Utf32High };
+
+struct Dialect {
+    DateOrder dateOrder = DateOrder::MonthDayYear;
+    YearRule years = YearRule::TwoDigits;
+    DecimalMark decimal = DecimalMark::Point;
+    Charset charset = Charset::Utf8;
+};
+
+// "mdy", "dmy", "ymd"; "two-digit", "as written"; "point", "comma"; "utf-8",
+// "windows-1252", "iso-8859-1", "utf-16le", "utf-16be", "utf-32le", "utf-32be".
+const char* NameOf(DateOrder order);
+const char* NameOf(YearRule years);
+const char* NameOf(DecimalMark decimal);
+const char* NameOf(Charset charset);
+
+struct ImportOptions {
+    DialectMode dialect = DialectMode::Plain;
+    // Set by the user, these win over what the file shows.
+    std::optional<DateOrder> dateOrder;
+    std::optional<DecimalMark> decimal;
+    // Reads and compares, but enters nothing and leaves the file as it is.
+    bool dryRun = false;
+    // Fills ImportResult::rows, for a preview.
+    bool keepRows = false;
+    // Called between batches with the records done and all there are; false stops the
+    // import there. What was entered stays.
+    std::function<bool(int64_t done, int64_t total)> progress;
+};
+
+struct ImportNote {
+    int64_t line = 0;  // from 1 in the file as it lies on disk; 0: the file as a whole
+    std::string text;
+};
+
+enum class RowOutcome {
+    Entered,    // or would be, in a dry run
+    Duplicate,  // the account holds its identifier, or the file says it twice
+    Skipped,    // a note tells why
+};
+
+struct ImportRow {
+    int64_t line = 0;
+    int64_t date = 0;     // midnight UTC
+    double amount = 0.0;  // signed: negative goes out
+    std::string payee;    // as renamed
+    std::string category;
+    std::string memo;
+    RowOutcome outcome = RowOutcome::Entered;
+};
+
+struct ImportResult {
+    bool failed = false;
+    // Why, and what to do; one line, empty unless failed.
+    std::string error;
+    // The report for the user, in several lines; empty when failed.
+    std::string message;
+    bool cancelled = false;
+
+    int64_t read = 0;        // records or statement lines in the file
+    int64_t imported = 0;    // of these, entered (in a dry run: to be entered)
+    int64_t duplicates = 0;  // of these, known already
+    int64_t categoriesCreated = 0;
+    int64_t payeesCreated = 0;
+
+    Dialect dialect;
+    std::vector<ImportNote> notes;  // in file order; those of the whole file first
+    std::vector<ImportRow> rows;    // only with ImportOptions::keepRows
+};
+
+// Collects notes. What happens on many lines is listed for the first of them and then
+// counted, so that a damaged file of a million lines does not become a million notes.
+class CImportNotes {
+public:
+    enum class Kind {
+        Dialect,
+        File,
+        Date,
+        Amount,
+        Payee,
+        Number,
+        Identifier,
+        Transfer,
+        Splits,
+        Skipped,
+        Repeated,
+        Differs,
+        Record,
+        kCount,
+    };
+    static constexpr int64_t kListedPerKind = 100;
+
+    void Add(Kind kind, int64_t line, std::string text);
+    // True while Add() would still list a note of that kind: saves building the text.
+    bool Wants(Kind kind);
+    // The notes in file order, with a closing count for every kind that ran over.
+    std::vector<ImportNote> Take();
+
+private:
+    std::vector<ImportNote> m_notes;
+    std::array<int64_t, static_cast<size_t>(Kind::kCount)> m_counts{};
+};
+
+}  // namespace quillon

@@ -1,0 +1,340 @@
+#include "import/ImportManager.h"
+
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include "finance/Balance.h"
+#include "finance/Ledger.h"
+#include "finance/QuillonDatabaseInterface.h"
+
+namespace quillon {
+
+namespace {
+
+using Kind = CImportNotes::Kind;
+
+constexpr size_t kLongestText = 4096;  // bytes
+
+std::string_view Shortened(std::string_view text) {
+    if (text.size() <= kLongestText) return text;
+    size_t size = kLongestText;
+    while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) --size;
+    return text.substr(0, size);
+}
+
+bool SameMoney(double a, double b) {
+    return std::fabs(a - b) < kHalfCent;
+}
+
+}  // namespace
+
+CImportManager::CImportManager(CQuillonDatabaseInterface& database, const CAccountEntry& account,
+                               const CKeelString& path, CFileSystem& files)
+    : m_database(database), m_account(account), m_path(path), m_files(files) {}
+
+CImportManager::~CImportManager() = default;
+
+ImportResult CImportManager::Import() {
+    m_result = ImportResult();
+    m_notes = CImportNotes();
+    m_stored.clear();
+    m_payees.clear();
+    m_categories.clear();
+    m_newNames.clear();
+    try {
+        Run();
+        m_result.notes = m_notes.Take();
+    } catch (const std::bad_alloc&) {
+        FailWith("There is not enough memory to import '" + PathText() + "'.");
+    }
+    return std::move(m_result);
+}
+
+void CImportManager::Run() {
+    if (!m_files.Exists(PathText())) {
+        FailWith("The import file '" + PathText() + "' does not exist.");
+        return;
+    }
+    std::vector<ImportRecord> records;
+    if (!ReadRecords(records)) return;
+    if (!EnterAll(records)) return;
+    m_result.message = Report();
+}
+
+bool CImportManager::Fail(std::string_view reason) {
+    std::string error = FailureMessage();
+    if (!reason.empty()) error.append(" ").append(reason);
+    return FailWith(std::move(error));
+}
+
+bool CImportManager::FailWith(std::string error) {
+    m_result.failed = true;
+    m_result.error = std::move(error);
+    return false;
+}
+
+bool CImportManager::LoadFile(std::vector<uint8_t>& bytes) {
+    if (!ReadWholeFile(m_files, PathText(), bytes)) {
+        const bool forbidden = m_files.LastError() == FileError::NoPermission;
+        return Fail(forbidden ? "It may not be read: check its permissions."
+                              : "It cannot be read.");
+    }
+    if (bytes.empty()) return Fail("The file is empty.");
+    return true;
+}
+
+// --- steps of a record
+
+bool CImportManager::LoadRules() {
+    m_rules.clear();
+    COwnedList<CRenamingRuleEntry> rules;
+    if (!m_database.ListRenamingRules(rules)) return false;
+    for (const CRenamingRuleEntry& rule : rules) {
+        if (rule.searchText.IsEmpty()) continue;  // would be found in every text
+        m_rules.push_back({rule.searchText.ToUtf8(), rule.replaceText.ToUtf8()});
+    }
+    return true;
+}
+
+std::string CImportManager::ApplyRenamingRules(std::string_view text) const {
+    std::string renamed(text);
+    for (const RenamingRule& rule : m_rules) {
+        if (Contains(renamed, rule.search)) renamed = rule.replacement;
+    }
+    return renamed;
+}
+
+const CImportManager::NamedRow& CImportManager::PayeeOf(const ImportRecord& record) {
+    static const NamedRow kNobody;
+    if (record.payee.empty() && !IsPlain()) return kNobody;
+    const auto [place, isNew] = m_payees.try_emplace(record.payee);
+    NamedRow& payee = place->second;
+    if (!isNew) return payee;
+    payee.name = ApplyRenamingRules(record.payee);
+    if (m_options.dryRun) {
+        payee.id = m_database.FindPayeeId(payee.name);
+        if (payee.id == kNoRow && m_newNames.insert("P" + payee.name).second) {
+            ++m_result.payeesCreated;
+        }
+        return payee;
+    }
+    bool added = false;
+    payee.id = m_database.FindOrAddPayee(payee.name, &added);
+    payee.failed = payee.id == kNoRow;
+    m_result.payeesCreated += added;
+    return payee;
+}
+
+const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& record) {
+    static const NamedRow kNone;
+    if (record.category.empty()) return kNone;
+    const auto [place, isNew] = m_categories.try_emplace(record.category);
+    NamedRow& category = place->second;
+    if (!isNew) return category;
+    category.name = ApplyRenamingRules(record.category);
+    if (category.name.empty()) return category;
+    if (m_options.dryRun) {
+        category.id = m_database.FindCategoryId(category.name);
+        if (category.id == kNoRow && m_newNames.insert("C" + category.name).second) {
+            ++m_result.categoriesCreated;
+        }
+        return category;
+    }
+    bool added = false;
+    category.id = m_database.FindOrAddCategory(category.name, &added);
+    m_result.categoriesCreated += added;
+    return category;
+}
+
+void CImportManager::LimitTexts(ImportRecord& record) {
+    if (IsPlain()) return;
+    for (std::string_view* text : {&record.payee, &record.category, &record.memo}) {
+        if (text->size() <= kLongestText) continue;
+        *text = Shortened(*text);
+        m_notes.Add(Kind::Record, record.line,
+                    "A text of this record is longer than " + std::to_string(kLongestText) +
+                        " bytes; its beginning was kept.");
+    }
+}
+
+// --- duplicates
+
+bool CImportManager::LoadStoredLines() {
+    COwnedList<CTransactionEntry> transactions;
+    if (!m_database.ListTransactionsWithStatementIds(m_account.id, transactions)) return false;
+    for (const CTransactionEntry& stored : transactions) {
+        m_stored.try_emplace(
+            stored.fitId,
+            StoredLine{stored.serviceDate,
+                       BalanceEffect(stored.transactionType, stored.amount, m_account.accountType),
+                       false});
+    }
+    return true;
+}
+
+bool CImportManager::IsKnown(ImportRecord& record) {
+    if (record.fitId == 0) return false;
+    if (IsPlain()) return m_stored.find(record.fitId) != m_stored.end();
+    if (record.saidBefore) return true;
+    if (record.ownId != 0 && m_stored.find(record.ownId) != m_stored.end()) return true;
+    const auto found = m_stored.find(record.fitId);
+    if (found != m_stored.end()) {
+        const StoredLine& stored = found->second;
+        const bool same = stored.date == record.date && SameMoney(stored.amount, record.amount);
+        const bool differentLine = record.idShared && (stored.fromThisFile || !same);
+        if (!differentLine) {
+            const bool differs = !SameMoney(stored.amount, record.amount) ||
+                                 (record.dateRead && stored.date != record.date);
+            if (differs && m_notes.Wants(Kind::Differs)) {
+                m_notes.Add(Kind::Differs, record.line,
+                            "The account holds this line already, with another date or amount; "
+                            "it was left as it is.");
+            }
+            return true;
+        }
+        record.fitId = record.ownId;
+    }
+    m_stored[record.fitId] = {record.date, record.amount, true};
+    return false;
+}
+
+// --- entering
+
+bool CImportManager::EnterAll(std::vector<ImportRecord>& records) {
+    const bool loaded = LoadRules() && (IdentifierUse() == Identifiers::None || LoadStoredLines());
+    if (!loaded) return Fail("The account's transactions cannot be read.");
+    if (m_options.dryRun) {
+        TryAll(records);
+        return true;
+    }
+    CLedger ledger(m_database);
+    CLedgerImport import(ledger, m_account.id);
+    switch (import.Begin()) {
+        case LedgerStatus::Ok:
+            break;
+        case LedgerStatus::NoSuchAccount:
+            return Fail("The account does not exist.");
+        default:
+            return FailStored(0);
+    }
+    return EnterBatches(records, import);
+}
+
+void CImportManager::TryAll(std::vector<ImportRecord>& records) {
+    for (ImportRecord& record : records) {
+        LimitTexts(record);
+        if (IsKnown(record)) {
+            ++m_result.duplicates;
+            AddRow(record, RowOutcome::Duplicate);
+        } else if (std::fabs(record.amount) > kLargestAmount) {
+            NoteBadAmount(record);
+            AddRow(record, RowOutcome::Skipped);
+        } else {
+            PayeeOf(record);
+            CategoryOf(record);
+            ++m_result.imported;
+            AddRow(record, RowOutcome::Entered);
+        }
+    }
+}
+
+bool CImportManager::EnterBatches(std::vector<ImportRecord>& records, CLedgerImport& import) {
+    const int64_t total = static_cast<int64_t>(records.size());
+    int64_t done = 0;
+    int64_t committed = 0;
+    // What the last commit made safe, for the report of a failure.
+    int64_t safePayees = 0;
+    int64_t safeCategories = 0;
+    const auto failed = [&] {
+        m_result.payeesCreated = safePayees;
+        m_result.categoriesCreated = safeCategories;
+        return FailStored(import.Committed());
+    };
+    CTransactionEntry entry;
+    for (ImportRecord& record : records) {
+        ++done;
+        LimitTexts(record);
+        if (IsKnown(record)) {
+            ++m_result.duplicates;
+            AddRow(record, RowOutcome::Duplicate);
+            continue;
+        }
+        if (std::fabs(record.amount) > kLargestAmount) {
+            NoteBadAmount(record);
+            AddRow(record, RowOutcome::Skipped);
+            continue;
+        }
+        // Category and payee in the order in which they are created.
+        const NamedRow& category = CategoryOf(record);
+        const NamedRow& payee = PayeeOf(record);
+        if (payee.failed) {
+            if (!IsPlain()) return failed();
+            continue;
+        }
+        entry.id = kNoRow;
+        entry.serviceDate = record.date;
+        entry.electronicPayment = record.electronic;
+        entry.check = record.check;
+        entry.transactionType = TypeForSignedAmount(record.amount, m_account.accountType);
+        entry.payeeId = payee.id;
+        entry.categoryId = category.id;
+        entry.amount = std::fabs(record.amount);
+        entry.fitId = IdentifierUse() == Identifiers::Kept ? record.fitId : 0;
+        entry.memo = record.memo;
+        const LedgerStatus status = import.Enter(entry);
+        if (status == LedgerStatus::BadAmount) {
+            NoteBadAmount(record);
+            AddRow(record, RowOutcome::Skipped);
+            continue;
+        }
+        if (status != LedgerStatus::Ok) return failed();
+        ++m_result.imported;
+        AddRow(record, RowOutcome::Entered);
+        if (import.Committed() == committed) continue;
+        committed = import.Committed();
+        safePayees = m_result.payeesCreated;
+        safeCategories = m_result.categoriesCreated;
+        if (m_options.progress && !m_options.progress(done, total)) {
+            m_result.cancelled = true;
+            break;
+        }
+    }
+    if (!import.Finish()) return failed();
+    if (m_options.progress && !m_result.cancelled) m_options.progress(total, total);
+    return true;
+}
+
+bool CImportManager::FailStored(int64_t committed) {
+    const int64_t wanted = m_result.read;
+    m_result.imported = committed;
+    std::string reason = "The database cannot be written";
+    if (m_database.Database().Problem() == DatabaseProblem::DiskFull) reason = "The disk is full";
+    reason += ": " + std::to_string(committed) + " of " + std::to_string(wanted) +
+              " transactions were entered and stay.";
+    if (committed > 0 || IdentifierUse() == Identifiers::Kept) {
+        reason += IdentifierUse() == Identifiers::Kept
+                      ? " Importing the file again adds the rest without duplicates."
+                      : " Importing the file again would enter these twice.";
+    }
+    return Fail(reason);
+}
+
+void CImportManager::NoteBadAmount(const ImportRecord& record) {
+    m_notes.Add(Kind::Skipped, record.line, "The amount is too large for the ledger; not entered.");
+}
+
+void CImportManager::AddRow(const ImportRecord& record, RowOutcome outcome) {
+    if (!m_options.keepRows) return;
+    ImportRow row;
+    row.line = record.line;
+    row.date = record.date;
+    row.amount = record.amount;
+    row.payee = ApplyRenamingRules(record.payee);
+    row.category = ApplyRenamingRules(record.category);
+    row.memo = std::string(record.memo);
+    row.outcome = outcome;
+    m_result.rows.push_back(std::move(row));
+}
+
+}  // namespace quillon

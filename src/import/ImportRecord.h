@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace quillon {
+
+// One transaction read from a bank file, ready to be entered. Texts are views into the
+// reader's buffer or arena.
+struct ImportRecord {
+    int64_t line = 0;     // where it begins, from 1
+    int64_t date = 0;     // midnight UTC; today when the file gives none that can be read
+    double amount = 0.0;  // signed: negative goes out
+    std::string_view payee;
+    std::string_view category;
+    std::string_view memo;
+    std::string_view electronic;  // "ATM", "EFT", "Transfer" or empty
+    int64_t fitId = 0;            // 0: the file gives no identifier
+    // Identifier of its own when the file uses fitId for lines of different content; 0
+    // unless that was found out.
+    int64_t ownId = 0;
+    int32_t check = 0;
+    bool dateRead = true;     // false: `date` stands in for one that cannot be read
+    bool idShared = false;    // other lines of the file, of different content, have fitId
+    bool saidBefore = false;  // the same line, said again
+};
+
+}  // namespace quillon

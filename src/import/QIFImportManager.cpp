@@ -1,0 +1,98 @@
+#include "import/QIFImportManager.h"
+
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "foundation/platform/Clock.h"
+#include "import/Charset.h"
+
+namespace quillon {
+
+namespace {
+
+constexpr uint8_t kUtf8Mark[] = {0xEF, 0xBB, 0xBF};
+
+}  // namespace
+
+bool CQIFImportManager::ReadRecords(std::vector<ImportRecord>& records) {
+    m_contents = QifContents();
+    if (!(IsPlain() ? ReadPlain() : ReadInferred())) return false;
+    m_result.read = m_contents.read;
+    records = std::move(m_contents.records);
+    return true;
+}
+
+bool CQIFImportManager::ReadPlain() {
+    if (m_text.Open(m_path) != TextFileStatus::Ok || m_text.LineCount() == 0) return Fail();
+    m_result.dialect.dateOrder = m_options.dateOrder.value_or(DateOrder::MonthDayYear);
+    ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder, m_contents);
+    return true;
+}
+
+bool CQIFImportManager::ReadInferred() {
+    std::vector<uint8_t> bytes;
+    if (!LoadFile(bytes)) return false;
+    const CharsetFinding finding = DetectCharset(bytes);
+    if (finding.binary) return Fail("It is not a text file.");
+    m_result.dialect.charset = finding.charset;
+    NoteCharset(finding, m_notes);
+
+    // The reader gets UTF-8 with its mark: accents in the first bytes are text then.
+    const std::string converted = ConvertToUtf8(bytes, finding);
+    const std::span<const uint8_t> behindMark =
+        std::span<const uint8_t>(bytes).subspan(finding.markLength);
+    const size_t size = NeedsConversion(finding) ? converted.size() : behindMark.size();
+    const void* const source = NeedsConversion(finding)
+                                   ? static_cast<const void*>(converted.data())
+                                   : static_cast<const void*>(behindMark.data());
+    auto block = std::make_unique<uint8_t[]>(sizeof kUtf8Mark + size);
+    std::memcpy(block.get(), kUtf8Mark, sizeof kUtf8Mark);
+    if (size > 0) std::memcpy(block.get() + sizeof kUtf8Mark, source, size);
+    bytes = {};
+    const TextFileStatus status =
+        m_text.AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));
+    if (status != TextFileStatus::Ok) return Fail("It cannot be split into lines.");
+
+    ReadInferredQif(m_text, TodayFileTime(), m_options, m_result.dialect, m_notes, m_contents);
+    if (!m_contents.records.empty()) return true;
+    const std::span<const uint8_t> text = m_text.Bytes();
+    return Refuse({reinterpret_cast<const char*>(text.data()), text.size()});
+}
+
+// Nothing to enter: says what the file is instead.
+bool CQIFImportManager::Refuse(std::string_view text) {
+    if (m_contents.skippedInvestments > 0) {
+        return Fail("It holds only investment actions (" +
+                    std::to_string(m_contents.skippedInvestments) +
+                    "): they move shares, not the account's money.");
+    }
+    if (m_contents.registers > 0) return Fail("Its registers hold no transactions.");
+    if (m_contents.hasHeader) {
+        std::string lists;
+        for (const std::string& list : m_contents.lists) {
+            lists += (lists.empty() ? "" : ", ") + list;
+        }
+        if (lists.empty()) return Fail("It holds no register of transactions.");
+        return Fail("It holds only lists (" + lists + ") and no register of transactions.");
+    }
+    if (Contains(text, "<OFX") || Contains(text, "OFXHEADER") || Contains(text, "<STMTTRN")) {
+        return Fail("It is an OFX statement: import it as QFX.");
+    }
+    return Fail("It is not a QIF file: no line begins with \"!Type:\".");
+}
+
+std::string CQIFImportManager::Report() const {
+    const std::string counters =
+        "\n\nTotal transactions in file:   " + std::to_string(m_result.read) +
+        "\nTransactions imported:     " + std::to_string(m_result.imported) +
+        "\nCategories created:          " + std::to_string(m_result.categoriesCreated);
+    if (m_options.dryRun) return "Nothing was entered from '" + PathText() + "'." + counters;
+    return "The QIF data file '" + PathText() + "' was imported successfully." + counters;
+}
+
+std::string CQIFImportManager::FailureMessage() const {
+    return "An error occurred importing the QIF data file '" + PathText() + "'.";
+}
+
+}  // namespace quillon

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "import/ImportManager.h"
+#include "import/QifParser.h"
+
+namespace quillon {
+
+// Enters the transactions of a QIF file into an account. Categories and payees named
+// there are made when missing. The format has no identifiers: importing a file twice
+// enters it twice.
+class CQIFImportManager final : public CImportManager {
+public:
+    using CImportManager::CImportManager;
+
+protected:
+    bool ReadRecords(std::vector<ImportRecord>& records) override;
+    Identifiers IdentifierUse() const override { return Identifiers::None; }
+    std::string Report() const override;
+    std::string FailureMessage() const override;
+
+private:
+    bool ReadPlain();
+    bool ReadInferred();
+    bool Refuse(std::string_view text);
+
+    CReadOnlyTextFileManager m_text{m_files};
+    QifContents m_contents;
+};
+
+}  // namespace quillon

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace quillon {
+
+// Small readers over text in memory; none of them allocates.
+
+// Without blanks, tabs, CR and LF at both ends.
+std::string_view TrimBlanks(std::string_view text);
+inline bool Contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+bool IsDigits(std::string_view text);  // at least one, and nothing else
+bool EqualsAsciiCase(std::string_view a, std::string_view b);
+
+// A decimal number at the start of `text`: blanks, a sign, digits. What follows is
+// left in `rest` (may be null). False: no digit there, or it does not fit 64 bits.
+[[nodiscard]] bool ScanLong(std::string_view text, int64_t& value,
+                            std::string_view* rest = nullptr);
+// The same for a number with decimals or an exponent. False also for one that is not
+// finite.
+[[nodiscard]] bool ScanDouble(std::string_view text, double& value,
+                              std::string_view* rest = nullptr);
+
+// Keeps texts made while reading a file for as long as the views into them are used.
+// A million of them cost a few large blocks.
+class CTextArena {
+public:
+    // A copy of `text`; valid as long as the arena.
+    std::string_view Keep(std::string_view text);
+
+private:
+    static constexpr size_t kBlock = 256 * 1024;
+    std::vector<std::unique_ptr<char[]>> m_blocks;
+    char* m_free = nullptr;
+    size_t m_left = 0;
+};
+
+}  // namespace quillon
