@@ -139,7 +139,8 @@ public:
             }
             if (m_reader.Overrun() || m_written > m_expectedSize) return false;
         }
-        if (m_reader.Overrun() || m_written != m_expectedSize) return false;
+        // No overrun here: an end code closes with a one, and missing bits read as zeros.
+        if (m_written != m_expectedSize) return false;
         m_out.resize(m_written);
         return true;
     }
