@@ -137,8 +137,9 @@ bool IsDatabaseFileName(std::string_view name) {
 }
 
 bool BelongsToDatabaseFolder(std::string_view name) {
-    constexpr std::string_view kTemporary = ".new";
-    if (name.ends_with(kTemporary)) name.remove_suffix(kTemporary.size());
+    for (const std::string_view temporary : {".new", "_tmp"}) {
+        if (name.ends_with(temporary)) name.remove_suffix(temporary.size());
+    }
     return IsDatabaseFileName(name) || name == kDatabaseLockName || name == kRestoreMarkName ||
            name.starts_with("Journal.");
 }

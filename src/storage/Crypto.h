@@ -18,7 +18,8 @@ namespace quillon {
 [[nodiscard]] bool InitialiseCrypto();
 
 // Fills `bytes` from the library's strong generator, fit for nonces, salts and keys.
-[[nodiscard]] bool RandomBytes(std::span<uint8_t> bytes);
+// False only where InitialiseCrypto is.
+bool RandomBytes(std::span<uint8_t> bytes);
 
 // 32 lower-case hexadecimal digits of the MD5 digest of `text`; empty on failure.
 std::string Md5Hex(std::string_view text);

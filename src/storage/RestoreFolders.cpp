@@ -168,15 +168,7 @@ RestoreCode CFolderReplacement::Check(bool overwrite) {
 }
 
 RestoreCode CFolderReplacement::Begin(bool overwrite) {
-    switch (RecoverInterruptedRestore(m_files, m_target)) {
-        case RecoveryResult::InUse:
-            return RestoreCode::InUse;
-        case RecoveryResult::Failed:
-            return Fail(RestoreCode::WriteFailed, m_target);
-        case RecoveryResult::NothingToDo:
-        case RecoveryResult::Recovered:
-            break;
-    }
+    if (!RecoverInterruptedRestore(m_files, m_target)) return FailedChange(m_target);
     for (const std::string& needed : {m_incoming, m_outgoing}) {
         if (m_files.FolderExists(needed) || m_files.Exists(needed)) {
             return Fail(RestoreCode::InTheWay, needed);
@@ -260,16 +252,17 @@ public:
         return IncomingIsOurs() || OutgoingIsOurs() || m_files.Exists(MarkPath(m_target));
     }
 
-    RecoveryResult Run() {
+    bool Run() {
         // Whoever restores or has the database open holds one of these.
         if (!LockIf(m_files.FolderExists(m_target), m_target, m_targetLock) ||
             !LockIf(IncomingIsOurs(), m_incoming, m_incomingLock) ||
             !LockIf(OutgoingIsOurs(), m_outgoing, m_outgoingLock)) {
-            return m_files.LastError() == FileError::Locked ? RecoveryResult::InUse
-                                                            : RecoveryResult::Failed;
+            return false;
         }
         const bool isWhole = m_targetLock && ContentsOf(m_files, m_target) != Contents::Nothing;
-        return isWhole ? ClearAway() : BringBack();
+        if (!isWhole) return BringBack();
+        ClearAway();
+        return true;
     }
 
 private:
@@ -278,42 +271,36 @@ private:
 
     // The target is whole; what is beside it may be superseded. Whatever cannot be
     // removed now does no harm.
-    RecoveryResult ClearAway() {
-        const std::string mark = ReadMark(m_files, m_target);
+    void ClearAway() {
         // A restored folder stays marked until the old one is gone. Without the mark
         // somebody put a database here after the stop: then nothing is ours to remove.
         if (m_outgoingLock) {
-            if (mark != kComplete) return RecoveryResult::NothingToDo;
+            if (ReadMark(m_files, m_target) != kComplete) return;
             if (!RemoveOurFolder(m_files, m_outgoing, std::move(m_outgoingLock)) ||
                 !m_files.SyncFolder(ParentOf(m_target))) {
-                return RecoveryResult::NothingToDo;
+                return;
             }
         }
-        const bool had = m_incomingLock || !mark.empty();
         // A mark that was not finished goes first: only the sibling tells of it.
         (void)RemoveIfThere(m_files, MarkPath(m_target) + ".new");
         if (m_incomingLock) (void)RemoveOurFolder(m_files, m_incoming, std::move(m_incomingLock));
         (void)RemoveMark(m_files, m_target);
-        return had ? RecoveryResult::Recovered : RecoveryResult::NothingToDo;
     }
 
     // There is no target: forwards when the new folder is whole, else back.
-    RecoveryResult BringBack() {
+    bool BringBack() {
         if (m_incomingLock && ReadMark(m_files, m_incoming) == kComplete) {
-            if (!PutInPlace(m_incoming, m_incomingLock)) return RecoveryResult::Failed;
-            (void)ClearAway();
-            return RecoveryResult::Recovered;
+            if (!PutInPlace(m_incoming, m_incomingLock)) return false;
+            ClearAway();
+            return true;
         }
-        bool recovered = false;
-        if (m_outgoingLock && ReadMark(m_files, m_outgoing) == kOutgoing) {
-            if (!PutInPlace(m_outgoing, m_outgoingLock)) return RecoveryResult::Failed;
-            recovered = true;
+        if (m_outgoingLock && ReadMark(m_files, m_outgoing) == kOutgoing &&
+            !PutInPlace(m_outgoing, m_outgoingLock)) {
+            return false;
         }
-        if (m_incomingLock) {
-            recovered |= RemoveOurFolder(m_files, m_incoming, std::move(m_incomingLock));
-        }
+        if (m_incomingLock) (void)RemoveOurFolder(m_files, m_incoming, std::move(m_incomingLock));
         if (m_targetLock) (void)RemoveMark(m_files, m_target);
-        return recovered ? RecoveryResult::Recovered : RecoveryResult::NothingToDo;
+        return true;
     }
 
     // `lock` becomes the target's.
@@ -342,12 +329,12 @@ private:
 
 }  // namespace
 
-RecoveryResult RecoverInterruptedRestore(CFileSystem& files, const std::string& folder) {
+bool RecoverInterruptedRestore(CFileSystem& files, const std::string& folder) {
     const std::string target = WithoutTrailingSeparators(folder);
     const std::string name = FileNameOf(target);
-    if (name.empty() || name == "." || name == "..") return RecoveryResult::NothingToDo;
+    if (name.empty() || name == "." || name == "..") return true;
     CRecovery recovery(files, target);
-    return recovery.IsNeeded() ? recovery.Run() : RecoveryResult::NothingToDo;
+    return !recovery.IsNeeded() || recovery.Run();
 }
 
 }  // namespace quillon

@@ -27,7 +27,7 @@
 namespace quillon {
 
 //
-//   Errors     RestoreCode and RecoveryResult. Nothing here throws but std::bad_alloc.
+//   Errors     RestoreCode and false. Nothing here throws but std::bad_alloc.
 //   Ownership  Borrows the file system, which must outlive the object.
 class CFolderReplacement {
 public:
@@ -69,17 +69,11 @@ private:
     std::string m_detail;
 };
 
-enum class RecoveryResult {
-    NothingToDo,
-    Recovered,
-    InUse,   // a restore is going on, or the database is open
-    Failed,  // a name could not be changed; both folders are as they were
-};
-
 // Brings a folder whose restore was stopped to the old or the new database, whole, and
 // removes what is left beside it. Call before the folder is opened and locked; costs
-// three look-ups when there is nothing to do.
-[[nodiscard]] RecoveryResult RecoverInterruptedRestore(CFileSystem& files,
-                                                       const std::string& folder);
+// three look-ups when there is nothing to do. False: a lock is held (LastError() is
+// Locked; a restore is going on or the database is open), or a name could not be
+// changed, and both folders are as they were.
+[[nodiscard]] bool RecoverInterruptedRestore(CFileSystem& files, const std::string& folder);
 
 }  // namespace quillon

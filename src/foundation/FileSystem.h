@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+// The one seam between the program's files and the machine. The platform's file
+// system is the usual one; the record store puts its journal in between, and
+// tests put a disk in memory or a failing one there.
+//
+//   Paths      UTF-8; both separators are understood on Windows.
+//   Errors     false, null or -1. Nothing here throws. LastError() tells the
+//              kind of the calling thread's last failure.
+//   Ownership  A file belongs to its holder and closes on destruction; it must
+//              not outlive its file system.
+
+enum class FileError { None, NotFound, NoPermission, NoSpace, Locked, NotEmpty, Other };
+
+class CFile {
+public:
+    virtual ~CFile() = default;
+
+    // Bytes read, which is less than asked for only at the end of the file; -1 on failure.
+    virtual int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes) = 0;
+    // All or failure; writing past the end fills the gap with zeros.
+    [[nodiscard]] virtual bool WriteAt(int64_t offset, std::span<const uint8_t> bytes) = 0;
+    [[nodiscard]] virtual bool SetSize(int64_t size) = 0;
+    // Size in bytes; -1 on failure.
+    virtual int64_t Size() = 0;
+    // The contents are on the medium when this returns true.
+    [[nodiscard]] virtual bool Sync() = 0;
+};
+
+// Holding one keeps every other process and every other handle out.
+class CFileLock {
+public:
+    virtual ~CFileLock() = default;
+};
+
+enum class OpenMode {
+    Read,       // existing file, reading
+    ReadWrite,  // existing file, reading and writing
+    Create,     // new or emptied file, reading and writing
+};
+
+class CFileSystem {
+public:
+    virtual ~CFileSystem() = default;
+
+    // Null when the file cannot be opened that way.
+    virtual std::unique_ptr<CFile> Open(const std::string& path, OpenMode mode) = 0;
+    // A file of that name (not a folder).
+    virtual bool Exists(const std::string& path) = 0;
+    virtual bool FolderExists(const std::string& path) = 0;
+    // True when the file is gone afterwards and was there before.
+    [[nodiscard]] virtual bool Remove(const std::string& path) = 0;
+    // Replaces `to` when it exists.
+    [[nodiscard]] virtual bool Rename(const std::string& from, const std::string& to) = 0;
+    // Names (without folder) of the files and folders in `folder`, in no order.
+    virtual bool List(const std::string& folder, std::vector<std::string>& names) = 0;
+    // Makes the folder and what is missing above it; true when it is there already.
+    [[nodiscard]] virtual bool MakeFolder(const std::string& path) = 0;
+    // An empty folder.
+    [[nodiscard]] virtual bool RemoveFolder(const std::string& path) = 0;
+    // Names created, removed and renamed in `folder` are on the medium afterwards.
+    [[nodiscard]] virtual bool SyncFolder(const std::string& folder) = 0;
+    // Makes the file when it is missing. Null when another holds it (LastError() Locked)
+    // or it cannot be made. Never waits.
+    virtual std::unique_ptr<CFileLock> Lock(const std::string& path) = 0;
+    // Last write time as a file time (100 ns since 1601 UTC); 0 when unknown.
+    virtual int64_t ModificationTime(const std::string& path) = 0;
+    virtual FileError LastError() = 0;
+};
+
+// The machine's own files.
+CFileSystem& PlatformFileSystem();
+
+// Whole-file helpers over any file system.
+[[nodiscard]] bool ReadWholeFile(CFileSystem& files, const std::string& path,
+                                 std::vector<uint8_t>& bytes);
+// Writes a new file, or empties and writes an old one; synced when asked.
+[[nodiscard]] bool WriteWholeFile(CFileSystem& files, const std::string& path,
+                                  std::span<const uint8_t> bytes, bool sync = false);
+// Writes `path` + ".new", syncs it and renames it over `path`: the old contents or the new.
+[[nodiscard]] bool ReplaceWholeFile(CFileSystem& files, const std::string& path,
+                                    std::span<const uint8_t> bytes);
+
+// Path helpers. Both "/" and "\" count as separators on Windows, "/" alone elsewhere.
+char PathSeparator();
+bool IsPathSeparator(char character);
+// `folder` with a separator at its end; "" stays "".
+std::string WithTrailingSeparator(std::string folder);
+// "a/b/c.dat" -> "a/b/" and "c.dat".
+std::string FolderOf(const std::string& path);
+std::string FileNameOf(const std::string& path);
+// Inserts `suffix` in front of the file name's last dot; "" when the name has no dot.
+std::string WithSuffix(const std::string& path, const std::string& suffix);
+
+}  // namespace quillon

@@ -1,0 +1,584 @@
+#include "storage/DatabaseManager.h"
+
+#include <algorithm>
+#include <new>
+#include <utility>
+
+#include "foundation/ByteCodec.h"
+#include "foundation/platform/Clock.h"
+#include "storage/BackupRestore.h"
+#include "storage/Crypto.h"
+#include "storage/SchemaFile.h"
+
+namespace quillon {
+namespace {
+
+// Out of memory is a failure like any other at the engine's door.
+template <typename Call>
+bool Guarded(Call call) {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+uint64_t NewDatabaseId() {
+    std::vector<uint8_t> bytes(8);
+    do {
+        RandomBytes(bytes);
+    } while (LoadLE<uint64_t>(bytes, 0) == 0);
+    return LoadLE<uint64_t>(bytes, 0);
+}
+
+}  // namespace
+
+CDatabaseManager::CDatabaseManager(CFileSystem& files) : m_baseFiles(files), m_journal(files) {}
+
+CDatabaseManager::~CDatabaseManager() {
+    (void)Close();
+}
+
+bool CDatabaseManager::Fail(DatabaseProblem problem, const std::string& detail) {
+    m_problem = problem;
+    m_problemDetail = detail;
+    return false;
+}
+
+bool CDatabaseManager::FailFromFileError(DatabaseProblem fallback, const std::string& detail) {
+    switch (m_baseFiles.LastError()) {
+        case FileError::NoPermission:
+            return Fail(DatabaseProblem::NoPermission, detail);
+        case FileError::NoSpace:
+            return Fail(DatabaseProblem::DiskFull, detail);
+        case FileError::Locked:
+            return Fail(DatabaseProblem::InUse, detail);
+        default:
+            return Fail(fallback, detail);
+    }
+}
+
+bool CDatabaseManager::FailFromDamage(const std::string& path) {
+    struct Known {
+        const char* signature;
+        int32_t newest;
+    };
+    constexpr Known kKnown[] = {{"Database", 1}, {"TableDefinition", 1}, {"Dictionary", 1},
+                                {"Data", 2},     {"Index", 1},           {"Journal", 1}};
+    std::vector<uint8_t> head(54);
+    const std::unique_ptr<CFile> file = m_baseFiles.Open(path, OpenMode::Read);
+    if (!file && m_baseFiles.LastError() == FileError::NoPermission) {
+        return Fail(DatabaseProblem::NoPermission, path);
+    }
+    if (file && file->ReadAt(0, head) == 54) {
+        for (const Known& known : kKnown) {
+            if (HasSignature(head, known.signature) && LoadLE<int32_t>(head, 50) > known.newest) {
+                return Fail(DatabaseProblem::NewerVersion, path);
+            }
+        }
+    }
+    return Fail(DatabaseProblem::DamagedFile, path);
+}
+
+bool CDatabaseManager::FolderHoldsDatabase(CFileSystem& files, const std::string& folder) {
+    return files.Exists(WithTrailingSeparator(folder) + "DatabaseSchema_blobdict.dat");
+}
+
+bool CDatabaseManager::Open(const std::string& folder) {
+    const CLockScope lock(m_lock);
+    (void)Close();
+    m_problem = DatabaseProblem::None;
+    m_problemDetail.clear();
+    if (folder.empty()) return Fail(DatabaseProblem::NoPath, {});
+    m_folder = WithTrailingSeparator(folder);
+    const bool opened = Guarded([&] { return OpenLocked(); });
+    if (!opened) {
+        if (m_problem == DatabaseProblem::None) (void)Fail(DatabaseProblem::ReadFailed, m_folder);
+        CloseStores();
+        (void)m_journal.Detach();
+        m_folderLock.reset();
+        m_folder.clear();
+    }
+    m_open = opened;
+    return opened;
+}
+
+bool CDatabaseManager::OpenLocked() {
+    if (!RecoverInterruptedRestore(m_baseFiles, m_folder)) {
+        return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
+    }
+    if (!m_baseFiles.FolderExists(m_folder) && !m_baseFiles.MakeFolder(m_folder)) {
+        return FailFromFileError(DatabaseProblem::FolderMissing, m_folder);
+    }
+    m_folderLock = m_baseFiles.Lock(m_folder + DatabaseIdentity::kFileName);
+    if (!m_folderLock) {
+        return FailFromFileError(DatabaseProblem::WriteFailed,
+                                 m_folder + DatabaseIdentity::kFileName);
+    }
+    if (!AttachJournal()) return false;
+    RemoveLeftovers();
+
+    // A new database's first files are one commit, and so is what opening repairs.
+    if (InBracket([&] { return OpenStores(); })) return true;
+    if (m_problem == DatabaseProblem::None) {
+        return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
+    }
+    return false;
+}
+
+bool CDatabaseManager::AttachJournal() {
+    const std::string lockPath = m_folder + DatabaseIdentity::kFileName;
+    std::vector<uint8_t> bytes;
+    DatabaseIdentity identity;
+    if (!ReadWholeFile(m_baseFiles, lockPath, bytes)) {
+        return FailFromFileError(DatabaseProblem::ReadFailed, lockPath);
+    }
+    const bool isNew = bytes.empty();
+    bool known = DatabaseIdentity::Decode(bytes, identity);
+    if (isNew) {
+        identity.id = NewDatabaseId();
+        known = WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true) &&
+                m_baseFiles.SyncFolder(m_folder);
+        if (!known) return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
+    }
+    switch (m_journal.Attach(m_folder, known ? identity.id : 0)) {
+        case CJournal::AttachResult::Ok:
+            break;
+        case CJournal::AttachResult::Damaged:
+            return Fail(DatabaseProblem::DamagedJournal, m_journal.SetAsidePath());
+        case CJournal::AttachResult::NewerVersion:
+            return Fail(DatabaseProblem::NewerVersion, m_folder + kJournalName);
+        case CJournal::AttachResult::Failed:
+            return FailFromFileError(DatabaseProblem::WriteFailed, m_folder + kJournalName);
+    }
+    if (known) return true;
+    // The name in the lock file was damaged; the journal still knew it.
+    identity.id = m_journal.DatabaseId();
+    if (WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true)) return true;
+    return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
+}
+
+// Copies that a compaction or conversion had not finished.
+void CDatabaseManager::RemoveLeftovers() {
+    std::vector<std::string> names;
+    if (!m_baseFiles.List(m_folder, names)) return;
+    for (const std::string& name : names) {
+        if (name.ends_with(".dat_tmp")) (void)m_baseFiles.Remove(m_folder + name);
+    }
+}
+
+bool CDatabaseManager::OpenStores() {
+    const std::string schemaPath = m_folder + DatabaseSchema::kFileName;
+    DatabaseSchema schema;
+    if (m_journal.Exists(schemaPath)) {
+        std::vector<uint8_t> bytes;
+        if (!ReadWholeFile(m_journal, schemaPath, bytes)) {
+            return FailFromFileError(DatabaseProblem::ReadFailed, schemaPath);
+        }
+        switch (DatabaseSchema::Decode(bytes, schema)) {
+            case DatabaseSchema::DecodeResult::Ok:
+                break;
+            case DatabaseSchema::DecodeResult::NewerVersion:
+                return Fail(DatabaseProblem::NewerVersion, schemaPath);
+            case DatabaseSchema::DecodeResult::NotASchema:
+                return Fail(DatabaseProblem::NotADatabase, schemaPath);
+            case DatabaseSchema::DecodeResult::Damaged:
+                return Fail(DatabaseProblem::DamagedFile, schemaPath);
+        }
+    } else if (m_journal.Exists(m_folder + "DatabaseSchema_blobdict.dat")) {
+        // Tables without the list of them would look like an empty ledger.
+        return Fail(DatabaseProblem::DamagedFile, schemaPath);
+    }
+    m_nextTableNumber = schema.nextTableNumber;
+    for (const DatabaseSchema::Table& table : schema.tables) {
+        if (!OpenTable(table.number, table.name)) return false;
+    }
+    m_blobs = std::make_unique<CBlobManager>(m_journal);
+    m_blobs->SetBasePath(schemaPath);
+    if (!m_blobs->Open()) return FailFromDamage(m_folder + "DatabaseSchema_blobdict.dat");
+    return m_journal.Exists(schemaPath) || SaveSchema();
+}
+
+bool CDatabaseManager::OpenTable(int32_t number, const std::string& name) {
+    auto table = std::make_unique<CTableManager>(m_journal, m_folder, number);
+    if (!table->Create(name)) return false;
+    if (!table->Open()) return FailFromDamage(table->FailedFile());
+    m_tables.push_back(std::move(table));
+    return true;
+}
+
+void CDatabaseManager::CloseStores() {
+    m_rowTable = nullptr;
+    // The stores' last headers are one commit; when it fails they are rebuilt on opening.
+    CBracketScope bracket(m_journal);
+    for (const auto& table : m_tables) table->Close();
+    if (m_blobs) m_blobs->Close();
+    if (bracket.Begun()) (void)bracket.Commit();
+    m_tables.clear();
+    m_blobs.reset();
+}
+
+bool CDatabaseManager::Close() {
+    const CLockScope lock(m_lock);
+    if (!m_open) return false;
+    while (m_journal.InBracket()) RollbackBatch();
+    const bool flushed = Flush();
+    CloseStores();
+    const bool emptied = m_journal.Detach();
+    m_folderLock.reset();
+    m_folder.clear();
+    m_open = false;
+    m_flushTimer = {};
+    m_removeDeletedTimer = {};
+    return flushed && emptied;
+}
+
+// --- brackets
+
+bool CDatabaseManager::BeginBatch() {
+    const CLockScope lock(m_lock);
+    if (!m_journal.IsAttached()) return false;
+    if (m_journal.BeginBracket()) return true;
+    NoteBracketFailure();
+    return false;
+}
+
+bool CDatabaseManager::CommitBatch() {
+    const CLockScope lock(m_lock);
+    if (!m_journal.IsAttached()) return false;
+    const bool committed = Guarded([&] { return m_journal.CommitBracket(); });
+    if (!committed) NoteBracketFailure();
+    ReloadIfStale();
+    return committed;
+}
+
+void CDatabaseManager::RollbackBatch() {
+    const CLockScope lock(m_lock);
+    m_journal.RollbackBracket();
+    ReloadIfStale();
+}
+
+void CDatabaseManager::NoteBracketFailure() {
+    switch (m_journal.FailureKind()) {
+        case FileError::NoSpace:
+            (void)Fail(DatabaseProblem::DiskFull, m_folder);
+            break;
+        case FileError::NoPermission:
+            (void)Fail(DatabaseProblem::NoPermission, m_folder);
+            break;
+        default:
+            (void)Fail(DatabaseProblem::WriteFailed, m_folder);
+            break;
+    }
+}
+
+bool CDatabaseManager::InBracket(const std::function<bool()>& change) {
+    if (!BeginBatch()) return false;
+    const bool changed = Guarded(change);
+    if (!changed) {
+        RollbackBatch();
+        return false;
+    }
+    return CommitBatch();
+}
+
+void CDatabaseManager::ReloadIfStale() {
+    if (m_journal.InBracket() || !std::exchange(m_schemaParticipant.stale, false)) return;
+    m_rowTable = nullptr;
+    m_tables.clear();
+    m_blobs.reset();
+    if (!Guarded([&] { return OpenStores(); })) m_tables.clear();
+}
+
+void CDatabaseManager::NoteSchemaChange() {
+    m_journal.Join(m_schemaParticipant);
+    m_schemaChangeTime = NowFileTime();
+}
+
+// --- schema
+
+CTableManager* CDatabaseManager::FindTable(std::string_view name) {
+    const CLockScope lock(m_lock);
+    for (const auto& table : m_tables) {
+        if (table->Name().View() == name) return table.get();
+    }
+    return nullptr;
+}
+
+bool CDatabaseManager::SaveSchema() {
+    DatabaseSchema schema;
+    schema.nextTableNumber = m_nextTableNumber;
+    for (const auto& table : m_tables) {
+        schema.tables.push_back(
+            {table->Number(), table->Name().ToUtf8(), FileNameOf(table->DefinitionPath())});
+    }
+    return WriteWholeFile(m_journal, m_folder + DatabaseSchema::kFileName, schema.Encode());
+}
+
+CTableManager* CDatabaseManager::CreateTable(std::string_view name) {
+    const CLockScope lock(m_lock);
+    if (!m_open || name.empty() || name.size() >= DatabaseSchema::kNameSize || FindTable(name)) {
+        return nullptr;
+    }
+    const bool created = InBracket([&] {
+        NoteSchemaChange();
+        auto table = std::make_unique<CTableManager>(m_journal, m_folder, m_nextTableNumber);
+        if (!table->Create(name)) return false;
+        ++m_nextTableNumber;
+        m_tables.push_back(std::move(table));
+        return SaveSchema();
+    });
+    return created ? FindTable(name) : nullptr;
+}
+
+bool CDatabaseManager::AddColumn(std::string_view table, std::string_view column, ColumnType type,
+                                 bool indexed, bool indexAttribute) {
+    const CLockScope lock(m_lock);
+    CTableManager* target = FindTable(table);
+    if (!target) return false;
+    return InBracket([&] {
+        NoteSchemaChange();
+        return target->AddColumn(column, type, indexed, indexAttribute);
+    });
+}
+
+bool CDatabaseManager::HasColumn(std::string_view table, std::string_view column) {
+    const CLockScope lock(m_lock);
+    const CTableManager* target = FindTable(table);
+    return target && target->FindColumn(column);
+}
+
+bool CDatabaseManager::RemoveColumn(std::string_view table, std::string_view column) {
+    const CLockScope lock(m_lock);
+    CTableManager* target = FindTable(table);
+    if (!target || !target->FindColumn(column)) return false;
+    const bool removed = InBracket([&] {
+        NoteSchemaChange();
+        return target->RemoveColumn(column);
+    });
+    // The texts of the column are gone from the rows; their room goes now, unless a
+    // bracket around this one may still bring them back.
+    if (removed && !m_journal.InBracket()) (void)FindTable(table)->RemoveDeleted();
+    return removed;
+}
+
+bool CDatabaseManager::RemoveTable(std::string_view name) {
+    const CLockScope lock(m_lock);
+    const auto found = std::find_if(m_tables.begin(), m_tables.end(), [&](const auto& table) {
+        return table->Name().View() == name;
+    });
+    if (found == m_tables.end()) return false;
+    m_rowTable = nullptr;
+    return InBracket([&] {
+        NoteSchemaChange();
+        if (!(*found)->DeleteFiles()) return false;
+        m_tables.erase(found);
+        return SaveSchema();
+    });
+}
+
+// --- rows
+
+bool CDatabaseManager::BeginRow(std::string_view table) {
+    const CLockScope lock(m_lock);
+    m_rowTable = FindTable(table);
+    m_row.Reset();
+    m_rowFailed = false;
+    return m_rowTable != nullptr;
+}
+
+bool CDatabaseManager::BeginRowUpdate(std::string_view table, int64_t rowId) {
+    if (!BeginRow(table)) return false;
+    if (!m_rowTable->RowExists(rowId)) {
+        AbandonRow();
+        return false;
+    }
+    m_row.SetRowId(rowId);
+    return true;
+}
+
+CTableRowUpdateInfoValue* CDatabaseManager::RowValue(std::string_view column, ColumnType type) {
+    const CTableColumn* found = m_rowTable ? m_rowTable->FindColumn(column) : nullptr;
+    if (!found || found->type != type) {
+        m_rowFailed = true;
+        return nullptr;
+    }
+    return &m_row.Set(found->id, type);
+}
+
+bool CDatabaseManager::SetText(std::string_view column, const CKeelString& value) {
+    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Text);
+    if (target) target->text = value;
+    return target != nullptr;
+}
+
+bool CDatabaseManager::SetBoolean(std::string_view column, bool value) {
+    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Boolean);
+    if (target) target->boolean = value;
+    return target != nullptr;
+}
+
+bool CDatabaseManager::SetInt32(std::string_view column, int32_t value) {
+    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Int32);
+    if (target) target->int32 = value;
+    return target != nullptr;
+}
+
+bool CDatabaseManager::SetInt64(std::string_view column, int64_t value) {
+    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Int64);
+    if (target) target->int64 = value;
+    return target != nullptr;
+}
+
+bool CDatabaseManager::SetDouble(std::string_view column, double value) {
+    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Double);
+    if (target) target->number = value;
+    return target != nullptr;
+}
+
+bool CDatabaseManager::SetDateTime(std::string_view column, int64_t value) {
+    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::DateTime);
+    if (target) target->dateTime = value;
+    return target != nullptr;
+}
+
+void CDatabaseManager::AbandonRow() {
+    m_rowTable = nullptr;
+    m_row.Reset();
+}
+
+int64_t CDatabaseManager::CommitRow() {
+    const CLockScope lock(m_lock);
+    CTableManager* table = std::exchange(m_rowTable, nullptr);
+    if (!table || m_rowFailed) return -1;
+    int64_t rowId = m_row.RowId();
+    const bool committed = InBracket([&] {
+        if (rowId != CTableRowUpdateInfo::kNewRow) return table->UpdateRow(m_row);
+        rowId = table->AddRow(m_row);
+        return rowId >= 0;
+    });
+    return committed ? rowId : -1;
+}
+
+bool CDatabaseManager::DeleteRow(std::string_view table, int64_t rowId) {
+    const CLockScope lock(m_lock);
+    CTableManager* target = FindTable(table);
+    if (!target || !target->RowExists(rowId)) return false;
+    return InBracket([&] { return target->DeleteRow(rowId); });
+}
+
+// --- BLOBs
+
+int64_t CDatabaseManager::AddBlob(std::span<const uint8_t> bytes) {
+    const CLockScope lock(m_lock);
+    int64_t id = -1;
+    const bool added = m_blobs && InBracket([&] {
+                           id = m_blobs->Add(bytes);
+                           return id >= 0;
+                       });
+    return added ? id : -1;
+}
+
+bool CDatabaseManager::ReadBlob(int64_t id, std::vector<uint8_t>& bytes) {
+    const CLockScope lock(m_lock);
+    return m_blobs && Guarded([&] { return m_blobs->Read(id, bytes); });
+}
+
+bool CDatabaseManager::ReplaceBlob(int64_t id, std::span<const uint8_t> bytes) {
+    const CLockScope lock(m_lock);
+    return m_blobs && InBracket([&] { return m_blobs->Replace(id, bytes); });
+}
+
+bool CDatabaseManager::DeleteBlob(int64_t id) {
+    const CLockScope lock(m_lock);
+    return m_blobs && InBracket([&] { return m_blobs->Delete(id); });
+}
+
+// --- upkeep
+
+bool CDatabaseManager::WriteStoreStates() {
+    for (const auto& table : m_tables) {
+        if (!table->Flush()) return false;
+    }
+    return m_blobs->Flush();
+}
+
+bool CDatabaseManager::Flush() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    if (!InBracket([&] { return WriteStoreStates(); })) return false;
+    if (m_journal.Checkpoint()) return true;
+    return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
+}
+
+bool CDatabaseManager::RemoveDeleted() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    return Guarded([&] {
+        for (const auto& table : m_tables) {
+            if (table->NeedsCompaction() && !table->RemoveDeleted()) return false;
+        }
+        return m_blobs->Compact();
+    });
+}
+
+bool CDatabaseManager::RebuildIndexes() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    const bool rebuilt = InBracket([&] {
+        return std::all_of(m_tables.begin(), m_tables.end(),
+                           [](const auto& table) { return table->RebuildIndexes(); });
+    });
+    return rebuilt && Flush();
+}
+
+IntegrityCode CDatabaseManager::Verify(std::vector<TableIntegrity>& tables) {
+    const CLockScope lock(m_lock);
+    tables.clear();
+    if (!m_open) return IntegrityCode::General;
+    IntegrityCode first = IntegrityCode::Ok;
+    for (const auto& table : m_tables) {
+        TableIntegrity result;
+        result.table = table->Name().ToUtf8();
+        result.rows = table->RowCount();
+        result.code = IntegrityCode::General;
+        (void)Guarded([&] {
+            result.code = table->Verify(result.detail);
+            return true;
+        });
+        if (first == IntegrityCode::Ok) first = result.code;
+        tables.push_back(std::move(result));
+    }
+    return first;
+}
+
+bool CDatabaseManager::ListFiles(std::vector<std::string>& names) {
+    const CLockScope lock(m_lock);
+    names.clear();
+    if (!m_open) return false;
+    for (const char* name : {"DatabaseSchema.dat", "DatabaseSchema_blobdict.dat",
+                             "DatabaseSchema_blobdata.dat", "DatabaseSchema_blobdata_del.dat"}) {
+        if (m_journal.Exists(m_folder + name)) names.emplace_back(name);
+    }
+    for (const auto& table : m_tables) table->ListFiles(names);
+    std::sort(names.begin(), names.end());
+    return true;
+}
+
+// --- timers
+
+bool CDatabaseManager::CTimer::Expired(int64_t now, int64_t period) {
+    if (due < 0) due = now + period;
+    if (now < due) return false;
+    due = now + period;
+    return std::exchange(armed, true);
+}
+
+void CDatabaseManager::RunTimers(int64_t nowMs) {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return;
+    if (m_flushTimer.Expired(nowMs, kFlushPeriodMs)) (void)Flush();
+    if (m_removeDeletedTimer.Expired(nowMs, kRemoveDeletedPeriodMs)) (void)RemoveDeleted();
+}
+
+}  // namespace quillon

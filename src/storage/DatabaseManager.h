@@ -1,0 +1,219 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/FileSystem.h"
+#include "foundation/KeelString.h"
+#include "foundation/ReentrantLock.h"
+#include "storage/BlobManager.h"
+#include "storage/IntegrityCode.h"
+#include "storage/Journal.h"
+#include "storage/TableManager.h"
+
+namespace quillon {
+
+// Why a database did not open, or stopped taking changes.
+enum class DatabaseProblem {
+    None,
+    NoPath,         // no folder was given
+    FolderMissing,  // the folder is not there and cannot be made
+    NoPermission,
+    InUse,           // another program holds the folder
+    NotADatabase,    // the schema file is not one of ours
+    NewerVersion,    // written by a newer version of the program
+    DamagedFile,     // a file cannot be read as what it should be
+    DamagedJournal,  // the journal holds a broken group with valid ones behind it
+    DiskFull,
+    ReadFailed,
+    WriteFailed,
+};
+
+struct TableIntegrity {
+    std::string table;
+    int64_t rows = 0;
+    IntegrityCode code = IntegrityCode::Ok;
+    std::string detail;  // what and where; empty when the code is Ok
+};
+
+// The record store as a whole: one folder with a schema file, the files of every
+// table and one BLOB store.
+//
+//   Promise    A change that returned success is on disk; a bracket is all or
+//              nothing. See docs/architecture.md.
+//   Errors     false, -1, null or empty; Problem() and ProblemDetail() tell why.
+//              Nothing here throws, logs or prompts.
+//   Ownership  Owns its tables and stores; pointers to tables live until Close
+//              or a failed bracket's roll back.
+//   Threads    Each public call holds the manager's own CReentrantLock; the
+//              timers run where the host calls them.
+class CDatabaseManager {
+public:
+    explicit CDatabaseManager(CFileSystem& files = PlatformFileSystem());
+    ~CDatabaseManager();
+    CDatabaseManager(const CDatabaseManager&) = delete;
+    CDatabaseManager& operator=(const CDatabaseManager&) = delete;
+
+    // --- folder
+    // Opens the database in `folder`, making folder and schema file when missing.
+    // Takes the folder's lock; replays the journal first.
+    [[nodiscard]] bool Open(const std::string& folder);
+    bool IsOpen() const { return m_open; }
+    // Flushes and closes every file. False: something could not be written (the journal
+    // still holds it, and the next Open brings it in).
+    bool Close();
+    // With a separator at its end; empty when closed.
+    const std::string& Folder() const { return m_folder; }
+    static bool FolderHoldsDatabase(CFileSystem& files, const std::string& folder);
+    DatabaseProblem Problem() const { return m_problem; }
+    // File concerned, or empty.
+    const std::string& ProblemDetail() const { return m_problemDetail; }
+    // Set when Open kept a damaged journal aside.
+    const std::string& SetAsideJournal() const { return m_journal.SetAsidePath(); }
+
+    // --- schema
+    CTableManager* FindTable(std::string_view name);
+    const std::vector<std::unique_ptr<CTableManager>>& Tables() const { return m_tables; }
+    // Null when the name exists already or a file cannot be written.
+    CTableManager* CreateTable(std::string_view name);
+    [[nodiscard]] bool AddColumn(std::string_view table, std::string_view column, ColumnType type,
+                                 bool indexed, bool indexAttribute);
+    bool HasColumn(std::string_view table, std::string_view column);
+    [[nodiscard]] bool RemoveColumn(std::string_view table, std::string_view column);
+    [[nodiscard]] bool RemoveTable(std::string_view table);
+    // File time of the last change of the schema in this run; 0 when there was none.
+    int64_t SchemaChangeTime() const { return m_schemaChangeTime; }
+
+    // --- brackets: changes between Begin and Commit are one commit. They nest; the
+    // outermost decides, and a roll back inside makes the outer commit fail.
+    [[nodiscard]] bool BeginBatch();
+    [[nodiscard]] bool CommitBatch();
+    void RollbackBatch();
+    bool InBatch() const { return m_journal.InBracket(); }
+
+    // --- rows: begin, set by column name, commit. One row at a time.
+    [[nodiscard]] bool BeginRow(std::string_view table);
+    // False when the row does not exist.
+    [[nodiscard]] bool BeginRowUpdate(std::string_view table, int64_t rowId);
+    // False: no row begun, no such column, or a column of another type.
+    bool SetText(std::string_view column, const CKeelString& value);
+    bool SetBoolean(std::string_view column, bool value);
+    bool SetInt32(std::string_view column, int32_t value);
+    bool SetInt64(std::string_view column, int64_t value);
+    bool SetDouble(std::string_view column, double value);
+    bool SetDateTime(std::string_view column, int64_t value);
+    // The row's id; -1 when a setter or the write failed, and then nothing is changed.
+    int64_t CommitRow();
+    void AbandonRow();
+    [[nodiscard]] bool DeleteRow(std::string_view table, int64_t rowId);
+
+    // --- BLOBs
+    int64_t AddBlob(std::span<const uint8_t> bytes);  // id; -1 on failure
+    [[nodiscard]] bool ReadBlob(int64_t id, std::vector<uint8_t>& bytes);
+    [[nodiscard]] bool ReplaceBlob(int64_t id, std::span<const uint8_t> bytes);
+    [[nodiscard]] bool DeleteBlob(int64_t id);
+
+    // --- upkeep
+    // Writes headers and free lists, syncs every file and empties the journal.
+    [[nodiscard]] bool Flush();
+    // Rewrites every store that has deleted entries without them.
+    [[nodiscard]] bool RemoveDeleted();
+    // The first code that is not Ok, and one entry a table.
+    IntegrityCode Verify(std::vector<TableIntegrity>& tables);
+    // Makes every index anew from the rows, then flushes.
+    [[nodiscard]] bool RebuildIndexes();
+    // Names without folder of every file that makes up the database, sorted.
+    bool ListFiles(std::vector<std::string>& names);
+
+    // --- timers, driven by the host's event loop
+    static constexpr int32_t kFlushPeriodMs = 30'000;
+    static constexpr int32_t kRemoveDeletedPeriodMs = 1'200'000;
+    // Call often; `nowMs` is any steady clock. Flush and RemoveDeleted run when due.
+    void RunTimers(int64_t nowMs);
+
+    CFileSystem& Files() { return m_baseFiles; }
+    CJournal& Journal() { return m_journal; }
+
+private:
+    struct CTimer {
+        int64_t due = -1;  // steady milliseconds; -1: not started
+        bool armed = false;
+        // True when the timer expired and is armed; the first expiry only arms it.
+        bool Expired(int64_t now, int64_t period);
+    };
+
+    // Hears of brackets that changed the schema and were rolled back.
+    class CSchemaParticipant final : public CBracketParticipant {
+    public:
+        void OnBracketCommitted() override {}
+        void OnBracketRolledBack() override { stale = true; }
+        bool stale = false;
+    };
+
+    [[nodiscard]] bool OpenLocked();
+    [[nodiscard]] bool AttachJournal();
+    void RemoveLeftovers();
+    [[nodiscard]] bool OpenStores();
+    [[nodiscard]] bool OpenTable(int32_t number, const std::string& name);
+    void CloseStores();
+    // After a roll back of schema changes, makes the tables anew from the files.
+    void ReloadIfStale();
+    [[nodiscard]] bool SaveSchema();
+    [[nodiscard]] bool WriteStoreStates();
+    // Runs a change as one bracket; false rolls it back.
+    bool InBracket(const std::function<bool()>& change);
+    void NoteBracketFailure();
+    void NoteSchemaChange();
+    bool Fail(DatabaseProblem problem, const std::string& detail);
+    bool FailFromFileError(DatabaseProblem fallback, const std::string& detail);
+    // NewerVersion when the file is one of ours with a higher version.
+    bool FailFromDamage(const std::string& path);
+    CTableRowUpdateInfoValue* RowValue(std::string_view column, ColumnType type);
+
+    CFileSystem& m_baseFiles;
+    CReentrantLock m_lock;
+    CJournal m_journal;
+    std::string m_folder;
+    bool m_open = false;
+    DatabaseProblem m_problem = DatabaseProblem::None;
+    std::string m_problemDetail;
+    int32_t m_nextTableNumber = 1;
+    int64_t m_schemaChangeTime = 0;
+    std::vector<std::unique_ptr<CTableManager>> m_tables;
+    std::unique_ptr<CBlobManager> m_blobs;
+    CTableManager* m_rowTable = nullptr;  // of the row begun
+    CTableRowUpdateInfo m_row;
+    bool m_rowFailed = false;
+    CTimer m_flushTimer;
+    CTimer m_removeDeletedTimer;
+    CSchemaParticipant m_schemaParticipant;
+    std::unique_ptr<CFileLock> m_folderLock;
+};
+
+// A bracket for a scope: rolled back unless committed.
+class CBatchScope {
+public:
+    explicit CBatchScope(CDatabaseManager& database)
+        : m_database(database), m_begun(database.BeginBatch()) {}
+    ~CBatchScope() {
+        if (m_begun) m_database.RollbackBatch();
+    }
+    CBatchScope(const CBatchScope&) = delete;
+    CBatchScope& operator=(const CBatchScope&) = delete;
+    bool Begun() const { return m_begun; }
+    [[nodiscard]] bool Commit() {
+        if (!m_begun) return false;
+        m_begun = false;
+        return m_database.CommitBatch();
+    }
+
+private:
+    CDatabaseManager& m_database;
+    bool m_begun;
+};
+
+}  // namespace quillon

@@ -1,0 +1,141 @@
+#include "storage/DeletedBlockManager.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/ByteCodec.h"
+
+namespace quillon {
+namespace {
+
+constexpr size_t kHeaderSize = 58;
+constexpr size_t kEntrySize = 16;
+constexpr int32_t kVersion = 1;
+constexpr std::string_view kSignature = "DeletedBlock";
+
+}  // namespace
+
+void CDeletedBlockManager::Clear() {
+    if (m_marked) {
+        // Smallest first, oldest first among equals: undoing backwards restores the order.
+        for (const auto& [size, positions] : m_bySize) {
+            for (auto it = positions.rbegin(); it != positions.rend(); ++it) {
+                m_undo.push_back({Step::Removed, {*it, size}});
+            }
+        }
+    }
+    m_bySize.clear();
+    m_count = 0;
+}
+
+void CDeletedBlockManager::Push(const DeletedBlockEntry& block) {
+    m_bySize[block.size].push_back(block.position);
+    ++m_count;
+    if (m_marked) m_undo.push_back({Step::Added, block});
+}
+
+void CDeletedBlockManager::Pop(std::map<int64_t, std::vector<int64_t>>::iterator bucket) {
+    if (m_marked) m_undo.push_back({Step::Removed, {bucket->second.back(), bucket->first}});
+    bucket->second.pop_back();
+    if (bucket->second.empty()) m_bySize.erase(bucket);
+    m_count = std::max(0, m_count - 1);
+}
+
+bool CDeletedBlockManager::Add(int64_t position, int64_t size) {
+    if (size <= 0 || position < 0) return false;
+    Push({position, size});
+    return true;
+}
+
+bool CDeletedBlockManager::Take(int64_t size, int64_t& position) {
+    if (size <= 0) return false;
+    const auto bucket = m_bySize.lower_bound(size);
+    if (bucket == m_bySize.end() || !DropStaleFile()) return false;
+    const DeletedBlockEntry block{bucket->second.back(), bucket->first};
+    Pop(bucket);
+    if (block.size > size) Push({block.position + size, block.size - size});
+    position = block.position;
+    return true;
+}
+
+bool CDeletedBlockManager::DropStaleFile() {
+    if (!m_fileMayExist || m_path.empty()) return true;
+    if (m_files.Exists(m_path) && !m_files.Remove(m_path)) return false;
+    m_fileMayExist = false;
+    return true;
+}
+
+void CDeletedBlockManager::UndoToMark() {
+    m_marked = false;
+    m_fileMayExist = true;
+    for (auto undo = m_undo.rbegin(); undo != m_undo.rend(); ++undo) {
+        if (undo->step == Step::Removed) {
+            Push(undo->block);
+        } else {
+            const auto bucket = m_bySize.find(undo->block.size);
+            if (bucket != m_bySize.end()) Pop(bucket);
+        }
+    }
+    m_undo.clear();
+}
+
+void CDeletedBlockManager::Walk(const std::function<void(const DeletedBlockEntry&)>& visit) const {
+    for (const auto& [size, positions] : m_bySize) {
+        for (auto it = positions.rbegin(); it != positions.rend(); ++it) visit({*it, size});
+    }
+}
+
+int64_t CDeletedBlockManager::GetFileSize() const {
+    CFileInterface file(m_files);
+    if (m_path.empty() || !m_files.Exists(m_path) || !file.OpenExistingForReading(m_path)) return 0;
+    return std::max<int64_t>(file.Size(), 0);
+}
+
+bool CDeletedBlockManager::Save() {
+    if (m_path.empty()) return false;
+    if (m_count == 0) return !m_files.Exists(m_path) || m_files.Remove(m_path);
+
+    std::vector<uint8_t> bytes(kHeaderSize + kEntrySize * static_cast<size_t>(m_count));
+    StoreText(bytes, 0, 50, kSignature);
+    StoreLE<int32_t>(bytes, 50, kVersion);
+    StoreLE<int32_t>(bytes, 54, m_count);
+    size_t at = kHeaderSize;
+    Walk([&](const DeletedBlockEntry& block) {
+        StoreLE<int64_t>(bytes, at, block.position);
+        StoreLE<int64_t>(bytes, at + 8, block.size);
+        at += kEntrySize;
+    });
+    CFileInterface file(m_files);
+    m_fileMayExist = true;
+    if (!file.Create(m_path)) return false;
+    (void)file.WriteAt(0, bytes);
+    return true;
+}
+
+bool CDeletedBlockManager::Load(int64_t dataSize) {
+    Clear();
+    m_fileMayExist = true;
+    std::vector<uint8_t> bytes;
+    if (m_path.empty() || !m_files.Exists(m_path) || !ReadWholeFile(m_files, m_path, bytes)) {
+        return false;
+    }
+    if (bytes.size() < kHeaderSize || !HasSignature(bytes, kSignature) ||
+        LoadLE<int32_t>(bytes, 50) >= 2) {
+        return false;
+    }
+    const int32_t count = LoadLE<int32_t>(bytes, 54);
+    std::vector<DeletedBlockEntry> blocks;
+    for (size_t at = kHeaderSize;
+         std::cmp_less(blocks.size(), count) && at + kEntrySize <= bytes.size(); at += kEntrySize) {
+        const DeletedBlockEntry block{LoadLE<int64_t>(bytes, at), LoadLE<int64_t>(bytes, at + 8)};
+        // A block outside the store would let a new one overwrite something else.
+        if (block.size <= 0 || block.position < 0 || block.position > dataSize - block.size) {
+            return false;
+        }
+        blocks.push_back(block);
+    }
+    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) Push(*block);
+    return true;
+}
+
+}  // namespace quillon

@@ -1,0 +1,540 @@
+#include "storage/Journal.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "foundation/ByteCodec.h"
+#include "storage/Crypto.h"
+
+namespace quillon {
+namespace {
+
+// The journal keeps this much room between groups of commits, so that a commit
+// changes no file size and one sync of the data is enough.
+constexpr int64_t kRoomStep = int64_t{1} << 20;
+// A journal longer than this is emptied at the next commit.
+constexpr int64_t kCheckpointSize = int64_t{64} << 20;
+constexpr int64_t kKeptRoom = int64_t{4} << 20;
+
+constexpr int64_t AlignUp(int64_t value, int64_t step) {
+    return (value + step - 1) / step * step;
+}
+
+uint64_t RandomNumber() {
+    std::vector<uint8_t> bytes(8);
+    RandomBytes(bytes);
+    return LoadLE<uint64_t>(bytes, 0);
+}
+
+}  // namespace
+
+// A handle on a file of the folder. Writing outside a bracket is a bracket of its own.
+class CJournalledHandle final : public CFile {
+public:
+    CJournalledHandle(CJournal& journal, CJournalledFile& file, bool writable)
+        : m_journal(journal), m_file(file), m_writable(writable) {
+        ++m_file.handles;
+    }
+    ~CJournalledHandle() override {
+        --m_file.handles;
+        m_journal.ForgetIfIdle(m_file);
+    }
+    CJournalledHandle(const CJournalledHandle&) = delete;
+    CJournalledHandle& operator=(const CJournalledHandle&) = delete;
+
+    int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes) override {
+        return m_file.ReadAt(offset, bytes);
+    }
+
+    bool WriteAt(int64_t offset, std::span<const uint8_t> bytes) override {
+        return Change([&] { m_file.WriteAt(offset, bytes); });
+    }
+
+    bool SetSize(int64_t size) override {
+        return Change([&] { m_file.SetSize(size); });
+    }
+
+    int64_t Size() override { return m_file.Exists() ? m_file.Size() : -1; }
+
+    // The journal has synced every commit already.
+    bool Sync() override { return true; }
+
+private:
+    template <typename Edit>
+    bool Change(Edit edit) {
+        if (!m_writable) return false;
+        CBracketScope bracket(m_journal);
+        if (!bracket.Begun()) return false;
+        m_journal.Touch(m_file);
+        edit();
+        return bracket.Commit();
+    }
+
+    CJournal& m_journal;
+    CJournalledFile& m_file;
+    bool m_writable;
+};
+
+CJournal::~CJournal() {
+    // Files that are still open here would dangle; the stores close them first.
+    m_files.clear();
+}
+
+bool CJournal::IsOurs(const std::string& path) const {
+    return IsAttached() && path.size() > m_folder.size() &&
+           path.compare(0, m_folder.size(), m_folder) == 0 && FolderOf(path) == m_folder;
+}
+
+CJournalledFile& CJournal::FileFor(const std::string& path) {
+    std::unique_ptr<CJournalledFile>& file = m_files[path];
+    if (!file) file = std::make_unique<CJournalledFile>(m_base, path);
+    return *file;
+}
+
+void CJournal::ForgetIfIdle(CJournalledFile& file) {
+    if (file.handles > 0 || file.IsTouched()) return;
+    m_files.erase(std::string(file.Path()));
+}
+
+void CJournal::Touch(CJournalledFile& file) {
+    if (file.IsTouched()) return;
+    file.Touch();
+    m_touched.push_back(&file);
+}
+
+std::unique_ptr<CFile> CJournal::Open(const std::string& path, OpenMode mode) {
+    if (!IsOurs(path)) return m_base.Open(path, mode);
+    if (mode == OpenMode::Create) {
+        CBracketScope bracket(*this);
+        if (!bracket.Begun()) return nullptr;
+        CJournalledFile& file = FileFor(path);
+        Touch(file);
+        file.CreateEmpty();
+        auto handle = std::make_unique<CJournalledHandle>(*this, file, true);
+        if (!bracket.Commit()) return nullptr;
+        return handle;
+    }
+    CJournalledFile& file = FileFor(path);
+    if (!file.Exists()) {
+        ForgetIfIdle(file);
+        return nullptr;
+    }
+    return std::make_unique<CJournalledHandle>(*this, file, mode == OpenMode::ReadWrite);
+}
+
+bool CJournal::Exists(const std::string& path) {
+    if (!IsOurs(path)) return m_base.Exists(path);
+    const auto known = m_files.find(path);
+    return known == m_files.end() ? m_base.Exists(path) : known->second->Exists();
+}
+
+bool CJournal::Remove(const std::string& path) {
+    if (!IsOurs(path)) return m_base.Remove(path);
+    CBracketScope bracket(*this);
+    if (!bracket.Begun() || !Exists(path)) return false;
+    CJournalledFile& file = FileFor(path);
+    Touch(file);
+    file.Remove();
+    return bracket.Commit();
+}
+
+bool CJournal::Rename(const std::string& from, const std::string& to) {
+    if (!IsOurs(from) || !IsOurs(to)) return m_base.Rename(from, to);
+    CBracketScope bracket(*this);
+    if (!bracket.Begun() || !m_renameTo.empty()) return false;
+    for (const std::string& path : {from, to}) {
+        const auto known = m_files.find(path);
+        if (known != m_files.end() && (known->second->IsTouched() || known->second->handles > 0)) {
+            return false;
+        }
+        m_files.erase(path);
+    }
+    m_renameFrom = from;
+    m_renameTo = to;
+    return bracket.Commit();
+}
+
+bool CJournal::BeginBracket() {
+    ++m_changeCount;  // every change of a file opens a bracket of its own
+    if (!IsAttached()) return true;
+    if (m_depth == 0) {
+        if (m_broken) return false;
+        if (m_applyPending && !ApplyTouched()) return false;
+        m_doomed = false;
+    }
+    ++m_depth;
+    return true;
+}
+
+void CJournal::Join(CBracketParticipant& participant) {
+    if (m_depth == 0) return;
+    if (std::find(m_participants.begin(), m_participants.end(), &participant) ==
+        m_participants.end()) {
+        m_participants.push_back(&participant);
+    }
+}
+
+void CJournal::Leave(CBracketParticipant& participant) {
+    std::erase(m_participants, &participant);
+}
+
+bool CJournal::CommitBracket() {
+    if (!IsAttached()) return true;
+    if (m_depth == 0) return false;
+    if (--m_depth > 0) return !m_doomed;
+    if (m_doomed || !CommitOutermost()) {
+        DropBracket();
+        TellRolledBack();
+        return false;
+    }
+    const std::vector<CBracketParticipant*> participants = std::exchange(m_participants, {});
+    for (CBracketParticipant* participant : participants) participant->OnBracketCommitted();
+    if (m_end > kCheckpointSize) (void)Checkpoint();
+    return true;
+}
+
+void CJournal::RollbackBracket() {
+    if (!IsAttached() || m_depth == 0) return;
+    m_doomed = true;
+    if (--m_depth > 0) return;
+    DropBracket();
+    TellRolledBack();
+}
+
+void CJournal::DropBracket() {
+    ++m_changeCount;
+    for (CJournalledFile* file : std::exchange(m_touched, {})) {
+        file->Forget();
+        ForgetIfIdle(*file);
+    }
+    m_renameFrom.clear();
+    m_renameTo.clear();
+    m_doomed = false;
+}
+
+void CJournal::TellRolledBack() {
+    const std::vector<CBracketParticipant*> participants = std::exchange(m_participants, {});
+    for (CBracketParticipant* participant : participants) participant->OnBracketRolledBack();
+}
+
+bool CJournal::CommitOutermost() {
+    if (m_broken) return false;
+    // A renaming group stands alone between two checkpoints.
+    const bool renames = !m_renameTo.empty();
+    if (renames && !Checkpoint()) return false;
+
+    JournalGroupBuilder group;
+    if (!BuildGroup(group)) return false;
+    if (group.IsEmpty()) {
+        DropBracket();
+        return true;
+    }
+    if (!AppendGroup(group)) {
+        m_failureKind = m_base.LastError();
+        return false;
+    }
+    // From here on the commit stands. What cannot be written to the files now is
+    // still read from memory, and tried again before the next bracket.
+    if (!ApplyTouched()) m_applyPending = true;
+    if (renames && !m_applyPending && !Checkpoint()) m_broken = true;
+    return true;
+}
+
+bool CJournal::BuildGroup(JournalGroupBuilder& group) {
+    size_t total = 0;
+    for (const CJournalledFile* file : m_touched) total += file->ExtentBytes() + 64;
+    group.ReserveMore(total);
+    if (!m_renameTo.empty()) {
+        const std::string to = FileNameOf(m_renameTo);
+        const std::span data(reinterpret_cast<const uint8_t*>(to.data()), to.size());
+        group.Add(JournalOperationType::Rename, FileNameOf(m_renameFrom), 0, data);
+    }
+    for (const CJournalledFile* file : m_touched) {
+        const std::string name = FileNameOf(file->Path());
+        if (!file->Exists()) {
+            if (file->BaseExists()) group.Add(JournalOperationType::Remove, name, 0, {});
+            continue;
+        }
+        if (file->NeedsCreate()) {
+            group.Add(JournalOperationType::Create, name, 0, {});
+        } else if (file->KeptBase() < file->BaseSize()) {
+            group.Add(JournalOperationType::SetSize, name, file->KeptBase(), {});
+        }
+        int64_t end = file->KeptBase();
+        for (const auto& [offset, data] : file->Extents()) {
+            group.Add(JournalOperationType::Write, name, offset, data);
+            end = std::max(end, offset + static_cast<int64_t>(data.size()));
+        }
+        if (file->NewSize() > end) {
+            group.Add(JournalOperationType::SetSize, name, file->NewSize(), {});
+        }
+    }
+    return true;
+}
+
+bool CJournal::AppendGroup(JournalGroupBuilder& group) {
+    const std::span<const uint8_t> bytes =
+        group.Finish(m_header.salt, m_nextSequence, m_lastChecksum);
+    const int64_t end = AlignUp(m_end + static_cast<int64_t>(bytes.size()), kJournalAlignment);
+    if (!m_file || !m_file->WriteAt(m_end, bytes)) return false;
+    if (end > m_allocated) {
+        // Room for coming commits, written and synced once with this one.
+        const int64_t allocated = AlignUp(end, kRoomStep);
+        const int64_t written = m_end + static_cast<int64_t>(bytes.size());
+        const std::vector<uint8_t> zeros(static_cast<size_t>(allocated - written));
+        if (m_file->WriteAt(written, zeros)) {
+            m_allocated = allocated;
+        } else {
+            m_allocated = std::max(m_allocated, written);
+        }
+    }
+    if (!m_file->Sync()) {
+        m_broken = true;
+        return false;
+    }
+    ++m_nextSequence;
+    m_lastChecksum = group.Checksum();
+    m_end = end;
+    return true;
+}
+
+bool CJournal::ApplyRename() {
+    if (m_renameTo.empty()) return true;
+    if (m_base.Exists(m_renameFrom) && !m_base.Rename(m_renameFrom, m_renameTo)) return false;
+    m_namesDirty = true;
+    m_renameFrom.clear();
+    m_renameTo.clear();
+    return true;
+}
+
+bool CJournal::ApplyTouched() {
+    if (!ApplyRename()) return false;
+    while (!m_touched.empty()) {
+        CJournalledFile* file = m_touched.back();
+        const bool namesChange = !file->Exists() || file->NeedsCreate();
+        const bool exists = file->Exists();
+        if (!file->Apply()) {
+            m_failureKind = m_base.LastError();
+            return false;
+        }
+        if (namesChange) m_namesDirty = true;
+        if (exists) {
+            m_dirty.insert(file->Path());
+        } else {
+            m_dirty.erase(file->Path());
+        }
+        m_touched.pop_back();
+        ForgetIfIdle(*file);
+    }
+    m_applyPending = false;
+    return true;
+}
+
+bool CJournal::Checkpoint() {
+    if (!IsAttached()) return true;
+    if (m_broken) return false;
+    if (m_applyPending && !ApplyTouched()) return false;
+    if (m_nextSequence == 1) return true;
+    for (const std::string& path : m_dirty) {
+        CJournalledFile& file = FileFor(path);
+        const bool synced = file.SyncBase();
+        ForgetIfIdle(file);
+        if (!synced) {
+            m_broken = true;
+            return false;
+        }
+    }
+    if (m_namesDirty && !m_base.SyncFolder(m_folder)) {
+        m_broken = true;
+        return false;
+    }
+    m_dirty.clear();
+    m_namesDirty = false;
+    return StartNewJournal();
+}
+
+bool CJournal::StartNewJournal() {
+    m_header.salt = RandomNumber();
+    m_nextSequence = 1;
+    m_lastChecksum = m_header.salt;
+    m_end = kJournalAlignment;
+    if (m_allocated > kKeptRoom && m_file->SetSize(kKeptRoom)) m_allocated = kKeptRoom;
+    if (WriteHeader()) return true;
+    m_broken = true;
+    return false;
+}
+
+bool CJournal::WriteHeader() {
+    return m_file->WriteAt(0, m_header.Encode()) && m_file->Sync();
+}
+
+CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t databaseId) {
+    m_folder = folder;
+    m_depth = 0;
+    m_broken = false;
+    m_applyPending = false;
+    m_failureKind = FileError::None;
+    m_setAsidePath.clear();
+    m_dirty.clear();
+    m_namesDirty = false;
+
+    AttachResult result = AttachResult::Ok;
+    const std::string path = m_folder + kJournalName;
+    if (m_base.Exists(path)) result = ReplayExisting(databaseId);
+    if (result == AttachResult::Ok && !m_base.Exists(path)) {
+        // Made beside and renamed: a journal that exists has a whole header.
+        m_header = {databaseId != 0 ? databaseId : RandomNumber(), RandomNumber()};
+        if (!ReplaceWholeFile(m_base, path, m_header.Encode())) result = AttachResult::Failed;
+    }
+    if (result == AttachResult::Ok) {
+        m_file = m_base.Open(path, OpenMode::ReadWrite);
+        m_allocated = m_file ? m_file->Size() : -1;
+        if (m_allocated < 0 || !StartNewJournal()) result = AttachResult::Failed;
+    }
+    if (result != AttachResult::Ok) {
+        m_failureKind = m_base.LastError();
+        m_file.reset();
+        m_folder.clear();
+    }
+    return result;
+}
+
+CJournal::AttachResult CJournal::ReplayExisting(uint64_t databaseId) {
+    const std::string path = m_folder + kJournalName;
+    std::vector<uint8_t> bytes;
+    if (!ReadWholeFile(m_base, path, bytes)) return AttachResult::Failed;
+
+    JournalHeader header;
+    switch (JournalHeader::Decode(bytes, header)) {
+        case JournalHeader::DecodeResult::NewerVersion:
+            return AttachResult::NewerVersion;
+        case JournalHeader::DecodeResult::Broken:
+            return SetAside() ? AttachResult::Damaged : AttachResult::Failed;
+        case JournalHeader::DecodeResult::Ok:
+            break;
+    }
+    m_header = header;
+    if (databaseId != 0 && header.databaseId != databaseId) {
+        // Another folder's journal; its groups mean nothing here.
+        return SetAside() ? AttachResult::Damaged : AttachResult::Failed;
+    }
+    bool damaged = false;
+    if (!Replay(bytes, header, damaged) || !SyncReplayed()) return AttachResult::Failed;
+    if (!damaged) return AttachResult::Ok;
+    return SetAside() ? AttachResult::Damaged : AttachResult::Failed;
+}
+
+bool CJournal::Replay(const std::vector<uint8_t>& bytes, const JournalHeader& header,
+                      bool& damaged) {
+    const std::span<const uint8_t> all(bytes);
+    auto at = static_cast<size_t>(kJournalAlignment);
+    uint64_t sequence = 1;
+    uint64_t previous = header.salt;
+    std::vector<JournalOperation> operations;
+    JournalGroupHeader group;
+    while (at < all.size() && JournalGroupHeader::Decode(all.subspan(at), header.salt, group)) {
+        const auto rest = all.subspan(at + JournalGroupHeader::kDiskSize);
+        if (group.sequence != sequence || group.previous != previous ||
+            group.length > rest.size()) {
+            break;
+        }
+        const auto payload = rest.first(static_cast<size_t>(group.length));
+        if (JournalChecksum(header.salt, payload) != group.payloadChecksum ||
+            !ParseJournalOperations(payload, group.operations, operations)) {
+            break;
+        }
+        for (const JournalOperation& operation : operations) {
+            if (!ReplayOperation(operation)) return false;
+        }
+        ++sequence;
+        previous = group.checksum;
+        at += static_cast<size_t>(AlignUp(
+            static_cast<int64_t>(JournalGroupHeader::kDiskSize + group.length), kJournalAlignment));
+    }
+    // Whatever ends the chain must be a torn tail: nothing valid may lie behind it.
+    damaged = false;
+    for (; at < all.size(); at += static_cast<size_t>(kJournalAlignment)) {
+        if (!JournalGroupHeader::Decode(all.subspan(at), header.salt, group)) continue;
+        if (group.sequence <= sequence) continue;  // the torn group itself, or a failed one
+        const auto rest = all.subspan(at + JournalGroupHeader::kDiskSize);
+        if (group.length <= rest.size() &&
+            JournalChecksum(header.salt, rest.first(static_cast<size_t>(group.length))) ==
+                group.payloadChecksum) {
+            damaged = true;
+            break;
+        }
+    }
+    return true;
+}
+
+bool CJournal::ReplayOperation(const JournalOperation& operation) {
+    const std::string path = m_folder + std::string(operation.name);
+    if (operation.type == JournalOperationType::Remove) {
+        m_dirty.erase(path);
+        m_namesDirty = true;
+        return !m_base.Exists(path) || m_base.Remove(path);
+    }
+    if (operation.type == JournalOperationType::Rename) {
+        const std::string target =
+            m_folder + std::string(reinterpret_cast<const char*>(operation.data.data()),
+                                   operation.data.size());
+        m_namesDirty = true;
+        // When the source is gone the rename was done before.
+        return m_base.Exists(path) ? m_base.Rename(path, target) : m_base.Exists(target);
+    }
+    const bool create = operation.type == JournalOperationType::Create || !m_base.Exists(path);
+    if (create) m_namesDirty = true;
+    const std::unique_ptr<CFile> file =
+        m_base.Open(path, create ? OpenMode::Create : OpenMode::ReadWrite);
+    if (!file) return false;
+    m_dirty.insert(path);
+    switch (operation.type) {
+        case JournalOperationType::SetSize:
+            return file->SetSize(operation.offset);
+        case JournalOperationType::Write:
+            return file->WriteAt(operation.offset, operation.data);
+        default:
+            return true;
+    }
+}
+
+bool CJournal::SyncReplayed() {
+    for (const std::string& path : std::exchange(m_dirty, {})) {
+        const std::unique_ptr<CFile> file = m_base.Open(path, OpenMode::ReadWrite);
+        if (!file || !file->Sync()) return false;
+    }
+    return !std::exchange(m_namesDirty, false) || m_base.SyncFolder(m_folder);
+}
+
+bool CJournal::SetAside() {
+    for (int number = 1; number < 1000; ++number) {
+        const std::string aside = m_folder + "Journal.damaged." + std::to_string(number);
+        if (m_base.Exists(aside)) continue;
+        if (!m_base.Rename(m_folder + kJournalName, aside)) return false;
+        m_setAsidePath = aside;
+        return m_base.SyncFolder(m_folder);
+    }
+    return false;
+}
+
+bool CJournal::Detach() {
+    if (!IsAttached()) return true;
+    const bool emptied = Checkpoint();
+    if (emptied) {
+        // The next start need not read room for commits that never came.
+        (void)m_file->SetSize(static_cast<int64_t>(JournalHeader::kDiskSize));
+    }
+    m_files.clear();
+    m_touched.clear();
+    m_participants.clear();
+    m_file.reset();
+    m_folder.clear();
+    m_setAsidePath.clear();
+    m_renameFrom.clear();
+    m_renameTo.clear();
+    m_depth = 0;
+    m_allocated = 0;
+    return emptied;
+}
+
+}  // namespace quillon

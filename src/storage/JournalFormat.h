@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillon {
+
+// Layout of Journal.dat. Little-endian; header and groups start at multiples of
+// kJournalAlignment, so that no torn write of one reaches its neighbour.
+
+inline constexpr const char* kJournalName = "Journal.dat";
+inline constexpr int64_t kJournalAlignment = 4096;
+
+// offset  size  field
+//      0    50  signature "Journal", zero-filled
+//     50     4  version, written 1
+//     54     8  identifier of the database
+//     62     8  salt, random, new each time the journal is emptied
+//     70     8  CRC-64 of the 70 bytes before
+struct JournalHeader {
+    static constexpr size_t kDiskSize = 78;
+    static constexpr int32_t kVersion = 1;
+
+    uint64_t databaseId = 0;
+    uint64_t salt = 0;
+
+    std::vector<uint8_t> Encode() const;
+    enum class DecodeResult { Ok, Broken, NewerVersion };
+    static DecodeResult Decode(std::span<const uint8_t> bytes, JournalHeader& out);
+};
+
+enum class JournalOperationType : uint8_t {
+    Create = 1,   // make or empty the file
+    SetSize = 2,  // offset holds the size
+    Write = 3,
+    Remove = 4,
+    Rename = 5,  // data holds the new name
+};
+
+// offset  size  field
+//      0     1  type
+//      1     2  length n of the name
+//      3     8  offset in the file (Write), new size (SetSize), else 0
+//     11     8  length m of the data
+//     19     n  file name without folder
+//   19+n     m  data
+struct JournalOperation {
+    static constexpr size_t kFixedSize = 19;
+    JournalOperationType type = JournalOperationType::Write;
+    std::string_view name;
+    int64_t offset = 0;
+    std::span<const uint8_t> data;
+};
+
+// offset  size  field
+//      0     4  "QGRP"
+//      4     4  number of operations
+//      8     8  sequence number, from 1 after each emptying
+//     16     8  length of the operations in bytes
+//     24     8  checksum of the group before; the salt in the first
+//     32     8  CRC-64 over salt and operations
+//     40     8  CRC-64 over salt and the 40 bytes before: the group's checksum
+struct JournalGroupHeader {
+    static constexpr size_t kDiskSize = 48;
+
+    uint32_t operations = 0;
+    uint64_t sequence = 0;
+    uint64_t length = 0;
+    uint64_t previous = 0;
+    uint64_t payloadChecksum = 0;
+    uint64_t checksum = 0;
+
+    // False: no group header, or a broken one. Looks at the header alone.
+    static bool Decode(std::span<const uint8_t> bytes, uint64_t salt, JournalGroupHeader& out);
+};
+
+// Collects operations into the bytes of one group.
+class JournalGroupBuilder {
+public:
+    JournalGroupBuilder() : m_bytes(JournalGroupHeader::kDiskSize) {}
+
+    void Add(JournalOperationType type, std::string_view name, int64_t offset,
+             std::span<const uint8_t> data);
+    bool IsEmpty() const { return m_operations == 0; }
+    // Fills in the header; the bytes are then ready to be written.
+    std::span<const uint8_t> Finish(uint64_t salt, uint64_t sequence, uint64_t previous);
+    uint64_t Checksum() const { return m_checksum; }
+    void ReserveMore(size_t bytes) { m_bytes.reserve(m_bytes.size() + bytes); }
+
+private:
+    std::vector<uint8_t> m_bytes;
+    uint32_t m_operations = 0;
+    uint64_t m_checksum = 0;
+};
+
+// Cuts a group's payload into operations. False: they do not fill it exactly.
+bool ParseJournalOperations(std::span<const uint8_t> payload, uint32_t count,
+                            std::vector<JournalOperation>& operations);
+
+uint64_t JournalChecksum(uint64_t salt, std::span<const uint8_t> bytes);
+
+}  // namespace quillon

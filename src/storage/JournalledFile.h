@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "foundation/FileSystem.h"
+
+namespace quillon {
+
+// One file of a journalled folder: what the disk holds, and over it what the open
+// bracket has changed. Shared by every open handle of the file.
+class CJournalledFile {
+public:
+    CJournalledFile(CFileSystem& base, std::string path);
+
+    const std::string& Path() const { return m_path; }
+    bool Exists() const { return m_touched ? m_exists : m_baseSize >= 0; }
+    int64_t Size() const { return m_touched ? m_size : m_baseSize; }
+    bool IsTouched() const { return m_touched; }
+    // Bytes read, fewer only at the end; -1 on failure.
+    int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes);
+
+    // --- changes of the bracket, in memory
+    void Touch();
+    void CreateEmpty();
+    void Remove();
+    void WriteAt(int64_t offset, std::span<const uint8_t> bytes);
+    void SetSize(int64_t size);
+    void Forget();  // drops the changes
+
+    // --- changes as they go to journal and disk
+    bool BaseExists() const { return m_baseSize >= 0; }
+    bool NeedsCreate() const { return m_exists && (m_recreated || m_baseSize < 0); }
+    // Bytes of the old contents that stay; the rest is cut before writing.
+    int64_t KeptBase() const { return m_keptBase; }
+    int64_t BaseSize() const { return m_baseSize; }
+    int64_t NewSize() const { return m_size; }
+    const std::map<int64_t, std::vector<uint8_t>>& Extents() const { return m_extents; }
+    size_t ExtentBytes() const;
+    // Brings the disk to the bracket's state and forgets the bracket.
+    [[nodiscard]] bool Apply();
+    // The file behind `Path` was replaced by a rename.
+    void OnReplaced();
+    void CloseBase() { m_baseFile.reset(); }
+    [[nodiscard]] bool SyncBase();
+
+    int handles = 0;  // open handles
+
+private:
+    CFile* BaseFile();
+    void ReadBase(int64_t offset, std::span<uint8_t> bytes, bool& failed);
+
+    CFileSystem& m_base;
+    std::string m_path;
+    std::unique_ptr<CFile> m_baseFile;  // opened when first needed
+    int64_t m_baseSize = -1;            // -1: not there
+
+    bool m_touched = false;
+    bool m_exists = false;
+    bool m_recreated = false;
+    int64_t m_keptBase = 0;
+    int64_t m_size = 0;
+    std::map<int64_t, std::vector<uint8_t>> m_extents;  // neither overlapping nor touching
+};
+
+}  // namespace quillon

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+// DatabaseSchema.dat
+//
+// offset  size  field
+//      0    50  signature "Database", zero-filled
+//     50     4  version, written 1
+//     54     4  number of tables
+//     58     4  next table number to give out
+//     62   244  each: table number (4), name (120), file name of the definition (120)
+struct DatabaseSchema {
+    static constexpr size_t kHeaderSize = 62;
+    static constexpr size_t kRecordSize = 244;
+    static constexpr size_t kNameSize = 120;
+    static constexpr const char* kFileName = "DatabaseSchema.dat";
+
+    struct Table {
+        int32_t number = 0;
+        std::string name;
+        std::string definitionFile;
+    };
+
+    int32_t nextTableNumber = 1;
+    std::vector<Table> tables;
+
+    std::vector<uint8_t> Encode() const;
+    enum class DecodeResult { Ok, NotASchema, NewerVersion, Damaged };
+    static DecodeResult Decode(std::span<const uint8_t> bytes, DatabaseSchema& out);
+};
+
+// Database.lock: held while a database is open, never deleted. It also names the
+// database, so that a journal from elsewhere is not taken for its own.
+//
+// offset  size  field
+//      0    50  signature "DatabaseLock", zero-filled
+//     50     4  version, written 1
+//     54     8  identifier, random
+//     62     8  CRC-64 of the 62 bytes before
+struct DatabaseIdentity {
+    static constexpr size_t kDiskSize = 70;
+    static constexpr const char* kFileName = "Database.lock";
+
+    uint64_t id = 0;
+
+    std::vector<uint8_t> Encode() const;
+    static bool Decode(std::span<const uint8_t> bytes, DatabaseIdentity& out);
+};
+
+}  // namespace quillon

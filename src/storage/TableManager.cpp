@@ -1,0 +1,364 @@
+#include "storage/TableManager.h"
+
+#include <algorithm>
+#include <bit>
+#include <charconv>
+
+#include "foundation/ByteCodec.h"
+#include "storage/Journal.h"
+#include "storage/TableVerifier.h"
+
+namespace quillon {
+
+CTableManager::CTableManager(CJournal& journal, std::string folder, int32_t number)
+    : m_journal(journal),
+      m_folder(std::move(folder)),
+      m_definitionPath(m_folder + "Table_" + std::to_string(number) + ".dat"),
+      m_number(number),
+      m_rows(journal),
+      m_rowData(journal),
+      m_texts(journal) {
+    SetStorePaths();
+}
+
+CTableManager::~CTableManager() {
+    Close();
+}
+
+void CTableManager::SetStorePaths() {
+    m_rows.SetPath(CKeelString(WithSuffix(m_definitionPath, "_dict")));
+    m_rowData.SetPath(CKeelString(WithSuffix(m_definitionPath, "_data")));
+    m_texts.SetBasePath(m_definitionPath);
+}
+
+std::string CTableManager::IndexPath(int64_t columnId) const {
+    return WithSuffix(m_definitionPath, "_index_" + std::to_string(columnId));
+}
+
+bool CTableManager::Create(std::string_view name) {
+    m_name = CKeelString(name);
+    return true;
+}
+
+bool CTableManager::OpenStores() {
+    if (m_storesOpen) return true;
+    if (!m_rows.Open() || m_rows.LoadFailed()) {
+        m_failedFile = WithSuffix(m_definitionPath, "_dict");
+        return false;
+    }
+    if (!m_rowData.Open() || !m_rowData.IsOpen()) {
+        m_failedFile = WithSuffix(m_definitionPath, "_data");
+        return false;
+    }
+    if (!m_texts.Open() || m_texts.Dictionary().LoadFailed()) {
+        m_failedFile =
+            WithSuffix(m_definitionPath, m_texts.Dictionary().IsOpen() ? "_textdata" : "_textdict");
+        return false;
+    }
+    m_storesOpen = true;
+    return true;
+}
+
+bool CTableManager::Open() {
+    m_failedFile = m_definitionPath;
+    m_rebuiltIndexes.clear();
+    if (!m_journal.Exists(m_definitionPath)) {
+        // A table without columns has no files at all; rows without a definition
+        // are damage.
+        return !m_journal.Exists(WithSuffix(m_definitionPath, "_dict"));
+    }
+    // Never make anew what should be there: an empty file in its place would hide the loss.
+    for (const char* suffix : {"_dict", "_data", "_textdict", "_textdata"}) {
+        const std::string path = WithSuffix(m_definitionPath, suffix);
+        if (!m_journal.Exists(path)) {
+            m_failedFile = path;
+            return false;
+        }
+    }
+    std::vector<uint8_t> bytes;
+    TableDefinition definition;
+    if (!ReadWholeFile(m_journal, m_definitionPath, bytes) ||
+        !TableDefinition::Decode(bytes, definition)) {
+        return false;
+    }
+    return OpenStores() && ApplyDefinition(definition);
+}
+
+bool CTableManager::ApplyDefinition(const TableDefinition& definition) {
+    m_name = CKeelString(definition.name);
+    m_columns.clear();
+    for (const ColumnDefinition& stored : definition.columns) {
+        CTableColumn column;
+        column.name = CKeelString(stored.name);
+        column.id = static_cast<int64_t>(m_columns.size()) + 1;
+        column.type = stored.type;
+        column.indexed = stored.indexed;
+        column.indexAttribute = stored.indexAttribute;
+        column.tableNumber = m_number;
+        m_columns.push_back(std::move(column));
+    }
+    LayOutRecord();
+    for (size_t i = 0; i < m_columns.size(); ++i) {
+        CTableColumn& column = m_columns[i];
+        if (!column.indexed) continue;
+        column.index =
+            std::make_unique<CIndexManager>(m_journal, column.type, column.indexAttribute);
+        const std::string& file = definition.columns[i].indexFile;
+        const std::string path = file.empty() ? IndexPath(column.id) : m_folder + file;
+        if (column.index->Open(path)) continue;
+        // Everything in an index is in the rows too, so a lost one is made anew.
+        if (!column.index->Create(path) || !FillIndex(column)) {
+            m_failedFile = path;
+            return false;
+        }
+        m_rebuiltIndexes.push_back(FileNameOf(path));
+    }
+    return true;
+}
+
+bool CTableManager::FillIndex(CTableColumn& column) {
+    bool filled = true;
+    CTableRowUpdateInfoValue value;
+    std::vector<uint8_t> record;
+    m_rows.Walk([&](int64_t rowId, const DictionaryEntry& entry) {
+        if (entry.deleted) return true;
+        // A row that cannot be read is left out; the integrity check reports it.
+        if (ReadRecord(rowId, record) && ValueFromRecord(record, column, value)) {
+            filled = column.index->Add(rowId, value.Key());
+        }
+        return filled;
+    });
+    return filled;
+}
+
+bool CTableManager::RebuildIndexes() {
+    for (CTableColumn& column : m_columns) {
+        if (!column.index) continue;
+        const std::string path = column.index->Path();
+        if (!column.index->Create(path) || !FillIndex(column)) return false;
+    }
+    return true;
+}
+
+bool CTableManager::Close() {
+    bool closed = true;
+    for (CTableColumn& column : m_columns) {
+        if (column.index) closed = column.index->Close() && closed;
+    }
+    if (m_storesOpen) {
+        closed = m_rows.Close() && closed;
+        closed = m_rowData.Close() && closed;
+        closed = m_texts.Close() && closed;
+    }
+    m_storesOpen = false;
+    return closed;
+}
+
+bool CTableManager::Flush() {
+    if (!m_storesOpen) return true;
+    for (CTableColumn& column : m_columns) {
+        if (column.index && !column.index->Flush()) return false;
+    }
+    return m_rows.Flush() && m_rowData.Flush() && m_texts.Flush();
+}
+
+bool CTableManager::SaveDefinition() {
+    if (m_columns.empty()) return true;
+    TableDefinition definition;
+    definition.number = m_number;
+    definition.name = m_name.ToUtf8();
+    for (const CTableColumn& column : m_columns) {
+        definition.columns.push_back(
+            {column.name.ToUtf8(), column.index ? FileNameOf(column.index->Path()) : std::string(),
+             column.type, column.indexed, column.indexAttribute});
+    }
+    return WriteWholeFile(m_journal, m_definitionPath, definition.Encode());
+}
+
+void CTableManager::LayOutRecord() {
+    m_recordSize = 0;
+    for (CTableColumn& column : m_columns) {
+        column.offset = m_recordSize;
+        m_recordSize += ColumnWidth(column.type);
+    }
+}
+
+// Above every number in use, those in index file names included: a definition loaded again counts
+// its columns from 1, while the files keep the names they were given.
+int64_t CTableManager::NextColumnId() const {
+    int64_t highest = static_cast<int64_t>(m_columns.size());
+    for (const CTableColumn& column : m_columns) {
+        highest = std::max(highest, column.id);
+        if (!column.index) continue;
+        const std::string name = FileNameOf(column.index->Path());
+        const size_t mark = name.rfind('_');
+        int64_t number = 0;
+        if (mark != std::string::npos) {
+            std::from_chars(name.data() + mark + 1, name.data() + name.size(), number);
+        }
+        highest = std::max(highest, number);
+    }
+    return highest + 1;
+}
+
+bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool indexed,
+                              bool attribute) {
+    if (name.empty() || name.size() >= ColumnDefinition::kNameSize || FindColumn(name) ||
+        !OpenStores()) {
+        return false;
+    }
+    const int32_t oldSize = m_recordSize;
+    CTableColumn column;
+    column.name = CKeelString(name);
+    column.id = NextColumnId();
+    column.type = type;
+    column.indexed = indexed;
+    column.indexAttribute = attribute;
+    column.tableNumber = m_number;
+    m_columns.push_back(std::move(column));
+    LayOutRecord();
+
+    CTableColumn& added = m_columns.back();
+    CTableRowUpdateInfoValue initial(type);
+    std::vector<uint8_t> field(static_cast<size_t>(m_recordSize));
+    if (!WriteValue(added, initial, field)) return false;
+    const bool rewritten =
+        RewriteRows(oldSize, [&](std::span<const uint8_t> from, std::span<uint8_t> to) {
+            std::copy(field.begin(), field.end(), to.begin());
+            std::copy(from.begin(), from.end(), to.begin());
+        });
+    if (!rewritten) return false;
+    if (indexed) {
+        added.index = std::make_unique<CIndexManager>(m_journal, type, attribute);
+        if (!added.index->Create(IndexPath(added.id)) || !FillIndex(added)) return false;
+    }
+    return SaveDefinition();
+}
+
+bool CTableManager::RemoveColumn(std::string_view name) {
+    const auto found =
+        std::find_if(m_columns.begin(), m_columns.end(),
+                     [&](const CTableColumn& column) { return column.name.View() == name; });
+    if (found == m_columns.end()) return false;
+    const auto offset = static_cast<size_t>(found->offset);
+    const auto width = static_cast<size_t>(ColumnWidth(found->type));
+    const int32_t oldSize = m_recordSize;
+
+    if (found->type == ColumnType::Text) {
+        std::vector<int64_t> texts;
+        std::vector<uint8_t> record;
+        WalkRows([&](int64_t rowId) {
+            if (ReadRecord(rowId, record)) texts.push_back(LoadLE<int64_t>(record, offset));
+            return true;
+        });
+        for (const int64_t text : texts) {
+            // One that does not exist is what the integrity check reports.
+            if (m_texts.Dictionary().FindLive(text) && !m_texts.Delete(text)) return false;
+        }
+    }
+    if (found->index && !found->index->DeleteFile()) return false;
+    m_columns.erase(found);
+    LayOutRecord();
+    const bool rewritten =
+        RewriteRows(oldSize, [&](std::span<const uint8_t> from, std::span<uint8_t> to) {
+            std::copy_n(from.begin(), offset, to.begin());
+            std::copy(from.begin() + static_cast<std::ptrdiff_t>(offset + width), from.end(),
+                      to.begin() + static_cast<std::ptrdiff_t>(offset));
+        });
+    if (!rewritten) return false;
+    if (!m_columns.empty()) return SaveDefinition();
+    return !m_journal.Exists(m_definitionPath) || m_journal.Remove(m_definitionPath);
+}
+
+bool CTableManager::RewriteRows(
+    int32_t oldSize,
+    const std::function<void(std::span<const uint8_t>, std::span<uint8_t>)>& convert) {
+    if (m_rows.EntryCount() == 0) return true;
+    std::vector<uint8_t> old(static_cast<size_t>(oldSize));
+    std::vector<std::vector<uint8_t>> records;
+    records.reserve(static_cast<size_t>(m_rows.LiveCount()));
+    bool complete = true;
+    m_rows.Walk([&](int64_t, const DictionaryEntry& entry) {
+        if (entry.deleted) return true;
+        complete = entry.size == oldSize &&
+                   (oldSize == 0 || m_rowData.ReadAt(old.data(), oldSize, entry.position));
+        if (!complete) return false;
+        convert(old, records.emplace_back(static_cast<size_t>(m_recordSize)));
+        return true;
+    });
+    if (!complete || !m_rowData.Reset()) return false;
+    std::vector<int64_t> places;
+    places.reserve(records.size());
+    for (const std::vector<uint8_t>& record : records) {
+        int64_t position = 0;
+        if (m_recordSize > 0 &&
+            !m_rowData.AllocateAndWrite(record.data(), m_recordSize, position)) {
+            return false;
+        }
+        places.push_back(position);
+    }
+    size_t next = 0;
+    return m_rows.CompactMoved([&](int64_t, DictionaryEntry& entry) {
+        entry.position = places[next++];
+        entry.size = m_recordSize;
+    });
+}
+
+bool CTableManager::SkipRowIdsBelow(int64_t rowId) {
+    return OpenStores() && m_rows.SkipIdsBelow(rowId);
+}
+
+bool CTableManager::DeleteFiles() {
+    for (CTableColumn& column : m_columns) {
+        if (column.index && !column.index->DeleteFile()) return false;
+    }
+    if (m_storesOpen &&
+        !(m_rows.DeleteFile() && m_rowData.DeleteFiles() && m_texts.DeleteFiles())) {
+        return false;
+    }
+    m_storesOpen = false;
+    return !m_journal.Exists(m_definitionPath) || m_journal.Remove(m_definitionPath);
+}
+
+bool CTableManager::NeedsCompaction() const {
+    return m_storesOpen &&
+           (m_rows.NeedsCompaction() || m_texts.NeedsCompaction() ||
+            std::any_of(m_columns.begin(), m_columns.end(), [](const CTableColumn& column) {
+                return column.index && column.index->NeedsCompaction();
+            }));
+}
+
+bool CTableManager::RemoveDeleted() {
+    if (!m_storesOpen) return true;
+    {
+        CBracketScope bracket(m_journal);
+        if (!bracket.Begun() || !m_rows.Compact(false)) return false;
+        for (CTableColumn& column : m_columns) {
+            if (column.index && column.index->NeedsCompaction() && !column.index->Compact()) {
+                return false;
+            }
+        }
+        if (!bracket.Commit()) return false;
+    }
+    return m_texts.Compact();
+}
+
+void CTableManager::ListFiles(std::vector<std::string>& names) const {
+    const auto add = [&](const std::string& path) {
+        if (m_journal.Exists(path)) names.push_back(FileNameOf(path));
+    };
+    add(m_definitionPath);
+    for (const char* suffix :
+         {"_dict", "_data", "_data_del", "_textdict", "_textdata", "_textdata_del"}) {
+        add(WithSuffix(m_definitionPath, suffix));
+    }
+    for (const CTableColumn& column : m_columns) {
+        if (column.index) add(column.index->Path());
+    }
+}
+
+IntegrityCode CTableManager::Verify(std::string& detail) const {
+    return CTableVerifier(*this).Run(detail);
+}
+
+}  // namespace quillon

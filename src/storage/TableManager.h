@@ -1,0 +1,149 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/KeelString.h"
+#include "storage/ColumnType.h"
+#include "storage/DataStore.h"
+#include "storage/DictionaryManager.h"
+#include "storage/IndexManager.h"
+#include "storage/IntegrityCode.h"
+#include "storage/TableDefinition.h"
+#include "storage/TableRowUpdateInfo.h"
+#include "storage/TextManager.h"
+
+namespace quillon {
+
+// One column of an open table.
+struct CTableColumn {
+    CKeelString name;
+    int64_t id = 0;  // unique in the table; names the index file
+    ColumnType type = ColumnType::Text;
+    bool indexed = false;
+    bool indexAttribute = false;
+    int32_t tableNumber = 0;
+    int32_t offset = 0;                    // of the value in the row record, bytes
+    std::unique_ptr<CIndexManager> index;  // null when not indexed or lost
+};
+
+// A table: definition, rows, texts and indexes.
+//
+//   Rows       Fixed-size records known by the id that the row dictionary gave.
+//   Errors     false, -1 or empty; nothing throws. A failed change leaves the
+//              bracket to be rolled back by its owner (CDatabaseManager).
+//   Threads    Callers hold the database manager's lock.
+class CTableManager {
+public:
+    CTableManager(CJournal& journal, std::string folder, int32_t number);
+    ~CTableManager();
+    CTableManager(const CTableManager&) = delete;
+    CTableManager& operator=(const CTableManager&) = delete;
+
+    // --- life (used by CDatabaseManager)
+    [[nodiscard]] bool Create(std::string_view name);
+    [[nodiscard]] bool Open();
+    bool Close();
+    // Saves headers and free lists.
+    [[nodiscard]] bool Flush();
+    [[nodiscard]] bool SaveDefinition();
+    // Each rewrites the rows at once. `RemoveColumn` frees the column's texts and index.
+    [[nodiscard]] bool AddColumn(std::string_view name, ColumnType type, bool indexed,
+                                 bool attribute);
+    [[nodiscard]] bool RemoveColumn(std::string_view name);
+    // The next row gets this id at the least.
+    [[nodiscard]] bool SkipRowIdsBelow(int64_t rowId);
+    [[nodiscard]] bool DeleteFiles();
+    // True when something deleted still takes room in a file.
+    bool NeedsCompaction() const;
+    // Rewrites one store after another without what is deleted, each in a bracket of its own.
+    [[nodiscard]] bool RemoveDeleted();
+
+    // --- rows
+    // The new row's id; -1 on failure. Columns not set get their defaults.
+    int64_t AddRow(const CTableRowUpdateInfo& row);
+    // Writes the set columns of an existing row; texts that are replaced are freed.
+    [[nodiscard]] bool UpdateRow(const CTableRowUpdateInfo& row);
+    [[nodiscard]] bool DeleteRow(int64_t rowId);
+
+    // --- reading
+    int32_t Number() const { return m_number; }
+    const CKeelString& Name() const { return m_name; }
+    const std::string& DefinitionPath() const { return m_definitionPath; }
+    const std::vector<CTableColumn>& Columns() const { return m_columns; }
+    // Null when the table has no such column. Names compare exactly.
+    const CTableColumn* FindColumn(std::string_view name) const;
+    const CTableColumn* FindColumnById(int64_t columnId) const;
+
+    int64_t RowCount() const { return m_rows.LiveCount(); }
+    bool RowExists(int64_t rowId) const;
+    // Row ids in order of creation; stops when the visitor returns false.
+    void WalkRows(const std::function<bool(int64_t rowId)>& visit) const;
+    // Fills `record` with the row's bytes. False: no such row or unreadable.
+    [[nodiscard]] bool ReadRecord(int64_t rowId, std::vector<uint8_t>& record) const;
+    // The column's value. Numbers of indexed columns come from memory. False: no
+    // such row, or its bytes or text cannot be read.
+    [[nodiscard]] bool ReadValue(int64_t rowId, const CTableColumn& column,
+                                 CTableRowUpdateInfoValue& value) const;
+    // The same out of a record that was read before.
+    [[nodiscard]] bool ValueFromRecord(std::span<const uint8_t> record, const CTableColumn& column,
+                                       CTableRowUpdateInfoValue& value) const;
+    int32_t RecordSize() const { return m_recordSize; }
+
+    // Checks texts, rows and indexes; where it stops, `detail` says what and where.
+    IntegrityCode Verify(std::string& detail) const;
+    // Makes every index anew from the rows.
+    [[nodiscard]] bool RebuildIndexes();
+    // Indexes that Open found missing or damaged and made anew from the rows.
+    const std::vector<std::string>& RebuiltIndexes() const { return m_rebuiltIndexes; }
+    // The file that made Open fail.
+    const std::string& FailedFile() const { return m_failedFile; }
+
+    // Every file the table owns, without folder, those that exist.
+    void ListFiles(std::vector<std::string>& names) const;
+
+    const CDictionaryManager& Rows() const { return m_rows; }
+    const CDataStore& RowData() const { return m_rowData; }
+    const CTextManager& Texts() const { return m_texts; }
+
+private:
+    std::string IndexPath(int64_t columnId) const;
+    void SetStorePaths();
+    [[nodiscard]] bool OpenStores();
+    [[nodiscard]] bool ApplyDefinition(const TableDefinition& definition);
+    [[nodiscard]] bool OpenIndex(CTableColumn& column);
+    void LayOutRecord();
+    int64_t NextColumnId() const;
+    [[nodiscard]] bool SetTextInRecord(const CTableColumn& column, const CKeelString& text,
+                                       std::span<uint8_t> record);
+    [[nodiscard]] bool ChangeTextInRecord(const CTableColumn& column, const CKeelString& text,
+                                          std::span<uint8_t> record);
+    [[nodiscard]] bool WriteValue(const CTableColumn& column, const CTableRowUpdateInfoValue& value,
+                                  std::span<uint8_t> record);
+    // The row records as `convert` makes them of the old ones, all at once.
+    [[nodiscard]] bool RewriteRows(
+        int32_t oldSize,
+        const std::function<void(std::span<const uint8_t>, std::span<uint8_t>)>& convert);
+    [[nodiscard]] bool FillIndex(CTableColumn& column);
+
+    CJournal& m_journal;
+    std::string m_folder;
+    std::string m_definitionPath;
+    int32_t m_number;
+    CKeelString m_name;
+    std::vector<CTableColumn> m_columns;
+    int32_t m_recordSize = 0;
+    bool m_storesOpen = false;
+    CDictionaryManager m_rows;
+    CDataStore m_rowData;
+    CTextManager m_texts;
+    std::vector<std::string> m_rebuiltIndexes;
+    std::string m_failedFile;
+};
+
+}  // namespace quillon

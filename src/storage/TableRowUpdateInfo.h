@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+#include "foundation/KeelString.h"
+#include "storage/ColumnType.h"
+
+namespace quillon {
+
+// One typed value. Only the member of its type counts.
+class CTableRowUpdateInfoValue {
+public:
+    CTableRowUpdateInfoValue() = default;
+    explicit CTableRowUpdateInfoValue(ColumnType valueType) { Reset(valueType); }
+
+    // The type's default: no text, false, 0, 0.0; a date-time becomes the current time.
+    void Reset(ColumnType valueType);
+
+    ColumnType type = ColumnType::Text;
+    bool isSet = true;  // a text may be absent, which is not the same as empty
+    CKeelString text;
+    bool boolean = false;
+    int32_t int32 = 0;
+    int64_t int64 = 0;
+    double number = 0.0;
+    int64_t dateTime = 0;
+
+    // The value as an index key.
+    int64_t Key() const;
+};
+
+// The values of a row to be added (row id -1) or changed.
+class CTableRowUpdateInfo {
+public:
+    static constexpr int64_t kNewRow = -1;
+
+    void Reset() {
+        m_values.clear();
+        m_rowId = kNewRow;
+    }
+    int64_t RowId() const { return m_rowId; }
+    void SetRowId(int64_t rowId) { m_rowId = rowId; }
+
+    CTableRowUpdateInfoValue& Set(int64_t columnId, ColumnType type);
+    // Null when the column is not set.
+    const CTableRowUpdateInfoValue* Find(int64_t columnId) const;
+
+private:
+    std::map<int64_t, CTableRowUpdateInfoValue> m_values;
+    int64_t m_rowId = kNewRow;
+};
+
+}  // namespace quillon

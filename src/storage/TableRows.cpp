@@ -1,0 +1,225 @@
+// The row operations of CTableManager.
+
+#include <algorithm>
+#include <bit>
+
+#include "foundation/ByteCodec.h"
+#include "storage/Journal.h"
+#include "storage/TableManager.h"
+
+namespace quillon {
+
+const CTableColumn* CTableManager::FindColumn(std::string_view name) const {
+    for (const CTableColumn& column : m_columns) {
+        if (column.name.View() == name) return &column;
+    }
+    return nullptr;
+}
+
+const CTableColumn* CTableManager::FindColumnById(int64_t columnId) const {
+    for (const CTableColumn& column : m_columns) {
+        if (column.id == columnId) return &column;
+    }
+    return nullptr;
+}
+
+bool CTableManager::RowExists(int64_t rowId) const {
+    return m_rows.FindLive(rowId) != nullptr;
+}
+
+void CTableManager::WalkRows(const std::function<bool(int64_t rowId)>& visit) const {
+    m_rows.Walk(
+        [&](int64_t rowId, const DictionaryEntry& entry) { return entry.deleted || visit(rowId); });
+}
+
+bool CTableManager::SetTextInRecord(const CTableColumn& column, const CKeelString& text,
+                                    std::span<uint8_t> record) {
+    // An empty text is no text: it takes no room in the text store.
+    int64_t textId = CTextManager::kNoText;
+    if (!text.IsEmpty()) {
+        textId = m_texts.Add(text);
+        if (textId < 0) return false;
+    }
+    StoreLE<int64_t>(record, static_cast<size_t>(column.offset), textId);
+    return true;
+}
+
+bool CTableManager::ChangeTextInRecord(const CTableColumn& column, const CKeelString& text,
+                                       std::span<uint8_t> record) {
+    const auto textId = LoadLE<int64_t>(record, static_cast<size_t>(column.offset));
+    if (!m_texts.Dictionary().FindLive(textId)) return SetTextInRecord(column, text, record);
+    if (!text.IsEmpty()) return m_texts.Replace(textId, text);
+    return m_texts.Delete(textId) && SetTextInRecord(column, text, record);
+}
+
+bool CTableManager::WriteValue(const CTableColumn& column, const CTableRowUpdateInfoValue& value,
+                               std::span<uint8_t> record) {
+    const auto offset = static_cast<size_t>(column.offset);
+    switch (column.type) {
+        case ColumnType::Text:
+            return SetTextInRecord(column, value.text, record);
+        case ColumnType::Boolean:
+            StoreLE<uint8_t>(record, offset, value.boolean ? 1 : 0);
+            return true;
+        case ColumnType::Int32:
+            StoreLE<int32_t>(record, offset, value.int32);
+            return true;
+        case ColumnType::Int64:
+            StoreLE<int64_t>(record, offset, value.int64);
+            return true;
+        case ColumnType::Double:
+            StoreDoubleLE(record, offset, value.number);
+            return true;
+        case ColumnType::DateTime:
+            StoreLE<int64_t>(record, offset, value.dateTime);
+            return true;
+    }
+    return false;
+}
+
+int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
+    if (!m_storesOpen || m_recordSize == 0) return -1;
+    std::vector<uint8_t> record(static_cast<size_t>(m_recordSize));
+    std::vector<int64_t> keys(m_columns.size());
+    for (size_t i = 0; i < m_columns.size(); ++i) {
+        const CTableColumn& column = m_columns[i];
+        const CTableRowUpdateInfoValue* set = row.Find(column.id);
+        const CTableRowUpdateInfoValue initial =
+            set ? CTableRowUpdateInfoValue() : CTableRowUpdateInfoValue(column.type);
+        const CTableRowUpdateInfoValue& value = set ? *set : initial;
+        if (!WriteValue(column, value, record)) return -1;
+        if (column.index) keys[i] = value.Key();
+    }
+    int64_t position = 0;
+    if (!m_rowData.AllocateAndWrite(record.data(), m_recordSize, position)) return -1;
+    const int64_t rowId = m_rows.Add(position, m_recordSize);
+    if (rowId < 0) return -1;
+    for (size_t i = 0; i < m_columns.size(); ++i) {
+        if (m_columns[i].index && !m_columns[i].index->Add(rowId, keys[i])) return -1;
+    }
+    return rowId;
+}
+
+bool CTableManager::UpdateRow(const CTableRowUpdateInfo& row) {
+    const DictionaryEntry* entry = m_rows.FindLive(row.RowId());
+    std::vector<uint8_t> record;
+    if (!entry || !ReadRecord(row.RowId(), record)) return false;
+    for (CTableColumn& column : m_columns) {
+        const CTableRowUpdateInfoValue* value = row.Find(column.id);
+        if (!value) continue;
+        const bool written = column.type == ColumnType::Text
+                                 ? ChangeTextInRecord(column, value->text, record)
+                                 : WriteValue(column, *value, record);
+        if (!written) return false;
+        if (column.index && !column.index->Update(row.RowId(), value->Key())) return false;
+    }
+    return m_rowData.WriteAt(record.data(), m_recordSize, entry->position);
+}
+
+bool CTableManager::DeleteRow(int64_t rowId) {
+    const DictionaryEntry* found = m_rows.FindLive(rowId);
+    if (!found) return false;
+    const DictionaryEntry entry = *found;
+    std::vector<uint8_t> record;
+    if (!ReadRecord(rowId, record)) return false;
+    for (CTableColumn& column : m_columns) {
+        if (column.type == ColumnType::Text) {
+            const auto textId = LoadLE<int64_t>(record, static_cast<size_t>(column.offset));
+            if (m_texts.Dictionary().FindLive(textId) && !m_texts.Delete(textId)) return false;
+        }
+        int64_t key = 0;
+        if (column.index && column.index->KeyOf(rowId, key) && !column.index->Remove(rowId)) {
+            return false;
+        }
+    }
+    return m_rows.MarkDeleted(rowId) && m_rowData.FreeBlock(entry.size, entry.position);
+}
+
+bool CTableManager::ReadRecord(int64_t rowId, std::vector<uint8_t>& record) const {
+    const DictionaryEntry* entry = m_rows.FindLive(rowId);
+    if (!entry || entry->size != m_recordSize) return false;
+    record.resize(static_cast<size_t>(m_recordSize));
+    return m_rowData.ReadAt(record.data(), entry->size, entry->position);
+}
+
+namespace {
+
+// A number as an index keeps it. False for texts, of which it keeps a hash only.
+bool ValueFromKey(ColumnType type, int64_t key, CTableRowUpdateInfoValue& value) {
+    value.type = type;
+    value.isSet = true;
+    switch (type) {
+        case ColumnType::Text:
+            return false;
+        case ColumnType::Boolean:
+            value.boolean = key != 0;
+            return true;
+        case ColumnType::Int32:
+            value.int32 = static_cast<int32_t>(key);
+            return true;
+        case ColumnType::Int64:
+            value.int64 = key;
+            return true;
+        case ColumnType::Double:
+            value.number = std::bit_cast<double>(key);
+            return true;
+        case ColumnType::DateTime:
+            value.dateTime = key;
+            return true;
+    }
+    return false;
+}
+
+// A number as a record keeps it; widens to the form that an index keeps.
+int64_t KeyFromField(ColumnType type, std::span<const uint8_t> field) {
+    switch (type) {
+        case ColumnType::Boolean:
+            return field[0] != 0 ? 1 : 0;
+        case ColumnType::Int32:
+            return LoadLE<int32_t>(field, 0);
+        default:
+            return LoadLE<int64_t>(field, 0);
+    }
+}
+
+}  // namespace
+
+bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
+                              CTableRowUpdateInfoValue& value) const {
+    int64_t key = 0;
+    if (column.index && column.type != ColumnType::Text && column.index->KeyOf(rowId, key)) {
+        return ValueFromKey(column.type, key, value);
+    }
+    const DictionaryEntry* entry = m_rows.FindLive(rowId);
+    if (!entry || entry->size != m_recordSize) return false;
+    std::array<uint8_t, 8> field{};
+    const int32_t width = ColumnWidth(column.type);
+    if (!m_rowData.ReadAt(field.data(), width, entry->position + column.offset)) return false;
+    if (column.type != ColumnType::Text) {
+        return ValueFromKey(column.type, KeyFromField(column.type, field), value);
+    }
+    value.type = ColumnType::Text;
+    const auto textId = LoadLE<int64_t>(field, 0);
+    value.isSet = textId != CTextManager::kNoText;
+    if (value.isSet) return m_texts.Read(textId, value.text);
+    value.text = CKeelString();
+    return true;
+}
+
+bool CTableManager::ValueFromRecord(std::span<const uint8_t> record, const CTableColumn& column,
+                                    CTableRowUpdateInfoValue& value) const {
+    if (record.size() != static_cast<size_t>(m_recordSize)) return false;
+    const auto field = record.subspan(static_cast<size_t>(column.offset),
+                                      static_cast<size_t>(ColumnWidth(column.type)));
+    if (column.type != ColumnType::Text) {
+        return ValueFromKey(column.type, KeyFromField(column.type, field), value);
+    }
+    value.type = ColumnType::Text;
+    const auto textId = LoadLE<int64_t>(field, 0);
+    value.isSet = textId != CTextManager::kNoText;
+    if (value.isSet) return m_texts.Read(textId, value.text);
+    value.text = CKeelString();
+    return true;
+}
+
+}  // namespace quillon
