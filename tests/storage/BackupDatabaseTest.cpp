@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include "storage/Backup.h"
+#include "storage/BackupFixture.h"
+#include "storage/DatabaseManager.h"
+
+// Backups of open databases.
+
+namespace quillon {
+namespace {
+
+// One table with `rows` rows whose text is "row" and a number, and a BLOB.
+bool FillDatabase(CDatabaseManager& database, int rows) {
+    if (!database.CreateTable("Account") ||
+        !database.AddColumn("Account", "Name", ColumnType::Text, true, false)) {
+        return false;
+    }
+    for (int i = 0; i < rows; ++i) {
+        if (!database.BeginRow("Account")) return false;
+        database.SetText("Name", CKeelString(("row " + std::to_string(i)).c_str()));
+        if (database.CommitRow() < 0) return false;
+    }
+    return database.AddBlob(Noise(500)) >= 0;
+}
+
+int64_t RowCount(CDatabaseManager& database) {
+    std::vector<TableIntegrity> tables;
+    EXPECT_EQ(database.Verify(tables), IntegrityCode::Ok);
+    return tables.size() == 1 ? tables.front().rows : -1;
+}
+
+TEST(BackupDatabase, ComesBackWholeAndOpens) {
+    CMemoryFileSystem disk;
+    CDatabaseManager database(disk);
+    ASSERT_TRUE(database.Open("ledger"));
+    ASSERT_TRUE(FillDatabase(database, 50));
+    BackupReport report;
+    ASSERT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::Done)
+        << report.detail;
+    std::vector<std::string> names;
+    ASSERT_TRUE(database.ListFiles(names));
+    EXPECT_EQ(report.files, static_cast<int64_t>(names.size()));
+    EXPECT_FALSE(report.isProtected);
+
+    // Into another folder while the database is open and goes on.
+    ASSERT_TRUE(database.DeleteRow("Account", 3));
+    ASSERT_EQ(Restore(disk, "b.dat", "copy", false, ""), RestoreCode::Done);
+    CDatabaseManager copy(disk);
+    ASSERT_TRUE(copy.Open("copy"));
+    EXPECT_EQ(RowCount(copy), 50);
+
+    // Over the database itself: not while it is open, and its journal goes with it.
+    EXPECT_EQ(Restore(disk, "b.dat", "ledger", true, ""), RestoreCode::InUse);
+    EXPECT_EQ(RowCount(database), 49);
+    ASSERT_TRUE(database.Close());
+    EXPECT_EQ(Restore(disk, "b.dat", "ledger", false, ""), RestoreCode::TargetNotEmpty);
+    ASSERT_EQ(Restore(disk, "b.dat", "ledger", true, ""), RestoreCode::Done);
+    ASSERT_TRUE(database.Open("ledger"));
+    EXPECT_EQ(RowCount(database), 50);
+    EXPECT_FALSE(disk.FolderExists("ledger.old"));
+}
+
+TEST(BackupDatabase, AnEmptyOneToo) {
+    CMemoryFileSystem disk;
+    CDatabaseManager database(disk);
+    ASSERT_TRUE(database.Open("ledger"));
+    BackupReport report;
+    ASSERT_EQ(WriteBackup(database, "b.dat", kHash, report, QuickOptions()), BackupCode::Done)
+        << report.detail;
+    EXPECT_TRUE(report.isProtected);
+    ASSERT_EQ(Restore(disk, "b.dat", "copy"), RestoreCode::Done);
+    CDatabaseManager copy(disk);
+    EXPECT_TRUE(copy.Open("copy"));
+}
+
+TEST(BackupDatabase, RefusalsWriteNothing) {
+    CMemoryFileSystem disk;
+    CDatabaseManager database(disk);
+    BackupReport report;
+    EXPECT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::NoFiles);
+    ASSERT_TRUE(database.Open("ledger"));
+    ASSERT_TRUE(FillDatabase(database, 5));
+    EXPECT_EQ(WriteBackup(database, "", "", report, QuickOptions()), BackupCode::NoPath);
+    {
+        const CBatchScope batch(database);
+        EXPECT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::Other);
+    }
+    // The texts are damaged while the database is open; its check finds it.
+    ASSERT_TRUE(database.Flush());
+    ASSERT_TRUE(database.Close());
+    Bytes& texts = disk.Bytes("ledger/Table_1_textdata.dat");
+    ASSERT_GT(texts.size(), 80U);
+    std::fill(texts.begin() + 54, texts.end(), uint8_t{0xFF});
+    ASSERT_TRUE(database.Open("ledger"));
+    EXPECT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()),
+              BackupCode::IntegrityFailed);
+    EXPECT_FALSE(report.detail.empty());
+    EXPECT_FALSE(disk.Exists("b.dat"));
+    EXPECT_FALSE(disk.Exists("b.dat.new"));
+}
+
+// Whoever opens the folder after a stopped restore gets a whole database.
+TEST(BackupDatabase, OpeningFinishesAnInterruptedRestore) {
+    CMemoryFileSystem disk;
+    {
+        CDatabaseManager database(disk);
+        ASSERT_TRUE(database.Open("ledger"));
+        ASSERT_TRUE(FillDatabase(database, 5));
+        BackupReport report;
+        ASSERT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::Done);
+        ASSERT_TRUE(database.DeleteRow("Account", 0));
+    }
+    const auto before = disk.Snapshot();
+    int whole = 0;
+    for (int64_t stopAt = 1; whole < 2; ++stopAt) {
+        SCOPED_TRACE(stopAt);
+        ASSERT_LT(stopAt, 1'000);
+        disk.Restore(before);
+        disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, stopAt, FileError::Other,
+                     CMemoryFileSystem::Times::ForEver);
+        const RestoreCode code = Restore(disk, "b.dat", "ledger", true, "");
+        whole += disk.HasFailed() ? 0 : 1;
+        disk.StopFailing();
+        CDatabaseManager database(disk);
+        ASSERT_TRUE(database.Open("ledger"));
+        const int64_t rows = RowCount(database);
+        EXPECT_TRUE(rows == 5 || (rows == 4 && code != RestoreCode::Done)) << rows;
+        EXPECT_FALSE(disk.FolderExists("ledger.old"));
+        EXPECT_FALSE(disk.FolderExists("ledger.restoring"));
+    }
+}
+
+}  // namespace
+}  // namespace quillon
