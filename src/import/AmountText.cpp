@@ -129,6 +129,7 @@ bool CouldGroup(std::string_view number, const Marks& marks) {
 AmountEvidence Judge(std::string_view number) {
     const Marks marks = FindMarks(number);
     if (marks.points + marks.commas == 0) return AmountEvidence::None;
+    if (marks.last + 1 == number.size()) return AmountEvidence::None;
     const bool lastIsPoint = number[marks.last] == '.';
     if (marks.points > 0 && marks.commas > 0) {
         if ((lastIsPoint ? marks.points : marks.commas) > 1) return AmountEvidence::None;

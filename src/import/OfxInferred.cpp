@@ -330,6 +330,11 @@ private:
     }
 
     void NoteStatements() {
+        if (m_contents.investmentActions > 0) {
+            m_notes.Add(Kind::File, 0,
+                        "Skipped: " + std::to_string(m_contents.investmentActions) +
+                            " actions on securities, which are no bank-style lines.");
+        }
         if (m_contents.statements < 2) return;
         std::string names;
         for (const std::string& name : m_contents.accounts) {

@@ -33,7 +33,9 @@ struct RawRecord {
     std::string_view category;
     std::string_view memo;
     std::string_view number;
-    uint32_t firstSplit = 0;  // in the reader's split amounts
+    std::string_view account;        // whose register it stands in
+    std::string_view splitCategory;  // of the first split
+    uint32_t firstSplit = 0;         // in the reader's split amounts
     uint32_t splits = 0;
     bool investment = false;
     bool closed = true;
@@ -237,6 +239,7 @@ private:
         RawRecord raw;
         raw.investment = m_section == Section::Investment;
         raw.closed = closed;
+        raw.account = m_account;
         raw.firstSplit = static_cast<uint32_t>(m_splits.size());
         bool inSplits = false;
         for (size_t i = from; i < to; ++i) {
@@ -306,6 +309,7 @@ private:
                 return;
             case 'S':
                 inSplits = true;
+                if (raw.splitCategory.empty()) raw.splitCategory = value;
                 return;
             case '$':
                 if (!inSplits) return;
@@ -433,7 +437,9 @@ private:
     }
 
     void ReadCategoryOf(const RawRecord& raw, ImportRecord& record) {
-        record.category = raw.category;
+        // A single split is no split.
+        record.category =
+            raw.category.empty() && raw.splits == 1 ? raw.splitCategory : raw.category;
         if (raw.splits > 1 && m_notes.Wants(Kind::Splits)) {
             m_notes.Add(Kind::Splits, raw.line,
                         "Split over " + std::to_string(raw.splits) + " parts: entered as one" +
@@ -451,7 +457,7 @@ private:
             return;
         }
         // By custom the opening balance names the register's own account.
-        const bool opening = EqualsAsciiCase(raw.payee, "Opening Balance");
+        const bool opening = other == raw.account || EqualsAsciiCase(raw.payee, "Opening Balance");
         record.category = opening ? kAdjustmentCategory : kTransferCategory;
         if (opening || !m_notes.Wants(Kind::Transfer)) return;
         m_notes.Add(Kind::Transfer, raw.line,

@@ -1,0 +1,326 @@
+#include <gtest/gtest.h>
+
+#include "foundation/CalendarDate.h"
+#include "import/AmountText.h"
+#include "import/Charset.h"
+#include "import/DateText.h"
+#include "import/TextScan.h"
+#include "support/Bytes.h"
+
+namespace quillon {
+namespace {
+
+constexpr DateOrder kMdy = DateOrder::MonthDayYear;
+constexpr DateOrder kDmy = DateOrder::DayMonthYear;
+constexpr DateOrder kYmd = DateOrder::YearMonthDay;
+
+std::string Shown(std::optional<int64_t> date) {
+    return date ? FormatIsoDate(*date) : "none";
+}
+
+TEST(DateText, PlainRuleAddsACenturyToEveryYear) {
+    const struct {
+        const char* text;
+        const char* date;
+    } rows[] = {
+        {"1/2'21", "2021-01-02"},
+        {"1/15'05", "2005-01-15"},
+        {"1/15/2015", "3915-01-15"},
+        {"12/31/50", "2050-12-31"},
+        {"12/31/51", "1951-12-31"},
+        {"1/ 1/10", "2010-01-01"},
+        {"1-15-99", "1999-01-15"},
+        {"15/1/10", "none"},
+        {"2/30'21", "none"},
+        {"", "none"},
+        {"1/2", "none"},
+        {"2010-03-29", "none"},
+        {"9/9/999999999999999999", "none"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(Shown(ReadPlainDate(row.text, kMdy)), row.date);
+    }
+}
+
+TEST(DateText, ReadsTheWaysBanksWriteDates) {
+    const struct {
+        const char* text;
+        DateOrder order;
+        const char* date;
+    } rows[] = {
+        {"1/15/2015", kMdy, "2015-01-15"},  {"15/1/2015", kDmy, "2015-01-15"},
+        {"15.01.2015", kDmy, "2015-01-15"}, {"2/10'2020", kMdy, "2020-02-10"},
+        {"1/ 1'05", kMdy, "2005-01-01"},    {"1/5'5", kMdy, "2005-01-05"},
+        {"6/1/94", kMdy, "1994-06-01"},     {"2014/1/2", kYmd, "2014-01-02"},
+        {"2014-01-02", kMdy, "2014-01-02"}, {"2014-01-02", kDmy, "2014-01-02"},
+        {"94/06/01", kYmd, "1994-06-01"},   {"20140102", kDmy, "2014-01-02"},
+        {"29/2/2021", kDmy, "none"},        {"15/1/2015", kMdy, "none"},
+        {"1/1/0", kMdy, "2000-01-01"},      {"1/1/100", kMdy, "none"},
+        {"0/1/2015", kMdy, "none"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        DateParts parts;
+        ASSERT_TRUE(SplitDate(row.text, parts));
+        EXPECT_EQ(Shown(ReadDate(parts, row.order)), row.date);
+    }
+    for (const char* text : {"", "1/2", "1//2015", "/1/2/3", "1/2/3/4", "1/2/12345", "Jan 2 2015",
+                             "1/2/", "-1/2/2015", "201401021"}) {
+        SCOPED_TRACE(text);
+        DateParts parts;
+        EXPECT_FALSE(SplitDate(text, parts));
+    }
+}
+
+TEST(DateText, StatementDatesAreTheirFirstEightDigits) {
+    EXPECT_EQ(Shown(ReadStatementDate("20210315120000[-5:EST]")), "2021-03-15");
+    EXPECT_EQ(Shown(ReadStatementDate("20210315")), "2021-03-15");
+    for (const char* text : {"2021031", "20120231", "201120000000", "00000000", "2021-03-15", ""}) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(Shown(ReadStatementDate(text)), "none");
+    }
+}
+
+TEST(DateText, OrderIsInferredFromTheWholeFileOrNotAtAll) {
+    const struct {
+        const char* name;
+        std::vector<const char*> dates;
+        DateOrder order;
+        YearRule years;
+        const char* note;  // a part of the first
+    } rows[] = {
+        {"a 13th day in second place",
+         {"1/2/21", "1/13/21"},
+         kMdy,
+         YearRule::TwoDigits,
+         "month first: 1/13/21"},
+        {"in first place", {"1/2/21", "13/1/21"}, kDmy, YearRule::TwoDigits, "day first: 13/1/21"},
+        {"year first", {"2014/1/2"}, kYmd, YearRule::AsWritten, "year first"},
+        {"undecided", {"1/2/21", "3/4/21"}, kMdy, YearRule::TwoDigits, "could be either"},
+        {"contradiction", {"13/1/21", "1/13/21"}, kMdy, YearRule::TwoDigits, "contradict"},
+        {"year first beside undecided",
+         {"2014-01-02", "1/2/14"},
+         kMdy,
+         YearRule::AsWritten,
+         "could be either"},
+        {"year first beside day first",
+         {"2014-01-02", "31/1/14"},
+         kDmy,
+         YearRule::AsWritten,
+         "day first"},
+        {"12 proves nothing", {"12/12/12"}, kMdy, YearRule::TwoDigits, "could be either"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CDateInference inference;
+        int64_t line = 0;
+        for (const char* date : row.dates) inference.Add(date, ++line);
+        Dialect dialect;
+        CImportNotes notes;
+        inference.Decide({}, dialect, notes);
+        EXPECT_EQ(dialect.dateOrder, row.order);
+        EXPECT_EQ(dialect.years, row.years);
+        std::string all;
+        for (const ImportNote& note : notes.Take()) all += note.text + "\n";
+        EXPECT_NE(all.find(row.note), std::string::npos) << all;
+
+        inference.Decide(kYmd, dialect, notes);
+        EXPECT_EQ(dialect.dateOrder, kYmd);
+    }
+}
+
+TEST(AmountText, PlainRuleDropsCommasAndDollars) {
+    const struct {
+        const char* text;
+        double amount;
+    } rows[] = {
+        {"-12.50", -12.5},
+        {"1,234.56", 1234.56},
+        {"$1234.56", 1234.56},
+        {"12,50", 1250},
+        {"-1,250.00", -1250},
+        {"+3", 3},
+        {".5", 0.5},
+        {"", 0},
+        {"abc", 0},
+        {"12abc", 12},
+        {"0.000000001", 0},
+        {"inf", 0},
+        {"nan", 0},
+        {"1e999", 0},
+        {"1e3", 1000},
+        {"  7 ", 7},
+        {"+-3", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_DOUBLE_EQ(ReadPlainAmount(row.text), row.amount);
+    }
+}
+
+TEST(AmountText, ReadsTheWaysBanksWriteAmounts) {
+    constexpr DecimalMark kPoint = DecimalMark::Point;
+    constexpr DecimalMark kComma = DecimalMark::Comma;
+    constexpr AmountReading kClean = AmountReading::Clean;
+    const struct {
+        const char* text;
+        DecimalMark mark;
+        double amount;
+        AmountReading reading;
+    } rows[] = {
+        {"1,234.56", kPoint, 1234.56, kClean},
+        {"1.234,56", kComma, 1234.56, kClean},
+        {"-530,86", kComma, -530.86, kClean},
+        {"1.234", kComma, 1234, kClean},
+        {"1.234", kPoint, 1.234, kClean},
+        {"1,234", kComma, 1.234, kClean},
+        {"1'234.50", kPoint, 1234.5, kClean},
+        {"1\xC2\xA0"
+         "234,50",
+         kComma, 1234.5, kClean},
+        {"1 234,50", kComma, 1234.5, kClean},
+        {"$120", kPoint, 120, kClean},
+        {"12,50 EUR", kComma, 12.5, kClean},
+        {"\xE2\x82\xAC 12", kPoint, 12, kClean},
+        {"\xE2\x88\x92"
+         "12",
+         kPoint, -12, kClean},
+        {"(12.50)", kPoint, -12.5, kClean},
+        {"12.50-", kPoint, -12.5, kClean},
+        {"+00000000000000.2400", kPoint, 0.24, kClean},
+        {"3730.7633832701704", kPoint, 3730.7633832701704, kClean},
+        {"1,234,567", kPoint, 1234567, kClean},
+        {"-3.34", kComma, -3.34, AmountReading::OtherMark},
+        {"1,234.56", kComma, 1234.56, AmountReading::OtherMark},
+        {"12x5", kPoint, 12, AmountReading::Partly},
+        {"1e5", kPoint, 1, AmountReading::Partly},
+        {"12-50", kPoint, 12, AmountReading::Partly},
+        {"            .  ", kPoint, 0, AmountReading::Failed},
+        {"", kPoint, 0, AmountReading::Failed},
+        {"nan", kPoint, 0, AmountReading::Failed},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        double amount = 77;
+        EXPECT_EQ(ReadAmount(row.text, row.mark, row.mark == kComma, amount), row.reading);
+        EXPECT_DOUBLE_EQ(amount, row.amount);
+    }
+    // More digits than any amount has: bounded, and never a wrong small number.
+    double amount = 0;
+    EXPECT_EQ(ReadAmount(std::string(100'000, '9'), kPoint, false, amount), AmountReading::Partly);
+    EXPECT_GT(amount, 1e60);
+}
+
+TEST(AmountText, DecimalMarkIsInferredFromTheWholeFileOrNotAtAll) {
+    constexpr DecimalMark kPoint = DecimalMark::Point;
+    constexpr DecimalMark kComma = DecimalMark::Comma;
+    const struct {
+        const char* name;
+        std::vector<const char*> amounts;
+        DecimalMark mark;
+        size_t notes;
+    } rows[] = {
+        {"points", {"1.50", "1,234.50"}, kPoint, 0},
+        {"whole numbers", {"100", "-5"}, kPoint, 0},
+        {"two digits behind a comma", {"12,50", "3"}, kComma, 1},
+        {"one digit", {"12,5"}, kComma, 1},
+        {"a zero in front", {"0,125"}, kComma, 1},
+        {"points group", {"1.234,50"}, kComma, 1},
+        {"points group twice", {"1.234.567"}, kComma, 1},
+        {"thousands alone prove nothing", {"1,234"}, kPoint, 0},
+        {"both, none of them grouping", {"74,40", "-3.34"}, kComma, 1},
+        {"contradiction", {"12,50", "1,234.56"}, kPoint, 1},
+        {"no number proves anything", {"a,50", ",", "."}, kPoint, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CAmountInference inference;
+        for (const char* amount : row.amounts) inference.Add(amount, 1);
+        Dialect dialect;
+        CImportNotes notes;
+        inference.Decide({}, dialect, notes);
+        EXPECT_EQ(dialect.decimal, row.mark);
+        EXPECT_EQ(notes.Take().size(), row.notes);
+    }
+}
+
+TEST(Charset, IsToldFromTheBytes) {
+    const Bytes utf16 = {'!', 0, 'T', 0, 'y', 0, 'p', 0, 'e', 0, '\n', 0, 0xE9, 0};
+    Bytes utf16High;
+    for (size_t i = 0; i < utf16.size(); i += 2) {
+        utf16High.push_back(utf16[i + 1]);
+        utf16High.push_back(utf16[i]);
+    }
+    const struct {
+        const char* name;
+        Bytes bytes;
+        Charset charset;
+        int64_t line;
+        std::string text;
+    } rows[] = {
+        {"ASCII", Text("abc"), Charset::Utf8, 0, "abc"},
+        {"UTF-8", Text("a\nb\xC3\xA9"), Charset::Utf8, 2, "a\nb\xC3\xA9"},
+        {"code page 1252", Text("a\n\xE9t\xE9 \x80"), Charset::Windows1252, 2,
+         "a\n\xC3\xA9t\xC3\xA9 \xE2\x82\xAC"},
+        {"UTF-8 mark", Join({0xEF, 0xBB, 0xBF}, Text("x")), Charset::Utf8, 1, "x"},
+        {"UTF-16 mark, low", Join({0xFF, 0xFE}, utf16), Charset::Utf16Low, 1, "!Type\n\xC3\xA9"},
+        {"UTF-16 mark, high", Join({0xFE, 0xFF}, utf16High), Charset::Utf16High, 1,
+         "!Type\n\xC3\xA9"},
+        {"UTF-16 without a mark", utf16, Charset::Utf16Low, 1, "!Type\n\xC3\xA9"},
+        {"UTF-16 without a mark, high", utf16High, Charset::Utf16High, 1, "!Type\n\xC3\xA9"},
+        {"UTF-32 mark", {0xFF, 0xFE, 0, 0, 'A', 0, 0, 0}, Charset::Utf32Low, 1, "A"},
+        {"surrogates",
+         {0xFF, 0xFE, 0x3D, 0xD8, 0x00, 0xDE},
+         Charset::Utf16Low,
+         1,
+         "\xF0\x9F\x98\x80"},
+        {"odd byte at the end", {0xFF, 0xFE, 'A', 0, 'B'}, Charset::Utf16Low, 1, "A"},
+        // A name cut inside a character among good ones.
+        {"broken UTF-8", Text("\xC3\xA9 \xC3\xA9 \xC3"), Charset::Utf8, 1,
+         "\xC3\xA9 \xC3\xA9 \xEF\xBF\xBD"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const CharsetFinding finding = DetectCharset(row.bytes);
+        EXPECT_EQ(finding.charset, row.charset);
+        EXPECT_EQ(finding.line, row.line);
+        EXPECT_FALSE(finding.binary);
+        std::string text = ConvertToUtf8(row.bytes, finding);
+        if (!NeedsConversion(finding)) text = ToString(Slice(row.bytes, finding.markLength));
+        EXPECT_EQ(text, row.text);
+    }
+    EXPECT_TRUE(DetectCharset(FromHex("89504E470D0A1A0A0000000D49484452")).binary);
+    EXPECT_FALSE(DetectCharset(Bytes()).binary);
+}
+
+TEST(TextScan, NumbersAreReadFromTheStart) {
+    int64_t number = 0;
+    std::string_view rest;
+    EXPECT_TRUE(ScanLong(" 12abc", number, &rest));
+    EXPECT_EQ(number, 12);
+    EXPECT_EQ(rest, "abc");
+    EXPECT_TRUE(ScanLong("-7", number));
+    EXPECT_EQ(number, -7);
+    EXPECT_TRUE(ScanLong("9223372036854775807", number));
+    EXPECT_FALSE(ScanLong("9223372036854775808", number));
+    EXPECT_FALSE(ScanLong("", number));
+    EXPECT_FALSE(ScanLong("+-1", number));
+    EXPECT_EQ(number, INT64_MAX);
+}
+
+TEST(ImportNotes, ManyOfAKindAreCounted) {
+    CImportNotes notes;
+    for (int64_t line = 1000; line > 0; --line) {
+        if (notes.Wants(CImportNotes::Kind::Date)) notes.Add(CImportNotes::Kind::Date, line, "d");
+    }
+    notes.Add(CImportNotes::Kind::File, 0, "f");
+    const std::vector<ImportNote> taken = notes.Take();
+    ASSERT_EQ(taken.size(), 102U);
+    EXPECT_EQ(taken.front().text, "f");
+    EXPECT_EQ(taken[1].line, 901);
+    EXPECT_EQ(taken.back().text, "And 900 more dates that needed a note.");
+}
+
+}  // namespace
+}  // namespace quillon
