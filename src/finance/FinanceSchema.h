@@ -51,6 +51,9 @@ struct FinanceTable {
 // The fifteen tables in creation order.
 std::span<const FinanceTable> FinanceTables();
 
+// The column's definition; null when the table or the column is none of ours.
+const FinanceColumn* FindFinanceColumn(std::string_view table, std::string_view column);
+
 // Names of the default categories and stock sectors, in the order they are added.
 std::span<const std::string_view> DefaultCategories();
 std::span<const std::string_view> DefaultStockSectors();

@@ -10,12 +10,11 @@
 #include "finance/FinanceSchema.h"
 #include "foundation/FileSystem.h"
 #include "foundation/KeelList.h"
-#include "foundation/ReentrantLock.h"
 #include "storage/DatabaseManager.h"
 
 namespace quillon {
 
-class CNoSQLDatabaseInterface;
+class CFinanceRows;
 
 // What Open() found and did.
 struct FinanceOpenResult {
@@ -122,6 +121,7 @@ public:
     // --- payees
     // A name that exists gives the existing row's id and adds nothing.
     [[nodiscard]] bool AddPayee(CPayeeEntry& payee);
+    // False also when another payee has the name.
     [[nodiscard]] bool RenamePayee(int64_t payeeId, std::string_view name);
     // Rows that refer to it are the caller's to see to.
     [[nodiscard]] bool DeletePayee(int64_t payeeId);
@@ -211,12 +211,8 @@ public:
     int64_t RowCount(std::string_view table);
 
 private:
-    template <class Entry>
-    class CRecords;
-
     CDatabaseManager m_database;
-    CReentrantLock m_section;
-    std::unique_ptr<CNoSQLDatabaseInterface> m_query;
+    std::unique_ptr<CFinanceRows> m_rows;  // critical section and query
 };
 
 // A batch for a scope: rolled back unless committed.

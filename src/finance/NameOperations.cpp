@@ -1,0 +1,152 @@
+// Categories, payees and renaming rules: the rows that are known by a text.
+
+#include "finance/FinanceRows.h"
+#include "finance/QuillonDatabaseInterface.h"
+
+namespace quillon {
+
+namespace {
+
+void SetIfAsked(bool* target, bool value) {
+    if (target) *target = value;
+}
+
+}  // namespace
+
+// --- categories
+
+bool CQuillonDatabaseInterface::AddCategory(CCategoryEntry& category) {
+    return m_rows->Add(category);
+}
+
+bool CQuillonDatabaseInterface::UpdateCategory(const CCategoryEntry& category) {
+    return m_rows->Update(category);
+}
+
+bool CQuillonDatabaseInterface::UpdateCategoryFlags(const CCategoryEntry& category) {
+    return m_rows->Change(kCategoryTable, category.id, [&] {
+        return m_database.SetBoolean("IncludeIncome", category.includeIncome) &&
+               m_database.SetBoolean("IncludeWorth", category.includeWorth) &&
+               m_database.SetBoolean("IncludeInvestment", category.includeInvestment) &&
+               m_database.SetBoolean("IncludePayee", category.includePayee) &&
+               m_database.SetBoolean("IncludeTotal", category.includeTotal) &&
+               m_database.SetBoolean("IncludeBudget", category.includeBudget) &&
+               m_database.SetBoolean("IncludeReports", category.includeReports);
+    });
+}
+
+bool CQuillonDatabaseInterface::DeleteCategory(int64_t categoryId) {
+    return m_rows->Delete(kCategoryTable, categoryId);
+}
+
+bool CQuillonDatabaseInterface::ListCategories(COwnedList<CCategoryEntry>& categories) {
+    return m_rows->List(categories);
+}
+
+bool CQuillonDatabaseInterface::ReadCategory(int64_t categoryId, CCategoryEntry& category) {
+    return m_rows->Read(categoryId, category);
+}
+
+bool CQuillonDatabaseInterface::FindCategoryByName(std::string_view name,
+                                                   CCategoryEntry& category) {
+    return m_rows->ReadByText(category, "Name", name);
+}
+
+int64_t CQuillonDatabaseInterface::FindCategoryId(std::string_view name) {
+    int64_t categoryId = kNoRow;
+    return m_rows->FindByText(kCategoryTable, "Name", name, categoryId) ? categoryId : kNoRow;
+}
+
+int64_t CQuillonDatabaseInterface::FindOrAddCategory(std::string_view name, bool* added) {
+    SetIfAsked(added, false);
+    int64_t categoryId = kNoRow;
+    const bool done = m_rows->Run([&] {
+        if (!m_rows->FindByText(kCategoryTable, "Name", name, categoryId)) return false;
+        if (categoryId != kNoRow) return true;
+        CCategoryEntry category;
+        category.name = StorableName(name);
+        category.SetAllFlags(category.name.View() != kAdjustmentCategory &&
+                             category.name.View() != kTransferCategory);
+        if (!m_rows->Add(category)) return false;
+        categoryId = category.id;
+        SetIfAsked(added, true);
+        return true;
+    });
+    return done ? categoryId : kNoRow;
+}
+
+// --- payees
+
+bool CQuillonDatabaseInterface::AddPayee(CPayeeEntry& payee) {
+    const int64_t payeeId = FindOrAddPayee(payee.name.ToUtf8());
+    if (payeeId == kNoRow) return false;
+    payee.id = payeeId;
+    return true;
+}
+
+bool CQuillonDatabaseInterface::RenamePayee(int64_t payeeId, std::string_view name) {
+    return m_rows->Run([&] {
+        int64_t holder = kNoRow;
+        if (!m_rows->FindByText(kPayeeTable, "Name", name, holder)) return false;
+        if (holder != kNoRow && holder != payeeId) return false;
+        return m_rows->Change(kPayeeTable, payeeId,
+                              [&] { return m_database.SetText("Name", StorableName(name)); });
+    });
+}
+
+bool CQuillonDatabaseInterface::DeletePayee(int64_t payeeId) {
+    return m_rows->Delete(kPayeeTable, payeeId);
+}
+
+bool CQuillonDatabaseInterface::ListPayees(COwnedList<CPayeeEntry>& payees) {
+    return m_rows->List(payees);
+}
+
+bool CQuillonDatabaseInterface::ReadPayee(int64_t payeeId, CPayeeEntry& payee) {
+    return m_rows->Read(payeeId, payee);
+}
+
+bool CQuillonDatabaseInterface::FindPayeeByName(std::string_view name, CPayeeEntry& payee) {
+    return m_rows->ReadByText(payee, "Name", name);
+}
+
+int64_t CQuillonDatabaseInterface::FindPayeeId(std::string_view name) {
+    int64_t payeeId = kNoRow;
+    return m_rows->FindByText(kPayeeTable, "Name", name, payeeId) ? payeeId : kNoRow;
+}
+
+int64_t CQuillonDatabaseInterface::FindOrAddPayee(std::string_view name, bool* added) {
+    SetIfAsked(added, false);
+    int64_t payeeId = kNoRow;
+    const bool done = m_rows->Run([&] {
+        if (!m_rows->FindByText(kPayeeTable, "Name", name, payeeId)) return false;
+        if (payeeId != kNoRow) return true;
+        CPayeeEntry payee;
+        payee.name = StorableName(name);
+        if (!m_rows->Add(payee)) return false;
+        payeeId = payee.id;
+        SetIfAsked(added, true);
+        return true;
+    });
+    return done ? payeeId : kNoRow;
+}
+
+// --- renaming rules
+
+bool CQuillonDatabaseInterface::AddRenamingRule(CRenamingRuleEntry& rule) {
+    return m_rows->Add(rule);
+}
+
+bool CQuillonDatabaseInterface::UpdateRenamingRule(const CRenamingRuleEntry& rule) {
+    return m_rows->Update(rule);
+}
+
+bool CQuillonDatabaseInterface::DeleteRenamingRule(int64_t ruleId) {
+    return m_rows->Delete(kRenamingRulesTable, ruleId);
+}
+
+bool CQuillonDatabaseInterface::ListRenamingRules(COwnedList<CRenamingRuleEntry>& rules) {
+    return m_rows->List(rules);
+}
+
+}  // namespace quillon

@@ -1,0 +1,73 @@
+#include "finance/QuillonDatabaseInterface.h"
+
+#include "finance/FinanceRows.h"
+
+namespace quillon {
+
+CQuillonDatabaseInterface::CQuillonDatabaseInterface(CFileSystem& files)
+    : m_database(files), m_rows(std::make_unique<CFinanceRows>(m_database)) {}
+
+CQuillonDatabaseInterface::~CQuillonDatabaseInterface() {
+    if (IsOpen()) Close();
+}
+
+FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder) {
+    FinanceOpenResult result;
+    m_rows->Run([&] {
+        if (IsOpen()) Close();
+        const bool existed = CDatabaseManager::FolderHoldsDatabase(m_database.Files(), folder);
+        result.opened = m_database.Open(folder);
+        if (result.opened) {
+            result.created = !existed;
+            result.schema = EnsureFinanceSchema(m_database);
+            result.setAsideJournal = m_database.SetAsideJournal();
+        }
+        result.problem = m_database.Problem();
+        result.detail = m_database.ProblemDetail();
+        return result.opened;
+    });
+    return result;
+}
+
+bool CQuillonDatabaseInterface::Close() {
+    return m_rows->Run([&] {
+        m_rows->ForgetQuery();  // it points into tables that go now
+        return m_database.Close();
+    });
+}
+
+void CQuillonDatabaseInterface::RunTimers(int64_t nowMs) {
+    m_rows->Run([&] {
+        m_rows->ForgetQuery();
+        m_database.RunTimers(nowMs);
+        return true;
+    });
+}
+
+bool CQuillonDatabaseInterface::BeginBatch() {
+    return m_rows->Run([&] { return m_database.BeginBatch(); });
+}
+
+bool CQuillonDatabaseInterface::CommitBatch() {
+    return m_rows->Run([&] { return m_database.CommitBatch(); });
+}
+
+void CQuillonDatabaseInterface::RollbackBatch() {
+    m_rows->Run([&] {
+        m_rows->ForgetQuery();
+        m_database.RollbackBatch();
+        return true;
+    });
+}
+
+int64_t CQuillonDatabaseInterface::RowCount(std::string_view table) {
+    int64_t count = 0;
+    m_rows->Run([&] {
+        const CTableManager* found = m_database.FindTable(table);
+        count = found ? found->RowCount() : 0;
+        return true;
+    });
+    return count;
+}
+
+}  // namespace quillon

@@ -1,0 +1,124 @@
+#include "finance/FinanceRows.h"
+#include "finance/QuillonDatabaseInterface.h"
+
+namespace quillon {
+
+namespace {
+
+// Lists come ordered by row identifier, and the sort keeps that among equal dates.
+bool InRegisterOrder(bool listed, COwnedList<CTransactionEntry>& transactions) {
+    if (!listed) return false;
+    transactions.Sort([](const CTransactionEntry& left, const CTransactionEntry& right) {
+        return left.serviceDate < right.serviceDate;
+    });
+    return true;
+}
+
+bool AddDateRange(CNoSQLDatabaseInterface& query, int64_t from, int64_t to) {
+    return query.AddDateTime("ServiceDate", WhereOperator::GreaterOrEqual, from) &&
+           query.AddConnector(WhereConnector::And) &&
+           query.AddDateTime("ServiceDate", WhereOperator::LessOrEqual, to);
+}
+
+}  // namespace
+
+bool CQuillonDatabaseInterface::AddTransaction(CTransactionEntry& transaction) {
+    return m_rows->Add(transaction);
+}
+
+bool CQuillonDatabaseInterface::UpdateTransaction(const CTransactionEntry& transaction) {
+    return m_rows->Update(transaction);
+}
+
+bool CQuillonDatabaseInterface::UpdateTransactionCategory(int64_t transactionId,
+                                                          int64_t categoryId) {
+    return m_rows->Change(kTransactionTable, transactionId, [&] {
+        return m_database.SetInt64("CategoryID", fields::ReferenceOrNone(categoryId));
+    });
+}
+
+bool CQuillonDatabaseInterface::UpdateTransactionPayee(int64_t transactionId, int64_t payeeId) {
+    return m_rows->Change(kTransactionTable, transactionId, [&] {
+        return m_database.SetInt64("PayeeID", fields::ReferenceOrNone(payeeId));
+    });
+}
+
+bool CQuillonDatabaseInterface::DeleteTransaction(int64_t transactionId) {
+    return m_rows->Delete(kTransactionTable, transactionId);
+}
+
+bool CQuillonDatabaseInterface::ReadTransaction(int64_t transactionId,
+                                                CTransactionEntry& transaction) {
+    return m_rows->Read(transactionId, transaction);
+}
+
+bool CQuillonDatabaseInterface::ListTransactionsWithStatementIds(
+    int64_t accountId, COwnedList<CTransactionEntry>& transactions) {
+    const bool listed = m_rows->List(transactions, [&](CNoSQLDatabaseInterface& query) {
+        return query.AddInt64("AccountID", WhereOperator::Equal, accountId) &&
+               query.AddConnector(WhereConnector::And) &&
+               query.AddInt64("FitID", WhereOperator::Differs, 0);
+    });
+    return InRegisterOrder(listed, transactions);
+}
+
+bool CQuillonDatabaseInterface::ListTransactions(int64_t accountId, int64_t from, int64_t to,
+                                                 COwnedList<CTransactionEntry>& transactions) {
+    const bool listed = m_rows->List(transactions, [&](CNoSQLDatabaseInterface& query) {
+        return query.AddInt64("AccountID", WhereOperator::Equal, accountId) &&
+               query.AddConnector(WhereConnector::And) && AddDateRange(query, from, to);
+    });
+    return InRegisterOrder(listed, transactions);
+}
+
+bool CQuillonDatabaseInterface::ListAllTransactions(int64_t from, int64_t to,
+                                                    COwnedList<CTransactionEntry>& transactions) {
+    const bool listed = m_rows->List(transactions, [&](CNoSQLDatabaseInterface& query) {
+        return AddDateRange(query, from, to);
+    });
+    return InRegisterOrder(listed, transactions);
+}
+
+bool CQuillonDatabaseInterface::ListTransactionsByAccount(
+    int64_t accountId, COwnedList<CTransactionEntry>& transactions) {
+    return InRegisterOrder(m_rows->ListByReference("AccountID", accountId, transactions),
+                           transactions);
+}
+
+bool CQuillonDatabaseInterface::ListTransactionsByPayee(
+    int64_t payeeId, COwnedList<CTransactionEntry>& transactions) {
+    return InRegisterOrder(m_rows->ListByReference("PayeeID", payeeId, transactions), transactions);
+}
+
+bool CQuillonDatabaseInterface::ListTransactionsByCategory(
+    int64_t categoryId, COwnedList<CTransactionEntry>& transactions) {
+    return InRegisterOrder(m_rows->ListByReference("CategoryID", categoryId, transactions),
+                           transactions);
+}
+
+bool CQuillonDatabaseInterface::WalkTransactionAmounts(
+    const std::function<void(int64_t accountId, TransactionType type, double amount)>& visit) {
+    return m_rows->Run([&] {
+        const CTableManager* table = m_database.FindTable(kTransactionTable);
+        if (!table) return false;
+        const CTableColumn* account = table->FindColumn("AccountID");
+        const CTableColumn* type = table->FindColumn("TransactionType");
+        const CTableColumn* amount = table->FindColumn("Amount");
+        if (!account || !type || !amount) return false;
+
+        bool read = true;
+        CTableRowUpdateInfoValue accountId, code, money;
+        table->WalkRows([&](int64_t rowId) {
+            read = table->ReadValue(rowId, *account, accountId) &&
+                   table->ReadValue(rowId, *type, code) && table->ReadValue(rowId, *amount, money);
+            if (read) {
+                visit(fields::ReferenceOrNone(accountId.int64),
+                      static_cast<TransactionType>(code.int32), money.number);
+            }
+            return read;
+        });
+        return read;
+    });
+}
+
+}  // namespace quillon
