@@ -211,6 +211,15 @@ public:
         if (descriptor < 0) return nullptr;
         auto lock = std::make_unique<CPosixLock>(descriptor);
         if (Retrying([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) != 0) return nullptr;
+        // While we came, its folder may have been replaced and the file with it; what
+        // we hold then keeps nobody out.
+        struct stat held {};
+        struct stat named {};
+        if (::fstat(descriptor, &held) != 0 || ::stat(path.c_str(), &named) != 0 ||
+            held.st_ino != named.st_ino || held.st_dev != named.st_dev) {
+            lastError = FileError::Locked;
+            return nullptr;
+        }
         return lock;
     }
 
