@@ -13,7 +13,7 @@ void CReentrantLock::Take() {
         m_released.wait(guard, [this] { return m_signalled; });
         --m_waiting;
     }
-    m_lock.lock();  // free: its owner leaves it before it clears m_owned
+    m_lock.lock();  // free: its owner left it before it cleared m_owned
     m_owned = true;
     m_owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     m_signalled = false;
@@ -23,10 +23,11 @@ void CReentrantLock::Take() {
 void CReentrantLock::Release() {
     if (!IsOwnedByCaller()) return;
     if (--m_depth > 0) return;
+    // Left before the guard is entered: the two are never waited for in both orders.
+    m_lock.unlock();
     const std::lock_guard guard(m_guard);
     m_owner.store(std::thread::id(), std::memory_order_relaxed);
     m_owned = false;
-    m_lock.unlock();
     m_signalled = true;
     // Inside the guard: once outside, the next owner may already be destroying
     // the lock's object.

@@ -1,8 +1,11 @@
 #include "foundation/TextHash.h"
 
 #include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
+#include <cstring>
+#include <utility>
 
 #include "foundation/ByteCodec.h"
 
@@ -39,22 +42,36 @@ constexpr SliceTables<Register> MakeTables(Register polynomial) {
 constexpr SliceTables<uint64_t> kCrc64 = MakeTables<uint64_t>(0x95AC9329AC4BC9B5U);
 constexpr SliceTables<uint32_t> kCrc32c = MakeTables<uint32_t>(0x82F63B78U);
 
+// Eight bytes as a little-endian number: one load where the machine is that way.
+uint64_t LoadEight(const uint8_t* bytes) {
+    if constexpr (std::endian::native == std::endian::little) {
+        uint64_t bits;
+        std::memcpy(&bits, bytes, sizeof bits);
+        return bits;
+    } else {
+        return LoadLE<uint64_t>({bytes, 8}, 0);
+    }
+}
+
+// The register after the eight bytes of `bits` and `Behind` bytes more.
+template <size_t Behind, std::unsigned_integral Register, size_t... I>
+Register Fold(const SliceTables<Register>& tables, uint64_t bits, std::index_sequence<I...>) {
+    return (tables[Behind + 7 - I][(bits >> (8 * I)) & 0xFF] ^ ...);
+}
+
 template <std::unsigned_integral Register>
 Register Update(const SliceTables<Register>& tables, Register state,
                 std::span<const uint8_t> bytes) {
-    size_t at = 0;
-    for (; at + kSlices <= bytes.size(); at += kSlices) {
+    constexpr std::make_index_sequence<8> kEight;
+    const uint8_t* at = bytes.data();
+    size_t left = bytes.size();
+    for (; left >= kSlices; left -= kSlices, at += kSlices) {
         // The register is no wider than the first half of the sixteen bytes.
-        const uint64_t first = LoadLE<uint64_t>(bytes, at) ^ state;
-        const uint64_t second = LoadLE<uint64_t>(bytes, at + 8);
-        state = 0;
-        for (size_t i = 0; i < 8; ++i) {
-            state ^= tables[15 - i][(first >> (8 * i)) & 0xFF];
-            state ^= tables[7 - i][(second >> (8 * i)) & 0xFF];
-        }
+        state = Fold<8>(tables, LoadEight(at) ^ state, kEight) ^
+                Fold<0>(tables, LoadEight(at + 8), kEight);
     }
-    for (; at < bytes.size(); ++at) {
-        state = (state >> 8) ^ tables[0][(state ^ bytes[at]) & 0xFF];
+    for (; left > 0; --left, ++at) {
+        state = (state >> 8) ^ tables[0][(state ^ *at) & 0xFF];
     }
     return state;
 }
