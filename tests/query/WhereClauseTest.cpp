@@ -209,6 +209,21 @@ TEST_F(WhereClause, ColumnRemovedBeforeTheClauseRunsMatchesNothing) {
     EXPECT_EQ(Run(), Ids{});
 }
 
+// The store rebuilds a lost index when it opens a table; should it not get to that, a clause must
+// not read every row instead.
+TEST_F(WhereClause, LostIndexMatchesNothing) {
+    const CTableColumn* column = database.FindTable("Payees")->FindColumn("Name");
+    const_cast<CTableColumn*>(column)->index.reset();
+    for (const WhereOperator operation : {WhereOperator::Equal, WhereOperator::Contains}) {
+        ASSERT_TRUE(query.SetTable("Payees"));
+        ASSERT_TRUE(query.AddText("Name", operation, "Fuel"));
+        EXPECT_EQ(Run(), Ids{});
+        ASSERT_TRUE(query.AddConnector(WhereConnector::Or));
+        ASSERT_TRUE(query.AddInt64(kRowIdColumnName, WhereOperator::Equal, 5));
+        EXPECT_EQ(Run(), Ids{5});
+    }
+}
+
 TEST_F(WhereClause, QueriesIntoOwnResultsLeaveTheOthersAlone) {
     ASSERT_TRUE(query.SetTable("Payees"));
     ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "Fuel"));
