@@ -10,10 +10,11 @@
 namespace quillon {
 
 // Lets the compiler check printf arguments; `text` and `first` are positions.
-#if defined(__MINGW32__) && !defined(__clang__)
-#define QUILLON_PRINTF(text, first) __attribute__((__format__(gnu_printf, text, first)))
-#else
+// g++ takes plain `printf` for the platform's own dialect; ours is the C one everywhere.
+#if defined(__clang__)
 #define QUILLON_PRINTF(text, first) __attribute__((__format__(printf, text, first)))
+#else
+#define QUILLON_PRINTF(text, first) __attribute__((__format__(gnu_printf, text, first)))
 #endif
 
 class CKeelString;
