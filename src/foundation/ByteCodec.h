@@ -18,6 +18,11 @@ template <std::integral T>
 constexpr T LoadLE(std::span<const uint8_t> bytes, size_t offset) {
     using U = std::make_unsigned_t<T>;
     U bits = 0;
+    // The loop is what it means; where the machine agrees one load does it.
+    if (std::endian::native == std::endian::little && !std::is_constant_evaluated()) {
+        std::memcpy(&bits, bytes.data() + offset, sizeof(T));
+        return static_cast<T>(bits);
+    }
     for (size_t i = sizeof(T); i-- > 0;) {
         if constexpr (sizeof(T) == 1) {
             bits = bytes[offset];
@@ -32,6 +37,10 @@ template <std::integral T>
 constexpr void StoreLE(std::span<uint8_t> bytes, size_t offset, T value) {
     using U = std::make_unsigned_t<T>;
     U bits = static_cast<U>(value);
+    if (std::endian::native == std::endian::little && !std::is_constant_evaluated()) {
+        std::memcpy(bytes.data() + offset, &bits, sizeof(T));
+        return;
+    }
     for (size_t i = 0; i < sizeof(T); ++i) {
         bytes[offset + i] = static_cast<uint8_t>(bits & 0xFFU);
         if constexpr (sizeof(T) > 1) bits = static_cast<U>(bits >> 8);

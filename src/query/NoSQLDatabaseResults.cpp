@@ -73,9 +73,20 @@ bool CNoSQLDatabaseResults::ReadValue(std::string_view column, int64_t position,
             value.int64 = rowId;
             return m_table->RowExists(rowId);
         }
-        const CTableColumn* found = m_table->FindColumn(column);
+        const CTableColumn* found = FindColumn(column);
         return found && FetchFrom(*found, rowId, value);
     });
+}
+
+// Callers read one column of many rows, or the same few of each.
+const CTableColumn* CNoSQLDatabaseResults::FindColumn(std::string_view column) const {
+    const auto& columns = m_table->Columns();
+    for (size_t tries = 0; tries < columns.size(); ++tries) {
+        if (m_columnHint >= columns.size()) m_columnHint = 0;
+        if (columns[m_columnHint].name.View() == column) return &columns[m_columnHint];
+        ++m_columnHint;
+    }
+    return nullptr;
 }
 
 const CTableRowUpdateInfoValue* CNoSQLDatabaseResults::Fetch(std::string_view column,

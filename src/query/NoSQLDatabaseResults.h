@@ -58,6 +58,7 @@ public:
 private:
     const CTableRowUpdateInfoValue* Fetch(std::string_view column, int64_t position,
                                           ColumnType type) const;
+    const CTableColumn* FindColumn(std::string_view column) const;
     [[nodiscard]] bool FetchFrom(const CTableColumn& column, int64_t rowId,
                                  CTableRowUpdateInfoValue& value) const;
 
@@ -65,6 +66,7 @@ private:
     const CTableManager* m_table = nullptr;  // borrowed; set when m_database is
     std::vector<int64_t> m_rows;
     int64_t m_unreadableRows = 0;
+    mutable size_t m_columnHint = 0;           // where the last column was found
     mutable CTableRowUpdateInfoValue m_value;  // of the last typed read
     // The record read last, and the state of the files that it was read from.
     mutable std::vector<uint8_t> m_record;

@@ -20,7 +20,10 @@ public:
         order.reserve(scans.size());
         for (CNoSQLSegmentScan& scan : scans) {
             if (scan.MatchesNothing()) return;
-            order.push_back(&scan);
+            const bool absorbed =
+                std::any_of(order.begin(), order.end(),
+                            [&](CNoSQLSegmentScan* earlier) { return earlier->Absorb(scan); });
+            if (!absorbed) order.push_back(&scan);
         }
         std::iter_swap(
             order.begin(),

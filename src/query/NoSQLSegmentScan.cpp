@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "foundation/TextHash.h"
 #include "query/NoSQLEvaluator.h"
@@ -179,6 +180,29 @@ void CNoSQLSegmentScan::AddDoubleRange(double value) {
     m_ranges.push_back({DoubleKey(lowest), DoubleKey(highest)});
 }
 
+bool CNoSQLSegmentScan::Absorb(const CNoSQLSegmentScan& other) {
+    if (m_road != Road::Range || other.m_road != Road::Range || m_index != other.m_index) {
+        return false;
+    }
+    const auto before = [this](int64_t a, int64_t b) {
+        return m_index->SortValue(a) < m_index->SortValue(b);
+    };
+    std::vector<KeyRange> both;
+    for (const KeyRange& mine : m_ranges) {
+        for (const KeyRange& theirs : other.m_ranges) {
+            const KeyRange shared{std::max(mine.lowest, theirs.lowest, before),
+                                  std::min(mine.highest, theirs.highest, before)};
+            if (!before(shared.highest, shared.lowest)) both.push_back(shared);
+        }
+    }
+    m_ranges = std::move(both);
+    m_absorbed.push_back(&other.m_segment);
+    m_absorbed.insert(m_absorbed.end(), other.m_absorbed.begin(), other.m_absorbed.end());
+    m_collectCost = 0;
+    EstimateCosts();
+    return true;
+}
+
 void CNoSQLSegmentScan::EstimateCosts() {
     const bool isText = m_segment.Type() == ColumnType::Text;
     switch (m_road) {
@@ -260,7 +284,18 @@ void CNoSQLSegmentScan::CollectFromIndex(std::vector<int64_t>& rows) {
 }
 
 void CNoSQLSegmentScan::Filter(std::vector<int64_t>& rows) {
-    std::erase_if(rows, [&](int64_t rowId) { return !Test(rowId); });
+    if (m_index && m_segment.Type() != ColumnType::Text) {
+        m_index->KeepRows(rows, [&](int64_t key) { return MatchesKey(key); });
+    } else {
+        std::erase_if(rows, [&](int64_t rowId) { return !Test(rowId); });
+    }
+}
+
+bool CNoSQLSegmentScan::MatchesKey(int64_t key) const {
+    return CNoSQLEvaluator::MatchesKey(m_segment, key) &&
+           std::all_of(m_absorbed.begin(), m_absorbed.end(), [key](const auto* segment) {
+               return CNoSQLEvaluator::MatchesKey(*segment, key);
+           });
 }
 
 bool CNoSQLSegmentScan::Test(int64_t rowId) {
@@ -269,7 +304,7 @@ bool CNoSQLSegmentScan::Test(int64_t rowId) {
     if (!m_index) return TestByReading(rowId);
     int64_t key = 0;
     if (!m_index->KeyOf(rowId, key)) return false;
-    if (m_segment.Type() != ColumnType::Text) return CNoSQLEvaluator::MatchesKey(m_segment, key);
+    if (m_segment.Type() != ColumnType::Text) return MatchesKey(key);
     // Different hashes come from different texts; equal ones may, too.
     if (key != m_textHash) {
         if (m_segment.Operator() == WhereOperator::Equal) return false;

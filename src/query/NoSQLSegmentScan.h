@@ -22,6 +22,10 @@ public:
     // No row can pass: see CNoSQLWhereClauseSegment::CanMatch; or the column or its index is lost.
     bool MatchesNothing() const { return m_road == Road::None; }
 
+    // Takes over the work of another segment that must hold as well. Only ranges of one index
+    // can: together they are a narrower range. False: nothing is changed.
+    bool Absorb(const CNoSQLSegmentScan& other);
+
     // What collecting all rows costs, and what testing one does, in tests of a key in memory.
     int64_t CollectCost() const { return m_collectCost; }
     int64_t TestCost() const { return m_testCost; }
@@ -51,6 +55,7 @@ private:
     void CollectFromRows(std::vector<int64_t>& rows);
     void CollectFromIndex(std::vector<int64_t>& rows);
     bool Test(int64_t rowId);
+    bool MatchesKey(int64_t key) const;
     bool TestByReading(int64_t rowId);
 
     const CNoSQLWhereClauseSegment& m_segment;
@@ -60,6 +65,7 @@ private:
     Road m_road = Road::None;
     std::vector<int64_t> m_keys;     // road Seek; of a text its hash, which does not decide
     std::vector<KeyRange> m_ranges;  // road Range
+    std::vector<const CNoSQLWhereClauseSegment*> m_absorbed;
     int64_t m_textHash = 0;
     int64_t m_collectCost = 0;
     int64_t m_testCost = 1;

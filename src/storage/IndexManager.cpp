@@ -7,6 +7,7 @@
 
 #include "foundation/ByteCodec.h"
 #include "storage/Journal.h"
+#include "storage/RadixSort.h"
 
 namespace quillon {
 namespace {
@@ -229,7 +230,12 @@ void CIndexManager::MakeOrdered() const {
         sorted.emplace_back(SortValue(entry.key), rowId);
         return true;
     });
-    if (!std::is_sorted(sorted.begin(), sorted.end())) std::sort(sorted.begin(), sorted.end());
+    // By row id first: the map gives ids of foreign files last.
+    const auto byRow = [](const auto& a, const auto& b) { return a.second < b.second; };
+    if (!std::is_sorted(sorted.begin(), sorted.end(), byRow)) {
+        std::sort(sorted.begin(), sorted.end(), byRow);
+    }
+    RadixSort(sorted, [](const std::pair<int64_t, int64_t>& item) { return item.first; });
     m_order.Build(sorted);
     m_distinct = 0;
     for (size_t i = 0; i < sorted.size(); ++i) {
@@ -249,7 +255,7 @@ int64_t CIndexManager::DistinctKeys() const {
         keys.push_back(entry.key);
         return true;
     });
-    if (!std::is_sorted(keys.begin(), keys.end())) std::sort(keys.begin(), keys.end());
+    RadixSort(keys, [](int64_t value) { return value; });
     return std::unique(keys.begin(), keys.end()) - keys.begin();
 }
 

@@ -68,6 +68,17 @@ public:
     // Not for texts, whose keys have no meaningful order.
     void CollectRange(int64_t lowest, int64_t highest, std::vector<int64_t>& rows) const;
     int64_t CountRange(int64_t lowest, int64_t highest) const;
+    // Drops the rows that are not in the index or whose key `keep(key)` refuses.
+    template <typename Keep>
+    void KeepRows(std::vector<int64_t>& rows, Keep keep) const {
+        const CLockScope lock(m_lock);
+        std::erase_if(rows, [&](int64_t rowId) {
+            const Entry* entry = m_entries.Find(rowId);
+            return !entry || !keep(entry->key);
+        });
+    }
+    // A key as a number that orders as the values do.
+    int64_t SortValue(int64_t key) const;
     // Every (key, row id) pair; stops when the visitor returns false.
     void Walk(const std::function<bool(int64_t key, int64_t rowId)>& visit) const;
 
@@ -90,7 +101,6 @@ private:
     void MakeOrdered() const;
     void NoteInserted(int64_t rowId, int64_t key);
     void NoteErased(int64_t rowId, int64_t key);
-    int64_t SortValue(int64_t key) const;
     int64_t SortValueOf(int64_t rowId) const;
     void Between(int64_t lowest, int64_t highest, COrderedRows::Position& from,
                  COrderedRows::Position& to) const;
