@@ -159,8 +159,11 @@ private:
                 TakeAggregate(element, tag);
             }
         }
-        if (!m_inLine) return;
-        // The value that was open is lost with the line.
+        if (!m_inLine) {
+            if (open != Element::Other) TakeValue(open, m_text.substr(valueStart));
+            return;
+        }
+        // A value that was open is lost with its line.
         ++m_contents.read;
         m_notes.Add(Kind::Skipped, m_line.line,
                     "The file ends inside this statement line; it was not entered. Downloading "

@@ -231,7 +231,7 @@ TEST(AmountText, DecimalMarkIsInferredFromTheWholeFileOrNotAtAll) {
         {"thousands alone prove nothing", {"1,234"}, kPoint, 0},
         {"both, none of them grouping", {"74,40", "-3.34"}, kComma, 1},
         {"contradiction", {"12,50", "1,234.56"}, kPoint, 1},
-        {"no number proves anything", {"a,50", ",", "."}, kPoint, 0},
+        {"no number proves anything", {"12,", ",", "."}, kPoint, 0},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);

@@ -1,0 +1,375 @@
+#include <gtest/gtest.h>
+
+#include "finance/Ledger.h"
+#include "finance/QuillonDatabaseInterface.h"
+#include "foundation/CalendarDate.h"
+#include "foundation/platform/Clock.h"
+#include "import/QFXImportManager.h"
+#include "import/QIFImportManager.h"
+#include "support/Bytes.h"
+#include "support/MemoryFileSystem.h"
+
+namespace quillon {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// A ledger on a disk in memory with one account and one file to import.
+class ImportManager : public testing::Test {
+protected:
+    void SetUp() override { OpenLedger(AccountType::Checking); }
+
+    void OpenLedger(AccountType type) {
+        m_database.Close();
+        ASSERT_TRUE(m_database.Open("ledger").opened);
+        m_account = CAccountEntry();
+        m_account.name = std::string("Account ") + std::to_string(static_cast<int>(type));
+        m_account.accountType = type;
+        CLedger ledger(m_database);
+        ASSERT_EQ(ledger.OpenAccount(m_account, 0.0, FileTimeFromDate(2020, 1, 1)),
+                  LedgerStatus::Ok);
+    }
+
+    ImportResult ImportQif(const std::string& text, const ImportOptions& options = {}) {
+        m_files.Bytes("in.qif") = Text(text);
+        CQIFImportManager import(m_database, m_account, "in.qif", m_files);
+        import.SetOptions(options);
+        return import.Import();
+    }
+    ImportResult ImportQfx(const std::string& text, const ImportOptions& options = {}) {
+        m_files.Bytes("in.qfx") = Text(text);
+        CQFXImportManager import(m_database, m_account, "in.qfx", m_files);
+        import.SetOptions(options);
+        return import.Import();
+    }
+
+    // "2021-01-02 0 12.5 Shop [Food] (memo) #7 EFT" of each transaction in register order.
+    Lines Register() {
+        COwnedList<CTransactionEntry> transactions;
+        EXPECT_TRUE(m_database.ListTransactionsByAccount(m_account.id, transactions));
+        Lines lines;
+        for (const CTransactionEntry& row : transactions) {
+            char amount[40];
+            std::snprintf(amount, sizeof amount, "%.10g", row.amount);
+            std::string line = FormatIsoDate(row.serviceDate) + " " +
+                               std::to_string(static_cast<int>(row.transactionType)) + " " + amount;
+            CPayeeEntry payee;
+            if (row.payeeId != kNoRow && m_database.ReadPayee(row.payeeId, payee)) {
+                line += " " + payee.name.ToUtf8();
+            }
+            CCategoryEntry category;
+            if (row.categoryId != kNoRow && m_database.ReadCategory(row.categoryId, category)) {
+                line += " [" + category.name.ToUtf8() + "]";
+            }
+            if (!row.memo.IsEmpty()) line += " (" + row.memo.ToUtf8() + ")";
+            if (row.check != 0) line += " #" + std::to_string(row.check);
+            if (!row.electronicPayment.IsEmpty()) line += " " + row.electronicPayment.ToUtf8();
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+    double Balance() {
+        CAccountEntry account;
+        EXPECT_TRUE(m_database.ReadAccount(m_account.id, account));
+        return account.currentBalance;
+    }
+
+    void ExpectBalancesInOrder() {
+        CLedger ledger(m_database);
+        std::vector<BalanceMismatch> mismatches;
+        EXPECT_TRUE(ledger.VerifyBalances(mismatches));
+        EXPECT_TRUE(mismatches.empty());
+    }
+
+    static ImportOptions Inferred() {
+        ImportOptions options;
+        options.dialect = DialectMode::Auto;
+        return options;
+    }
+
+    CStoppedClock m_clock{FileTimeFromDate(2030, 5, 6)};
+    CMemoryFileSystem m_files;
+    CQuillonDatabaseInterface m_database{m_files};
+    CAccountEntry m_account;
+};
+
+std::string StatementLine(const std::string& id, const std::string& date, const std::string& amount,
+                          const std::string& name) {
+    return "<STMTTRN>\r\n<DTPOSTED>" + date + "\r\n<TRNAMT>" + amount + "\r\n<FITID>" + id +
+           "\r\n<NAME>" + name + "\r\n</STMTTRN>\r\n";
+}
+
+TEST_F(ImportManager, QifEntersARecordAndReportsLetterForLetter) {
+    const ImportResult result = ImportQif("!Type:Bank\nD1/2'21\nT-12.50\nPShop\nLFoodstuff\n^\n");
+    ASSERT_FALSE(result.failed) << result.error;
+    EXPECT_EQ(result.message,
+              "The QIF data file 'in.qif' was imported successfully.\n\nTotal transactions in "
+              "file:   1\nTransactions imported:     1\nCategories created:          1");
+    EXPECT_EQ(result.payeesCreated, 1);
+    EXPECT_EQ(Register(), Lines{"2021-01-02 0 12.5 Shop [Foodstuff]"});
+    EXPECT_DOUBLE_EQ(Balance(), -12.5);
+    // The format has no identifiers.
+    const ImportResult again = ImportQif("!Type:Bank\nD1/2'21\nT-12.50\nPShop\nLFoodstuff\n^\n");
+    EXPECT_EQ(again.imported, 1);
+    EXPECT_EQ(again.categoriesCreated + again.payeesCreated, 0);
+    EXPECT_DOUBLE_EQ(Balance(), -25);
+}
+
+TEST_F(ImportManager, TypeFollowsAccountAndSign) {
+    const struct {
+        AccountType type;
+        Lines lines;
+        double balance;
+    } rows[] = {
+        {AccountType::Checking, {"2021-01-02 0 5", "2021-01-02 1 0", "2021-01-02 1 7"}, 2},
+        {AccountType::Savings, {"2021-01-02 0 5", "2021-01-02 1 0", "2021-01-02 1 7"}, 2},
+        {AccountType::Investment, {"2021-01-02 0 5", "2021-01-02 1 0", "2021-01-02 1 7"}, 2},
+        {AccountType::Credit, {"2021-01-02 2 5", "2021-01-02 0 0", "2021-01-02 0 7"}, 2},
+        {AccountType::Loan, {"2021-01-02 3 5", "2021-01-02 0 0", "2021-01-02 0 7"}, 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(static_cast<int>(row.type));
+        if (row.type != AccountType::Checking) OpenLedger(row.type);
+        ImportOptions options = Inferred();  // no payee, to keep the lines short
+        ImportQif("!Type:Bank\nD1/2/21\nT-5\n^\nD1/2/21\nT0\n^\nD1/2/21\nT7\n^\n", options);
+        EXPECT_EQ(Register(), row.lines);
+        EXPECT_DOUBLE_EQ(Balance(), row.balance);
+    }
+    ExpectBalancesInOrder();
+}
+
+TEST_F(ImportManager, PlainRulesEnterAPayeeWithAnEmptyName) {
+    ImportQif("!Type:Bank\nD1/2'21\nT-1\n^\n");
+    CPayeeEntry payee;
+    EXPECT_TRUE(m_database.FindPayeeByName("", payee));
+}
+
+TEST_F(ImportManager, LastMatchingRuleRenames) {
+    for (const auto& [search, replacement] :
+         {std::pair("AMZN", "Amazon"), std::pair("MKT", "Market"), std::pair("Foo", "Food")}) {
+        CRenamingRuleEntry rule;
+        rule.searchText = search;
+        rule.replaceText = replacement;
+        ASSERT_TRUE(m_database.AddRenamingRule(rule));
+    }
+    CRenamingRuleEntry empty;
+    empty.replaceText = "Everything";
+    ASSERT_TRUE(m_database.AddRenamingRule(empty));
+    ImportQif(
+        "!Type:Bank\nD1/2'21\nT-1\nPAMZN MKTPLACE\nLFoo\n^\nD1/3'21\nT-1\nPa void b\n^\n"
+        "D1/4'21\nT-1\nPamzn\n^\n");
+    // The second rule looks at what the first one made of the text.
+    EXPECT_EQ(Register(), (Lines{"2021-01-02 0 1 Amazon [Food]", "2021-01-03 0 1 VOID",
+                                 "2021-01-04 0 1 amzn"}));
+}
+
+TEST_F(ImportManager, FailuresAreSaidInTheImportersWords) {
+    CQIFImportManager missing(m_database, m_account, "no.qif", m_files);
+    EXPECT_EQ(missing.Import().error, "The import file 'no.qif' does not exist.");
+    const std::string qif = "An error occurred importing the QIF data file 'in.qif'.";
+    const std::string qfx = "An error occurred importing the QFX data file 'in.qfx'.";
+    EXPECT_EQ(ImportQif("").error, qif);
+    EXPECT_EQ(ImportQif("!Type:Bank\nPCaf\xE9\n^\n").error, qif);
+    EXPECT_EQ(ImportQfx("").error, qfx);
+    EXPECT_EQ(ImportQfx("\x89PNG").error, qfx);
+
+    const struct {
+        const char* text;
+        std::string qif;
+        std::string qfx;
+    } rows[] = {
+        {"", "The file is empty.", "The file is empty."},
+        {"\x89PNG\x01\x02\x03\x04", "It is not a text file.", "It is not a text file."},
+        {"Date,Amount\n1/2/21,5\n", "It is not a QIF file: no line begins with \"!Type:\".",
+         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
+        {"<OFX></OFX>", "It is an OFX statement: import it as QFX.",
+         "Its statements hold no lines."},
+        {"!Type:Cat\nNFood\n^\n", "It holds only lists (Cat) and no register of transactions.",
+         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
+        {"!Type:Bank\n^\n", "Its registers hold no transactions.",
+         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
+        {"!Type:Invst\nD1/2/21\nNBuy\nT5\n^\n",
+         "It holds only investment actions (1): they move shares, not the account's money.",
+         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
+        {"<OFX><STMTTRN>", "It is an OFX statement: import it as QFX.",
+         "No statement line in it is complete."},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        EXPECT_EQ(ImportQif(row.text, Inferred()).error, qif + " " + row.qif);
+        EXPECT_EQ(ImportQfx(row.text, Inferred()).error, qfx + " " + row.qfx);
+        // What is refused is not rewritten.
+        EXPECT_EQ(ToString(m_files.Bytes("in.qfx")), row.text);
+    }
+    EXPECT_TRUE(Register().empty());
+}
+
+TEST_F(ImportManager, QfxIsRewrittenEnteredOnceAndReported) {
+    const std::string text =
+        "<OFX><STMTTRN><TRNTYPE>DEBIT<DTPOSTED>20210315120000[-5:EST]<TRNAMT>-1,250.00<FITID>7"
+        "<NAME>Shop<MEMO>m</STMTTRN></OFX>";
+    const ImportResult result = ImportQfx(text);
+    ASSERT_FALSE(result.failed) << result.error;
+    EXPECT_EQ(result.message,
+              "The QFX data file 'in.qfx' was imported successfully.\n\nTotal transactions in "
+              "file:   1\nTransactions imported:     1");
+    EXPECT_EQ(ToString(m_files.Bytes("in.qfx")),
+              "\r\n<OFX>\r\n<STMTTRN>\r\n<TRNTYPE>DEBIT\r\n<DTPOSTED>20210315120000[-5:EST]\r\n"
+              "<TRNAMT>-1,250.00\r\n<FITID>7\r\n<NAME>Shop\r\n<MEMO>m\r\n</STMTTRN>\r\n</OFX>");
+    EXPECT_EQ(Register(), Lines{"2021-03-15 0 1250 Shop (m) EFT"});
+    const ImportResult again = ImportQfx(text);
+    EXPECT_EQ(again.read, 1);
+    EXPECT_EQ(again.imported, 0);
+    EXPECT_EQ(again.duplicates, 1);
+    EXPECT_EQ(Register().size(), 1U);
+}
+
+TEST_F(ImportManager, ASecondImportAddsNothing) {
+    const std::string text =
+        StatementLine("", "20210315", "1", "A") + StatementLine("", "20210315", "1", "A") +
+        StatementLine("0", "bad", "2", "B") + StatementLine("9", "20210315", "3", "C") +
+        StatementLine("9", "20210315", "3", "C") + StatementLine("9", "20210316", "3", "C") +
+        StatementLine("9", "20210316", "3", "D") +
+        StatementLine("2018030607232002046000000061553574", "20210315", "4", "E");
+    const ImportResult first = ImportQfx(text, Inferred());
+    EXPECT_EQ(first.read, 8);
+    EXPECT_EQ(first.imported, 7);
+    EXPECT_EQ(first.duplicates, 1);
+    // Another day: what stood in for the unreadable date is another one.
+    m_clock.Set(FileTimeFromDate(2030, 5, 7));
+    const ImportResult second = ImportQfx(text, Inferred());
+    EXPECT_EQ(second.imported, 0);
+    EXPECT_EQ(second.duplicates, 8);
+    for (const ImportNote& note : second.notes) {
+        EXPECT_EQ(note.text.find("with another date or amount"), std::string::npos) << note.text;
+    }
+    // A later download lists the lines of the shared identifier in another order.
+    const ImportResult third = ImportQfx(StatementLine("9", "20210316", "3", "D") +
+                                             StatementLine("9", "20210315", "3", "C") +
+                                             StatementLine("9", "20210317", "3", "New"),
+                                         Inferred());
+    EXPECT_EQ(third.imported, 1);
+    EXPECT_EQ(third.duplicates, 2);
+    ExpectBalancesInOrder();
+}
+
+TEST_F(ImportManager, PlainSecondImportAddsNothingForMadeIdentifiers) {
+    const std::string text =
+        StatementLine("", "20210315", "1", "A") + StatementLine("", "20210315", "1", "A");
+    EXPECT_EQ(ImportQfx(text).imported, 2);
+    EXPECT_EQ(ImportQfx(text).imported, 0);
+}
+
+TEST_F(ImportManager, ADuplicateThatDiffersIsListed) {
+    ImportQfx(StatementLine("7", "20210315", "1", "A"), Inferred());
+    const ImportResult changed = ImportQfx(StatementLine("7", "20210315", "2", "A"), Inferred());
+    EXPECT_EQ(changed.duplicates, 1);
+    ASSERT_EQ(changed.notes.size(), 1U);
+    EXPECT_EQ(changed.notes[0].line, 2);
+    EXPECT_DOUBLE_EQ(Balance(), 1);
+}
+
+TEST_F(ImportManager, DryRunTouchesNothing) {
+    const std::string text = "<OFX>" + StatementLine("7", "20210315", "1", "A") +
+                             StatementLine("8", "20210315", "1", "A") +
+                             StatementLine("8", "20210315", "1", "A");
+    ImportOptions options = Inferred();
+    options.dryRun = options.keepRows = true;
+    const auto before = m_files.Snapshot();
+    const ImportResult result = ImportQfx(text, options);
+    EXPECT_EQ(result.imported, 2);
+    EXPECT_EQ(result.duplicates, 1);
+    EXPECT_EQ(result.payeesCreated, 1);
+    ASSERT_EQ(result.rows.size(), 3U);
+    EXPECT_EQ(result.rows[2].outcome, RowOutcome::Duplicate);
+    EXPECT_EQ(result.rows[0].payee, "A");
+    auto after = m_files.Snapshot();
+    EXPECT_EQ(ToString(after.at("in.qfx")), text);
+    after.erase("in.qfx");
+    EXPECT_EQ(after, before);
+    const ImportResult done = ImportQfx(text, Inferred());
+    EXPECT_EQ(done.imported, result.imported);
+    EXPECT_EQ(done.payeesCreated, result.payeesCreated);
+}
+
+TEST_F(ImportManager, AFileThatCannotBeRewrittenIsImportedAllTheSame) {
+    m_files.FailNth(CMemoryFileSystem::Call::Rename, 1);
+    const std::string text = "<OFX>" + StatementLine("7", "20210315", "1", "A");
+    const ImportResult result = ImportQfx(text, Inferred());
+    EXPECT_EQ(result.imported, 1);
+    EXPECT_EQ(ToString(m_files.Bytes("in.qfx")), text);
+    ASSERT_EQ(result.notes.size(), 1U);
+    EXPECT_NE(result.notes[0].text.find("could not be rewritten"), std::string::npos);
+}
+
+TEST_F(ImportManager, OversizedAmountsAndTextsAreListed) {
+    const ImportResult result =
+        ImportQfx(StatementLine("1", "20210315", "99999999999999999", "A") +
+                      StatementLine("2", "20210315", "5", std::string(100'000, 'x')),
+                  Inferred());
+    EXPECT_EQ(result.read, 2);
+    EXPECT_EQ(result.imported, 1);
+    EXPECT_EQ(result.notes.size(), 2U);
+    EXPECT_DOUBLE_EQ(Balance(), 5);
+}
+
+std::string ManyLines(int count) {
+    std::string text = "<OFX>";
+    for (int i = 0; i < count; ++i) {
+        text += StatementLine(std::to_string(i + 1), "20210315", "-1.10",
+                              "Shop " + std::to_string(i % 50));
+    }
+    return text;
+}
+
+TEST_F(ImportManager, CancellingKeepsWholeBatches) {
+    ImportOptions options = Inferred();
+    options.progress = [](int64_t done, int64_t) { return done < 4000; };
+    const ImportResult result = ImportQfx(ManyLines(7000), options);
+    EXPECT_TRUE(result.cancelled);
+    EXPECT_EQ(result.imported, 4000);
+    EXPECT_NEAR(Balance(), -4400, 0.001);
+    ExpectBalancesInOrder();
+    const ImportResult rest = ImportQfx(ManyLines(7000), Inferred());
+    EXPECT_EQ(rest.imported, 3000);
+    EXPECT_NEAR(Balance(), -7700, 0.001);
+}
+
+TEST_F(ImportManager, AFullDiskKeepsWholeBatchesAndCanBeResumed) {
+    int64_t kept = -1;
+    ImportOptions options = Inferred();
+    options.progress = [this](int64_t done, int64_t) {
+        if (done == 2000) {
+            m_files.FailNth(CMemoryFileSystem::Call::Write, 1, FileError::NoSpace,
+                            CMemoryFileSystem::Times::ForEver);
+        }
+        return true;
+    };
+    const ImportResult failed = ImportQfx(ManyLines(5000), options);
+    EXPECT_TRUE(failed.failed);
+    kept = failed.imported;
+    EXPECT_EQ(kept, 2000);
+    EXPECT_NE(failed.error.find("The disk is full: 2000 of 5000 transactions were entered and "
+                                "stay. Importing the file again adds the rest"),
+              std::string::npos)
+        << failed.error;
+    m_files.StopFailing();
+    m_database.Close();
+    ASSERT_TRUE(m_database.Open("ledger").opened);
+    ExpectBalancesInOrder();
+    EXPECT_EQ(static_cast<int64_t>(Register().size()), kept);
+    const ImportResult rest = ImportQfx(ManyLines(5000), Inferred());
+    EXPECT_EQ(rest.imported, 5000 - kept);
+    EXPECT_NEAR(Balance(), -5500, 0.001);
+}
+
+TEST_F(ImportManager, AnAccountThatIsGoneIsRefused) {
+    m_account.id = 999;
+    const ImportResult result = ImportQfx(StatementLine("1", "20210315", "1", "A"), Inferred());
+    EXPECT_TRUE(result.failed);
+    EXPECT_NE(result.error.find("The account does not exist."), std::string::npos);
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,352 @@
+#include "import/OfxParser.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/CalendarDate.h"
+#include "foundation/TextHash.h"
+#include "import/OfxRewrite.h"
+#include "import/OfxTags.h"
+#include "support/Bytes.h"
+#include "support/MemoryFileSystem.h"
+
+namespace quillon {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+const int64_t kToday = FileTimeFromDate(2030, 5, 6);
+
+// "2021-03-15 -12.5 Shop (memo) #7 EFT id 42"; parts that are empty are left out.
+std::string Shown(const ImportRecord& record) {
+    char amount[40];
+    std::snprintf(amount, sizeof amount, "%.10g", record.amount);
+    std::string line = FormatIsoDate(record.date) + " " + amount;
+    if (!record.payee.empty()) line.append(" ").append(record.payee);
+    if (!record.memo.empty()) line.append(" (").append(record.memo).append(")");
+    if (record.check != 0) line += " #" + std::to_string(record.check);
+    if (!record.electronic.empty()) line.append(" ").append(record.electronic);
+    return line;
+}
+
+struct Read {
+    Lines records;
+    std::vector<int64_t> ids;
+    int64_t read = 0;
+    std::string notes;
+    OfxContents contents;
+    Dialect dialect;
+};
+
+void Show(Read& read) {
+    for (const ImportRecord& record : read.contents.records) {
+        read.records.push_back(Shown(record));
+        read.ids.push_back(record.fitId);
+    }
+    read.read = read.contents.read;
+}
+
+Read ReadPlain(std::string_view text) {
+    const Bytes bytes = NormaliseStatement(Text(text));
+    CReadOnlyTextFileManager lines;
+    EXPECT_EQ(lines.LoadBlock(bytes.data(), static_cast<int64_t>(bytes.size())),
+              TextFileStatus::Ok);
+    Read read;
+    ReadPlainOfx(lines, kToday, read.contents);
+    Show(read);
+    return read;
+}
+
+Read ReadInferred(std::string_view text) {
+    Read read;
+    CImportNotes notes;
+    ReadInferredOfx(text, kToday, {}, read.dialect, notes, read.contents);
+    Show(read);
+    for (const ImportNote& note : notes.Take()) {
+        read.notes += std::to_string(note.line) + ": " + note.text + "\n";
+    }
+    return read;
+}
+
+TEST(PlainOfx, FollowsItsRulesLineByLine) {
+    const struct {
+        const char* name;
+        const char* text;
+        Lines records;
+    } rows[] = {
+        {"one line each",
+         "<STMTTRN>\n<TRNTYPE>DEBIT\n<DTPOSTED>20210315120000[-5:EST]\n<TRNAMT>-1,250.00\n"
+         "<FITID>7\n<CHECKNUM>12\n<NAME>Shop\n<MEMO>m\n</STMTTRN>\n",
+         {"2021-03-15 -1250 Shop (m) #12 EFT"}},
+        {"all on one line, closed",
+         "<OFX><STMTTRN><TRNTYPE>CREDIT</TRNTYPE><DTPOSTED>20210315</DTPOSTED><TRNAMT>5</TRNAMT>"
+         "<NAME>A</NAME></STMTTRN></OFX>",
+         {"2021-03-15 5 A"}},
+        {"short date is today's", "<DTPOSTED>2021031\n<TRNAMT>5\n</STMTTRN>\n", {"2030-05-06 5"}},
+        {"no such date", "<DTPOSTED>20210231\n<TRNAMT>5\n</STMTTRN>\n", {"2030-05-06 5"}},
+        {"indented", "\t <NAME> A \n\t </STMTTRN>\n", {"2030-05-06 0 A"}},
+        {"types",
+         "<TRNTYPE>PAYMENT\n</STMTTRN>\n<TRNTYPE>XFER\n</STMTTRN>\n<TRNTYPE>DIRECTDEBIT\n"
+         "</STMTTRN>\n<TRNTYPE>DIRECTDEP\n</STMTTRN>\n",
+         {"2030-05-06 0 EFT", "2030-05-06 0 Transfer", "2030-05-06 0 EFT", "2030-05-06 0"}},
+        {"negative check number", "<CHECKNUM>-4\n</STMTTRN>\n", {"2030-05-06 0"}},
+        {"entities",
+         "<NAME>T&amp;T &lt;3\n<MEMO>&#233;\n</STMTTRN>\n",
+         {"2030-05-06 0 T&T <3 (\xC3\xA9)"}},
+        {"not closed", "<STMTTRN><NAME>A\n", {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(ReadPlain(row.text).records, row.records);
+    }
+}
+
+TEST(PlainOfx, IdentifiersAreNumbersHashesOrMade) {
+    const Read read = ReadPlain(
+        "<FITID>0000486\n</STMTTRN>\n<FITID>A-1\n</STMTTRN>\n"
+        // Without an identifier: made, and different for identical lines.
+        "<NAME>A\n<TRNAMT>1\n</STMTTRN>\n<NAME>A\n<TRNAMT>1\n</STMTTRN>\n"
+        // Nor a name: none.
+        "<TRNAMT>1\n</STMTTRN>\n"
+        "<FITID>9223372036854775807\n</STMTTRN>\n");
+    ASSERT_EQ(read.ids.size(), 6U);
+    EXPECT_EQ(read.ids[0], 486);
+    EXPECT_EQ(read.ids[1], TextHash("A-1"));
+    EXPECT_EQ(read.ids[2], TextHash("1A"));
+    EXPECT_NE(read.ids[3], read.ids[2]);
+    EXPECT_NE(read.ids[3], 0);
+    EXPECT_EQ(read.ids[4], 0);
+    EXPECT_EQ(read.ids[5], INT64_MAX);
+}
+
+TEST(InferredOfx, ReadsElementsWhereverTheyStand) {
+    const struct {
+        const char* name;
+        const char* text;
+        Lines records;
+        const char* note;
+    } rows[] = {
+        {"several on a line",
+         "<STMTTRN><TRNTYPE>DEBIT<DTPOSTED>20210315<TRNAMT>-1.50<FITID>1<NAME>A<MEMO>B</STMTTRN>",
+         {"2021-03-15 -1.5 A (B) EFT"},
+         nullptr},
+        {"closed and indented",
+         "<STMTTRN>\r\n\t<DTPOSTED>20210315</DTPOSTED>\r\n\t<TRNAMT>2</TRNAMT>\r\n"
+         "\t<FITID>1</FITID><NAME>A</NAME>\r\n</STMTTRN>",
+         {"2021-03-15 2 A"},
+         nullptr},
+        {"values on lines of their own",
+         "<STMTTRN><DTPOSTED>\n\t20210315\n</DTPOSTED><TRNAMT>\n\t2.5\n</TRNAMT><FITID>\n12\n\t34"
+         "\n</FITID><NAME>A  B\n\t C</NAME></STMTTRN>",
+         {"2021-03-15 2.5 A  B C"},
+         nullptr},
+        {"comments behind values",
+         "<STMTTRN> <!-- <STMTTRN> -->\n<DTPOSTED>20210315 <!-- March -->\n<TRNAMT>-2 <!-- $2 -->\n"
+         "<FITID>3 <!-- id -->\n<NAME>A <!-- a <b> c -->\n</STMTTRN> <!-- end -->",
+         {"2021-03-15 -2 A"},
+         nullptr},
+        {"CDATA",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME><![CDATA[ A &amp; <b> ]]></NAME>"
+         "<MEMO><![CDATA[x\r\n<y]]></STMTTRN>",
+         {"2021-03-15 2 A &amp; <b> (x<y)"},
+         nullptr},
+        {"entities",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>T&amp;T &#233;&#xE9; &quot; & &amp;lt;"
+         "</STMTTRN>",
+         {"2021-03-15 2 T&T \xC3\xA9\xC3\xA9 \" & &lt;"},
+         nullptr},
+        {"a stray < is text",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>a < b <3 <and so on> c</STMTTRN>",
+         {"2021-03-15 2 a < b <3 <and so on> c"},
+         nullptr},
+        {"zero bytes",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>A\x01"
+         "B</STMTTRN>",
+         {"2021-03-15 2 AB"},
+         nullptr},
+        {"lower case",
+         "<stmttrn><dtposted>20210315<trnamt>2<fitid>3<name>A</stmttrn>",
+         {"2021-03-15 2 A"},
+         nullptr},
+        {"decimal commas",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>-530,86<FITID>3<NAME>A</STMTTRN>"
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>-3.34<FITID>4<NAME>A</STMTTRN>",
+         {"2021-03-15 -530.86 A", "2021-03-15 -3.34 A"},
+         "1: Amounts have a decimal comma"},
+        {"the balance proves the comma",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>1.000<FITID>3<NAME>A</STMTTRN><BALAMT>200,29",
+         {"2021-03-15 1000 A"},
+         nullptr},
+        {"memo as payee",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<MEMO>M</STMTTRN>",
+         {"2021-03-15 2 M (M)"},
+         nullptr},
+        {"payee aggregate",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<PAYEE><NAME>P<CITY>C</PAYEE></STMTTRN>",
+         {"2021-03-15 2 P"},
+         nullptr},
+        {"neither name nor memo",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3</STMTTRN>",
+         {"2021-03-15 2"},
+         "1: No name and no memo"},
+        {"text for a check number",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>A<CHECKNUM>INV-1</STMTTRN>",
+         {"2021-03-15 2 A"},
+         "1: The number \"INV-1\""},
+        {"no date",
+         "<STMTTRN><TRNAMT>2<FITID>3<NAME>A</STMTTRN>",
+         {"2030-05-06 2 A"},
+         "1: No date: entered under today's."},
+        {"date of use",
+         "<STMTTRN><DTPOSTED>?<DTUSER>20210314<TRNAMT>2<FITID>3<NAME>A</STMTTRN>",
+         {"2021-03-14 2 A"},
+         "entered under the date of use"},
+        {"dashes in a date",
+         "<STMTTRN><DTPOSTED>2021-03-15<TRNAMT>2<FITID>3<NAME>A</STMTTRN>",
+         {"2021-03-15 2 A"},
+         nullptr},
+        {"amount without digits",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>   .  <FITID>3<NAME>A</STMTTRN>",
+         {"2021-03-15 0 A"},
+         "1: The amount \".\" cannot be read: entered as 0."},
+        {"correction",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<CORRECTFITID>2<CORRECTACTION>REPLACE"
+         "<NAME>A</STMTTRN>",
+         {"2021-03-15 2 A"},
+         "1: The bank corrects its line \"2\" by this one: if"},
+        {"withdrawn line",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<CORRECTFITID>2<CORRECTACTION>DELETE"
+         "</STMTTRN>",
+         {},
+         "1: The bank withdraws its line \"2\""},
+        {"no closing element",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>A\n<STMTTRN>"
+         "<DTPOSTED>20210316<TRNAMT>3<FITID>4<NAME>B</BANKTRANLIST>",
+         {"2021-03-15 2 A", "2021-03-16 3 B"},
+         "1: This statement line has no </STMTTRN>"},
+        {"cut off",
+         "\n<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>Sh",
+         {},
+         "2: The file ends inside this statement line"},
+        {"unclosed comment hides nothing",
+         "<!-- <STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>A</STMTTRN>",
+         {"2021-03-15 2 A"},
+         nullptr},
+        {"two statements",
+         "<STMTRS><BANKACCTFROM><ACCTID>1</BANKACCTFROM></STMTRS><CCSTMTRS><CCACCTFROM><ACCTID>2"
+         "</CCACCTFROM></CCSTMTRS>",
+         {},
+         "0: The file holds 2 statements (accounts \"1\", \"2\")"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Read read = ReadInferred(row.text);
+        EXPECT_EQ(read.records, row.records);
+        if (row.note) {
+            EXPECT_NE(read.notes.find(row.note), std::string::npos) << read.notes;
+        }
+        // The file's normal form on disk says the same.
+        const Bytes normal = NormaliseStatement(Text(row.text));
+        EXPECT_EQ(ReadInferred(ToString(normal)).records, read.records);
+        EXPECT_EQ(ReadInferred(ToString(normal)).ids, read.ids);
+    }
+}
+
+TEST(InferredOfx, IdentifiersNeverFallTogether) {
+    const auto line = [](const char* id, const char* date, const char* amount, const char* name) {
+        return std::string("<STMTTRN><DTPOSTED>") + date + "<TRNAMT>" + amount + "<FITID>" + id +
+               "<NAME>" + name + "</STMTTRN>\n";
+    };
+    const Read read =
+        ReadInferred(line("42", "20210315", "1", "A") +
+                     // 34 digits do not fit; two that differ stay different.
+                     line("2018030607232002046000000061553574", "20210315", "1", "A") +
+                     line("2018030607232002046000000061553575", "20210315", "1", "A") +
+                     // none, twice the same line
+                     line("", "20210316", "1", "A") + line("0", "20210316", "1", "A"));
+    ASSERT_EQ(read.ids.size(), 5U);
+    EXPECT_EQ(read.ids[0], 42);
+    EXPECT_EQ(read.ids[1], TextHash("2018030607232002046000000061553574"));
+    for (size_t i = 0; i < 5; ++i) {
+        EXPECT_NE(read.ids[i], 0);
+        for (size_t j = 0; j < i; ++j) EXPECT_NE(read.ids[i], read.ids[j]);
+    }
+
+    const Read repeated =
+        ReadInferred(line("42", "20210315", "1", "A") + line("42", "20210315", "1.00", "A") +
+                     line("42", "20210315", "1", "B"));
+    const auto& records = repeated.contents.records;
+    EXPECT_TRUE(records[1].saidBefore);
+    EXPECT_FALSE(records[1].idShared);
+    EXPECT_FALSE(records[2].saidBefore);
+    EXPECT_TRUE(records[2].idShared);
+    EXPECT_TRUE(records[0].idShared);
+    EXPECT_NE(records[2].ownId, records[0].ownId);
+    EXPECT_NE(records[2].ownId, 0);
+}
+
+TEST(InferredOfx, SaysWhatTheBankReports) {
+    const Read read = ReadInferred(
+        "<OFX><SONRS><STATUS><CODE>15500<SEVERITY>ERROR<MESSAGE>Wrong password</STATUS></SONRS>"
+        "<INVSTMTRS><BUYSTOCK><INVTRAN><FITID>1</INVTRAN></BUYSTOCK></INVSTMTRS></OFX>");
+    EXPECT_TRUE(read.contents.hasBody);
+    EXPECT_EQ(read.contents.problem, "error 15500: Wrong password");
+    EXPECT_EQ(read.contents.investmentActions, 1);
+    EXPECT_TRUE(read.records.empty());
+}
+
+// Text that never becomes a tag, and openings that never close, cost one pass.
+TEST(InferredOfx, HostileTextIsReadInOnePass) {
+    for (const char* piece : {"<", "<!--", "<![CDATA[", "<NAME", "<NAME>", "&", "<STMTTRN>"}) {
+        SCOPED_TRACE(piece);
+        std::string text = "<STMTTRN><NAME>";
+        for (int i = 0; i < 300'000; ++i) text += piece;
+        EXPECT_LE(ReadInferred(text).contents.records.size(), 300'001U);
+    }
+}
+
+TEST(OfxRewrite, PutsEveryElementOnALineOfItsOwn) {
+    const struct {
+        const char* name;
+        Bytes bytes;
+        Bytes normal;
+    } rows[] = {
+        {"nothing to do", Text("no elements\n\n"), Text("no elements\n\n")},
+        {"one line", Text("<A><B>c"), Text("\r\n<A>\r\n<B>c")},
+        {"lines of CR LF stay", Text("h\r\n<A>\r\n<B>"), Text("h\r\n<A>\r\n<B>")},
+        {"line feeds get a CR LF more", Text("a\n<B>"), Text("a\n\r\n<B>")},
+        {"blank lines are halved in one pass", Text("a\r\n\r\n\r\n\r\nb<"),
+         Text("a\r\n\r\nb\r\n<")},
+        {"UTF-16", {0xFF, 0xFE, 'a', 0, '<', 0}, {0xFF, 0xFE, 'a', 0, 13, 0, 10, 0, '<', 0}},
+        // U+3C00 holds the byte of "<".
+        {"UTF-16 without an element", {0xFF, 0xFE, 0, '<'}, {0xFF, 0xFE, 0, '<'}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(NormaliseStatement(row.bytes), row.normal);
+        if (!Contains(row.name, "halved")) {
+            EXPECT_EQ(NormaliseStatement(row.normal), row.normal);
+        }
+    }
+}
+
+// The download is the old file or the new one, whatever call fails.
+TEST(OfxRewrite, AFailureLeavesTheOldFile) {
+    using Call = CMemoryFileSystem::Call;
+    const Bytes old = Text("old");
+    for (const Call call : {Call::Create, Call::Write, Call::Sync, Call::Rename}) {
+        CMemoryFileSystem files;
+        files.Bytes("d/x.qfx") = old;
+        files.Bytes("d/x.qfx.1.new") = Text("the user's own");
+        files.FailNth(call, 1);
+        EXPECT_FALSE(ReplaceThroughNewFile(files, "d/x.qfx", Text("new")));
+        files.StopFailing();
+        EXPECT_EQ(files.Bytes("d/x.qfx"), old);
+        EXPECT_EQ(files.Snapshot().size(), 2U);
+        EXPECT_TRUE(ReplaceThroughNewFile(files, "d/x.qfx", Text("new")));
+        EXPECT_EQ(files.Bytes("d/x.qfx"), Text("new"));
+        EXPECT_EQ(files.Bytes("d/x.qfx.1.new"), Text("the user's own"));
+    }
+}
+
+}  // namespace
+}  // namespace quillon

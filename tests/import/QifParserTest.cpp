@@ -1,0 +1,282 @@
+#include "import/QifParser.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/CalendarDate.h"
+#include "support/Bytes.h"
+
+namespace quillon {
+namespace {
+
+const int64_t kToday = FileTimeFromDate(2030, 5, 6);
+
+// "2021-01-02 -12.5 Shop [Food] #7 EFT" for each record; parts that are empty are left out.
+std::vector<std::string> Shown(const std::vector<ImportRecord>& records) {
+    std::vector<std::string> lines;
+    for (const ImportRecord& record : records) {
+        char amount[40];
+        std::snprintf(amount, sizeof amount, "%.10g", record.amount);
+        std::string line = FormatIsoDate(record.date) + " " + amount;
+        if (!record.payee.empty()) line.append(" ").append(record.payee);
+        if (!record.category.empty()) line.append(" [").append(record.category).append("]");
+        if (record.check != 0) line += " #" + std::to_string(record.check);
+        if (!record.electronic.empty()) line.append(" ").append(record.electronic);
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+using Lines = std::vector<std::string>;
+
+struct Read {
+    Lines records;
+    int64_t read = 0;
+    std::string notes;  // "3: text\n"
+    Dialect dialect;
+};
+
+Read ReadPlain(std::string_view text, DateOrder order = DateOrder::MonthDayYear) {
+    CReadOnlyTextFileManager lines;
+    const Bytes bytes = Text(text);
+    EXPECT_EQ(lines.LoadBlock(bytes.data(), static_cast<int64_t>(bytes.size())),
+              TextFileStatus::Ok);
+    QifContents contents;
+    ReadPlainQif(lines, kToday, order, contents);
+    return {Shown(contents.records), contents.read, {}, {}};
+}
+
+Read ReadInferred(std::string_view text, const ImportOptions& options = {}) {
+    CReadOnlyTextFileManager lines;
+    const Bytes bytes = Join({0xEF, 0xBB, 0xBF}, Text(text));
+    EXPECT_EQ(lines.LoadBlock(bytes.data(), static_cast<int64_t>(bytes.size())),
+              TextFileStatus::Ok);
+    QifContents contents;
+    CImportNotes notes;
+    Read read;
+    ReadInferredQif(lines, kToday, options, read.dialect, notes, contents);
+    read.records = Shown(contents.records);
+    read.read = contents.read;
+    for (const ImportNote& note : notes.Take()) {
+        read.notes += std::to_string(note.line) + ": " + note.text + "\n";
+    }
+    return read;
+}
+
+TEST(PlainQif, FollowsItsRulesLineByLine) {
+    const struct {
+        const char* name;
+        const char* text;
+        Lines records;
+    } rows[] = {
+        {"one record",
+         "!Type:Bank\nD1/2'21\nT-12.50\nPShop\nLFood\n^\n",
+         {"2021-01-02 -12.5 Shop [Food]"}},
+        {"four-digit years go wrong on purpose",
+         "!Type:Bank\nD1/15/2015\nT1\n^\n",
+         {"3915-01-15 1"}},
+        {"amounts",
+         "!Type:Cash\nD1/2'21\nT1,234.56\n^\nD1/2'21\nT$1234.56\n^\n",
+         {"2021-01-02 1234.56", "2021-01-02 1234.56"}},
+        {"the later of U and T", "!Type:CCard\nD1/2'21\nU5\nT6\n^\n", {"2021-01-02 6"}},
+        {"unreadable date is today's", "!Type:Invst\nDsoon\nT1\n^\n", {"2030-05-06 1"}},
+        {"nothing before the header",
+         "D1/2'21\nT1\n^\n!Type:Bank\nD1/3'21\nT2\n^\n",
+         {"2021-01-03 2"}},
+        {"other sections",
+         "!Type:Cat\nNFood\n^\n!Type:Bank\nT2\n^\n!Type:Memorized\nT3\n^\n",
+         {"2030-05-06 2"}},
+        {"header inside a line", "x!Type:Bankers\nT2\n^\n", {"2030-05-06 2"}},
+        {"lower case header", "!type:bank\nT2\n^\n!Type:bank\nT2\n^\n", {}},
+        {"not closed", "!Type:Bank\nT2\n", {}},
+        {"account blocks are records", "!Type:Bank\n!Account\nNX\nTBank\n^\n", {"2030-05-06 0"}},
+        {"deposit marker", "!Type:Bank\nT2\nNdep\n^\n", {"2030-05-06 2"}},
+        {"transfer", "!Type:Bank\nT2\nNtxfr\n^\n", {"2030-05-06 2 Transfer"}},
+        {"eft", "!Type:Bank\nT2\nNeft\n^\n", {"2030-05-06 2 EFT"}},
+        {"atm", "!Type:Bank\nT2\nNatm\n^\n", {"2030-05-06 2 ATM"}},
+        {"ATM is no number", "!Type:Bank\nT2\nNATM\n^\n", {"2030-05-06 2"}},
+        {"number", "!Type:Bank\nT2\nN 1005 \n^\n", {"2030-05-06 2 #1005"}},
+        {"number too large", "!Type:Bank\nT2\nN99999999999\n^\n", {"2030-05-06 2"}},
+        {"empty record", "!Type:Bank\n^\n", {"2030-05-06 0"}},
+        {"code page 1252 in UTF-8", "!Type:Bank\nT2\nPCaf\xE9\n^\n", {"2030-05-06 2 Caf\xC3\xA9"}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::string text = row.text;
+        // The accent has to lie behind the bytes that decide on the kind.
+        if (text.find('\xE9') != std::string::npos) text = std::string(100, '\n') + text;
+        const Read read = ReadPlain(text);
+        EXPECT_EQ(read.records, row.records);
+        EXPECT_EQ(read.read, static_cast<int64_t>(row.records.size()));
+    }
+    EXPECT_EQ(ReadPlain("!Type:Bank\nD15/1/21\nT1\n^\n", DateOrder::DayMonthYear).records,
+              Lines{"2021-01-15 1"});
+}
+
+TEST(InferredQif, ReadsARegisterAsAPersonWould) {
+    const struct {
+        const char* name;
+        const char* text;
+        Lines records;
+        const char* note;  // a part of the notes; null: not looked at
+    } rows[] = {
+        {"years as written",
+         "!Type:Bank\nD1/15/2015\nT1\n^\n",
+         {"2015-01-15 1"},
+         "2: Years are as written"},
+        {"day first",
+         "!Type:Bank\nD1/2/15\nT1\n^\nD31/1/15\nT2\n^\n",
+         {"2015-02-01 1", "2015-01-31 2"},
+         "5: Dates have the day first: 31/1/15."},
+        {"decimal comma",
+         "!Type:Bank\nD1/31/15\nT-1.234,50\n^\n",
+         {"2015-01-31 -1234.5"},
+         "3: Amounts have a decimal comma: -1.234,50."},
+        {"account block inside a register",
+         "!Type:Bank\nD1/31/15\nT1\n^\n!Account\nNSavings\nTBank\n^\n!Type:Bank\nD1/30/15\nT2\n^\n",
+         {"2015-01-31 1", "2015-01-30 2"},
+         nullptr},
+        {"account list",
+         "!Option:AutoSwitch\n!Account\nNA\nTBank\n^\nNB\nTCCard\n^\n!Clear:AutoSwitch\n"
+         "!Type:Oth L\nD1/31/15\nT1\n^\n",
+         {"2015-01-31 1"},
+         nullptr},
+        {"lists are skipped",
+         "!Type:Cat\nNFood\nD1/1/15\nT1\n^\n!Type:Bank\nD1/31/15\nT1\n^\n",
+         {"2015-01-31 1"},
+         "0: Skipped: lists of the type \"Cat\"."},
+        {"lower case header", "!type:bank \nD1/31/15\nT1\n^\n", {"2015-01-31 1"}, nullptr},
+        {"split lines do not disturb",
+         "!Type:Bank\nD1/31/15\nT-10\nPShop\nLFood\nSFood\nD2/1/15\nEhalf\n$-5\nSFun\n$-5\n^\n",
+         {"2015-01-31 -10 Shop [Food]"},
+         "2: Split over 2 parts: entered as one, under \"Food\"."},
+        {"splits without an amount",
+         "!Type:Bank\nD1/31/15\nSA\n$-7.80\nSB\n$-0.20\n^\n",
+         {"2015-01-31 -8"},
+         "2: No amount of its own: entered with the sum of its splits."},
+        {"a single split is none",
+         "!Type:Bank\nD1/31/15\nT-7\nSFood\n$-7\n^\n",
+         {"2015-01-31 -7 [Food]"},
+         nullptr},
+        {"memo as payee", "!Type:Bank\nD1/31/15\nT1\nMRent\n^\n", {"2015-01-31 1 Rent"}, nullptr},
+        {"no payee", "!Type:Bank\nD1/31/15\nT1\n^\n", {"2015-01-31 1"}, "2: No payee and no memo"},
+        {"stray end",
+         "!Type:Bank\n^\nD1/31/15\nT1\n^\n",
+         {"2015-01-31 1"},
+         "2: An empty record; not entered."},
+        {"neither date nor amount",
+         "!Type:Bank\nPNote\n^\n",
+         {},
+         "2: Neither a date nor an amount"},
+        {"transfer",
+         "!Type:Bank\nD1/31/15\nT1\nL[Savings]\n^\n",
+         {"2015-01-31 1 [Transfer]"},
+         "2: A transfer with account \"Savings\""},
+        {"empty transfer", "!Type:Bank\nD1/31/15\nT1\nL[]\n^\n", {"2015-01-31 1"}, nullptr},
+        {"opening balance",
+         "!Type:Bank\nD1/31/15\nT1\nPOpening Balance\nL[Me]\n^\n",
+         {"2015-01-31 1 Opening Balance [Adjustment]"},
+         nullptr},
+        {"transfer with itself",
+         "!Account\nNMe\n^\n!Type:Bank\nD1/31/15\nT1\nL[Me]\n^\n",
+         {"2015-01-31 1 [Adjustment]"},
+         nullptr},
+        {"numbers",
+         "!Type:Bank\nD1/31/15\nT1\nNATM\n^\nD1/31/15\nT1\nN12\n^\nD1/31/15\nT1\nNN/A\n^\n",
+         {"2015-01-31 1 ATM", "2015-01-31 1 #12", "2015-01-31 1"},
+         nullptr},
+        {"text number",
+         "!Type:Bank\nD1/31/15\nT1\nNINV-1\n^\n",
+         {"2015-01-31 1"},
+         "2: The number \"INV-1\" is no check number"},
+        {"unreadable date",
+         "!Type:Bank\nDsoon\nT1\n^\n",
+         {"2030-05-06 1"},
+         "2: The date \"soon\" cannot be read"},
+        {"no amount",
+         "!Type:Bank\nD1/31/15\nPA\n^\n",
+         {"2015-01-31 0 A"},
+         "2: No amount: entered as 0."},
+        {"cash of an investment account",
+         "!Type:Invst\nD1/31/15\nNMiscExp\nT3\n^\nD1/31/15\nNBuy\nYX\nT9\n^\nD1/31/"
+         "15\nNDiv\nT4\n^\n",
+         {"2015-01-31 -3", "2015-01-31 4"},
+         "6: Investment action \"Buy\" moves shares"},
+        {"forgotten end",
+         "!Type:Bank\nD1/31/15\nT1\nPA\n\nD1/30/15\nT2\nPB\n^\n",
+         {"2015-01-31 1 A", "2015-01-30 2 B"},
+         "2: This record is not closed by \"^\""},
+        {"forgotten end without a blank line",
+         "!Type:Bank\nD1/31/15\nT1\nPA\nD1/30/15\nT2\nPB\n^\n",
+         {"2015-01-31 1 A", "2015-01-30 2 B"},
+         nullptr},
+        {"no end anywhere",
+         "!Type:Bank\nPA\nD1/31/15\nT1\n\nPB\nD1/30/15\nT2\n",
+         {"2015-01-31 1 A", "2015-01-30 2 B"},
+         nullptr},
+        {"blank lines between all lines",
+         "!Type:Bank\n\nD1/31/15\n\nT1\n\nPA\n\n^\n\nD1/30/15\n\nT2\n\n^\n",
+         {"2015-01-31 1 A", "2015-01-30 2"},
+         nullptr},
+        {"not closed at the end",
+         "!Type:Bank\nD1/31/15\nT1\nPA",
+         {"2015-01-31 1 A"},
+         "2: This record is not closed by \"^\"; it was entered up to line 4."},
+        {"cut off inside the amount",
+         "!Type:Bank\nD1/31/15\nPA\nT-12",
+         {},
+         "2: The file ends inside this record; it was not entered."},
+        {"cut off before the amount",
+         "!Type:Bank\nD1/31/15\nPA\n",
+         {},
+         "2: The file ends inside this record; it was not entered."},
+        {"closed by a header",
+         "!Type:Bank\nD1/31/15\nT1\n!Type:Cat\nNX\n^\n",
+         {"2015-01-31 1"},
+         "2: This record is not closed"},
+        {"two accounts",
+         "!Account\nNA\n^\n!Type:Bank\nD1/31/15\nT1\n^\n!Account\nNB\n^\n!Type:Bank\nD1/31/"
+         "15\nT2\n^\n",
+         {"2015-01-31 1", "2015-01-31 2"},
+         "0: The file holds the registers of 2 accounts (\"A\", \"B\")"},
+        {"contradicting amounts",
+         "!Type:Bank\nD1/31/15\nT1,234.50\n^\nD1/31/15\nT12,50\n^\n",
+         {"2015-01-31 1234.5", "2015-01-31 1250"},
+         "6: The amount \"12,50\" was read with its comma as a thousands mark."},
+        {"text before the header",
+         "# T1\nD1/31/15\n^\n!Type:Bank\nD1/31/15\nT1\n^\n",
+         {"2015-01-31 1"},
+         nullptr},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Read read = ReadInferred(row.text);
+        EXPECT_EQ(read.records, row.records);
+        if (row.note) {
+            EXPECT_NE(read.notes.find(row.note), std::string::npos) << read.notes;
+        }
+    }
+}
+
+TEST(InferredQif, WhatTheUserSaysWins) {
+    ImportOptions options;
+    options.dateOrder = DateOrder::DayMonthYear;
+    options.decimal = DecimalMark::Comma;
+    EXPECT_EQ(ReadInferred("!Type:Bank\nD1/2/15\nT1.234\n^\n", options).records,
+              Lines{"2015-02-01 1234"});
+    options.decimal = DecimalMark::Point;
+    EXPECT_EQ(ReadInferred("!Type:Bank\nD1/2/15\nT12,50\n^\n", options).records,
+              Lines{"2015-02-01 1250"});
+}
+
+// A group of open lines that grows with the file must not be searched again and again.
+TEST(InferredQif, AMillionLinesWithoutAnEndAreReadInOnePass) {
+    std::string text = "!Type:Bank\n";
+    for (int i = 0; i < 200'000; ++i) text += "D1/31/15\nT1\nPA\n\n";
+    for (int i = 0; i < 200'000; ++i) text += "D1/31/15\n";
+    text += "T1\n^\n";
+    const Read read = ReadInferred(text);
+    EXPECT_GE(read.records.size(), 200'000U);
+}
+
+}  // namespace
+}  // namespace quillon
