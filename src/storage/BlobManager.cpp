@@ -15,7 +15,7 @@ void CBlobManager::SetBasePath(const std::string& base) {
 
 bool CBlobManager::Open() {
     const CLockScope lock(m_lock);
-    return m_dictionary.Open() && m_data.Open() && m_data.IsOpen();
+    return m_dictionary.Open() && !m_dictionary.LoadFailed() && m_data.Open() && m_data.IsOpen();
 }
 
 bool CBlobManager::Close() {

@@ -33,6 +33,7 @@ public:
     [[nodiscard]] bool Compact();
 
     const CDictionaryManager& Dictionary() const { return m_dictionary; }
+    const CDataStore& Data() const { return m_data; }
 
 private:
     [[nodiscard]] bool Store(std::span<const uint8_t> bytes, int64_t& position);

@@ -64,7 +64,9 @@ bool CDataStore::Open() {
         m_freeList.SetPath(WithSuffix(path, "_del"));
         m_freeList.Load(BlockAreaSize());
     }
-    m_freeListChanged = false;
+    // A file that lists nothing usable goes when the store is closed.
+    m_freeListChanged =
+        m_keepFreeList && m_freeList.Count() == 0 && m_journal.Exists(m_freeList.Path());
     return true;
 }
 
@@ -81,6 +83,12 @@ bool CDataStore::CheckHeader() {
 bool CDataStore::ConvertFromVersion1() {
     const std::string path = Path();
     const std::string temporaryPath = path + "_tmp";
+    // A bracket would show the old file until it commits. An earlier renaming group must not
+    // find the new copy.
+    if ((m_journal.IsAttached() && m_journal.InBracket()) || !m_journal.Checkpoint()) {
+        m_file.Close();
+        return false;
+    }
     // The copy is no part of the database until it takes the file's place, so it
     // is written beside the journal.
     CFileInterface copy(m_journal.Base());
@@ -108,12 +116,26 @@ bool CDataStore::ConvertFromVersion1() {
     copy.Close();
     m_file.Close();
     if (!copied || !m_journal.Rename(temporaryPath, path)) {
-        if (m_journal.Base().Exists(temporaryPath)) (void)m_journal.Base().Remove(temporaryPath);
+        RemoveCopy(m_journal, temporaryPath);
         return false;
     }
     if (m_file.OpenExisting(path) && CheckHeader()) return true;
     m_file.Close();
     return false;
+}
+
+bool CDataStore::IsVersion1(CFileSystem& files, const std::string& path) {
+    const std::unique_ptr<CFile> file = files.Open(path, OpenMode::Read);
+    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
+    return file && file->ReadAt(0, bytes) == kHeaderSize && HasSignature(bytes, kSignature) &&
+           LoadLE<int32_t>(bytes, 50) == 1;
+}
+
+void CDataStore::RemoveCopy(CJournal& journal, const std::string& temporaryPath) {
+    // After a failed sync nobody knows whether the group that renames the copy is on
+    // the disk; replaying it without the copy would mix old data with new positions.
+    if (journal.IsBroken() || !journal.Base().Exists(temporaryPath)) return;
+    (void)journal.Base().Remove(temporaryPath);
 }
 
 bool CDataStore::Close() {
@@ -157,7 +179,8 @@ bool CDataStore::WriteAt(const uint8_t* data, int64_t size, int64_t position) {
     if (!data || size <= 0 || size > kLargestTransfer || position < 0 || !m_file.IsOpen()) {
         return false;
     }
-    return m_file.WriteAt(position + kHeaderSize, {data, static_cast<size_t>(size)});
+    return position <= INT64_MAX - kHeaderSize - size &&
+           m_file.WriteAt(position + kHeaderSize, {data, static_cast<size_t>(size)});
 }
 
 bool CDataStore::ReadAt(uint8_t* buffer, int64_t size, int64_t position) const {
@@ -165,7 +188,7 @@ bool CDataStore::ReadAt(uint8_t* buffer, int64_t size, int64_t position) const {
     if (!buffer || size <= 0 || size > kLargestTransfer || position < 0 || !m_file.IsOpen()) {
         return false;
     }
-    return position <= INT64_MAX - kHeaderSize &&
+    return position <= INT64_MAX - kHeaderSize - size &&
            m_file.ReadExactlyAt(position + kHeaderSize, {buffer, static_cast<size_t>(size)});
 }
 

@@ -27,8 +27,8 @@ public:
 
     void SetPath(const CKeelString& path);
     // Opens or makes the file and loads the free list. False: no path, not one of ours, a newer
-    // version, or no access. A version 1 file is converted; whether that worked
-    // IsOpen() tells.
+    // version, or no access. A version 1 file is converted (never inside a
+    // bracket); whether that worked IsOpen() tells.
     [[nodiscard]] bool Open();
     bool IsOpen() const { return m_file.IsOpen(); }
     // Saves the free list, rewrites the header, closes. False when nothing was open.
@@ -55,6 +55,10 @@ public:
     // Puts `temporaryPath` (a complete data file) in this one's place when the bracket commits,
     // with an empty free list. The store can be used again when the bracket has ended.
     [[nodiscard]] bool ReplaceFileWith(const std::string& temporaryPath);
+    // Drops a copy that did not come into its place, unless the journal may still need it.
+    static void RemoveCopy(CJournal& journal, const std::string& temporaryPath);
+    // A data file that opening would convert.
+    static bool IsVersion1(CFileSystem& files, const std::string& path);
     // The header of an empty data file.
     static std::vector<uint8_t> FreshHeader();
     static constexpr int64_t kHeaderSize = 54;

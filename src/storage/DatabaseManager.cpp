@@ -1,6 +1,7 @@
 #include "storage/DatabaseManager.h"
 
 #include <algorithm>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -9,6 +10,7 @@
 #include "storage/BackupRestore.h"
 #include "storage/Crypto.h"
 #include "storage/SchemaFile.h"
+#include "storage/TableVerifier.h"
 
 namespace quillon {
 namespace {
@@ -117,6 +119,7 @@ bool CDatabaseManager::OpenLocked() {
     }
     if (!AttachJournal()) return false;
     RemoveLeftovers();
+    if (!ConvertOldDataFiles()) return false;
 
     // A new database's first files are one commit, and so is what opening repairs.
     if (InBracket([&] { return OpenStores(); })) return true;
@@ -165,6 +168,24 @@ void CDatabaseManager::RemoveLeftovers() {
     for (const std::string& name : names) {
         if (name.ends_with(".dat_tmp")) (void)m_baseFiles.Remove(m_folder + name);
     }
+}
+
+// Before the stores open, since they open in one bracket and a bracket renames one file.
+bool CDatabaseManager::ConvertOldDataFiles() {
+    std::vector<std::string> names;
+    if (!m_baseFiles.List(m_folder, names)) {
+        return FailFromFileError(DatabaseProblem::ReadFailed, m_folder);
+    }
+    for (const std::string& name : names) {
+        const std::string path = m_folder + name;
+        if (!name.ends_with("data.dat") || !CDataStore::IsVersion1(m_baseFiles, path)) continue;
+        CDataStore store(m_journal);
+        store.SetPath(CKeelString(path));
+        if (!store.Open() || !store.IsOpen()) {
+            return FailFromFileError(DatabaseProblem::WriteFailed, path);
+        }
+    }
+    return true;
 }
 
 bool CDatabaseManager::OpenStores() {
@@ -287,7 +308,11 @@ void CDatabaseManager::ReloadIfStale() {
     m_rowTable = nullptr;
     m_tables.clear();
     m_blobs.reset();
-    if (!Guarded([&] { return OpenStores(); })) m_tables.clear();
+    if (Guarded([&] { return OpenStores(); })) return;
+    // Tables that are missing here are not missing on the disk: write nothing any more.
+    m_tables.clear();
+    m_blobs.reset();
+    m_journal.Break();
 }
 
 void CDatabaseManager::NoteSchemaChange() {
@@ -317,7 +342,8 @@ bool CDatabaseManager::SaveSchema() {
 
 CTableManager* CDatabaseManager::CreateTable(std::string_view name) {
     const CLockScope lock(m_lock);
-    if (!m_open || name.empty() || name.size() >= DatabaseSchema::kNameSize || FindTable(name)) {
+    if (!m_open || name.empty() || name.size() >= DatabaseSchema::kNameSize || FindTable(name) ||
+        m_nextTableNumber == std::numeric_limits<int32_t>::max()) {
         return nullptr;
     }
     const bool created = InBracket([&] {
@@ -500,7 +526,7 @@ bool CDatabaseManager::WriteStoreStates() {
     for (const auto& table : m_tables) {
         if (!table->Flush()) return false;
     }
-    return m_blobs->Flush();
+    return m_blobs && m_blobs->Flush();
 }
 
 bool CDatabaseManager::Flush() {
@@ -518,7 +544,7 @@ bool CDatabaseManager::RemoveDeleted() {
         for (const auto& table : m_tables) {
             if (table->NeedsCompaction() && !table->RemoveDeleted()) return false;
         }
-        return m_blobs->Compact();
+        return m_blobs && m_blobs->Compact();
     });
 }
 
@@ -549,6 +575,19 @@ IntegrityCode CDatabaseManager::Verify(std::vector<TableIntegrity>& tables) {
         if (first == IntegrityCode::Ok) first = result.code;
         tables.push_back(std::move(result));
     }
+    // A line of its own only when there is something to say.
+    TableIntegrity blobs;
+    blobs.table = "BLOBs";
+    blobs.rows = m_blobs ? m_blobs->Dictionary().LiveCount() : 0;
+    blobs.code = IntegrityCode::General;
+    (void)Guarded([&] {
+        if (m_blobs) {
+            blobs.code = CheckStoreBlocks(m_blobs->Dictionary(), m_blobs->Data(), blobs.detail);
+        }
+        return true;
+    });
+    if (first == IntegrityCode::Ok) first = blobs.code;
+    if (blobs.code != IntegrityCode::Ok) tables.push_back(std::move(blobs));
     return first;
 }
 

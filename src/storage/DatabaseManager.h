@@ -122,7 +122,8 @@ public:
     [[nodiscard]] bool Flush();
     // Rewrites every store that has deleted entries without them.
     [[nodiscard]] bool RemoveDeleted();
-    // The first code that is not Ok, and one entry a table.
+    // The first code that is not Ok, and one entry a table; one more, "BLOBs", when
+    // the BLOB store is damaged.
     IntegrityCode Verify(std::vector<TableIntegrity>& tables);
     // Makes every index anew from the rows, then flushes.
     [[nodiscard]] bool RebuildIndexes();
@@ -157,6 +158,7 @@ private:
     [[nodiscard]] bool OpenLocked();
     [[nodiscard]] bool AttachJournal();
     void RemoveLeftovers();
+    [[nodiscard]] bool ConvertOldDataFiles();
     [[nodiscard]] bool OpenStores();
     [[nodiscard]] bool OpenTable(int32_t number, const std::string& name);
     void CloseStores();

@@ -13,6 +13,16 @@ constexpr size_t kEntrySize = 16;
 constexpr int32_t kVersion = 1;
 constexpr std::string_view kSignature = "DeletedBlock";
 
+// Such a list would hand the same bytes out twice.
+bool AnyOverlap(std::vector<DeletedBlockEntry> blocks) {
+    std::sort(blocks.begin(), blocks.end(),
+              [](const auto& a, const auto& b) { return a.position < b.position; });
+    for (size_t i = 1; i < blocks.size(); ++i) {
+        if (blocks[i - 1].position + blocks[i - 1].size > blocks[i].position) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 void CDeletedBlockManager::Clear() {
@@ -134,6 +144,7 @@ bool CDeletedBlockManager::Load(int64_t dataSize) {
         }
         blocks.push_back(block);
     }
+    if (AnyOverlap(blocks)) return false;
     for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) Push(*block);
     return true;
 }

@@ -44,6 +44,7 @@ bool CDictionaryManager::Open() {
     const std::string path = m_path.ToUtf8();
     if (path.empty()) return false;
     m_nextId = 0;
+    m_loadFailed = false;
     if (!m_journal.Exists(path)) return m_file.Create(path) && WriteHeader();
     if (!m_file.OpenExisting(path)) return false;
     if (!CheckHeader()) {
@@ -173,7 +174,7 @@ int64_t CDictionaryManager::Add(int64_t position, int64_t size) {
     Touch();
     DictionaryEntry entry{position, size, static_cast<uint32_t>(m_recordCount + 1), false};
     const int64_t id = m_nextId;
-    if (m_entries.Find(id)) return -1;
+    if (id == std::numeric_limits<int64_t>::max() || m_entries.Find(id)) return -1;
     const int64_t offset = OffsetOf(entry);
     if (!m_file.WriteAt(offset, EncodeEntry(id, offset, entry))) return -1;
     m_entries.Insert(id, entry);
@@ -283,6 +284,13 @@ void CDictionaryManager::OnBracketRolledBack() {
     m_touched = false;
     const std::string path = m_path.ToUtf8();
     m_loadFailed = !(m_file.OpenExisting(path) && CheckHeader() && Load());
+    if (!m_loadFailed) return;
+    // Ids out of half a map would be given twice: without the file nothing is given.
+    m_entries.Clear();
+    m_liveCount = 0;
+    m_recordCount = 0;
+    m_headerStale = false;
+    m_file.Close();
 }
 
 }  // namespace quillon

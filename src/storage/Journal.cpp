@@ -104,6 +104,8 @@ void CJournal::Touch(CJournalledFile& file) {
 
 std::unique_ptr<CFile> CJournal::Open(const std::string& path, OpenMode mode) {
     if (!IsOurs(path)) return m_base.Open(path, mode);
+    // Committed, but the new contents are not in their place: the old ones are wrong.
+    if (m_applyPending && path == m_renameTo) return nullptr;
     if (mode == OpenMode::Create) {
         CBracketScope bracket(*this);
         if (!bracket.Begun()) return nullptr;
@@ -222,6 +224,13 @@ bool CJournal::CommitOutermost() {
     // A renaming group stands alone between two checkpoints.
     const bool renames = !m_renameTo.empty();
     if (renames && !Checkpoint()) return false;
+    // Replay takes a missing source for a rename that was done, so its name must be
+    // on the disk before the group is.
+    if (renames && !m_base.SyncFolder(m_folder)) {
+        m_failureKind = m_base.LastError();
+        m_broken = true;
+        return false;
+    }
 
     JournalGroupBuilder group;
     if (!BuildGroup(group)) return false;
@@ -236,6 +245,7 @@ bool CJournal::CommitOutermost() {
     // From here on the commit stands. What cannot be written to the files now is
     // still read from memory, and tried again before the next bracket.
     if (!ApplyTouched()) m_applyPending = true;
+    if (!m_renameTo.empty()) m_broken = true;  // only replay can bring the file in
     if (renames && !m_applyPending && !Checkpoint()) m_broken = true;
     return true;
 }
@@ -313,11 +323,12 @@ bool CJournal::ApplyTouched() {
         CJournalledFile* file = m_touched.back();
         const bool namesChange = !file->Exists() || file->NeedsCreate();
         const bool exists = file->Exists();
+        // Before trying: what a first try makes, a second one does not see as new.
+        if (namesChange) m_namesDirty = true;
         if (!file->Apply()) {
             m_failureKind = m_base.LastError();
             return false;
         }
-        if (namesChange) m_namesDirty = true;
         if (exists) {
             m_dirty.insert(file->Path());
         } else {
@@ -328,6 +339,10 @@ bool CJournal::ApplyTouched() {
     }
     m_applyPending = false;
     return true;
+}
+
+void CJournal::Break() {
+    m_broken = true;
 }
 
 bool CJournal::Checkpoint() {

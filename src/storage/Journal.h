@@ -74,6 +74,9 @@ public:
     [[nodiscard]] bool Checkpoint();
     // True after a failed sync: no bracket begins any more.
     bool IsBroken() const { return m_broken; }
+    // Lets no bracket begin until the folder is attached again: for an owner whose memory
+    // no longer mirrors the files.
+    void Break();
     // Kind of the failure that made the last bracket fail.
     FileError FailureKind() const { return m_failureKind; }
 

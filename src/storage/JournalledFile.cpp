@@ -43,9 +43,10 @@ int64_t CJournalledFile::ReadAt(int64_t offset, std::span<uint8_t> bytes) {
         CFile* file = BaseFile();
         return file ? file->ReadAt(offset, bytes) : -1;
     }
-    const int64_t end = std::min(m_size, offset + static_cast<int64_t>(bytes.size()));
-    if (end <= offset) return 0;
+    if (offset >= m_size) return 0;
+    const int64_t end = offset + std::min(m_size - offset, static_cast<int64_t>(bytes.size()));
     bytes = bytes.first(static_cast<size_t>(end - offset));
+    if (bytes.empty()) return 0;
 
     const int64_t baseEnd = std::clamp(m_keptBase, offset, end);
     std::memset(bytes.data() + (baseEnd - offset), 0, static_cast<size_t>(end - baseEnd));

@@ -62,20 +62,24 @@ public:
 
     int64_t Count() const { return m_count; }
 
-    // Visits (id, slot) in ascending order of id, ids of the tree last; stops when
-    // the visitor returns false.
+    // Visits (id, slot) in ascending order of id; stops when the visitor returns false.
     template <typename Visit>
     void Walk(Visit visit) const {
+        auto sparse = m_sparse.begin();
         for (size_t page = 0; page < m_pages.size(); ++page) {
             if (!m_pages[page]) continue;
             for (size_t i = 0; i < kPageSlots; ++i) {
                 const Slot& slot = (*m_pages[page])[i];
                 if (slot.record == 0) continue;
-                if (!visit(static_cast<int64_t>(page * kPageSlots + i), slot)) return;
+                const auto id = static_cast<int64_t>(page * kPageSlots + i);
+                for (; sparse != m_sparse.end() && sparse->first < id; ++sparse) {
+                    if (!visit(sparse->first, sparse->second)) return;
+                }
+                if (!visit(id, slot)) return;
             }
         }
-        for (const auto& [id, slot] : m_sparse) {
-            if (!visit(id, slot)) return;
+        for (; sparse != m_sparse.end(); ++sparse) {
+            if (!visit(sparse->first, sparse->second)) return;
         }
     }
 

@@ -38,7 +38,9 @@ DatabaseSchema::DecodeResult DatabaseSchema::Decode(std::span<const uint8_t> byt
     const auto count = LoadLE<int32_t>(bytes, 54);
     schema.nextTableNumber = LoadLE<int32_t>(bytes, 58);
     const size_t held = (bytes.size() - kHeaderSize) / kRecordSize;
-    if (count < 0 || static_cast<size_t>(count) > held) return DecodeResult::Damaged;
+    if (count < 0 || static_cast<size_t>(count) > held || schema.nextTableNumber < 0) {
+        return DecodeResult::Damaged;
+    }
     for (size_t i = 0; i < static_cast<size_t>(count); ++i) {
         const size_t at = kHeaderSize + i * kRecordSize;
         Table table;

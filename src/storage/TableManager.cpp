@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <set>
 
 #include "foundation/ByteCodec.h"
 #include "storage/Journal.h"
@@ -29,6 +30,21 @@ void CTableManager::SetStorePaths() {
     m_rows.SetPath(CKeelString(WithSuffix(m_definitionPath, "_dict")));
     m_rowData.SetPath(CKeelString(WithSuffix(m_definitionPath, "_data")));
     m_texts.SetBasePath(m_definitionPath);
+}
+
+std::string CTableManager::IndexFileStart() const {
+    return "Table_" + std::to_string(m_number) + "_index_";
+}
+
+// An index that cannot be read is made anew over whatever bears its name, so a definition may
+// name nothing but an index of its own table.
+bool CTableManager::IsIndexFileName(std::string_view file) const {
+    const std::string start = IndexFileStart();
+    constexpr std::string_view kEnd = ".dat";
+    if (!file.starts_with(start) || !file.ends_with(kEnd)) return false;
+    if (file.size() <= start.size() + kEnd.size()) return false;
+    const auto digits = file.substr(start.size(), file.size() - start.size() - kEnd.size());
+    return digits.size() <= 19 && digits.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 std::string CTableManager::IndexPath(int64_t columnId) const {
@@ -78,14 +94,27 @@ bool CTableManager::Open() {
     std::vector<uint8_t> bytes;
     TableDefinition definition;
     if (!ReadWholeFile(m_journal, m_definitionPath, bytes) ||
-        !TableDefinition::Decode(bytes, definition)) {
+        !TableDefinition::Decode(bytes, definition) || definition.number != m_number ||
+        definition.name != m_name.ToUtf8() || !HasSoundIndexNames(definition)) {
         return false;
     }
     return OpenStores() && ApplyDefinition(definition);
 }
 
+bool CTableManager::HasSoundIndexNames(const TableDefinition& definition) const {
+    std::set<std::string> names;
+    for (size_t i = 0; i < definition.columns.size(); ++i) {
+        const ColumnDefinition& column = definition.columns[i];
+        if (!column.indexed) continue;
+        const std::string& file = column.indexFile;
+        if (!file.empty() && !IsIndexFileName(file)) return false;
+        const auto id = static_cast<int64_t>(i) + 1;
+        if (!names.insert(file.empty() ? FileNameOf(IndexPath(id)) : file).second) return false;
+    }
+    return true;
+}
+
 bool CTableManager::ApplyDefinition(const TableDefinition& definition) {
-    m_name = CKeelString(definition.name);
     m_columns.clear();
     for (const ColumnDefinition& stored : definition.columns) {
         CTableColumn column;
@@ -240,6 +269,13 @@ bool CTableManager::RemoveColumn(std::string_view name) {
         std::find_if(m_columns.begin(), m_columns.end(),
                      [&](const CTableColumn& column) { return column.name.View() == name; });
     if (found == m_columns.end()) return false;
+    // A table without columns has no files, and rows without columns are nothing.
+    if (m_columns.size() == 1) {
+        if (!DeleteFiles()) return false;
+        m_columns.clear();
+        LayOutRecord();
+        return true;
+    }
     const auto offset = static_cast<size_t>(found->offset);
     const auto width = static_cast<size_t>(ColumnWidth(found->type));
     const int32_t oldSize = m_recordSize;
@@ -265,9 +301,7 @@ bool CTableManager::RemoveColumn(std::string_view name) {
             std::copy(from.begin() + static_cast<std::ptrdiff_t>(offset + width), from.end(),
                       to.begin() + static_cast<std::ptrdiff_t>(offset));
         });
-    if (!rewritten) return false;
-    if (!m_columns.empty()) return SaveDefinition();
-    return !m_journal.Exists(m_definitionPath) || m_journal.Remove(m_definitionPath);
+    return rewritten && SaveDefinition();
 }
 
 bool CTableManager::RewriteRows(

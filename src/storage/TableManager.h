@@ -52,7 +52,8 @@ public:
     // Saves headers and free lists.
     [[nodiscard]] bool Flush();
     [[nodiscard]] bool SaveDefinition();
-    // Each rewrites the rows at once. `RemoveColumn` frees the column's texts and index.
+    // Each rewrites the rows at once. `RemoveColumn` frees the column's texts and index; with
+    // the last column go rows and files.
     [[nodiscard]] bool AddColumn(std::string_view name, ColumnType type, bool indexed,
                                  bool attribute);
     [[nodiscard]] bool RemoveColumn(std::string_view name);
@@ -113,6 +114,9 @@ public:
 
 private:
     std::string IndexPath(int64_t columnId) const;
+    std::string IndexFileStart() const;
+    bool IsIndexFileName(std::string_view file) const;
+    bool HasSoundIndexNames(const TableDefinition& definition) const;
     void SetStorePaths();
     [[nodiscard]] bool OpenStores();
     [[nodiscard]] bool ApplyDefinition(const TableDefinition& definition);

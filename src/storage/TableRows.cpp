@@ -191,7 +191,10 @@ bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
         return ValueFromKey(column.type, key, value);
     }
     const DictionaryEntry* entry = m_rows.FindLive(rowId);
-    if (!entry || entry->size != m_recordSize) return false;
+    if (!entry || entry->size != m_recordSize || entry->position < 0 ||
+        entry->position > INT64_MAX - m_recordSize) {
+        return false;
+    }
     std::array<uint8_t, 8> field{};
     const int32_t width = ColumnWidth(column.type);
     if (!m_rowData.ReadAt(field.data(), width, entry->position + column.offset)) return false;

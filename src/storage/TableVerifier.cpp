@@ -170,18 +170,28 @@ IntegrityCode CTableVerifier::CheckOrphanTexts() {
 
 IntegrityCode CTableVerifier::CheckBlocks(const CDictionaryManager& dictionary,
                                           const CDataStore& data) {
+    return CheckStoreBlocks(dictionary, data, m_detail);
+}
+
+IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CDataStore& data,
+                               std::string& detail) {
     struct Block {
         int64_t position;
         int64_t size;
         bool free;
     };
+    const std::string file = FileNameOf(data.Path());
+    const int64_t end = data.BlockAreaSize();
     std::vector<Block> blocks;
-    dictionary.Walk([&](int64_t, const DictionaryEntry& entry) {
-        if (!entry.deleted && entry.size > 0) {
-            blocks.push_back({entry.position, entry.size, false});
-        }
-        return true;
+    bool inside = true;
+    dictionary.Walk([&](int64_t id, const DictionaryEntry& entry) {
+        if (entry.deleted || entry.size == 0) return true;
+        inside = entry.size > 0 && entry.position >= 0 && entry.position <= end - entry.size;
+        if (!inside) detail = file + ", entry " + std::to_string(id) + " lies outside the file";
+        blocks.push_back({entry.position, entry.size, false});
+        return inside;
     });
+    if (!inside) return IntegrityCode::UnreadableRecord;
     data.FreeList().Walk([&](const DeletedBlockEntry& block) {
         blocks.push_back({block.position, block.size, true});
     });
@@ -192,11 +202,10 @@ IntegrityCode CTableVerifier::CheckBlocks(const CDictionaryManager& dictionary,
         const Block& second = blocks[i];
         if (first.position + first.size <= second.position) continue;
         const bool onFreeList = first.free || second.free;
-        return Report(IntegrityCode::DeletedEntriesRemain,
-                      FileNameOf(data.Path()) + ", byte " +
-                          std::to_string(second.position + CDataStore::kHeaderSize) +
-                          (onFreeList ? ": a block in use is on the free list"
-                                      : ": two entries share a block"));
+        detail =
+            file + ", byte " + std::to_string(second.position + CDataStore::kHeaderSize) +
+            (onFreeList ? ": a block in use is on the free list" : ": two entries share a block");
+        return IntegrityCode::DeletedEntriesRemain;
     }
     return IntegrityCode::Ok;
 }

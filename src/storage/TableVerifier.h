@@ -9,6 +9,11 @@
 
 namespace quillon {
 
+// Code 7 when live blocks overlap one another or are on the free list, 6 when one lies outside
+// the file; `detail` then says where.
+IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CDataStore& data,
+                               std::string& detail);
+
 // The integrity check of one table: indexes against rows first, then row records, texts and
 // free room. Reads only.
 class CTableVerifier {
@@ -26,7 +31,6 @@ private:
     IntegrityCode CheckRow(int64_t rowId, const std::vector<uint8_t>& record);
     IntegrityCode CheckTextId(int64_t textId, int64_t rowId, const CTableColumn& column);
     IntegrityCode CheckOrphanTexts();
-    // Live blocks that overlap one another or are on the free list.
     IntegrityCode CheckBlocks(const CDictionaryManager& dictionary, const CDataStore& data);
     IntegrityCode Report(IntegrityCode code, std::string detail);
 

@@ -164,6 +164,8 @@ bool CopyLiveBlocks(const CDictionaryManager& dictionary, const CDataStore& data
 
 bool CompactBlocks(CJournal& journal, CDictionaryManager& dictionary, CDataStore& data) {
     const std::string temporaryPath = data.Path() + "_tmp";
+    // No earlier group may still rename a copy of this name when the next start replays.
+    if (!journal.Checkpoint()) return false;
     std::vector<int64_t> places;
     {
         // The copy is no part of the database yet, so it need not go through the journal.
@@ -183,7 +185,7 @@ bool CompactBlocks(CJournal& journal, CDictionaryManager& dictionary, CDataStore
                           entry.position = places[next++];
                       }) &&
                       bracket.Commit();
-    if (!done && journal.Base().Exists(temporaryPath)) (void)journal.Base().Remove(temporaryPath);
+    if (!done) CDataStore::RemoveCopy(journal, temporaryPath);
     return done;
 }
 

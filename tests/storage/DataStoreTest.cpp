@@ -1,0 +1,406 @@
+#include "storage/DataStore.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+
+#include "StoreFixture.h"
+
+namespace quillon {
+namespace {
+
+using Call = CMemoryFileSystem::Call;
+
+const std::string kData = std::string(kFolder) + "Table_3_data.dat";
+const std::string kFreeList = std::string(kFolder) + "Table_3_data_del.dat";
+
+Bytes DataFile(int version, const Bytes& blocks) {
+    return Join(Signature("Data"), Le32(version), blocks);
+}
+
+Bytes FreeListFile(const std::vector<DeletedBlockEntry>& blocks) {
+    Bytes bytes =
+        Join(Signature("DeletedBlock"), Le32(1), Le32(static_cast<int64_t>(blocks.size())));
+    for (const DeletedBlockEntry& block : blocks) {
+        bytes = Join(bytes, Le64(block.position), Le64(block.size));
+    }
+    return bytes;
+}
+
+std::vector<DeletedBlockEntry> FreeBlocks(const CDataStore& store) {
+    std::vector<DeletedBlockEntry> blocks;
+    store.FreeList().Walk([&](const DeletedBlockEntry& block) { blocks.push_back(block); });
+    return blocks;
+}
+
+struct CStoreDisk : CJournalDisk {
+    CDataStore store{journal};
+    explicit CStoreDisk(bool attach = true) : CJournalDisk(attach) {
+        store.SetPath(CKeelString(kData));
+    }
+    int64_t Put(const Bytes& block) {
+        int64_t position = -1;
+        EXPECT_TRUE(
+            store.AllocateAndWrite(block.data(), static_cast<int64_t>(block.size()), position));
+        return position;
+    }
+    Bytes Get(int64_t size, int64_t position) {
+        Bytes block(static_cast<size_t>(size));
+        return store.ReadAt(block.data(), size, position) ? block : Bytes{};
+    }
+};
+
+TEST(DataStore, FilesByteForByte) {
+    for (const bool attach : {false, true}) {
+        SCOPED_TRACE(attach ? "journalled" : "plain");
+        CStoreDisk disk(attach);
+        ASSERT_TRUE(disk.store.Open());
+        EXPECT_EQ(disk.files.Bytes(kData), DataFile(2, {}));
+        EXPECT_EQ(disk.files.Bytes(kData).size(), 54U);
+
+        EXPECT_EQ(disk.Put(Text("first")), 0);
+        EXPECT_EQ(disk.Put(Text("second one")), 5);
+        EXPECT_EQ(disk.Put(Text("3rd")), 15);
+        ASSERT_TRUE(disk.store.WriteAt(Text("FIRST").data(), 5, 0));
+        EXPECT_EQ(disk.files.Bytes(kData), DataFile(2, Text("FIRSTsecond one3rd")));
+        EXPECT_EQ(disk.Get(10, 5), Text("second one"));
+        EXPECT_EQ(disk.store.GetStorageSize(), 54 + 18);
+
+        ASSERT_TRUE(disk.store.FreeBlock(10, 5));
+        ASSERT_TRUE(disk.store.FreeBlock(3, 15));
+        EXPECT_FALSE(disk.files.Exists(kFreeList)) << "kept in memory until a flush";
+        ASSERT_TRUE(disk.store.Flush());
+        EXPECT_EQ(disk.files.Bytes(kFreeList), FreeListFile({{15, 3}, {5, 10}}));
+        EXPECT_EQ(disk.files.Bytes(kFreeList).size(), 58U + 2 * 16);
+        EXPECT_EQ(disk.store.GetStorageSize(), 54 + 18 + 58 + 32);
+        ASSERT_TRUE(disk.store.Close());
+
+        ASSERT_TRUE(disk.store.Open());
+        EXPECT_EQ(FreeBlocks(disk.store), (std::vector<DeletedBlockEntry>{{15, 3}, {5, 10}}));
+        EXPECT_EQ(disk.Put(Text("abc")), 15);
+        EXPECT_EQ(disk.Put(Text("0123456789")), 5);
+        ASSERT_TRUE(disk.store.Close());
+        EXPECT_FALSE(disk.files.Exists(kFreeList)) << "an empty list has no file";
+        EXPECT_EQ(disk.files.Bytes(kData), DataFile(2, Text("FIRST0123456789abc")));
+
+        ASSERT_TRUE(disk.store.Open());
+        ASSERT_TRUE(disk.store.FreeBlock(5, 0));
+        ASSERT_TRUE(disk.store.Flush());
+        ASSERT_TRUE(disk.store.Reset());
+        EXPECT_EQ(disk.files.Bytes(kData), DataFile(2, {}));
+        EXPECT_FALSE(disk.files.Exists(kFreeList));
+        EXPECT_EQ(disk.Put(Text("x")), 0);
+        ASSERT_TRUE(disk.store.FreeBlock(1, 0));
+        ASSERT_TRUE(disk.store.DeleteFiles());
+        EXPECT_FALSE(disk.files.Exists(kData));
+        EXPECT_FALSE(disk.files.Exists(kFreeList));
+        EXPECT_FALSE(disk.store.Close());
+    }
+}
+
+TEST(DataStore, OpensWhatItKnows) {
+    const Bytes blocks = Text("0123456789");
+    const struct {
+        const char* name;
+        Bytes file;
+        bool opens;
+        Bytes afterClose;
+    } rows[] = {
+        {"current", DataFile(2, blocks), true, DataFile(2, blocks)},
+        {"version 0 passes and is stamped", DataFile(0, blocks), true, DataFile(2, blocks)},
+        {"version 1 loses 8 header bytes",
+         Join(Signature("Data"), Le32(1), Text("8 bytes!"), blocks), true, DataFile(2, blocks)},
+        {"version 1, no blocks", Join(Signature("Data"), Le32(1), Text("8 bytes!")), true,
+         DataFile(2, {})},
+        {"version 1, short of its own header", Join(Signature("Data"), Le32(1), Text("8 b")), true,
+         DataFile(2, {})},
+        {"version 3", DataFile(3, blocks), false, DataFile(3, blocks)},
+        {"other signature", Join(Signature("Date"), Le32(2), blocks), false,
+         Join(Signature("Date"), Le32(2), blocks)},
+        {"signature goes on", Join(Signature("DataX"), Le32(2), blocks), false,
+         Join(Signature("DataX"), Le32(2), blocks)},
+        {"one byte short", Prefix(DataFile(2, {}), 53), false, Prefix(DataFile(2, {}), 53)},
+        {"empty file", {}, false, {}},
+    };
+    for (const bool attach : {false, true}) {
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.name);
+            CStoreDisk disk(attach);
+            disk.files.Bytes(kData) = row.file;
+            EXPECT_EQ(disk.store.Open(), row.opens);
+            EXPECT_EQ(disk.store.IsOpen(), row.opens);
+            EXPECT_EQ(disk.store.Close(), row.opens);
+            EXPECT_EQ(disk.files.Bytes(kData), row.afterClose);
+            EXPECT_FALSE(disk.files.Exists(kData + "_tmp"));
+        }
+    }
+}
+
+// A conversion that is stopped anywhere leaves the old file or the new one.
+TEST(DataStore, ConversionStoppedAnywhere) {
+    const Bytes old = Join(Signature("Data"), Le32(1), Text("8 bytes!"), Text("the blocks"));
+    for (int64_t failAt = 1;; ++failAt) {
+        ASSERT_LT(failAt, 100);
+        SCOPED_TRACE(failAt);
+        CStoreDisk disk;
+        disk.files.Bytes(kData) = old;
+        disk.files.FailNth(Call::AnyChangeOrSync, failAt, FileError::NoSpace);
+        (void)disk.store.Open();
+        const bool failed = disk.files.HasFailed();
+        disk.files.StopFailing();
+        const Bytes& now = disk.files.Bytes(kData);
+        EXPECT_TRUE(now == old || now == DataFile(2, Text("the blocks")));
+
+        CStoreDisk again(false);
+        again.files.Restore(disk.files.Snapshot());
+        ASSERT_EQ(again.journal.Attach(kFolder, 7), CJournal::AttachResult::Ok);
+        ASSERT_TRUE(again.store.Open());
+        EXPECT_EQ(again.Get(10, 0), Text("the blocks"));
+        if (!failed) break;
+    }
+}
+
+TEST(DataStore, RefusesWhatIsNoBlock) {
+    CStoreDisk disk;
+    const Bytes block = Text("block");
+    Bytes into(5);
+    int64_t position = 0;
+    EXPECT_FALSE(disk.store.Open() && disk.store.ReadAt(into.data(), 5, 0)) << "nothing there yet";
+    EXPECT_FALSE(disk.store.AllocateAndWrite(nullptr, 5, position));
+    EXPECT_EQ(disk.Put(block), 0);
+    const struct {
+        const char* name;
+        int64_t size;
+        int64_t position;
+    } rows[] = {
+        {"no size", 0, 0},
+        {"negative size", -1, 0},
+        {"negative position", 5, -1},
+        {"end of all positions", 5, INT64_MAX},
+        {"overflow with the header", 5, INT64_MAX - 57},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        if (row.size <= 0) {
+            EXPECT_FALSE(disk.store.AllocateAndWrite(block.data(), row.size, position));
+        }
+        EXPECT_FALSE(disk.store.WriteAt(block.data(), row.size, row.position));
+        EXPECT_FALSE(disk.store.ReadAt(into.data(), row.size, row.position));
+        if (row.size <= 0 || row.position < 0) {
+            EXPECT_FALSE(disk.store.FreeBlock(row.size, row.position));
+        }
+    }
+    EXPECT_FALSE(disk.store.ReadAt(into.data(), 5, 1)) << "one byte past the end";
+    EXPECT_FALSE(disk.store.WriteAt(nullptr, 5, 0));
+    EXPECT_EQ(disk.files.Bytes(kData), DataFile(2, block));
+    ASSERT_TRUE(disk.store.Close());
+    EXPECT_FALSE(disk.store.AllocateAndWrite(block.data(), 5, position));
+    EXPECT_FALSE(disk.store.FreeBlock(5, 0));
+    EXPECT_FALSE(disk.store.Flush());
+    EXPECT_EQ(disk.store.GetStorageSize(), 0);
+    disk.store.SetPath(CKeelString(""));
+    EXPECT_FALSE(disk.store.Open());
+}
+
+TEST(DataStore, AllocatesBestFitFromTheFront) {
+    const struct {
+        const char* name;
+        std::vector<DeletedBlockEntry> freed;
+        int64_t size;
+        int64_t expected;
+        std::vector<DeletedBlockEntry> left;
+    } rows[] = {
+        {"best fit, split", {{0, 8}, {8, 16}, {24, 12}}, 10, 24, {{34, 2}, {0, 8}, {8, 16}}},
+        {"exact fit", {{0, 8}, {8, 16}, {24, 12}}, 16, 8, {{0, 8}, {24, 12}}},
+        {"last freed of equals", {{0, 8}, {16, 8}, {8, 8}}, 8, 8, {{16, 8}, {0, 8}}},
+        {"rest goes before its equals",
+         {{0, 4}, {8, 12}, {20, 4}},
+         8,
+         8,
+         {{16, 4}, {20, 4}, {0, 4}}},
+        {"neighbours stay apart", {{0, 8}, {8, 8}}, 16, 40, {{8, 8}, {0, 8}}},
+        {"none large enough", {{0, 8}}, 9, 40, {{0, 8}}},
+        {"none at all", {}, 1, 40, {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CStoreDisk disk;
+        ASSERT_TRUE(disk.store.Open());
+        EXPECT_EQ(disk.Put(Bytes(40, 'x')), 0);
+        for (const DeletedBlockEntry& block : row.freed) {
+            ASSERT_TRUE(disk.store.FreeBlock(block.size, block.position));
+        }
+        EXPECT_EQ(disk.Put(Bytes(static_cast<size_t>(row.size), 'y')), row.expected);
+        EXPECT_EQ(FreeBlocks(disk.store), row.left);
+    }
+}
+
+TEST(DataStore, FreeListFilesThatAreNotBelieved) {
+    const Bytes good = FreeListFile({{30, 4}, {0, 10}});
+    const struct {
+        const char* name;
+        Bytes file;
+        std::vector<DeletedBlockEntry> loaded;
+    } rows[] = {
+        {"intact", good, {{30, 4}, {0, 10}}},
+        {"version 2", WithByte(good, 50, 2), {}},
+        {"other signature", WithByte(good, 0, 'd'), {}},
+        {"cut in the header", Prefix(good, 57), {}},
+        {"cut in the second entry", Prefix(good, 89), {{30, 4}}},
+        {"fewer counted", WithByte(good, 54, 1), {{30, 4}}},
+        {"more counted", WithByte(good, 54, 9), {{30, 4}, {0, 10}}},
+        {"negative count", WithByte(good, 57, 0x80), {}},
+        {"past the end of the store", WithByte(good, 58, 37), {}},
+        {"negative position", WithByte(good, 65, 0x80), {}},
+        {"size zero", WithByte(good, 66, 0), {}},
+        {"twice the same bytes", FreeListFile({{6, 4}, {0, 10}}), {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CStoreDisk disk;
+        disk.files.Bytes(kData) = DataFile(2, Bytes(40, 'x'));
+        disk.files.Bytes(kFreeList) = row.file;
+        ASSERT_TRUE(disk.store.Open());
+        EXPECT_EQ(FreeBlocks(disk.store), row.loaded);
+        ASSERT_TRUE(disk.store.Close());
+        EXPECT_EQ(disk.files.Exists(kFreeList), !row.loaded.empty());
+    }
+}
+
+TEST(DataStore, RollbackBringsTheFreeListBack) {
+    CStoreDisk disk;
+    ASSERT_TRUE(disk.store.Open());
+    EXPECT_EQ(disk.Put(Bytes(60, 'x')), 0);
+    for (const DeletedBlockEntry& block :
+         std::vector<DeletedBlockEntry>{{0, 8}, {8, 8}, {20, 12}, {40, 20}}) {
+        ASSERT_TRUE(disk.store.FreeBlock(block.size, block.position));
+    }
+    ASSERT_TRUE(disk.store.Flush());
+    const auto before = FreeBlocks(disk.store);
+    const auto snapshot = disk.files.Snapshot();
+    const struct {
+        const char* name;
+        std::function<void()> change;
+    } rows[] = {
+        {"take and split", [&] { disk.Put(Bytes(9, 'a')), disk.Put(Bytes(3, 'b')); }},
+        {"free", [&] { EXPECT_TRUE(disk.store.FreeBlock(4, 16)); }},
+        {"take, free, take",
+         [&] {
+             disk.Put(Bytes(8, 'a'));
+             EXPECT_TRUE(disk.store.FreeBlock(8, 32));
+             disk.Put(Bytes(8, 'b'));
+             disk.Put(Bytes(100, 'c'));
+         }},
+        {"clear", [&] { disk.store.ClearFreeList(); }},
+        {"reset", [&] { EXPECT_TRUE(disk.store.Reset()), disk.Put(Bytes(5, 'a')); }},
+        {"flush", [&] { EXPECT_TRUE(disk.store.FreeBlock(4, 16) && disk.store.Flush()); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        ASSERT_TRUE(disk.journal.BeginBracket());
+        row.change();
+        EXPECT_EQ(disk.files.Snapshot(), snapshot) << "nothing reaches the disk before the commit";
+        disk.journal.RollbackBracket();
+        EXPECT_EQ(FreeBlocks(disk.store), before);
+        EXPECT_EQ(disk.store.BlockAreaSize(), 60);
+        EXPECT_EQ(disk.files.Snapshot(), snapshot);
+    }
+}
+
+// The owner's view of a store: live blocks by position.
+class COwner {
+public:
+    // Every live block is where it was put, and none touches another.
+    void Check(CDataStore& store) const {
+        int64_t end = 0;
+        for (const auto& [position, block] : live) {
+            EXPECT_GE(position, end) << "live blocks overlap";
+            Bytes read(block.size());
+            const auto size = static_cast<int64_t>(block.size());
+            EXPECT_TRUE(store.ReadAt(read.data(), size, position));
+            EXPECT_EQ(read, block);
+            end = position + size;
+        }
+    }
+    std::map<int64_t, Bytes> live;
+};
+
+// Random work with flushes, brackets, rollbacks, restarts and crashes: what is live stays
+// as it was written, so no live block was ever handed out again.
+TEST(DataStore, NeverHandsOutALiveBlock) {
+    for (uint32_t seed = 1; seed <= 12; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const bool attach = seed % 3 != 0;
+        auto disk = std::make_unique<CStoreDisk>(attach);
+        ASSERT_TRUE(disk->store.Open());
+        COwner owner;
+        uint8_t stamp = 0;
+        const auto work = [&](int steps) {
+            for (int i = 0; i < steps; ++i) {
+                if (owner.live.empty() || random() % 5 < 3) {
+                    Bytes block(1 + random() % 40, ++stamp);
+                    const int64_t position = disk->Put(block);
+                    EXPECT_TRUE(owner.live.emplace(position, block).second);
+                } else {
+                    auto victim = std::next(owner.live.begin(),
+                                            static_cast<int>(random() % owner.live.size()));
+                    EXPECT_TRUE(disk->store.FreeBlock(static_cast<int64_t>(victim->second.size()),
+                                                      victim->first));
+                    owner.live.erase(victim);
+                }
+            }
+        };
+        for (int round = 0; round < 120 && !::testing::Test::HasFailure(); ++round) {
+            const COwner before = owner;
+            if (attach) {
+                ASSERT_TRUE(disk->journal.BeginBracket());
+            }
+            work(static_cast<int>(random() % 12));
+            if (attach && random() % 4 == 0) {
+                disk->journal.RollbackBracket();
+                owner = before;
+            } else if (attach) {
+                ASSERT_TRUE(disk->journal.CommitBracket());
+            }
+            const auto fate = random() % 10;
+            if (fate == 0) {
+                ASSERT_TRUE(disk->store.Flush());
+            }
+            if (fate == 1 && attach) {
+                ASSERT_TRUE(disk->journal.Checkpoint());
+            }
+            if (fate == 2 || fate == 3) {
+                if (fate == 2) {
+                    ASSERT_TRUE(disk->store.Close());
+                }
+                auto next = std::make_unique<CStoreDisk>(false);
+                next->files.Restore(disk->files.Snapshot());
+                if (attach) {
+                    ASSERT_EQ(next->journal.Attach(kFolder, 7), CJournal::AttachResult::Ok);
+                }
+                ASSERT_TRUE(next->store.Open());
+                disk = std::move(next);
+            }
+            owner.Check(disk->store);
+        }
+    }
+}
+
+TEST(DataStore, NameWithoutADotHasNoFreeListFile) {
+    CStoreDisk disk;
+    disk.store.SetPath(CKeelString(std::string(kFolder) + "blocks"));
+    ASSERT_TRUE(disk.store.Open());
+    EXPECT_EQ(disk.Put(Text("12345")), 0);
+    ASSERT_TRUE(disk.store.FreeBlock(5, 0));
+    EXPECT_EQ(disk.Put(Text("54321")), 0) << "works in memory all the same";
+    ASSERT_TRUE(disk.store.FreeBlock(5, 0));
+    ASSERT_TRUE(disk.store.Close());
+    ASSERT_TRUE(disk.store.Open());
+    EXPECT_EQ(disk.store.FreeList().Count(), 0);
+}
+
+}  // namespace
+}  // namespace quillon
