@@ -158,6 +158,9 @@ void UpgradeFinanceSchema(CSchemaBuilder& builder, SchemaOutcome& outcome) {
         run(UpgradeStep::CheckOrientation,
             [&] { return builder.EnsureColumn(kCheckFormatTable, "VerticalOrientation"); });
     }
+    // Removed columns left their texts and index records behind; their room goes now. Should
+    // it fail, the next clean-up does it.
+    if (!outcome.upgrades.empty()) (void)database.RemoveDeleted();
 }
 
 }  // namespace quillon

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <cstdint>
+
 #include "finance/FinanceRows.h"
 #include "finance/QuillonDatabaseInterface.h"
 
@@ -14,10 +17,12 @@ bool InRegisterOrder(bool listed, COwnedList<CTransactionEntry>& transactions) {
     return true;
 }
 
+// File times compare without a sign, so a bound below zero would be the largest.
 bool AddDateRange(CNoSQLDatabaseInterface& query, int64_t from, int64_t to) {
-    return query.AddDateTime("ServiceDate", WhereOperator::GreaterOrEqual, from) &&
+    return query.AddDateTime("ServiceDate", WhereOperator::GreaterOrEqual,
+                             std::max<int64_t>(from, 0)) &&
            query.AddConnector(WhereConnector::And) &&
-           query.AddDateTime("ServiceDate", WhereOperator::LessOrEqual, to);
+           query.AddDateTime("ServiceDate", WhereOperator::LessOrEqual, std::max<int64_t>(to, 0));
 }
 
 }  // namespace

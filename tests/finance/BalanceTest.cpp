@@ -1,0 +1,114 @@
+#include "finance/Balance.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+namespace quillon {
+namespace {
+
+// Rows: transaction types by code; columns: account types by code.
+TEST(Balance, EffectOfEveryTypeOnEveryAccount) {
+    constexpr int kSigns[kTransactionTypeCount][kAccountTypeCount] = {
+        {-1, -1, -1, +1, +1},  // Payment
+        {+1, +1, +1, +1, +1},  // Deposit
+        {-1, -1, -1, -1, -1},  // Charge
+        {-1, -1, -1, -1, -1},  // Principal
+        {-1, -1, -1, -1, -1},  // Withdrawal
+        {-1, -1, -1, -1, -1},  // Transfer
+    };
+    for (int type = 0; type < kTransactionTypeCount; ++type) {
+        for (int account = 0; account < kAccountTypeCount; ++account) {
+            SCOPED_TRACE(testing::Message() << type << " on " << account);
+            EXPECT_EQ(BalanceEffect(static_cast<TransactionType>(type), 12.5,
+                                    static_cast<AccountType>(account)),
+                      kSigns[type][account] * 12.5);
+        }
+    }
+}
+
+// Whatever sign a bank writes comes back as the effect of the row it becomes.
+TEST(Balance, TypeForSignedAmountKeepsTheSign) {
+    const struct {
+        AccountType account;
+        double signedAmount;
+        int32_t code;
+    } rows[] = {
+        {AccountType::Checking, -1, 0},   {AccountType::Checking, 0, 1},
+        {AccountType::Savings, -1, 0},    {AccountType::Savings, 1, 1},
+        {AccountType::Investment, -1, 0}, {AccountType::Investment, 1, 1},
+        {AccountType::Credit, -1, 2},     {AccountType::Credit, 0, 0},
+        {AccountType::Loan, -1, 3},       {AccountType::Loan, 1, 0},
+    };
+    for (const auto& row : rows) {
+        const TransactionType type = TypeForSignedAmount(row.signedAmount, row.account);
+        EXPECT_EQ(static_cast<int32_t>(type), row.code);
+        EXPECT_EQ(BalanceEffect(type, std::fabs(row.signedAmount), row.account), row.signedAmount);
+    }
+}
+
+TEST(Balance, SettledSum) {
+    const struct {
+        double sum, settled;
+    } rows[] = {
+        {0.1 + 0.2, 0.3},   {-(0.1 + 0.2), -0.3}, {1e-12, 0.0},
+        {-1e-12, 0.0},      {12.3456, 12.3456},  // a share price, not noise
+        {0.00499, 0.00499}, {1e13, 1e13},         {98765432109.87 + 1e-5, 98765432109.87 + 1e-5},
+    };
+    for (const auto& row : rows) EXPECT_EQ(SettledSum(row.sum), row.settled);
+    EXPECT_FALSE(std::signbit(SettledSum(-1e-12)));
+    EXPECT_TRUE(std::isnan(SettledSum(std::numeric_limits<double>::quiet_NaN())));
+}
+
+TEST(Balance, MoneySumLosesNothing) {
+    CMoneySum pennies;
+    for (int i = 0; i < 1'000'000; ++i) pennies.Add(0.01);
+    EXPECT_EQ(pennies.Value(), 10000.0);
+
+    CMoneySum largeBetween;
+    largeBetween.Add(0.07);
+    largeBetween.Add(1e13);
+    largeBetween.Add(-1e13);
+    EXPECT_EQ(largeBetween.Value(), 0.07);
+}
+
+TEST(FinanceCodes, NamesAndCodes) {
+    const struct {
+        int32_t code;
+        const char* name;
+    } transactions[] = {{0, "Payment"},   {1, "Deposit"},    {2, "Charge"},
+                        {3, "Principal"}, {4, "Withdrawal"}, {5, "Transfer"}};
+    for (const auto& row : transactions) {
+        TransactionType type = TransactionType::Payment;
+        EXPECT_TRUE(FromName(row.name, type));
+        EXPECT_EQ(static_cast<int32_t>(type), row.code);
+        EXPECT_EQ(NameOf(type), row.name);
+    }
+    const struct {
+        int32_t code;
+        const char* name;
+    } periods[] = {{0, "Annual"},    {1, "Bi-Annual"},   {2, "Bi-Weekly"},       {3, "Monthly"},
+                   {4, "Quarterly"}, {5, "Semi-Annual"}, {6, "Twice Per Month"}, {7, "Weekly"}};
+    for (const auto& row : periods) {
+        PeriodType type = PeriodType::Annual;
+        EXPECT_TRUE(FromName(row.name, type));
+        EXPECT_EQ(static_cast<int32_t>(type), row.code);
+        EXPECT_EQ(NameOf(type), row.name);
+    }
+
+    AccountType account = AccountType::Checking;
+    EXPECT_TRUE(FromName("loan", account));
+    EXPECT_EQ(account, AccountType::Loan);
+    EXPECT_TRUE(FromName("CREDITACCOUNT", account));
+    EXPECT_EQ(account, AccountType::Credit);
+    EXPECT_EQ(KeyNameOf(AccountType::Investment), "InvestmentAccount");
+    EXPECT_FALSE(FromName("credit ", account));
+    EXPECT_FALSE(FromName("", account));
+    EXPECT_EQ(account, AccountType::Credit);
+    EXPECT_EQ(NameOf(static_cast<TransactionType>(6)), "");
+    EXPECT_EQ(NameOf(static_cast<TransactionType>(-1)), "");
+}
+
+}  // namespace
+}  // namespace quillon

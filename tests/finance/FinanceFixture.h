@@ -1,0 +1,67 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "finance/QuillonDatabaseInterface.h"
+#include "foundation/CalendarDate.h"
+#include "support/MemoryFileSystem.h"
+
+namespace quillon {
+
+inline int64_t Day(int year, int month, int day) {
+    return FileTimeFromDate(year, month, day);
+}
+
+// Row identifiers of a list, in its order.
+template <class Entry>
+std::vector<int64_t> IdsOf(const COwnedList<Entry>& list) {
+    std::vector<int64_t> ids;
+    for (const Entry& entry : list) ids.push_back(entry.id);
+    return ids;
+}
+
+// A fresh ledger on a disk in memory.
+class FinanceFixture : public testing::Test {
+protected:
+    static constexpr const char* kFolder = "ledger";
+
+    FinanceFixture() { EXPECT_TRUE(database.Open(kFolder).opened); }
+
+    void Reopen() {
+        ASSERT_TRUE(database.Close());
+        ASSERT_TRUE(database.Open(kFolder).opened);
+    }
+
+    int64_t AddAccount(const char* name, AccountType type = AccountType::Checking) {
+        CAccountEntry account;
+        account.name = name;
+        account.accountType = type;
+        EXPECT_TRUE(database.AddAccount(account)) << name;
+        return account.id;
+    }
+
+    CTransactionEntry Row(int64_t account, TransactionType type, double amount,
+                          int64_t date = Day(2024, 5, 17)) {
+        CTransactionEntry row;
+        row.accountId = account;
+        row.transactionType = type;
+        row.amount = amount;
+        row.serviceDate = date;
+        return row;
+    }
+
+    double Balance(int64_t account) {
+        CAccountEntry entry;
+        EXPECT_TRUE(database.ReadAccount(account, entry));
+        return entry.currentBalance;
+    }
+
+    CMemoryFileSystem disk;
+    CQuillonDatabaseInterface database{disk};
+};
+
+}  // namespace quillon
