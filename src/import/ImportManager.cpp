@@ -148,7 +148,6 @@ const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& r
 }
 
 void CImportManager::LimitTexts(ImportRecord& record) {
-    if (IsPlain()) return;
     for (std::string_view* text : {&record.payee, &record.category, &record.memo}) {
         if (text->size() <= kLongestText) continue;
         *text = Shortened(*text);

@@ -46,40 +46,67 @@ bool IsPair(const uint8_t* at, const Units& units) {
     return units.Is(at, '\r') && units.Is(at + units.width, '\n');
 }
 
+// Where the character stands at or behind `from`; the text's size when nowhere.
+size_t Find(std::span<const uint8_t> text, size_t from, char character, const Units& units) {
+    if (from >= text.size()) return text.size();
+    if (units.width == 1) {
+        const void* const found = std::memchr(text.data() + from, character, text.size() - from);
+        if (!found) return text.size();
+        return static_cast<size_t>(static_cast<const uint8_t*>(found) - text.data());
+    }
+    for (; from + units.width <= text.size(); from += units.width) {
+        if (units.Is(text.data() + from, character)) return from;
+    }
+    return text.size();
+}
+
+std::vector<uint8_t> WithBreaks(std::span<const uint8_t> bytes, const Units& units) {
+    size_t tags = 0;
+    const size_t first = Find(bytes, 0, '<', units);
+    for (size_t at = first; at < bytes.size(); at = Find(bytes, at + units.width, '<', units)) {
+        ++tags;
+    }
+    std::vector<uint8_t> text;
+    text.reserve(bytes.size() + tags * 2 * units.width);
+    size_t from = 0;
+    for (size_t at = first; at < bytes.size(); at = Find(bytes, at + units.width, '<', units)) {
+        text.insert(text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(from),
+                    bytes.begin() + static_cast<std::ptrdiff_t>(at));
+        units.Put(text, '\r');
+        units.Put(text, '\n');
+        from = at;
+    }
+    text.insert(text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(from), bytes.end());
+    return text;
+}
+
+void MergePairs(std::vector<uint8_t>& text, const Units& units) {
+    const size_t pair = 2 * units.width;
+    size_t to = 0;
+    size_t from = 0;
+    while (from < text.size()) {
+        // Up to the next CR as it is, then one pair for two.
+        const size_t at = Find(text, from, '\r', units);
+        std::memmove(text.data() + to, text.data() + from, at - from);
+        to += at - from;
+        from = at;
+        if (from >= text.size()) break;
+        const bool twice = text.size() - from >= 2 * pair && IsPair(text.data() + from, units) &&
+                           IsPair(text.data() + from + pair, units);
+        const size_t kept = twice ? pair : units.width;
+        std::memmove(text.data() + to, text.data() + from, kept);
+        to += kept;
+        from += twice ? 2 * pair : kept;
+    }
+    text.resize(to);
+}
+
 }  // namespace
 
 std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes) {
     const Units units = UnitsOf(bytes);
-    const size_t width = units.width;
-    const size_t whole = bytes.size() / width * width;
-    std::vector<uint8_t> text;
-    size_t tags = 0;
-    for (size_t i = 0; i < whole; i += width) tags += units.Is(bytes.data() + i, '<');
-    if (tags == 0) {
-        text.assign(bytes.begin(), bytes.end());
-        return text;
-    }
-    text.reserve(bytes.size() + tags * 2 * width);
-    for (size_t i = 0; i < whole; i += width) {
-        if (units.Is(bytes.data() + i, '<')) {
-            units.Put(text, '\r');
-            units.Put(text, '\n');
-        }
-        for (size_t j = 0; j < width; ++j) text.push_back(bytes[i + j]);
-    }
-    text.insert(text.end(), bytes.begin() + static_cast<std::ptrdiff_t>(whole), bytes.end());
-
-    size_t to = 0;
-    for (size_t from = 0; from < text.size();) {
-        uint8_t* const at = text.data() + from;
-        const bool twoPairs =
-            text.size() - from >= 4 * width && IsPair(at, units) && IsPair(at + 2 * width, units);
-        const size_t kept = twoPairs ? 2 * width : std::min(width, text.size() - from);
-        std::memmove(text.data() + to, at, kept);
-        to += kept;
-        from += twoPairs ? 4 * width : kept;
-    }
-    text.resize(to);
+    std::vector<uint8_t> text = WithBreaks(bytes, units);
+    if (text.size() != bytes.size()) MergePairs(text, units);
     return text;
 }
 
