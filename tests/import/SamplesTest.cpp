@@ -1,6 +1,6 @@
 // Real downloads and exports, kept by other projects as test data for their readers. They
-// lie beside the source tree (or where QUILLON_SAMPLES says) and are left out when they
-// are not there. Every figure below was read off the files, not off the importer.
+// lie where QUILLON_SAMPLES says and are left out when they are not there. Every figure below was
+// read off the files, not off the importer.
 
 #include <gtest/gtest.h>
 
@@ -20,8 +20,7 @@ namespace {
 
 std::string SamplesFolder() {
     const char* const given = std::getenv("QUILLON_SAMPLES");
-    return WithTrailingSeparator(given ? given
-                                       : std::string(QUILLON_SOURCE_DIR) + "/../shared/samples");
+    return WithTrailingSeparator(given ? given : QUILLON_SAMPLES);
 }
 
 struct Sample {
@@ -29,7 +28,7 @@ struct Sample {
     int64_t read;
     int64_t imported;
     int64_t duplicates;
-    double balance;        // of the account afterwards
+    double balance;  // of the account afterwards
     const char* dateOrder;
     const char* decimal;
     const char* charset;
@@ -267,7 +266,9 @@ protected:
     CAccountEntry m_account;
 };
 
-bool IsQif(std::string_view file) { return file.substr(0, 4) == "qif/"; }
+bool IsQif(std::string_view file) {
+    return file.substr(0, 4) == "qif/";
+}
 
 TEST_F(ImportSamples, EveryFileGivesWhatAPersonReadsInIt) {
     std::multimap<std::string, std::string> spots;
