@@ -1,0 +1,82 @@
+#include "cli/DatabaseMessages.h"
+
+#include "cli/Failure.h"
+
+namespace quillon {
+
+std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
+                            const std::string& detail) {
+    const std::string file = Quoted(detail.empty() ? folder : detail);
+    switch (problem) {
+        case DatabaseProblem::NoPath:
+            return "No folder was given for the ledger; name one with --database DIR.";
+        case DatabaseProblem::FolderMissing:
+            return "The folder " + Quoted(folder) +
+                   " is not there and cannot be made; check the path.";
+        case DatabaseProblem::NoPermission:
+            return "There are no rights to read and write " + file +
+                   "; change the folder's permissions or choose another one with --database DIR.";
+        case DatabaseProblem::InUse:
+            return "The ledger in " + Quoted(folder) +
+                   " is open in another program; close it there and try again.";
+        case DatabaseProblem::NotADatabase:
+            return "The file " + file +
+                   " is not a ledger's; check --database, or restore a backup with 'restore'.";
+        case DatabaseProblem::NewerVersion:
+            return "The file " + file +
+                   " was written by a newer version of the program; update the program to open it.";
+        case DatabaseProblem::DamagedFile:
+            return "The file " + file +
+                   " is damaged or missing, so the ledger was not opened; restore a backup with "
+                   "'restore FILE --to DIR'.";
+        case DatabaseProblem::DamagedJournal:
+            return "The journal of " + Quoted(folder) + " is damaged; it was kept as " + file +
+                   ". The changes it held may be missing: run 'verify', and restore a backup if "
+                   "something is lost.";
+        case DatabaseProblem::DiskFull:
+            return "The disk that holds " + Quoted(folder) +
+                   " is full; nothing was changed, make room and try again.";
+        case DatabaseProblem::ReadFailed:
+            return "Reading " + file + " failed; check the disk, then try again.";
+        case DatabaseProblem::WriteFailed:
+            return "Writing " + file +
+                   " failed; nothing was changed, check the disk and its permissions.";
+        case DatabaseProblem::None:
+            break;
+    }
+    return "The ledger in " + Quoted(folder) +
+           " could not be read or written; run 'verify' to look for damage.";
+}
+
+std::string StoreMessage(const CQuillonDatabaseInterface& database) {
+    const CDatabaseManager& store = database.Database();
+    return DatabaseMessage(store.Problem(), store.Folder(), store.ProblemDetail());
+}
+
+void RequireDone(LedgerStatus status, const CQuillonDatabaseInterface& database) {
+    switch (status) {
+        case LedgerStatus::Ok:
+            return;
+        case LedgerStatus::NoSuchAccount:
+            throw CFailure("The account is no longer there; 'account list' shows all.");
+        case LedgerStatus::NoSuchTransaction:
+            throw CFailure("There is no such transaction; 'transaction list ACCOUNT' shows them.");
+        case LedgerStatus::SameAccount:
+            throw CFailure("A transfer needs two different accounts.");
+        case LedgerStatus::BadAmount:
+            throw CFailure("The amount is negative, no number, or too large for the ledger.");
+        case LedgerStatus::NameMissing:
+            throw CFailure("An account needs a name.");
+        case LedgerStatus::NameTaken:
+            throw CFailure("There is an account of that name already; choose another name.");
+        case LedgerStatus::StoreFailed:
+            break;
+    }
+    throw CFailure(StoreMessage(database));
+}
+
+void RequireStored(bool done, const CQuillonDatabaseInterface& database) {
+    if (!done) throw CFailure(StoreMessage(database));
+}
+
+}  // namespace quillon

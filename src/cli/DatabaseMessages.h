@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+#include "finance/Ledger.h"
+#include "storage/DatabaseManager.h"
+
+namespace quillon {
+
+// One line for people: why the ledger in `folder` could not be opened or written, and
+// what to do. `detail` is the file concerned, or empty.
+std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
+                            const std::string& detail);
+
+// The same for a read or write that failed while the database was open.
+std::string StoreMessage(const CQuillonDatabaseInterface& database);
+
+// Throws CFailure unless the ledger's operation was done.
+void RequireDone(LedgerStatus status, const CQuillonDatabaseInterface& database);
+// Throws CFailure when a read or write failed.
+void RequireStored(bool done, const CQuillonDatabaseInterface& database);
+
+}  // namespace quillon

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "finance/Ledger.h"
+
+namespace quillon {
+
+// Fills a new, empty ledger with the household of DemoHousehold.h and what belongs to it:
+// categories, renaming rules, recurring transactions, a budget, stocks and a watch list.
+// `progress` hears of the transactions done and all there are. The number of transactions
+// in the ledger; throws CFailure when a write failed.
+int64_t FillDemoLedger(CLedger& ledger,
+                       const std::function<void(int64_t done, int64_t total)>& progress);
+
+}  // namespace quillon

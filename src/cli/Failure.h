@@ -1,0 +1,32 @@
+#pragma once
+
+#include <exception>
+#include <string>
+#include <utility>
+
+#include "cli/CommandLine.h"
+
+namespace quillon {
+
+// Ends a command: the line that standard error gets and the exit status. Thrown by
+// commands and caught by RunCommandLine, nowhere else; the floors below throw nothing.
+class CFailure : public std::exception {
+public:
+    explicit CFailure(std::string message, ExitStatus status = ExitStatus::Failed)
+        : m_message(std::move(message)), m_status(status) {}
+
+    // What was wrong and what to do.
+    const char* what() const noexcept override { return m_message.c_str(); }
+    ExitStatus Status() const { return m_status; }
+
+private:
+    std::string m_message;
+    ExitStatus m_status;
+};
+
+// Text of a message's names, files and values.
+inline std::string Quoted(const std::string& text) {
+    return "'" + text + "'";
+}
+
+}  // namespace quillon

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/CommandContext.h"
+#include "cli/TablePrinter.h"
+#include "finance/QuillonDatabaseInterface.h"
+
+namespace quillon {
+
+// What the commands of categories, payees and rules have in common: the result of each is
+// the rows concerned, an array in JSON.
+
+// "Added 'Food'." and the like for people.
+void PrintRows(CCommandContext& context, const Json& rows, const std::string& line);
+
+// A table of the JSON rows' members.
+struct RowColumn {
+    const char* heading;
+    const char* key;
+    CTablePrinter::Align align = CTablePrinter::Align::Left;
+};
+void PrintRowTable(CCommandContext& context, const Json& rows,
+                   const std::vector<RowColumn>& columns, const std::string& one,
+                   const std::string& many);
+
+// Refers rows from one name's row to another's, or counts them. Transactions, memorized
+// transactions and budget items may refer to a category, the first two to a payee.
+int64_t CountCategoryUses(CQuillonDatabaseInterface& database, int64_t categoryId);
+int64_t CountPayeeUses(CQuillonDatabaseInterface& database, int64_t payeeId);
+void MoveCategoryUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to);
+void MovePayeeUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to);
+
+}  // namespace quillon

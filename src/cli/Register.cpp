@@ -1,0 +1,87 @@
+#include "cli/Register.h"
+
+#include "cli/DatabaseMessages.h"
+#include "cli/Failure.h"
+#include "cli/Values.h"
+#include "finance/Balance.h"
+#include "foundation/CalendarDate.h"
+#include "foundation/CurrencyFormat.h"
+
+namespace quillon {
+
+std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
+                                       const CAccountEntry& account) {
+    COwnedList<CTransactionEntry> rows;
+    RequireStored(database.ListTransactionsByAccount(account.id, rows), database);
+    std::vector<RegisterLine> lines;
+    lines.reserve(rows.Size());
+    double balance = 0.0;
+    for (CTransactionEntry& row : rows) {
+        const double effect = BalanceEffect(row.transactionType, row.amount, account.accountType);
+        balance = SettledSum(balance + effect);
+        lines.push_back({std::move(row), effect == 0.0 ? 0.0 : effect, balance});
+    }
+    return lines;
+}
+
+RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transactionId) {
+    CTransactionEntry row;
+    if (!database.ReadTransaction(transactionId, row)) {
+        throw CFailure("There is no transaction " + std::to_string(transactionId) +
+                       "; 'transaction list ACCOUNT' shows their numbers.");
+    }
+    CAccountEntry account;
+    RequireStored(database.ReadAccount(row.accountId, account), database);
+    for (RegisterLine& line : ReadRegister(database, account)) {
+        if (line.row.id == transactionId) return std::move(line);
+    }
+    throw CFailure("Transaction " + std::to_string(transactionId) +
+                   " is missing in its account; run 'verify'.");
+}
+
+Json AccountJson(const CAccountEntry& account) {
+    return {{"id", account.id},
+            {"name", account.name.ToUtf8()},
+            {"description", account.description.ToUtf8()},
+            {"type", KeyOf(account.accountType)},
+            {"balance", account.currentBalance},
+            {"latestCheckNumber", account.latestCheckNumber},
+            {"active", account.active}};
+}
+
+Json TransactionJson(const RegisterLine& line, const CNameTables& names) {
+    const CTransactionEntry& row = line.row;
+    return {{"id", row.id},
+            {"account", names.Account(row.accountId)},
+            {"date", FormatIsoDate(row.serviceDate)},
+            {"type", KeyOf(row.transactionType)},
+            {"typeCode", static_cast<int32_t>(row.transactionType)},
+            {"check", row.check},
+            {"electronic", row.electronicPayment.ToUtf8()},
+            {"payee", names.Payee(row.payeeId)},
+            {"category", names.Category(row.categoryId)},
+            {"amount", row.amount},
+            {"effect", line.effect},
+            {"balance", line.balance},
+            {"fitId", std::to_string(row.fitId)},
+            {"memo", row.memo.ToUtf8()}};
+}
+
+std::string NumberText(const CTransactionEntry& row) {
+    return row.check != 0 ? std::to_string(row.check) : row.electronicPayment.ToUtf8();
+}
+
+std::string Describe(const RegisterLine& line, const CNameTables& names) {
+    const CTransactionEntry& row = line.row;
+    std::string text = FormatIsoDate(row.serviceDate) + "  " +
+                       std::string(NameOf(row.transactionType)) + " " + FormatCurrency(row.amount);
+    for (const std::string& part : {names.Payee(row.payeeId), names.Category(row.categoryId)}) {
+        if (!part.empty()) text += ", " + part;
+    }
+    text += " (transaction " + std::to_string(row.id) + " in " +
+            Quoted(names.Account(row.accountId)) + ", balance there " +
+            FormatCurrency(line.balance) + ")";
+    return Printable(text);
+}
+
+}  // namespace quillon

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <vector>
+
+#include "cli/CommandContext.h"
+#include "cli/Names.h"
+
+namespace quillon {
+
+// A transaction with what it does to its account.
+struct RegisterLine {
+    CTransactionEntry row;
+    double effect = 0.0;   // positive into the account
+    double balance = 0.0;  // of the account after it, in register order
+};
+
+// Every line of an account in register order. Throws CFailure when a read failed.
+std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
+                                       const CAccountEntry& account);
+// The line of one transaction. Throws when there is none.
+RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transactionId);
+
+Json AccountJson(const CAccountEntry& account);
+Json TransactionJson(const RegisterLine& line, const CNameTables& names);
+
+// "1024" for a check, "ATM" and its kin for an electronic payment, or empty.
+std::string NumberText(const CTransactionEntry& row);
+
+// "2024-03-01  Payment 12.50, Shop, Groceries (transaction 7 in 'Checking')".
+std::string Describe(const RegisterLine& line, const CNameTables& names);
+
+}  // namespace quillon

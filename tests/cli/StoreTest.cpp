@@ -1,0 +1,200 @@
+// Verify and repair, backup and restore, passwords, settings.
+
+#include "cli/CliFixture.h"
+#include "finance/QuillonDatabaseInterface.h"
+
+namespace quillon {
+namespace {
+
+using Keys = std::vector<std::string>;
+
+constexpr char kWrongPassword[] =
+    "quillon-cli: The password entered does not match the database password. Please reenter the "
+    "password.\n";
+
+class Store : public CliTest {
+protected:
+    void SetUp() override {
+        MakeLedger();
+        Json({"transaction", "add", "Checking", "--type", "payment", "--date", "2024-02-01",
+              "--amount", "12.5", "--payee", "Shop", "--category", "Groceries"});
+    }
+    // Every account's register, for comparing ledgers.
+    std::string RegistersIn(const std::string& folder) {
+        std::string all;
+        for (const char* account : {"Checking", "Savings", "Visa"}) {
+            const CliRun run =
+                RunBare({"--database", folder, "--json", "transaction", "list", account});
+            EXPECT_EQ(run.status, 0) << run.err;
+            all += run.out;
+        }
+        return all;
+    }
+    // Names of the ledger's files that end like that.
+    std::vector<std::string> FilesLike(const std::string& end) {
+        std::vector<std::string> paths;
+        for (const auto& [path, bytes] : m_disk.Snapshot()) {
+            if (path.starts_with("ledger/") && path.ends_with(end)) paths.push_back(path);
+        }
+        return paths;
+    }
+};
+
+TEST_F(Store, VerifyFindsAndRepairsBalances) {
+    const auto fine = Json({"verify"});
+    EXPECT_EQ(CliRun::Keys(fine), (Keys{"code", "message", "tables"}));
+    EXPECT_EQ(fine.at("code"), 0);
+    ASSERT_EQ(fine.at("tables").size(), 15u);
+    EXPECT_EQ(fine.at("tables")[0].dump(), R"({"table":"Account","rows":3,"code":0})");
+    {
+        CQuillonDatabaseInterface database(m_disk);
+        ASSERT_TRUE(database.Open("ledger").opened);
+        ASSERT_TRUE(database.UpdateAccountBalance(1, 5000.0));
+    }
+    const CliRun wrong = Run({"--json", "verify"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_EQ(wrong.Json().at("code"), 13);
+    EXPECT_EQ(wrong.err,
+              "quillon-cli: The tables are in order, but the balance of 'Checking' is stored as "
+              "5,000.00, and its transactions add up to 987.50. Run 'verify --repair', after a "
+              "copy of the folder.\n");
+    const CliRun repaired = Run({"verify", "--repair"});
+    EXPECT_EQ(repaired.status, 0) << repaired.err;
+    EXPECT_NE(repaired.out.find("Repaired: the balance of 'Checking'"), std::string::npos);
+    EXPECT_EQ(BalanceOf("Checking"), 987.5);
+}
+
+// One byte in the middle of each index turned over: repaired, and nothing is lost.
+TEST_F(Store, RepairMakesDamagedIndexesAnew) {
+    const std::string before = RegistersIn("ledger");
+    const auto whole = m_disk.Snapshot();
+    int found = 0;
+    int damaged = 0;
+    for (const auto& [path, bytes] : whole) {
+        if (path.find("index") == std::string::npos || bytes.size() < 80) continue;
+        SCOPED_TRACE(path);
+        m_disk.Restore(whole);
+        m_disk.Bytes(path).at(bytes.size() / 2) ^= 0x5A;
+        ++damaged;
+        const CliRun check = Run({"verify"});
+        found += check.status != 0;
+        EXPECT_EQ(std::count(check.err.begin(), check.err.end(), '\n'), check.status);
+        if (check.err.find("--repair") == std::string::npos) continue;
+        const CliRun repaired = Run({"verify", "--repair"});
+        EXPECT_EQ(repaired.status, 0) << repaired.err;
+        EXPECT_EQ(RegistersIn("ledger"), before);
+    }
+    EXPECT_GT(damaged, 0);
+    EXPECT_GT(found, 0);
+}
+
+TEST_F(Store, BackupAndRestore) {
+    const std::string before = RegistersIn("ledger");
+    const CliRun backup = Run({"backup", "ledger.backup"});
+    EXPECT_EQ(backup.status, 0) << backup.err;
+    EXPECT_NE(backup.out.find("The backup of the database to 'ledger.backup' completed "
+                              "successfully.\n"),
+              std::string::npos);
+    EXPECT_NE(backup.out.find("The backup is not protected"), std::string::npos);
+
+    CliRun json = Run({"--json", "backup", "again.backup"});
+    EXPECT_EQ(CliRun::Keys(json.Json()), (Keys{"code", "message", "files"}));
+    EXPECT_NE(json.err.find("note: The backup is not protected"), std::string::npos);
+
+    const auto restored = Json({"restore", "ledger.backup", "--to", "copy"});
+    EXPECT_EQ(restored.at("code"), 0);
+    EXPECT_EQ(restored.at("files"), json.Json().at("files"));
+    EXPECT_EQ(RegistersIn("copy"), before);
+    EXPECT_TRUE(m_prompts.empty());
+
+    EXPECT_EQ(Run({"restore", "ledger.backup", "--to", "copy"}).err,
+              "quillon-cli: The folder 'copy' is not empty; choose another one, or replace the "
+              "ledger in it with --overwrite.\n");
+    EXPECT_EQ(Run({"restore", "ledger.backup", "--to", "copy", "--overwrite"}).status, 0);
+
+    m_disk.Bytes("ledger.backup").back() ^= 1;
+    const CliRun tampered = Run({"--json", "restore", "ledger.backup", "--to", "third"});
+    EXPECT_EQ(tampered.status, 1);
+    EXPECT_NE(tampered.Json().at("code"), 0);
+    EXPECT_FALSE(m_disk.FolderExists("third"));
+    EXPECT_EQ(Run({"backup", "ledger/inside.dat"}).status, 1);
+}
+
+TEST_F(Store, ProtectedBackupsNeedTheirPassword) {
+    WriteFile("secret", "correct horse\r\nsecond line");
+    Json({"--password-file", "secret", "password", "set"});
+    const CliRun backup = Run({"--password-file", "secret", "backup", "safe.backup"});
+    EXPECT_EQ(backup.status, 0) << backup.err;
+    EXPECT_EQ(backup.out.find("not protected"), std::string::npos);
+
+    m_typed = {"wrong horse"};
+    const CliRun wrong = Run({"restore", "safe.backup", "--to", "copy"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_FALSE(m_disk.FolderExists("copy"));
+    m_typed = {"correct horse"};
+    EXPECT_EQ(Run({"restore", "safe.backup", "--to", "copy"}).status, 0);
+    EXPECT_EQ(m_prompts, (Keys{"Password of the backup: ", "Password of the backup: "}));
+}
+
+TEST_F(Store, Passwords) {
+    // A fresh ledger has protection on and no password: nothing is asked.
+    EXPECT_EQ(Run({"account", "list"}).status, 0);
+    EXPECT_EQ(Run({"password", "check"}).status, 1);
+    EXPECT_EQ(Run({"password", "clear"}).status, 1);
+    EXPECT_TRUE(m_prompts.empty());
+
+    m_typed = {"one", "two"};
+    EXPECT_EQ(Run({"password", "set"}).err,
+              "quillon-cli: The two passwords differ; nothing was changed.\n");
+    m_typed = {"opensesame", "opensesame"};
+    EXPECT_EQ(Run({"password", "set"}).status, 0);
+
+    // Every command asks now.
+    m_typed = {"opensesame"};
+    EXPECT_EQ(Run({"account", "list"}).status, 0);
+    m_typed = {"OpenSesame"};
+    const CliRun wrong = Run({"account", "list"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_EQ(wrong.err, kWrongPassword);
+    EXPECT_EQ(wrong.out, "");
+    EXPECT_EQ(Run({"account", "list"}).err,
+              "quillon-cli: A password is needed and there is no terminal to ask on; give it with "
+              "--password-file FILE.\n");
+
+    WriteFile("right", "opensesame\n");
+    WriteFile("empty", "\nopensesame\n");
+    WriteFile("next", "tirdelet");
+    EXPECT_EQ(Run({"--password-file", "right", "password", "check"}).status, 0);
+    EXPECT_EQ(Run({"password", "check", "--password-file", "next"}).err, kWrongPassword);
+    EXPECT_EQ(Run({"password", "check", "--password-file", "empty"}).status, 1);
+    EXPECT_EQ(Run({"password", "check", "--password-file", "missing"}).status, 1);
+
+    // Changing it takes the old one first.
+    EXPECT_EQ(
+        Run({"password", "set", "--password-file", "next", "--new-password-file", "next"}).err,
+        kWrongPassword);
+    EXPECT_EQ(
+        Run({"password", "set", "--password-file", "right", "--new-password-file", "next"}).status,
+        0);
+    EXPECT_EQ(Run({"password", "check", "--password-file", "right"}).err, kWrongPassword);
+    EXPECT_EQ(Run({"password", "clear", "--password-file", "next"}).out,
+              "The password security for the database has been disabled.\n");
+    EXPECT_EQ(Run({"account", "list"}).status, 0);
+}
+
+TEST_F(Store, Settings) {
+    EXPECT_EQ(Run({"settings", "get", "FileFolder", "DatabasePath"}).status, 1);
+    Json({"settings", "set", "FileFolder", "DatabasePath", "ledger"});
+    EXPECT_EQ(Run({"settings", "get", "filefolder", "databasepath"}).out, "ledger\n");
+    EXPECT_EQ(Json({"settings", "list", "FileFolder"}).dump(),
+              R"([{"section":"FileFolder","key":"DatabasePath","value":"ledger"}])");
+    // The ledger's folder comes from there.
+    EXPECT_EQ(RunBare({"account", "list"}).status, 0);
+    EXPECT_EQ(Run({"settings", "set", "A", "B", "two\nlines"}).status, 1);
+    Json({"settings", "set", "FileFolder", "DatabasePath", ""});
+    EXPECT_NE(RunBare({"account", "list"}).err.find("no ledger in 'QuillonDatabase'"),
+              std::string::npos);
+}
+
+}  // namespace
+}  // namespace quillon
