@@ -206,6 +206,11 @@ bool CDatabaseManager::OpenStores() {
             case DatabaseSchema::DecodeResult::Damaged:
                 return Fail(DatabaseProblem::DamagedFile, schemaPath);
         }
+        // They were made together with the schema: new ones would hide the loss.
+        for (const char* suffix : {"_blobdict", "_blobdata"}) {
+            const std::string path = WithSuffix(schemaPath, suffix);
+            if (!m_journal.Exists(path)) return Fail(DatabaseProblem::DamagedFile, path);
+        }
     } else if (m_journal.Exists(m_folder + "DatabaseSchema_blobdict.dat")) {
         // Tables without the list of them would look like an empty ledger.
         return Fail(DatabaseProblem::DamagedFile, schemaPath);

@@ -89,8 +89,8 @@ inline DatabaseContent ContentAfterCrash(const std::map<std::string, Bytes>& dis
     return ContentOf(database);
 }
 
-// "Ledger": every type, indexed and not.
-inline bool MakeLedgerTable(CDatabaseManager& database) {
+// "Ledger": every type. A memo that is not indexed can be damaged unnoticed.
+inline bool MakeLedgerTable(CDatabaseManager& database, bool memoIndexed = false) {
     CBatchScope batch(database);
     return database.CreateTable("Ledger") &&
            database.AddColumn("Ledger", "Name", ColumnType::Text, true, true) &&
@@ -99,7 +99,8 @@ inline bool MakeLedgerTable(CDatabaseManager& database) {
            database.AddColumn("Ledger", "Account", ColumnType::Int64, true, false) &&
            database.AddColumn("Ledger", "Amount", ColumnType::Double, true, true) &&
            database.AddColumn("Ledger", "Date", ColumnType::DateTime, true, true) &&
-           database.AddColumn("Ledger", "Memo", ColumnType::Text, false, false) && batch.Commit();
+           database.AddColumn("Ledger", "Memo", ColumnType::Text, memoIndexed, false) &&
+           batch.Commit();
 }
 
 struct LedgerRow {

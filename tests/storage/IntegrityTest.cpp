@@ -1,0 +1,319 @@
+// Every code of the integrity check, reached by damaging files, and stores that are
+// damaged or cut anywhere.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <set>
+
+#include "StoreFixture.h"
+
+namespace quillon {
+namespace {
+
+// Byte places in the files of kLedger (below): rows of 45 bytes, dictionary entries of 36.
+size_t RowByte(size_t row, size_t at) {
+    return 54 + row * 45 + at;
+}
+size_t EntryByte(size_t entry, size_t at) {
+    return 62 + entry * 36 + at;
+}
+size_t RecordByte(size_t record, size_t at) {
+    return 72 + record * 20 + at;
+}
+constexpr size_t kMemo = 37;  // the memo's text id in a row; not indexed
+
+void Put(Bytes& file, size_t at, const Bytes& bytes) {
+    ASSERT_LE(at + bytes.size(), file.size());
+    std::copy(bytes.begin(), bytes.end(), file.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+// Four rows; row 1 is deleted, row 3 took its place. Texts 0 to 7: names and memos in turn, those
+// of row 1 deleted.
+std::map<std::string, Bytes> MakeSmallLedger(bool memoIndexed = false) {
+    CMemoryFileSystem files;
+    {
+        CDatabaseManager database(files);
+        EXPECT_TRUE(database.Open(kFolder) && MakeLedgerTable(database, memoIndexed));
+        EXPECT_EQ(AddLedgerRow(database, {"Anna", 1, -1.5, WordyText(1)}), 0);
+        EXPECT_EQ(AddLedgerRow(database, {"Bert", 2, 2.5, "short"}), 1);
+        EXPECT_EQ(AddLedgerRow(database, {"Clara", 3, 0.0, WordyText(3)}), 2);
+        EXPECT_TRUE(database.DeleteRow("Ledger", 1));
+        EXPECT_EQ(AddLedgerRow(database, {"D\xC3\xB6rte", 4, 1e9, "memo of row three"}), 3);
+        EXPECT_EQ(database.AddBlob(Text("a picture")), 0);
+        EXPECT_EQ(database.AddBlob(Text("another one")), 1);
+    }
+    return files.Snapshot();
+}
+
+TEST(Integrity, EachCodeIsReached) {
+    const auto intact = MakeSmallLedger();
+    const std::string db = kFolder;
+    using Files = CMemoryFileSystem;
+    const struct {
+        const char* name;
+        std::function<void(Files&)> damage;
+        int code;
+        const char* detail;  // part of what is reported
+    } rows[] = {
+        {"intact", [](Files&) {}, 0, ""},
+        {"text id below -1",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_data.dat"), RowByte(0, kMemo), Le64(-2)); }, 1,
+         "row 0, column \"Memo\", text -2"},
+        {"text id never given out",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_data.dat"), RowByte(0, kMemo), Le64(900)); }, 1,
+         "text 900"},
+        {"text id of a deleted text",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_data.dat"), RowByte(0, kMemo), Le64(3)); }, 2,
+         "text 3"},
+        {"text marked deleted",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_textdict.dat"), EntryByte(1, 32), Le32(1)); }, 2,
+         "text 1"},
+        {"text out of the file",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_textdict.dat"), EntryByte(1, 24), Le64(9999)); },
+         3, "Table_1_textdata.dat"},
+        {"text of an unknown kind", [&](Files& f) { f.Bytes(db + "Table_1_textdata.dat")[54] = 9; },
+         3, "text 0"},
+        {"one text for two rows",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_data.dat"), RowByte(0, kMemo), Le64(5)); }, 4,
+         "text 5 belongs to two rows"},
+        {"a text without a row",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_data.dat"), RowByte(0, kMemo), Le64(-1)); }, 4,
+         "text 1 belongs to no row"},
+        {"neither true nor false",
+         [&](Files& f) { f.Bytes(db + "Table_1_data.dat")[RowByte(0, 8)] = 2; }, 5,
+         "neither true nor false"},
+        {"a block on the free list that is in use",
+         [&](Files& f) {
+             f.Bytes(db + "Table_1_data_del.dat") =
+                 Join(Signature("DeletedBlock"), Le32(1), Le32(1), Le64(10), Le64(8));
+         },
+         7, "a block in use is on the free list"},
+        {"two texts in one block",
+         [&](Files& f) {
+             Bytes& dictionary = f.Bytes(db + "Table_1_textdict.dat");
+             Put(dictionary, EntryByte(1, 16), Slice(dictionary, EntryByte(5, 16), 16));
+         },
+         7, "two entries share a block"},
+        {"an index entry marked deleted",
+         [&](Files& f) { f.Bytes(db + "Table_1_index_3.dat")[RecordByte(0, 16)] = 1; }, 8,
+         "Table_1_index_3.dat: 2 entries for 3 rows"},
+        {"a row marked deleted",
+         [&](Files& f) { f.Bytes(db + "Table_1_dict.dat")[EntryByte(0, 32)] = 1; }, 8,
+         "3 entries for 2 rows"},
+        {"an index entry of a deleted row",
+         [&](Files& f) { f.Bytes(db + "Table_1_index_3.dat")[RecordByte(0, 0)] = 1; }, 9,
+         "Table_1_index_3.dat, row 1"},
+        {"an index entry of no row",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_index_3.dat"), RecordByte(0, 0), Le64(-1)); }, 9,
+         "row -1"},
+        {"a row out of the file",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_dict.dat"), EntryByte(0, 16), Le64(5000)); }, 10,
+         "row 0 cannot be read"},
+        {"a row of another size",
+         [&](Files& f) { Put(f.Bytes(db + "Table_1_dict.dat"), EntryByte(0, 24), Le64(44)); }, 10,
+         "row 0 cannot be read"},
+        {"a key that no number of 32 bits has",
+         [&](Files& f) { f.Bytes(db + "Table_1_index_3.dat")[RecordByte(0, 12)] = 1; }, 11,
+         "no value of the column's type"},
+        {"a key that no boolean has",
+         [&](Files& f) { f.Bytes(db + "Table_1_index_2.dat")[RecordByte(0, 8)] = 7; }, 11,
+         "Table_1_index_2.dat"},
+        {"an index made for another attribute",
+         [&](Files& f) { f.Bytes(db + "Table_1_index_3.dat")[70] = 0; }, 11, "attribute flag"},
+        {"a number that is not the row's",
+         [&](Files& f) { f.Bytes(db + "Table_1_index_3.dat")[RecordByte(0, 8)] = 77; }, 12,
+         "row 0 holds another value"},
+        {"a text that is not the index's",
+         [&](Files& f) { f.Bytes(db + "Table_1_textdata.dat")[54 + 10] = 'E'; }, 12,
+         "Table_1_index_1.dat, row 0"},
+        {"a BLOB out of the file",
+         [&](Files& f) {
+             Put(f.Bytes(db + "DatabaseSchema_blobdict.dat"), EntryByte(1, 16), Le64(777));
+         },
+         6, "DatabaseSchema_blobdata.dat, entry 1"},
+        {"two BLOBs in one block",
+         [&](Files& f) {
+             Put(f.Bytes(db + "DatabaseSchema_blobdict.dat"), EntryByte(1, 16), Le64(0));
+         },
+         7, "DatabaseSchema_blobdata.dat"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CMemoryFileSystem files;
+        files.Restore(intact);
+        row.damage(files);
+        CDatabaseManager database(files);
+        ASSERT_TRUE(database.Open(kFolder));
+        std::vector<TableIntegrity> tables;
+        EXPECT_EQ(static_cast<int>(database.Verify(tables)), row.code);
+        ASSERT_FALSE(tables.empty());
+        EXPECT_EQ(static_cast<int>(tables.back().code), row.code);
+        EXPECT_NE(tables.back().detail.find(row.detail), std::string::npos) << tables.back().detail;
+    }
+}
+
+// Codes 6 and 13 need tables without indexes and without columns.
+TEST(Integrity, TablesWithoutIndexesOrColumns) {
+    CMemoryFileSystem files;
+    {
+        CDatabaseManager database(files);
+        ASSERT_TRUE(database.Open(kFolder) && database.CreateTable("Plain"));
+        ASSERT_TRUE(database.AddColumn("Plain", "Number", ColumnType::Int64, false, false));
+        ASSERT_TRUE(database.BeginRow("Plain") && database.SetInt64("Number", 5));
+        ASSERT_EQ(database.CommitRow(), 0);
+    }
+    files.Bytes("db/Table_1_data.dat").pop_back();
+    CDatabaseManager database(files);
+    ASSERT_TRUE(database.Open(kFolder) && database.CreateTable("Empty"));
+    std::vector<TableIntegrity> tables;
+    EXPECT_EQ(database.Verify(tables), IntegrityCode::UnreadableRecord);
+    ASSERT_EQ(tables.size(), 2U);
+    EXPECT_EQ(tables[0].code, IntegrityCode::UnreadableRecord);
+    EXPECT_EQ(tables[1].code, IntegrityCode::General);
+}
+
+TEST(Integrity, RebuildingRepairsIndexes) {
+    const auto intact = MakeSmallLedger();
+    CMemoryFileSystem files;
+    files.Restore(intact);
+    files.Bytes("db/Table_1_index_3.dat")[RecordByte(0, 8)] = 77;
+    files.Bytes("db/Table_1_index_1.dat")[RecordByte(0, 16)] = 1;
+    files.Bytes("db/Table_1_index_2.dat")[RecordByte(0, 0)] = 1;
+    CDatabaseManager database(files);
+    ASSERT_TRUE(database.Open(kFolder));
+    EXPECT_NE(CodeOf(database), 0);
+    ASSERT_TRUE(database.RebuildIndexes());
+    EXPECT_EQ(CodeOf(database), 0);
+    ASSERT_TRUE(database.Close() && database.Open(kFolder));
+    EXPECT_EQ(CodeOf(database), 0);
+}
+
+TEST(Integrity, EachCodeHasItsSentence) {
+    std::set<std::string> sentences;
+    for (int code = 0; code <= 13; ++code) {
+        sentences.insert(IntegrityMessage(static_cast<IntegrityCode>(code)));
+    }
+    EXPECT_EQ(sentences.size(), 14U);
+    EXPECT_STREQ(IntegrityMessage(static_cast<IntegrityCode>(14)),
+                 "The database integrity check encountered a general error.");
+    EXPECT_STREQ(IntegrityMessage(IntegrityCode::DeletedEntriesRemain),
+                 "The database integrity check found that deleted entries still exist after "
+                 "processing.");
+}
+
+// --- files cut and flipped anywhere
+
+// Opens, checks, reads and works on a damaged database. True when it is reported, or when
+// all that it holds is as it was.
+bool IsReportedOrHarmless(CMemoryFileSystem& files, const DatabaseContent& content) {
+    CDatabaseManager database(files);
+    if (!database.Open(kFolder)) {
+        EXPECT_NE(database.Problem(), DatabaseProblem::None);
+        return true;
+    }
+    const bool reported = CodeOf(database) != 0;
+    const bool harmless = ContentOf(database) == content;
+    // Work goes on, one way or the other, without harm to the program.
+    if (CTableManager* table = database.FindTable("Ledger")) {
+        std::vector<int64_t> rows;
+        table->WalkRows([&](int64_t row) {
+            rows.push_back(row);
+            return true;
+        });
+        for (const int64_t row : rows) {
+            if (database.BeginRowUpdate("Ledger", row)) {
+                (void)database.SetText("Name", "changed");
+                (void)database.SetText("Memo", WordyText(9));
+                (void)database.CommitRow();
+            }
+            if (row % 2 == 0) (void)database.DeleteRow("Ledger", row);
+        }
+        if (database.BeginRow("Ledger")) (void)database.CommitRow();
+    }
+    (void)database.ReplaceBlob(0, Text("another picture"));
+    (void)database.DeleteBlob(1);
+    (void)database.RemoveDeleted();
+    (void)database.AddColumn("Ledger", "More", ColumnType::Text, true, true);
+    (void)database.RemoveColumn("Ledger", "Open");
+    return reported || harmless;
+}
+
+// Journal and lock do not belong to the content; damage to definitions and BLOB bytes, and to the
+// header of a BLOB dictionary, cannot always be told from a change.
+bool CanTellDamage(const std::string& path) {
+    return path != "db/Table_1.dat" && path != "db/DatabaseSchema.dat" &&
+           path.find("blob") == std::string::npos;
+}
+
+TEST(DamagedStore, FilesCutAnywhere) {
+    const auto intact = MakeSmallLedger(true);
+    int code = 0;
+    const DatabaseContent content = ContentAfterCrash(intact, code);
+    ASSERT_EQ(code, 0);
+    for (const auto& [path, bytes] : intact) {
+        std::set<size_t> lengths = {0, 1, 49, 50, 53, 54, 58, 61, 62, 70, 71, 72};
+        for (size_t back = 1; back <= 60; ++back) {
+            if (back <= bytes.size()) lengths.insert(bytes.size() - back);
+        }
+        for (size_t length = 0; length < bytes.size(); length += 23) lengths.insert(length);
+        for (const size_t length : lengths) {
+            if (length >= bytes.size()) continue;
+            CMemoryFileSystem files;
+            files.Restore(intact);
+            files.Bytes(path).resize(length);
+            const bool told = IsReportedOrHarmless(files, content);
+            EXPECT_TRUE(told || path.find("blob") != std::string::npos)
+                << path << " cut to " << length;
+        }
+        CMemoryFileSystem files;
+        files.Restore(intact);
+        ASSERT_TRUE(files.Remove(path));
+        EXPECT_TRUE(IsReportedOrHarmless(files, content)) << path << " missing";
+    }
+}
+
+TEST(DamagedStore, BytesFlippedAnywhere) {
+    const auto intact = MakeSmallLedger(true);
+    int code = 0;
+    const DatabaseContent content = ContentAfterCrash(intact, code);
+    std::mt19937 random(1);
+    for (const auto& [path, bytes] : intact) {
+        for (size_t at = 0; at < bytes.size(); ++at) {
+            // Names are long runs of zeros: a sample of them will do.
+            if (path == "db/Table_1.dat" && bytes[at] == 0 && at % 7 != 0) continue;
+            CMemoryFileSystem files;
+            files.Restore(intact);
+            files.Bytes(path)[at] ^= static_cast<uint8_t>(1U << random() % 8);
+            const bool told = IsReportedOrHarmless(files, content);
+            EXPECT_TRUE(told || !CanTellDamage(path)) << path << ", byte " << at;
+        }
+    }
+}
+
+TEST(DamagedStore, RandomBytesEverywhere) {
+    const auto intact = MakeSmallLedger(true);
+    std::mt19937 random(2);
+    for (int round = 0; round < 400; ++round) {
+        CMemoryFileSystem files;
+        files.Restore(intact);
+        for (const auto& [path, bytes] : intact) {
+            if (bytes.size() <= 54 || random() % 3 != 0) continue;
+            // Behind the signature, where numbers are believed or not.
+            for (int i = 0; i < 4; ++i) {
+                const size_t at = 54 + random() % (bytes.size() - 54);
+                const int kind = static_cast<int>(random() % 4);
+                files.Bytes(path)[at] = static_cast<uint8_t>(kind == 0   ? 0
+                                                             : kind == 1 ? 0xFF
+                                                             : kind == 2 ? 0x7F
+                                                                         : random());
+            }
+        }
+        (void)IsReportedOrHarmless(files, {});
+    }
+}
+
+}  // namespace
+}  // namespace quillon
