@@ -35,6 +35,11 @@ if(QUILLON_SANITIZE)
 endif()
 
 # libgcrypt: MD5, AES-GCM, Argon2id and random numbers.
+# Windows programs carry it in themselves; elsewhere it is the system's own.
+if(WIN32)
+    set(CMAKE_FIND_LIBRARY_SUFFIXES .a)
+    set(CMAKE_FIND_LIBRARY_PREFIXES lib)
+endif()
 find_path(GCRYPT_INCLUDE_DIR gcrypt.h REQUIRED)
 find_library(GCRYPT_LIBRARY NAMES gcrypt REQUIRED)
 find_library(GPG_ERROR_LIBRARY NAMES gpg-error REQUIRED)
