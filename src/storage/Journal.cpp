@@ -132,8 +132,10 @@ bool CJournal::Exists(const std::string& path) {
 
 bool CJournal::Remove(const std::string& path) {
     if (!IsOurs(path)) return m_base.Remove(path);
+    // Before the bracket: nothing was to be done, so an outer one need not fail.
+    if (!Exists(path)) return false;
     CBracketScope bracket(*this);
-    if (!bracket.Begun() || !Exists(path)) return false;
+    if (!bracket.Begun()) return false;
     CJournalledFile& file = FileFor(path);
     Touch(file);
     file.Remove();
