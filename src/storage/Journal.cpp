@@ -104,8 +104,8 @@ void CJournal::Touch(CJournalledFile& file) {
 
 std::unique_ptr<CFile> CJournal::Open(const std::string& path, OpenMode mode) {
     if (!IsOurs(path)) return m_base.Open(path, mode);
-    // Committed, but the new contents are not in their place: the old ones are wrong.
-    if (m_applyPending && path == m_renameTo) return nullptr;
+    // Committed, but not in its place yet: what was there before is wrong now.
+    if (m_applyPending && path == m_renameTo) return m_base.Open(m_renameFrom, OpenMode::Read);
     if (mode == OpenMode::Create) {
         CBracketScope bracket(*this);
         if (!bracket.Begun()) return nullptr;
