@@ -5,6 +5,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Failure.h"
+#include "cli/Names.h"
 
 namespace quillon {
 
@@ -16,7 +17,6 @@ void AddCommands(CLI::App& program, CCommandContext& context) {
     program.require_subcommand(1);
     // --database and --json are understood behind the command as well.
     program.fallthrough();
-    program.set_help_all_flag("--help-all", "Show the help of all commands");
     program.set_version_flag("--version", std::string(kProgram) + " " QUILLON_VERSION);
     program
         .add_option("--database", context.database,
@@ -61,6 +61,25 @@ std::string CommandPath(const CLI::App& program) {
     return path;
 }
 
+// What the parser says of a group without a command is the same for none and an unknown one.
+std::string UsageMessage(const CLI::App& program, const CLI::ParseError& error) {
+    const CLI::App* group = &program;
+    while (!group->get_subcommands().empty()) group = group->get_subcommands().front();
+    const auto isCommand = [](const CLI::App*) { return true; };
+    std::vector<std::string> names;
+    for (const CLI::App* command : group->get_subcommands(isCommand)) {
+        names.push_back(command->get_name());
+    }
+    if (names.empty() || dynamic_cast<const CLI::RequiredError*>(&error) == nullptr) {
+        return error.what();
+    }
+    // What a group does not know falls through to the program.
+    const std::vector<std::string> unknown = program.remaining(true);
+    if (unknown.empty() || unknown.front().starts_with("-")) return error.what();
+    const std::string near = Suggestion(unknown.front(), names);
+    return Quoted(unknown.front()) + " is not a command" + (near.empty() ? "" : "; " + near);
+}
+
 ExitStatus Run(const std::vector<std::string>& arguments, CommandLineHost& host) {
     CCommandContext context(host);
     CLI::App program("A personal-finance manager's ledger on the command line.", kProgram);
@@ -73,7 +92,7 @@ ExitStatus Run(const std::vector<std::string>& arguments, CommandLineHost& host)
             program.exit(error, host.out, host.err);
             return ExitStatus::Done;
         }
-        throw CFailure(std::string(error.what()) + " (see " + CommandPath(program) + " --help)",
+        throw CFailure(UsageMessage(program, error) + " (see " + CommandPath(program) + " --help)",
                        ExitStatus::WrongUsage);
     }
     if (context.work) context.work();

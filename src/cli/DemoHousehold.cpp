@@ -74,7 +74,7 @@ constexpr Habit kHabits[] = {
      "Dinner"},
     {kCard,
      "Groceries",
-     26,
+     31,
      24,
      640,
      2900,
@@ -90,7 +90,7 @@ constexpr Habit kHabits[] = {
      ""},
     {kChecking,
      "Travel",
-     40,
+     53,
      6,
      275,
      550,
@@ -286,8 +286,8 @@ private:
         if (IsPayday()) {
             // A raise each April, a larger one with the new position in 2019.
             const int raises = m_day.year - kDemoFirstDay.year + (m_day.month >= 4 ? 1 : 0);
-            double pay = 243'600.0 * std::pow(1.031, raises);
-            if (m_day.year >= 2019) pay *= 1.08;
+            double pay = 264'800.0 * std::pow(1.031, raises);
+            if (m_day.year >= 2019) pay *= 1.03;
             Enter(kChecking, TransactionType::Deposit, std::llround(pay),
                   "Harborview Medical Group", "Income", "Payroll")
                 .electronic = "EFT";
@@ -308,6 +308,16 @@ private:
         }
     }
 
+    // Brings money over before a large payment, so that the account is not overdrawn.
+    void Cover(int64_t cents) {
+        constexpr int64_t kLeast = 95'000;
+        const int64_t missing = cents + kLeast - Balance(kChecking);
+        const int64_t there = Balance(DemoAccount::Savings) / 10'000 * 10'000;
+        if (missing <= 0 || there <= 0) return;
+        const int64_t rounded = (missing + 9'999) / 10'000 * 10'000;
+        Transfer(DemoAccount::Savings, kChecking, std::min(rounded, there), "To checking");
+    }
+
     void WriteCheck(int64_t cents, const char* payee, const char* category, std::string memo) {
         Spend(kChecking, cents, payee, category, std::move(memo)).check = ++m_check;
     }
@@ -315,6 +325,7 @@ private:
     void Rent() {
         if (!IsMonthlyDay(1)) return;
         const int64_t rent = 132'500 + 4'500 * (m_day.year - kDemoFirstDay.year);
+        Cover(rent);
         WriteCheck(rent, "Alder Court Apartments", "Rent", "14 Alder Ct");
     }
 
@@ -408,6 +419,7 @@ private:
     void Card() {
         if (IsMonthlyDay(20)) m_statement = std::max<int64_t>(0, -Balance(kCard));
         if (!IsMonthlyDay(28) || m_statement == 0) return;
+        Cover(m_statement);
         Transfer(kChecking, kCard, m_statement, "Card payment");
         m_statement = 0;
     }
@@ -415,6 +427,7 @@ private:
     // The first car is paid off; in 2020 a second one is bought.
     void CarLoan() {
         if (m_day == CivilDate{2020, 9, 12}) {
+            Cover(400'000);
             WriteCheck(400'000, "Kestrel Auto Sales", "Auto Expenses", "Down payment");
             Enter(DemoAccount::CarLoan, TransactionType::Principal, 2'160'000,
                   "Kestrel Auto Finance", "Auto Loan", "New car");
@@ -453,12 +466,6 @@ private:
         if (checking > 750'000) {
             Transfer(kChecking, DemoAccount::Savings, (checking - 500'000) / 10'000 * 10'000,
                      "Left over");
-        } else if (checking < 100'000) {
-            const int64_t wanted = (250'000 - checking) / 10'000 * 10'000;
-            const int64_t there = Balance(DemoAccount::Savings) / 10'000 * 10'000;
-            if (there > 0) {
-                Transfer(DemoAccount::Savings, kChecking, std::min(wanted, there), "To checking");
-            }
         }
     }
 

@@ -25,8 +25,8 @@ struct DemoAccountPlan {
 };
 inline constexpr std::array<DemoAccountPlan, 5> kDemoAccounts{{
     {DemoAccount::Checking, AccountType::Checking, "Everyday Checking", "First Marlow Bank",
-     184'216},
-    {DemoAccount::Savings, AccountType::Savings, "Rainy Day Savings", "First Marlow Bank", 412'500},
+     314'216},
+    {DemoAccount::Savings, AccountType::Savings, "Rainy Day Savings", "First Marlow Bank", 612'500},
     {DemoAccount::Investment, AccountType::Investment, "Northgate Brokerage", "Cash for shares",
      96'040},
     {DemoAccount::Card, AccountType::Credit, "Lakeside Visa", "Paid in full each month", -73'418},

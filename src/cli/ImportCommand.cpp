@@ -128,6 +128,9 @@ void PrintResult(CCommandContext& context, const ImportResult& result, bool dryR
     if (result.duplicates > 0) {
         context.Say("Known already, left out: " + std::to_string(result.duplicates));
     }
+    if (dryRun && result.categoriesCreated > 0) {
+        context.Say("New categories: " + std::to_string(result.categoriesCreated));
+    }
     if (result.payeesCreated > 0) {
         context.Say("New payees: " + std::to_string(result.payeesCreated));
     }

@@ -31,13 +31,18 @@ size_t EditDistance(std::u16string_view a, std::u16string_view b) {
 
 // Less is nearer; nothing above kFar is worth naming.
 constexpr size_t kFar = 100;
+constexpr size_t kPart = 20;  // a part of the name is the same
 size_t Remoteness(const std::u16string& wanted, const std::u16string& name) {
     if (wanted.size() > kLongestCompared || name.size() > kLongestCompared) return kFar;
     if (wanted == name) return 0;
     const size_t edits = EditDistance(wanted, name);
     if (edits <= std::max<size_t>(1, wanted.size() / 3)) return edits;
-    const bool contained = wanted.size() > 2 && name.find(wanted) != std::u16string::npos;
-    return contained ? 20 : kFar;
+    if (wanted.size() < 3) return kFar;
+    if (name.find(wanted) != std::u16string::npos) return kPart;
+    // A long common beginning: "Grocery" and "Groceries".
+    const auto split = std::mismatch(wanted.begin(), wanted.end(), name.begin(), name.end());
+    const auto common = static_cast<size_t>(split.first - wanted.begin());
+    return common >= std::max<size_t>(3, (wanted.size() + 1) / 2) ? kPart : kFar;
 }
 
 template <class Entry>

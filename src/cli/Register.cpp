@@ -79,8 +79,7 @@ std::string Describe(const RegisterLine& line, const CNameTables& names) {
         if (!part.empty()) text += ", " + part;
     }
     text += " (transaction " + std::to_string(row.id) + " in " +
-            Quoted(names.Account(row.accountId)) + ", balance there " +
-            FormatCurrency(line.balance) + ")";
+            Quoted(names.Account(row.accountId)) + ")";
     return Printable(text);
 }
 

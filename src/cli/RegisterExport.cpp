@@ -8,6 +8,7 @@
 #include "cli/Values.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
+#include "foundation/Unicode.h"
 
 namespace quillon {
 
@@ -15,6 +16,10 @@ namespace {
 
 constexpr int kFirstShortYear = 1951;
 constexpr int kLastShortYear = 2050;
+// Readers that look at the beginning only take other bytes there for something binary,
+// unless the file is marked as UTF-8.
+constexpr size_t kExaminedBytes = 100;
+constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 // Two decimals where that is the amount, else all it has.
 std::string AmountText(double amount) {
@@ -117,6 +122,7 @@ std::string RegisterQif(const std::vector<RegisterLine>& lines, const CNameTable
         AppendQifLine(qif, 'L', names.Category(row.categoryId));
         qif += "^\n";
     }
+    if (!IsAscii(std::string_view(qif).substr(0, kExaminedBytes))) qif.insert(0, kUtf8Mark);
     return qif;
 }
 

@@ -83,6 +83,12 @@ void PrintLines(CCommandContext& context, CQuillonDatabaseInterface& database,
         return;
     }
     for (const RegisterLine& line : lines) context.Say(what + ": " + Describe(line, names));
+    for (const RegisterLine& line : lines) {
+        CAccountEntry account;
+        RequireStored(database.ReadAccount(line.row.accountId, account), database);
+        context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +
+                    FormatCurrency(account.currentBalance));
+    }
 }
 
 // --- add

@@ -150,7 +150,12 @@ TEST_F(BadInput, WrongUsage) {
         const char* mentions;
     } rows[] = {
         {"nothing", {}, "subcommand"},
-        {"unknown command", {"acount", "list"}, "acount"},
+        {"unknown command",
+         {"acount", "list"},
+         "'acount' is not a command; did you mean 'account'?"},
+        {"unknown part of a command",
+         {"account", "new"},
+         "'new' is not a command (see quillon-cli account --help)"},
         {"half a command", {"account"}, "(see quillon-cli account --help)"},
         {"missing option", {"account", "add", "New"}, "--type"},
         {"unknown type", {"account", "add", "New", "--type", "cash"}, "cash"},
