@@ -76,7 +76,7 @@ name_account() {
 
 # import_file FILE EXAMPLE: one account, one import, one register.
 import_file() {
-    local file=$1 example=$2 kind opening=()
+    local file=$1 example=$2 kind copy opening=()
     if [[ ! -f $file || ! -r $file ]]; then
         complain "$file: no such file, or it cannot be read"
         return 1
@@ -100,9 +100,12 @@ import_file() {
     if ! quillon transaction list "$NAME" >/dev/null 2>&1; then
         quillon account add "$NAME" --type "$TYPE" "${opening[@]}" >/dev/null || return 1
     fi
-    cp -- "$file" "$copies/statement.$kind"
-    chmod u+w "$copies/statement.$kind"
-    quillon import "$kind" "$copies/statement.$kind" --account "$NAME" || return 1
+    # Imported by its own name, so that what is said about it names what the user gave.
+    copy=./$(basename -- "$file")
+    cp -- "$file" "$copies/$copy"
+    chmod u+w "$copies/$copy"
+    (cd "$copies" && quillon import "$kind" "${copy#./}" --account "$NAME") || return 1
+    rm -f -- "$copies/$copy"
     say ""
     quillon transaction list "$NAME" || return 1
 }
@@ -110,7 +113,7 @@ import_file() {
 quillon() { "$CLI" --database "$database" "$@" </dev/null; }
 
 if [[ -n ${QUILLON_DATABASE:-} ]]; then
-    database=$QUILLON_DATABASE
+    database=$(realpath -m -- "$QUILLON_DATABASE")
 else
     database=$ROOT/build/run/database
     rm -rf -- "$database"
