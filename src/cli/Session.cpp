@@ -1,5 +1,8 @@
 #include "cli/Session.h"
 
+#include <chrono>
+#include <thread>
+
 #include "cli/DatabaseMessages.h"
 #include "cli/Failure.h"
 #include "storage/RestoreFolders.h"
@@ -27,7 +30,7 @@ CSession::CSession(CCommandContext& context, Start start)
       m_database(m_files),
       m_ledger(m_database) {
     if (start == Start::Existing) RequireDatabase();
-    m_opened = m_database.Open(m_folder);
+    OpenDatabase();
     if (!m_opened.opened) {
         throw CFailure(DatabaseMessage(m_opened.problem, m_folder, m_opened.detail));
     }
@@ -41,6 +44,18 @@ CSession::CSession(CCommandContext& context, Start start)
                      "; run 'verify'.");
     }
     CheckPassword(context);
+}
+
+// A program that was killed holds the folder until the system has buried it, and two commands of
+// a script may follow each other faster than that.
+void CSession::OpenDatabase() {
+    constexpr int kTries = 8;
+    constexpr auto kPause = std::chrono::milliseconds(40);
+    for (int tries = 1;; ++tries) {
+        m_opened = m_database.Open(m_folder);
+        if (m_opened.problem != DatabaseProblem::InUse || tries == kTries) return;
+        std::this_thread::sleep_for(kPause);
+    }
 }
 
 void CSession::RequireDatabase() {

@@ -27,6 +27,7 @@ public:
 
 private:
     void RequireDatabase();
+    void OpenDatabase();
     void CheckPassword(CCommandContext& context);
 
     std::string m_folder;
