@@ -245,7 +245,7 @@ TEST(DatabaseCrash, PowerCutAtEveryChange) {
         }
         bool cut = true;
         for (int64_t cutAt = 1; cut && cutAt < 400; ++cutAt) {
-            for (uint32_t seed = 0; seed < 6; ++seed) {
+            for (uint32_t seed = 0; seed < 4; ++seed) {
                 SCOPED_TRACE(Nth(work.name, cutAt) + Nth(", seed", seed));
                 std::mt19937 random(seed * 1000 + static_cast<uint32_t>(cutAt));
                 CPowerCutDisk disk;
