@@ -4,6 +4,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
@@ -69,6 +70,7 @@ public:
     CAskingChild() {
         m_child = forkpty(&m_terminal, nullptr, nullptr, nullptr);
         if (m_child != 0) return;
+        std::signal(SIGINT, SIG_DFL);  // a test run in the background ignores it
         std::string password;
         const bool read = ReadPassword("Password: ", password);
         termios settings{};

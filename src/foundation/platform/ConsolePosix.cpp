@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -31,6 +32,12 @@ class CSilentTerminal {
 public:
     explicit CSilentTerminal(int terminal) : m_terminal(terminal) {
         g_interrupt = 0;
+        // Blocked but for the moments of waiting: a signal that came just before a
+        // read would otherwise be noted and the read wait on.
+        sigset_t blocked;
+        sigemptyset(&blocked);
+        for (const int interrupt : kInterrupts) sigaddset(&blocked, interrupt);
+        pthread_sigmask(SIG_BLOCK, &blocked, &m_mask);
         struct sigaction remember = {};
         remember.sa_handler = RememberInterrupt;  // without SA_RESTART
         for (size_t i = 0; i < std::size(kInterrupts); ++i) {
@@ -47,6 +54,7 @@ public:
         for (size_t i = 0; i < std::size(kInterrupts); ++i) {
             sigaction(kInterrupts[i], &m_actions[i], nullptr);
         }
+        pthread_sigmask(SIG_SETMASK, &m_mask, nullptr);
         if (g_interrupt != 0) raise(g_interrupt);
     }
     CSilentTerminal(const CSilentTerminal&) = delete;
@@ -54,10 +62,22 @@ public:
 
     bool IsSilent() const { return m_changed; }
 
+    // Waits for one character. False: end of input or a signal.
+    bool ReadCharacter(char& c) const {
+        pollfd waiting{m_terminal, POLLIN, 0};
+        while (g_interrupt == 0) {
+            const int ready = ppoll(&waiting, 1, nullptr, &m_mask);
+            if (ready > 0) return read(m_terminal, &c, 1) == 1;
+            if (ready < 0 && errno != EINTR) return false;
+        }
+        return false;
+    }
+
 private:
     int m_terminal;
     bool m_changed = false;
     termios m_settings{};
+    sigset_t m_mask{};  // as it was
     struct sigaction m_actions[std::size(kInterrupts)] = {};
 };
 
@@ -72,11 +92,10 @@ void Write(int terminal, const char* text) {
 }
 
 // One line without its end. False: end of input, a signal, or too long.
-bool ReadLine(int terminal, std::string& line) {
+bool ReadLine(const CSilentTerminal& terminal, std::string& line) {
     for (;;) {
         char c = 0;
-        const ssize_t got = read(terminal, &c, 1);
-        if (got != 1) return false;
+        if (!terminal.ReadCharacter(c)) return false;
         if (c == '\n' || c == '\r') return true;
         if (line.size() == kMaximumPassword) return false;
         line.push_back(c);
@@ -98,7 +117,7 @@ bool ReadPassword(const char* prompt, std::string& out) {
         const CSilentTerminal silent(terminal);
         if (silent.IsSilent()) {
             Write(terminal, prompt);
-            read = ReadLine(terminal, out);
+            read = ReadLine(silent, out);
             Write(terminal, "\n");
         }
     }
