@@ -65,11 +65,11 @@ CSettingsFile::CSettingsFile(SettingsPlaces places, CFileSystem& files, CProfile
     : m_places(std::move(places)), m_files(files), m_profile(profile) {}
 
 std::string CSettingsFile::Path() const {
-    const std::string chosen = m_places.chosenFile();
+    std::string chosen = m_places.chosenFile();
     if (!chosen.empty()) return chosen;
     const std::string programFolder = m_places.programFolder();
     if (!programFolder.empty()) {
-        const std::string portable = WithTrailingSeparator(programFolder) + kFileName;
+        std::string portable = WithTrailingSeparator(programFolder) + kFileName;
         if (m_files.Exists(portable)) return portable;
     }
     const std::string roaming = m_places.roamingFolder();
