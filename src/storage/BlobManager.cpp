@@ -58,8 +58,9 @@ bool CBlobManager::Replace(int64_t id, std::span<const uint8_t> bytes) {
     const DictionaryEntry* entry = m_dictionary.FindLive(id);
     if (!entry) return false;
     const DictionaryEntry old = *entry;
+    const bool held = m_data.Holds(old.size, old.position);
     int64_t position = 0;
-    return Store(bytes, position) && (old.size == 0 || m_data.FreeBlock(old.size, old.position)) &&
+    return Store(bytes, position) && (!held || m_data.FreeBlock(old.size, old.position)) &&
            m_dictionary.Move(id, position, static_cast<int64_t>(bytes.size()));
 }
 
@@ -69,7 +70,7 @@ bool CBlobManager::Delete(int64_t id) {
     if (!entry) return false;
     const DictionaryEntry old = *entry;
     return m_dictionary.MarkDeleted(id) &&
-           (old.size == 0 || m_data.FreeBlock(old.size, old.position));
+           (!m_data.Holds(old.size, old.position) || m_data.FreeBlock(old.size, old.position));
 }
 
 bool CBlobManager::NeedsCompaction() const {

@@ -202,6 +202,11 @@ bool CDataStore::FreeBlock(int64_t size, int64_t position) {
     return true;
 }
 
+bool CDataStore::Holds(int64_t size, int64_t position) const {
+    const CLockScope lock(m_lock);
+    return size > 0 && position >= 0 && position <= BlockAreaSize() - size;
+}
+
 bool CDataStore::Reset() {
     const CLockScope lock(m_lock);
     Touch();

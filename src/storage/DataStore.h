@@ -41,6 +41,9 @@ public:
     // Exactly `size` bytes or false.
     [[nodiscard]] bool ReadAt(uint8_t* buffer, int64_t size, int64_t position) const;
     [[nodiscard]] bool FreeBlock(int64_t size, int64_t position);
+    // The block lies inside the store. One that a damaged entry names may not, and freeing
+    // that would let the file grow to it.
+    bool Holds(int64_t size, int64_t position) const;
 
     // Empties file and free list.
     [[nodiscard]] bool Reset();

@@ -108,9 +108,11 @@ bool CTextManager::Replace(int64_t id, const CKeelString& text) {
     const std::vector<uint8_t> record = Encode(text);
     const auto size = static_cast<int64_t>(record.size());
     int64_t position = old.position;
-    if (size == old.size) return m_data.WriteAt(record.data(), size, position);
+    const bool held = m_data.Holds(old.size, old.position);
+    if (held && size == old.size) return m_data.WriteAt(record.data(), size, position);
     return m_data.AllocateAndWrite(record.data(), size, position) &&
-           m_data.FreeBlock(old.size, old.position) && m_dictionary.Move(id, position, size);
+           (!held || m_data.FreeBlock(old.size, old.position)) &&
+           m_dictionary.Move(id, position, size);
 }
 
 bool CTextManager::Delete(int64_t id) {
@@ -118,7 +120,8 @@ bool CTextManager::Delete(int64_t id) {
     const DictionaryEntry* entry = m_dictionary.FindLive(id);
     if (!entry) return false;
     const DictionaryEntry old = *entry;
-    return m_dictionary.MarkDeleted(id) && m_data.FreeBlock(old.size, old.position);
+    return m_dictionary.MarkDeleted(id) &&
+           (!m_data.Holds(old.size, old.position) || m_data.FreeBlock(old.size, old.position));
 }
 
 bool CTextManager::NeedsCompaction() const {

@@ -137,8 +137,14 @@ TEST(Texts, ReadsOtherWriters) {
                                            Le64(62), Le64(position), Le64(size), Le32(0));
         ASSERT_TRUE(disk.texts.Open());
         EXPECT_EQ(disk.Get(0), "(unreadable)");
-        (void)disk.texts.Compact();
-        (void)disk.texts.Delete(0);
+        EXPECT_FALSE(disk.texts.NeedsCompaction() || !disk.texts.Compact());
+        // What is put in its place goes to the end of the file, and not to where the entry said.
+        EXPECT_TRUE(disk.texts.Replace(0, CKeelString("better")));
+        EXPECT_EQ(disk.texts.Data().FreeList().Count(), 0);
+        EXPECT_EQ(disk.texts.Add(CKeelString("more")), 1);
+        EXPECT_EQ(disk.Get(0) + disk.Get(1), "bettermore");
+        EXPECT_EQ(disk.files.Bytes(kTextData).size(), 54U + 20 + 17 + 15);
+        EXPECT_TRUE(disk.texts.Delete(0));
     }
 }
 
