@@ -79,7 +79,7 @@ void ListAccounts(CCommandContext& context) {
     table.AddColumn("Balance", Align::Right);
     table.AddColumn("Check", Align::Right);
     table.AddColumn("State");
-    table.AddColumn("Description", Align::Left, Fit::Yield);
+    table.AddColumn("Description", Align::Left, Fit::Drop);
     CMoneySum total;
     for (const CAccountEntry& account : accounts) {
         total.Add(account.currentBalance);

@@ -88,7 +88,7 @@ void PrintPreview(CCommandContext& context, const std::vector<ImportRow>& rows) 
     table.AddColumn("Payee", Align::Left, Fit::Yield);
     table.AddColumn("Category", Align::Left, Fit::Yield);
     table.AddColumn("Would");
-    table.AddColumn("Memo", Align::Left, Fit::Yield);
+    table.AddColumn("Memo", Align::Left, Fit::Drop);
     for (const ImportRow& row : rows) {
         table.AddRow({std::to_string(row.line), FormatIsoDate(row.date), FormatCurrency(row.amount),
                       row.payee, row.category, OutcomeText(row.outcome), row.memo});

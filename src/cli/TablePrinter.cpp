@@ -11,6 +11,7 @@ namespace {
 
 constexpr size_t kGap = 2;
 constexpr size_t kLeastYielding = 8;
+constexpr size_t kComfortable = 16;
 constexpr std::string_view kEllipsis = "…";
 
 struct Range {
@@ -79,24 +80,35 @@ std::vector<size_t> CTablePrinter::Widths(size_t columns) const {
             widths[i] = std::max(widths[i], DisplayWidth(row[i]));
         }
     }
-    size_t total = 0;
     for (size_t i = 0; i < widths.size(); ++i) {
-        if (widths[i] == 0) continue;
-        widths[i] = std::max(widths[i], DisplayWidth(m_columns[i].heading));
-        total += widths[i] + (total > 0 ? kGap : 0);
+        if (widths[i] > 0) widths[i] = std::max(widths[i], DisplayWidth(m_columns[i].heading));
+    }
+    if (columns == 0) return widths;
+    for (size_t i = widths.size(); i-- > 0 && LineWidth(widths, kComfortable) > columns;) {
+        if (m_columns[i].fit == Fit::Drop) widths[i] = 0;
     }
     // The widest of the columns that may be cut gives way, again and again.
-    while (columns > 0 && total > columns) {
+    for (size_t total = LineWidth(widths, SIZE_MAX); total > columns; --total) {
         size_t widest = m_columns.size();
         for (size_t i = 0; i < widths.size(); ++i) {
-            if (m_columns[i].fit != Fit::Yield || widths[i] <= kLeastYielding) continue;
+            if (m_columns[i].fit == Fit::Keep || widths[i] <= kLeastYielding) continue;
             if (widest == m_columns.size() || widths[i] > widths[widest]) widest = i;
         }
         if (widest == m_columns.size()) break;
         --widths[widest];
-        --total;
     }
     return widths;
+}
+
+// Of a line whose yielding columns are at most that wide.
+size_t CTablePrinter::LineWidth(const std::vector<size_t>& widths, size_t mostYielding) const {
+    size_t total = 0;
+    for (size_t i = 0; i < widths.size(); ++i) {
+        if (widths[i] == 0) continue;
+        const bool yields = m_columns[i].fit != Fit::Keep;
+        total += (yields ? std::min(widths[i], mostYielding) : widths[i]) + (total > 0 ? kGap : 0);
+    }
+    return total;
 }
 
 void CTablePrinter::Print(std::ostream& out, size_t columns) const {

@@ -15,8 +15,9 @@ size_t DisplayWidth(std::string_view text);
 class CTablePrinter {
 public:
     enum class Align { Left, Right };
-    // Texts of columns that yield are cut, with "…", where the line would be too long.
-    enum class Fit { Keep, Yield };
+    // Where the line would be too long, texts of columns that yield are cut, with "…". Before
+    // they get uncomfortably short, columns marked Drop are left out, the last one first.
+    enum class Fit { Keep, Yield, Drop };
 
     void AddColumn(std::string heading, Align align = Align::Left, Fit fit = Fit::Keep);
     void AddRow(std::vector<std::string> cells);
@@ -32,6 +33,7 @@ private:
         Fit fit;
     };
 
+    size_t LineWidth(const std::vector<size_t>& widths, size_t mostYielding) const;
     std::vector<size_t> Widths(size_t columns) const;
     void PrintLine(std::ostream& out, const std::vector<std::string>& cells,
                    const std::vector<size_t>& widths) const;

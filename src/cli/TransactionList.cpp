@@ -76,13 +76,13 @@ void PrintRegister(CCommandContext& context, const std::vector<const RegisterLin
     CTablePrinter table;
     table.AddColumn("Id", Align::Right);
     table.AddColumn("Date");
-    table.AddColumn("Type");
+    table.AddColumn("Type", Align::Left, Fit::Drop);
     table.AddColumn("Number");
     table.AddColumn("Payee", Align::Left, Fit::Yield);
     table.AddColumn("Category", Align::Left, Fit::Yield);
     table.AddColumn("Effect", Align::Right);
     table.AddColumn("Balance", Align::Right);
-    table.AddColumn("Memo", Align::Left, Fit::Yield);
+    table.AddColumn("Memo", Align::Left, Fit::Drop);
     CMoneySum in;
     CMoneySum out;
     for (const RegisterLine* line : lines) {

@@ -42,5 +42,30 @@ TEST(TablePrinter, AlignsCutsAndCleans) {
               "a [31m b            7.00\n");
 }
 
+TEST(TablePrinter, NarrowTerminalsLoseWholeColumnsFirst) {
+    CTablePrinter table;
+    table.AddColumn("Type", CTablePrinter::Align::Left, CTablePrinter::Fit::Drop);
+    table.AddColumn("Payee", CTablePrinter::Align::Left, CTablePrinter::Fit::Yield);
+    table.AddColumn("Memo", CTablePrinter::Align::Left, CTablePrinter::Fit::Drop);
+    table.AddRow({"Payment", "Harborview Medical Group", "Payroll for March"});
+    const struct {
+        size_t columns;
+        const char* lastLine;
+    } rows[] = {
+        {52, "Payment  Harborview Medical Group  Payroll for March"},
+        {44, "Payment  Harborview Medi…  Payroll for March"},
+        {30, "Payment  Harborview Medical G…"},
+        {24, "Harborview Medical Group"},
+        {16, "Harborview Medi…"},
+        {3, "Harborv…"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.columns);
+        const std::string text = Printed(table, row.columns);
+        EXPECT_EQ(text.substr(text.rfind('\n', text.size() - 2) + 1),
+                  std::string(row.lastLine) + "\n");
+    }
+}
+
 }  // namespace
 }  // namespace quillon
