@@ -1,5 +1,7 @@
 // backup, restore.
 
+#include <algorithm>
+
 #include "cli/Commands.h"
 #include "cli/Failure.h"
 #include "cli/Progress.h"
@@ -29,10 +31,18 @@ std::string ContainerPath(CFileSystem& files, const std::string& given) {
            ".dat";
 }
 
+// Folders as people write them: on Windows with either separator.
+bool SameFolder(std::string first, std::string second) {
+    for (std::string* folder : {&first, &second}) {
+        std::replace_if(folder->begin(), folder->end(), IsPathSeparator, '/');
+    }
+    return first == second;
+}
+
 void Backup(CCommandContext& context, const std::string& file) {
     CSession session(context);
     const std::string path = ContainerPath(context.Host().files, file);
-    if (!path.empty() && FolderOf(path) == session.Database().Database().Folder()) {
+    if (!path.empty() && SameFolder(FolderOf(path), session.Database().Database().Folder())) {
         throw CFailure(
             "A backup does not belong into the ledger's own folder; choose another "
             "place, best on another disk.");
