@@ -65,6 +65,7 @@ void PrintRowTable(CCommandContext& context, const Json& rows,
     for (const RowColumn& column : columns) table.AddColumn(column.heading, column.align);
     for (const Json& row : rows) {
         std::vector<std::string> cells;
+        cells.reserve(columns.size());
         for (const RowColumn& column : columns) cells.push_back(CellOf(row.at(column.key)));
         table.AddRow(std::move(cells));
     }
