@@ -36,6 +36,7 @@ std::string KeyOrNumber(Code type) {
 template <class Code>
 std::vector<std::string> Keys(int32_t count) {
     std::vector<std::string> keys;
+    keys.reserve(static_cast<size_t>(count));
     for (int32_t code = 0; code < count; ++code)
         keys.push_back(KeyOrNumber(static_cast<Code>(code)));
     return keys;
