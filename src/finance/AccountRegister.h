@@ -1,0 +1,21 @@
+#pragma once
+
+#include <vector>
+
+#include "finance/QuillonDatabaseInterface.h"
+
+namespace quillon {
+
+// A transaction with what it does to its account.
+struct RegisterLine {
+    CTransactionEntry row;
+    double effect = 0.0;   // positive into the account
+    double balance = 0.0;  // of the account after it, in register order; settled
+};
+
+// Every line of an account in register order (date, then row identifier). False: a read
+// failed, and `lines` is empty.
+bool ReadRegister(CQuillonDatabaseInterface& database, const CAccountEntry& account,
+                  std::vector<RegisterLine>& lines);
+
+}  // namespace quillon
