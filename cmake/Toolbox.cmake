@@ -50,6 +50,15 @@ if(WIN32)
     target_link_libraries(quillon_crypto INTERFACE ws2_32 advapi32)
 endif()
 
+# HTTPS with the platform's trust store and proxies.
+add_library(quillon_https INTERFACE)
+if(WIN32)
+    target_link_libraries(quillon_https INTERFACE wininet)
+else()
+    find_package(CURL 7.87 REQUIRED)
+    target_link_libraries(quillon_https INTERFACE CURL::libcurl)
+endif()
+
 # Sources of one folder and the folders in it. Of a pair FilePosix.cpp and
 # FileWindows.cpp only the one of the target platform is kept.
 function(quillon_sources OUT FOLDER)

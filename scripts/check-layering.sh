@@ -42,7 +42,7 @@ check_tree() {
                 line ~ /_WIN32|_WIN64|__MINGW|_MSC_VER|__linux__|__unix__|__APPLE__/)
                 breach("platform condition outside src/foundation/platform/")
             if (line !~ /^[ \t]*#[ \t]*include/) return
-            if (line ~ /<(windows|winsock2|wininet|io|unistd|fcntl|dirent|pthread|sys\/[a-z]+)\.h>/ &&
+            if (line ~ /<(windows|winsock2|wininet|curl\/curl|io|unistd|fcntl|dirent|pthread|sys\/[a-z]+)\.h>/ &&
                 path !~ /\/platform\// && path !~ /(Posix|Windows)\.cpp$/)
                 breach("system header outside a platform seam")
             if (line !~ /"/) return

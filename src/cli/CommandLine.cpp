@@ -39,6 +39,7 @@ void AddCommands(CLI::App& program, CCommandContext& context) {
     AddBackupCommands(program, context);
     AddPasswordCommands(program, context);
     AddSettingsCommands(program, context);
+    AddQuoteCommand(program, context);
     AddDemoCommand(program, context);
 }
 

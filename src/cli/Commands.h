@@ -19,6 +19,7 @@ void AddBackupCommands(CLI::App& program, CCommandContext& context);
 void AddPasswordCommands(CLI::App& program, CCommandContext& context);
 void AddSettingsCommands(CLI::App& program, CCommandContext& context);
 void AddExportCommand(CLI::App& program, CCommandContext& context);
+void AddQuoteCommand(CLI::App& program, CCommandContext& context);
 void AddDemoCommand(CLI::App& program, CCommandContext& context);
 
 }  // namespace quillon

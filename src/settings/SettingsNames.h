@@ -36,6 +36,27 @@ inline constexpr char kDatabaseRestorePath[] = "DatabaseRestorePath";
 inline constexpr char kDatabaseRestoreSourceFilePath[] = "DatabaseRestoreSourceFilePath";
 inline constexpr char kImportFilePath[] = "ImportFilePath";  // + import kind
 
+// What replaces the program's own knowledge of a stock quote service.
+inline constexpr char kStockQuoteService[] = "StockQuoteService";  // + number, a section
+inline constexpr char kHost[] = "Host";
+inline constexpr char kPort[] = "Port";
+inline constexpr char kPathPrefix[] = "PathPrefix";
+inline constexpr char kExchangeSeparator[] = "ExchangeSeparator";
+inline constexpr char kPathSuffix[] = "PathSuffix";
+inline constexpr char kBlockMarker[] = "BlockMarker";
+inline constexpr char kPriceMarker[] = "PriceMarker";
+inline constexpr char kSecondMarker[] = "SecondMarker";
+inline constexpr char kNameMarker[] = "NameMarker";
+inline constexpr char kNameEnd[] = "NameEnd";
+inline constexpr char kNoMarker[] = "none";  // a value: the page has no such marker
+
+inline constexpr char kStockQuotes[] = "StockQuotes";
+inline constexpr char kCertificateFile[] = "CertificateFile";
+
+inline constexpr char kBankReconciliation[] = "BankReconciliation";
+inline constexpr char kLookBackDays[] = "LookBackDays";        // 0 to 90
+inline constexpr char kMaxTransactions[] = "MaxTransactions";  // 0 to 60
+
 // Date ranges under a key made by DateRangeKey.
 inline constexpr char kDateRange[] = "DateRange";
 

@@ -1,0 +1,241 @@
+// The platform's transport against a real HTTPS server with an authority of its own. Limits
+// that a case is not about are far away, so that a busy machine fails nothing; no time is
+// measured.
+
+#include "quotes/HttpsTransport.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "HttpsTrust.h"
+#include "quotes/StockQuoteGateway.h"
+#include "support/HttpsServer.h"
+
+namespace quillon {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using Status = StockQuoteStatus;
+
+constexpr int64_t kFar = 60'000;  // milliseconds
+constexpr int64_t kNear = 300;
+constexpr HttpsLimits kPatient{.connect = kFar, .silence = kFar, .total = kFar};
+
+class HttpsTransport : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_server = std::make_unique<CHttpsServer>();
+        s_trust = std::make_unique<CHttpsTrust>(s_server->AuthorityFile());
+    }
+    static void TearDownTestSuite() {
+        s_trust.reset();
+        s_server.reset();
+    }
+
+    void SetUp() override {
+        if (!s_trust->IsTrusted()) GTEST_SKIP() << s_trust->Reason();
+        ASSERT_TRUE(s_server->IsRunning()) << s_server->Messages();
+    }
+
+    static HttpsOptions Options(const HttpsLimits& limits = kPatient) {
+        HttpsOptions options = s_trust->Options();
+        options.limits = limits;
+        return options;
+    }
+    static HttpsAnswer Get(const std::string& port, const std::string& path,
+                           const HttpsLimits& limits = kPatient,
+                           const std::string& host = "127.0.0.1") {
+        return PlatformHttpsTransport(Options(limits))->Get({host, s_server->Port(port), path});
+    }
+
+    static std::unique_ptr<CHttpsServer> s_server;
+    static std::unique_ptr<CHttpsTrust> s_trust;
+};
+
+std::unique_ptr<CHttpsServer> HttpsTransport::s_server;
+std::unique_ptr<CHttpsTrust> HttpsTransport::s_trust;
+
+TEST_F(HttpsTransport, Answers) {
+    const struct {
+        const char* path;
+        int httpCode;
+        std::string start;
+        size_t size;  // 0: any
+    } rows[] = {
+        {"/nomarker/ACME", 200, "<html>Nothing for sale.</html>", 30},
+        {"/search/BRK.B%5E%3D", 200, "<html><meta property", 0},
+        {"/rubbish/x", 200, std::string("\0\1\2\3", 4), 16'384},
+        {"/unknown/x", 404, "no such page", 12},
+        {"/error/x", 500, "<html>", 0},
+        {"/exact/x", 200, "<html><meta property", 10'240'000},
+        {"/tohttps/x", 200, "<html><meta property", 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.path);
+        const HttpsAnswer answer = Get("good", row.path);
+        EXPECT_EQ(answer.status, Status::Success) << answer.detail;
+        EXPECT_EQ(answer.httpCode, row.httpCode);
+        EXPECT_TRUE(answer.body.starts_with(row.start));
+        EXPECT_EQ(answer.body.size(), row.size > 0 ? row.size : answer.body.size());
+    }
+    EXPECT_EQ(Get("good", "/zero/x", kPatient, "localhost").status, Status::Success);
+}
+
+TEST_F(HttpsTransport, RequestAsSent) {
+    EXPECT_EQ(Get("good", "/news/HEADERS").status, Status::Success);
+    const std::string requests = s_server->Requests();
+    const size_t start = requests.find("good /news/HEADERS |");
+    ASSERT_NE(start, std::string::npos);
+    const std::string request = requests.substr(start, requests.find('\n', start) - start);
+    for (const char* header : {"Accept-Language: en", "Connection: Keep-Alive", "User-Agent: Quote",
+                               "Pragma: no-cache"}) {
+        EXPECT_THAT(request, HasSubstr(std::string("| ") + header));
+    }
+    EXPECT_THAT(request, Not(HasSubstr("Cookie")));
+}
+
+TEST_F(HttpsTransport, CertificatesAreVerified) {
+    for (const char* port : {"otherAuthority", "wrongHost", "expired"}) {
+        SCOPED_TRACE(port);
+        const HttpsAnswer answer = Get(port, "/search/ACME");
+        EXPECT_EQ(answer.status, Status::CertificateRefused) << answer.detail;
+        EXPECT_EQ(answer.body, "");
+    }
+    // Nor is one taken on the way.
+    EXPECT_EQ(Get("good", "/tootherauthority/x").status, Status::CertificateRefused);
+    // The request itself, symbol and all, was never sent.
+    for (const char* port : {"\notherAuthority", "\nwrongHost", "\nexpired"}) {
+        EXPECT_THAT("\n" + s_server->Requests(), Not(HasSubstr(port)));
+    }
+}
+
+TEST_F(HttpsTransport, RedirectsStayOnHttpsAndEnd) {
+    for (const char* path : {"/tohttp/x", "/tofile/x", "/loop/x"}) {
+        SCOPED_TRACE(path);
+        const HttpsAnswer answer = Get("good", path);
+        EXPECT_EQ(answer.status, Status::RedirectRefused) << answer.detail;
+        EXPECT_EQ(answer.body, "");
+    }
+    EXPECT_THAT("\n" + s_server->Requests(), Not(HasSubstr("\nplain")));
+    HttpsLimits none = kPatient;
+    none.redirects = 0;
+    EXPECT_EQ(Get("good", "/tohttps/x", none).status, Status::RedirectRefused);
+}
+
+TEST_F(HttpsTransport, SlowServersAreLeft) {
+    const struct {
+        const char* name;
+        const char* port;
+        const char* path;
+        HttpsLimits limits;
+        const char* detail;  // where the platform tells the phases apart
+    } rows[] = {
+        {"no handshake", "silent", "/", {.connect = kNear, .silence = kNear, .total = kFar}, ""},
+        {"no answer", "good", "/never/x", {.connect = kFar, .silence = kNear, .total = kFar}, ""},
+        {"stops", "good", "/stall/x", {.connect = kFar, .silence = kNear, .total = kFar}, ""},
+        {"bytes",
+         "good",
+         "/drip/x",
+         {.connect = kFar, .silence = kFar, .total = 2 * kNear},
+         "not done within"},
+        {"headers",
+         "good",
+         "/headerdrip/x",
+         {.connect = kFar, .silence = kFar, .total = 2 * kNear},
+         "not done within"},
+        {"never, as a whole",
+         "good",
+         "/never/x",
+         {.connect = kFar, .silence = kFar, .total = kNear},
+         "not done within"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const HttpsAnswer answer = Get(row.port, row.path, row.limits);
+        EXPECT_EQ(answer.status, Status::TimedOut) << answer.detail;
+        EXPECT_THAT(answer.detail, HasSubstr(row.detail));
+        EXPECT_EQ(answer.body, "");
+    }
+}
+
+TEST_F(HttpsTransport, TooMuchIsRefused) {
+    for (const char* path : {"/endless/x", "/over/x"}) {
+        SCOPED_TRACE(path);
+        const HttpsAnswer answer = Get("good", path);
+        EXPECT_EQ(answer.status, Status::TooLarge) << answer.detail;
+        EXPECT_EQ(answer.body, "");
+    }
+    HttpsLimits limits = kPatient;
+    limits.total = 10 * kNear;
+    EXPECT_NE(Get("good", "/headers/x", limits).status, Status::Success);
+}
+
+TEST_F(HttpsTransport, NothingThere) {
+    EXPECT_EQ(Get("refused", "/").status, Status::NotConnected);
+    EXPECT_EQ(Get("good", "/", kPatient, "no-such-host.invalid").status, Status::NotFound);
+    // No TLS behind the port.
+    EXPECT_NE(Get("plain", "/search/ACME").status, Status::Success);
+    EXPECT_NE(Get("good", "/nohttp/x").status, Status::Success);
+}
+
+TEST_F(HttpsTransport, ManyThreads) {
+    const std::unique_ptr<CHttpsTransport> transport = PlatformHttpsTransport(Options());
+    std::vector<HttpsAnswer> answers(8);
+    {
+        std::vector<std::jthread> threads;
+        threads.reserve(answers.size());
+        for (HttpsAnswer& answer : answers) {
+            threads.emplace_back([&] {
+                answer = transport->Get({"127.0.0.1", s_server->Port("good"), "/news/ACME"});
+            });
+        }
+    }
+    for (const HttpsAnswer& answer : answers) {
+        EXPECT_EQ(answer.status, Status::Success) << answer.detail;
+        EXPECT_THAT(answer.body, HasSubstr("42.50"));
+    }
+}
+
+TEST_F(HttpsTransport, GatewayOverTheNetwork) {
+    const CTemporaryFolder folder("quotes");
+    const CSettingsFile settings(SettingsPlaces::Fixed(folder.File("Quillon.cfg")));
+    const char* const modes[] = {"/search/", "/analysis/", "/news/"};
+    for (int number = 0; number < kStockQuoteServices; ++number) {
+        const std::string section = StockQuoteServiceSection(number);
+        ASSERT_TRUE(settings.WriteString(section, "Host", "127.0.0.1"));
+        ASSERT_TRUE(settings.WriteInteger(section, "Port", s_server->Port("good")));
+        ASSERT_TRUE(settings.WriteString(section, "PathPrefix", modes[number]));
+    }
+    const std::unique_ptr<CHttpsTransport> transport = PlatformHttpsTransport(Options());
+    CStockQuoteGateway gateway(*transport, settings, CStockSymbols({folder.Path()}));
+    const struct {
+        double price;
+        const char* name;
+    } expected[] = {{1234.56, "Acme & Sons"}, {189.84, "Acme, Inc."}, {42.5, "Acme Corp"}};
+    for (int number = 0; number < kStockQuoteServices; ++number) {
+        const CStockQuoteResult result = gateway.Request(CStockQuote("ACME"), number);
+        EXPECT_DOUBLE_EQ(result.price, expected[number].price);
+        EXPECT_EQ(result.name, expected[number].name);
+    }
+    EXPECT_THAT(s_server->Requests(), HasSubstr("good /search/ACME:NASDAQ |"));
+    EXPECT_THAT(s_server->Requests(), HasSubstr("good /analysis/ACME/ |"));
+
+    // One service is dead, the next has the symbol at no price.
+    const std::string section = StockQuoteServiceSection(0);
+    ASSERT_TRUE(settings.WriteInteger(section, "Port", s_server->Port("refused")));
+    ASSERT_TRUE(settings.WriteString(StockQuoteServiceSection(1), "PathPrefix", "/zero/"));
+    const CStockQuoteResult result =
+        gateway.Request(CStockQuote("ACME"), 0, CStockQuoteGateway::OnFailure::NextService);
+    ASSERT_EQ(result.attempts.size(), 3U);
+    EXPECT_EQ(result.attempts[0].status, Status::NotConnected);
+    EXPECT_EQ(result.attempts[1].status, Status::NoPrice);
+    EXPECT_EQ(result.service, 2);
+}
+
+}  // namespace
+}  // namespace quillon

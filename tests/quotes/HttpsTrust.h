@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+#include "quotes/HttpsTransport.h"
+
+namespace quillon {
+
+// Makes the platform trust the authority of a PEM file while the object lives.
+class CHttpsTrust {
+public:
+    explicit CHttpsTrust(const std::string& authorityFile);
+    ~CHttpsTrust();
+    CHttpsTrust(const CHttpsTrust&) = delete;
+    CHttpsTrust& operator=(const CHttpsTrust&) = delete;
+
+    // False: this machine's trust is not to be touched; Reason() says why.
+    bool IsTrusted() const { return m_trusted; }
+    const std::string& Reason() const { return m_reason; }
+    // Options with which the transport trusts the authority.
+    const HttpsOptions& Options() const { return m_options; }
+
+private:
+    bool m_trusted = false;
+    std::string m_reason;
+    HttpsOptions m_options;
+    void* m_handle = nullptr;  // what has to be undone
+};
+
+}  // namespace quillon
