@@ -87,4 +87,9 @@ bool CQuillonDatabaseInterface::ReadCheckFormat(int64_t accountId, CCheckPrintFo
     });
 }
 
+bool CQuillonDatabaseInterface::ListCheckFormatsByAccount(
+    int64_t accountId, COwnedList<CCheckPrintFormatEntry>& formats) {
+    return m_rows->ListByReference("AccountID", accountId, formats);
+}
+
 }  // namespace quillon

@@ -164,6 +164,8 @@ public:
     [[nodiscard]] bool DeleteCheckFormat(int64_t formatId);
     // False also when the account has none.
     bool ReadCheckFormat(int64_t accountId, CCheckPrintFormatEntry& format);
+    // Tells an account that has none (an empty list) from a read that failed.
+    bool ListCheckFormatsByAccount(int64_t accountId, COwnedList<CCheckPrintFormatEntry>& formats);
 
     // --- stocks
     [[nodiscard]] bool AddOpenPosition(CStockOpenPositionEntry& position);
