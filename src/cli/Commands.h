@@ -18,6 +18,7 @@ void AddStoreCommands(CLI::App& program, CCommandContext& context);
 void AddBackupCommands(CLI::App& program, CCommandContext& context);
 void AddPasswordCommands(CLI::App& program, CCommandContext& context);
 void AddSettingsCommands(CLI::App& program, CCommandContext& context);
+void AddCheckCommands(CLI::App& program, CCommandContext& context);
 void AddExportCommand(CLI::App& program, CCommandContext& context);
 void AddQuoteCommand(CLI::App& program, CCommandContext& context);
 void AddDemoCommand(CLI::App& program, CCommandContext& context);

@@ -2,6 +2,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Failure.h"
+#include "cli/OutputFile.h"
 #include "cli/RegisterExport.h"
 #include "cli/Session.h"
 #include "cli/Values.h"
@@ -15,18 +16,6 @@ struct ExportOptions {
     std::string file;
     bool overwrite = false;
 };
-
-// An existing file is somebody's, unless it is empty.
-void RequireFreePath(CFileSystem& files, const std::string& path) {
-    if (files.FolderExists(path)) {
-        throw CFailure(Quoted(path) + " is a folder; give the path of a file.");
-    }
-    if (!files.Exists(path)) return;
-    const std::unique_ptr<CFile> file = files.Open(path, OpenMode::Read);
-    if (file && file->Size() == 0) return;
-    throw CFailure("The file " + Quoted(path) +
-                   " exists; choose another name, or replace it with --overwrite.");
-}
 
 void Export(CCommandContext& context, bool csv, const ExportOptions& options) {
     CFileSystem& files = context.Host().files;
