@@ -119,6 +119,7 @@ bad|src/storage/A.cpp|#ifdef _WIN32
 bad|src/finance/A.h|#if defined(__linux__)
 bad|src/storage/A.cpp|#include <windows.h>
 bad|src/import/A.cpp|#include <unistd.h>
+bad|src/quotes/A.cpp|#include <curl/curl.h>
 CASES
     ((failures == 0))
 }

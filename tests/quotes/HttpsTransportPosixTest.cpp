@@ -1,4 +1,5 @@
-// What only this platform's transport has: proxies and certificate files by name.
+// What only this platform's transport has: proxies, certificate files by name, and no ear for
+// answers without a head.
 
 #include <gtest/gtest.h>
 
@@ -20,12 +21,12 @@ protected:
         for (const char* name : {"no_proxy", "NO_PROXY"}) ::setenv(name, "127.0.0.1", 1);
     }
 
-    HttpsAnswer Get(const std::string& certificateFile) const {
+    HttpsAnswer Get(const std::string& certificateFile,
+                    const std::string& path = "/news/ACME") const {
         HttpsOptions options;
         options.limits = {.connect = 60'000, .silence = 60'000, .total = 60'000};
         options.certificateFile = certificateFile;
-        return PlatformHttpsTransport(options)->Get(
-            {"127.0.0.1", m_server.Port("good"), "/news/ACME"});
+        return PlatformHttpsTransport(options)->Get({"127.0.0.1", m_server.Port("good"), path});
     }
 
     CHttpsServer m_server;
@@ -36,6 +37,11 @@ TEST_F(HttpsTransportPosix, CertificateFiles) {
     EXPECT_EQ(Get(m_server.AuthorityFile()).status, Status::Success);
     EXPECT_EQ(Get("").status, Status::CertificateRefused);  // the machine's authorities
     EXPECT_EQ(Get(m_server.AuthorityFile() + ".missing").status, Status::CertificateRefused);
+}
+
+TEST_F(HttpsTransportPosix, AnswersHaveAHead) {
+    ::setenv("no_proxy", "127.0.0.1", 1);
+    EXPECT_EQ(Get(m_server.AuthorityFile(), "/nohttp/x").status, Status::Failed);
 }
 
 TEST_F(HttpsTransportPosix, GoesThroughTheProxy) {

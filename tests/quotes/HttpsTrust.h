@@ -14,15 +14,15 @@ public:
     CHttpsTrust(const CHttpsTrust&) = delete;
     CHttpsTrust& operator=(const CHttpsTrust&) = delete;
 
-    // False: this machine's trust is not to be touched; Reason() says why.
     bool IsTrusted() const { return m_trusted; }
-    const std::string& Reason() const { return m_reason; }
+    // Why this machine's trust is not to be touched; empty where it is.
+    const std::string& WhyNot() const { return m_whyNot; }
     // Options with which the transport trusts the authority.
     const HttpsOptions& Options() const { return m_options; }
 
 private:
     bool m_trusted = false;
-    std::string m_reason;
+    std::string m_whyNot;
     HttpsOptions m_options;
     void* m_handle = nullptr;  // what has to be undone
 };

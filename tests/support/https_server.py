@@ -15,7 +15,8 @@ ports that are free, and writes the file "ports" there, "name port" a line:
   refused         nothing listens there
 
 Requests are added to the file "requests", "name path | header: value | ...". The
-server ends when the file "ports" or the process that started it is gone.
+server ends when the file "ports" or the process that started it is gone, or after
+twenty minutes.
 """
 
 import http.server
@@ -44,9 +45,13 @@ distinguished_name = none
 [none]
 [authority]
 basicConstraints = critical, CA:TRUE
+keyUsage = critical, keyCertSign, cRLSign
+subjectKeyIdentifier = hash
 [server]
+extendedKeyUsage = serverAuth
 subjectAltName = IP:127.0.0.1, DNS:localhost
 [stranger]
+extendedKeyUsage = serverAuth
 subjectAltName = DNS:elsewhere.example
 [ca]
 default_ca = own
@@ -191,7 +196,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.close_connection = True
 
     def answer_tohttp(self):
-        self.redirect("http://127.0.0.1:%d/search/" % self.server.plain_port)
+        self.redirect("http://localhost:%d/search/" % self.server.plain_port)
 
     def answer_tofile(self):
         self.redirect("file:///etc/hostname")
@@ -200,10 +205,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.redirect("/step" + self.path[len("/tohttps"):])
 
     def answer_step(self):
-        self.redirect("https://127.0.0.1:%d/search/ACME" % self.server.server_port)
+        self.redirect("https://localhost:%d/search/ACME" % self.server.server_port)
 
     def answer_tootherauthority(self):
-        self.redirect("https://127.0.0.1:%d/search/ACME" % self.server.other_port)
+        self.redirect("https://localhost:%d/search/ACME" % self.server.other_port)
 
     def answer_loop(self):
         self.redirect(self.path)
@@ -258,7 +263,9 @@ def main(folder):
     ports["silent"] = silent.getsockname()[1]
     ports["refused"] = refused.getsockname()[1]
     write(folder, "ports", "".join("%s %d\n" % item for item in ports.items()))
-    while os.path.exists(os.path.join(folder, "ports")) and os.getppid() == parent:
+    end = time.monotonic() + 1200
+    while (os.path.exists(os.path.join(folder, "ports")) and os.getppid() == parent
+           and time.monotonic() < end):
         time.sleep(0.1)
 
 

@@ -177,7 +177,9 @@ private:
             }
             if (running == 0) return Finish();
             const int64_t left = MillisecondsLeft();
-            if (left <= 0) return TimedOut();
+            if (left <= 0) {
+                return TimedOut(MonotonicMilliseconds() - m_started >= m_options.limits.total);
+            }
             const auto wait = static_cast<int>(std::min(left, kLongestWait));
             if (::curl_multi_poll(m_multi.get(), nullptr, 0, wait, nullptr) != CURLM_OK) {
                 return Failure("the HTTPS library failed");
@@ -191,7 +193,10 @@ private:
         if (!message || message->msg != CURLMSG_DONE) return Failure("the HTTPS library failed");
         const CURLcode code = message->data.result;
         if (m_tooLarge) return TooLarge();
-        if (code == CURLE_OPERATION_TIMEDOUT) return TimedOut();
+        if (code == CURLE_OPERATION_TIMEDOUT) {
+            // Of its own limits, the one for connecting holds until the connection stands.
+            return TimedOut(m_lastByte != 0 || m_options.limits.total <= m_options.limits.connect);
+        }
         HttpsAnswer answer;
         long httpCode = 0;
         ::curl_easy_getinfo(m_easy.get(), CURLINFO_RESPONSE_CODE, &httpCode);
@@ -232,12 +237,12 @@ private:
         }
     }
 
-    HttpsAnswer TimedOut() const {
+    // `total`: the request as a whole took too long.
+    HttpsAnswer TimedOut(bool total) const {
         HttpsAnswer answer;
         answer.status = StockQuoteStatus::TimedOut;
         const HttpsLimits& limits = m_options.limits;
-        const int64_t now = MonotonicMilliseconds();
-        if (now - m_started >= limits.total) {
+        if (total) {
             answer.detail = "not done within " + std::to_string(limits.total) + " ms";
         } else if (m_lastByte == 0) {
             answer.detail = "no connection within " + std::to_string(limits.connect) + " ms";

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
+#include <new>
 #include <string_view>
 #include <system_error>
 #include <thread>
@@ -43,43 +45,45 @@ private:
     HINTERNET m_handle;
 };
 
-// Owns the request's handle and closes it when time is over, which is how a call that
-// waits on it is broken off: the routines' own time-outs count from byte to byte. Each
-// handle is closed once, whoever comes first.
-class CRequestHandle {
+using Clock = std::chrono::steady_clock;
+
+// What the caller and the thread that works for it share; the last of them frees it. The
+// routines' own time-outs count from byte to byte and do not cover every wait, so the
+// caller waits beside them: when time is over it closes the request's handle, which breaks
+// off the call that waits on it, and goes its way without the thread.
+class CSharedRequest {
 public:
-    // Null, or one that no longer has time, is closed at once.
-    CRequestHandle(HINTERNET handle, std::chrono::steady_clock::time_point deadline)
-        : m_handle(handle) {
-        if (m_handle) m_watchdog = std::thread([this, deadline] { Watch(deadline); });
-    }
-    ~CRequestHandle() {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_done = true;
-        }
-        m_wake.notify_all();
-        if (m_watchdog.joinable()) m_watchdog.join();
-        Close();
-    }
-    CRequestHandle(const CRequestHandle&) = delete;
-    CRequestHandle& operator=(const CRequestHandle&) = delete;
-
-    explicit operator bool() const { return m_watched; }
-    HINTERNET Get() const { return m_watched; }
-    bool HasExpired() {
-        const std::lock_guard lock(m_mutex);
-        return m_expired;
-    }
-
-private:
-    void Watch(std::chrono::steady_clock::time_point deadline) {
+    // --- the caller
+    // False: there was no answer before `end`, or a phase took too long.
+    bool WaitUntil(Clock::time_point end, HttpsAnswer& answer) {
         std::unique_lock lock(m_mutex);
-        if (m_wake.wait_until(lock, deadline, [this] { return m_done; })) return;
-        m_expired = true;
-        lock.unlock();
-        Close();
+        while (!m_done) {
+            const Clock::time_point next = std::min(end, m_phaseEnd);
+            if (Clock::now() >= next) {
+                m_abandoned = true;
+                const HINTERNET handle = std::exchange(m_handle, nullptr);
+                lock.unlock();
+                if (handle) ::InternetCloseHandle(handle);
+                return false;
+            }
+            m_changed.wait_until(lock, next);
+        }
+        answer = std::move(m_answer);
+        return true;
     }
+
+    // --- the thread
+    // Takes the handle. False: nobody waits any more, and the handle is closed.
+    bool Open(HINTERNET handle) {
+        const std::lock_guard lock(m_mutex);
+        if (m_abandoned) {
+            ::InternetCloseHandle(handle);
+            return false;
+        }
+        m_handle = handle;
+        return true;
+    }
+    // Closes the handle unless the caller did.
     void Close() {
         HINTERNET handle = nullptr;
         {
@@ -88,14 +92,52 @@ private:
         }
         if (handle) ::InternetCloseHandle(handle);
     }
+    // What comes next must end within so many milliseconds.
+    void BeginPhase(int64_t limit) { SetPhaseEnd(Clock::now() + std::chrono::milliseconds(limit)); }
+    void EndPhase() { SetPhaseEnd(Clock::time_point::max()); }
+    void Finish(HttpsAnswer answer) {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_answer = std::move(answer);
+            m_done = true;
+        }
+        m_changed.notify_all();
+    }
+
+private:
+    void SetPhaseEnd(Clock::time_point end) {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_phaseEnd = end;
+        }
+        m_changed.notify_all();
+    }
 
     std::mutex m_mutex;
-    std::condition_variable m_wake;
-    HINTERNET m_handle;              // null once it is closed
-    HINTERNET m_watched = m_handle;  // its value, for the calls
+    std::condition_variable m_changed;
+    HINTERNET m_handle = nullptr;  // closed once, by whoever takes it out of here
+    Clock::time_point m_phaseEnd = Clock::time_point::max();
+    HttpsAnswer m_answer;
     bool m_done = false;
-    bool m_expired = false;
-    std::thread m_watchdog;
+    bool m_abandoned = false;
+};
+
+// A request's handle in the care of a CSharedRequest.
+class CRequestHandle {
+public:
+    // Null, or a handle for which there is no time left, is none.
+    CRequestHandle(CSharedRequest& shared, HINTERNET handle)
+        : m_shared(shared), m_handle(handle && shared.Open(handle) ? handle : nullptr) {}
+    ~CRequestHandle() { m_shared.Close(); }
+    CRequestHandle(const CRequestHandle&) = delete;
+    CRequestHandle& operator=(const CRequestHandle&) = delete;
+
+    explicit operator bool() const { return m_handle != nullptr; }
+    HINTERNET Get() const { return m_handle; }
+
+private:
+    CSharedRequest& m_shared;
+    HINTERNET m_handle;
 };
 
 // Host, port and path of an https address. False for any other.
@@ -158,9 +200,8 @@ StockQuoteStatus StatusOf(DWORD error) {
 // One request with its redirects.
 class CTransfer {
 public:
-    explicit CTransfer(const HttpsLimits& limits)
-        : m_limits(limits),
-          m_deadline(std::chrono::steady_clock::now() + std::chrono::milliseconds(limits.total)) {}
+    CTransfer(const HttpsLimits& limits, CSharedRequest& shared)
+        : m_limits(limits), m_shared(shared) {}
 
     HttpsAnswer Run(HttpsRequest request) {
         const CInternetHandle session(
@@ -191,9 +232,9 @@ private:
         constexpr DWORD kFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE |
                                  INTERNET_FLAG_SECURE | INTERNET_FLAG_PRAGMA_NOCACHE |
                                  INTERNET_FLAG_NO_AUTO_REDIRECT;
-        CRequestHandle handle(::HttpOpenRequestA(connection.Get(), "GET", request.path.c_str(),
-                                                 nullptr, nullptr, nullptr, kFlags, 0),
-                              m_deadline);
+        const CRequestHandle handle(
+            m_shared, ::HttpOpenRequestA(connection.Get(), "GET", request.path.c_str(), nullptr,
+                                         nullptr, nullptr, kFlags, 0));
         if (!handle) return LastFailure();
         SetTimeOuts(handle.Get());
         for (const char* header : {kHttpsLanguageHeader, kHttpsConnectionHeader}) {
@@ -201,12 +242,13 @@ private:
             if (!::HttpAddRequestHeadersA(handle.Get(), line.c_str(),
                                           static_cast<DWORD>(line.size()),
                                           HTTP_ADDREQ_FLAG_ADD | HTTP_ADDREQ_FLAG_REPLACE)) {
-                return RequestFailure(handle);
+                return LastFailure();
             }
         }
-        if (!::HttpSendRequestA(handle.Get(), nullptr, 0, nullptr, 0)) {
-            return RequestFailure(handle);
-        }
+        // Connecting, sending, and the wait for the head of the answer.
+        m_shared.BeginPhase(m_limits.connect + 2 * m_limits.silence);
+        if (!::HttpSendRequestA(handle.Get(), nullptr, 0, nullptr, 0)) return LastFailure();
+        m_shared.EndPhase();
         HttpsAnswer answer;
         answer.httpCode = HttpCode(handle.Get());
         if (IsRedirect(answer.httpCode)) {
@@ -252,15 +294,14 @@ private:
         return address;
     }
 
-    HttpsAnswer Receive(CRequestHandle& handle, int httpCode) const {
+    HttpsAnswer Receive(const CRequestHandle& handle, int httpCode) const {
         HttpsAnswer answer;
         std::vector<char> piece(kPiece);
         for (;;) {
             DWORD count = 0;
             if (!::InternetReadFile(handle.Get(), piece.data(), kPiece, &count)) {
-                return RequestFailure(handle);
+                return LastFailure();
             }
-            if (handle.HasExpired()) return Expired();
             if (count == 0) break;
             if (count > m_limits.body - answer.body.size()) {
                 return Failure(StockQuoteStatus::TooLarge,
@@ -273,24 +314,13 @@ private:
         return answer;
     }
 
-    HttpsAnswer Expired() const {
-        return Failure(StockQuoteStatus::TimedOut,
-                       "not done within " + std::to_string(m_limits.total) + " ms");
-    }
-
     static HttpsAnswer LastFailure() {
         const DWORD error = ::GetLastError();
         return Failure(StatusOf(error), "Windows error " + std::to_string(error));
     }
 
-    HttpsAnswer RequestFailure(CRequestHandle& handle) const {
-        const DWORD error = ::GetLastError();  // the next call may change it
-        if (handle.HasExpired()) return Expired();
-        return Failure(StatusOf(error), "Windows error " + std::to_string(error));
-    }
-
     const HttpsLimits& m_limits;
-    std::chrono::steady_clock::time_point m_deadline;
+    CSharedRequest& m_shared;
 };
 
 class CInternetTransport final : public CHttpsTransport {
@@ -304,7 +334,7 @@ public:
                            "certificate there and remove the setting CertificateFile");
         }
         try {
-            return CTransfer(m_options.limits).Run(request);
+            return Run(m_options.limits, request);
         } catch (const std::bad_alloc&) {
             return {};
         } catch (const std::system_error&) {  // no thread to be had
@@ -313,6 +343,29 @@ public:
     }
 
 private:
+    static HttpsAnswer Run(const HttpsLimits& limits, const HttpsRequest& request) {
+        const auto shared = std::make_shared<CSharedRequest>();
+        const auto end = Clock::now() + std::chrono::milliseconds(limits.total);
+        std::thread([shared, limits, request] { Work(*shared, limits, request); }).detach();
+        HttpsAnswer answer;
+        if (shared->WaitUntil(end, answer)) return answer;
+        const bool isWhole = Clock::now() >= end;
+        return Failure(
+            StockQuoteStatus::TimedOut,
+            isWhole ? "not done within " + std::to_string(limits.total) + " ms" : "no answer");
+    }
+
+    static void Work(CSharedRequest& shared, const HttpsLimits& limits,
+                     const HttpsRequest& request) {
+        HttpsAnswer answer;
+        try {
+            answer = CTransfer(limits, shared).Run(request);
+        } catch (const std::bad_alloc&) {
+            answer = {};
+        }
+        shared.Finish(std::move(answer));
+    }
+
     HttpsOptions m_options;
 };
 

@@ -1,0 +1,20 @@
+// What only this platform's transport has.
+
+#include <gtest/gtest.h>
+
+#include "quotes/HttpsTransport.h"
+
+namespace quillon {
+namespace {
+
+// A setting that cannot be kept must not look as if it were.
+TEST(HttpsTransportWindows, CertificateFilesAreRefused) {
+    HttpsOptions options;
+    options.certificateFile = "authority.pem";
+    const HttpsAnswer answer = PlatformHttpsTransport(options)->Get({"127.0.0.1", 1, "/"});
+    EXPECT_EQ(answer.status, StockQuoteStatus::CertificateRefused);
+    EXPECT_NE(answer.detail.find("store"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace quillon
