@@ -61,6 +61,9 @@ public:
 std::unique_ptr<CBenchEngine> MakeQuillonEngine();
 std::unique_ptr<CBenchEngine> MakeSqliteEngine();
 
+// Bank reconciliation, product and plain search; prints a table. Takes minutes.
+void MeasureReconciliation();
+
 [[noreturn]] void Die(const std::string& message);
 
 }  // namespace quillon::bench

@@ -36,6 +36,7 @@ void AddCommands(CLI::App& program, CCommandContext& context) {
     AddRuleCommands(program, context);
     AddImportCommand(program, context);
     AddExportCommand(program, context);
+    AddReconcileCommand(program, context);
     AddCheckCommands(program, context);
     AddBackupCommands(program, context);
     AddPasswordCommands(program, context);

@@ -22,6 +22,8 @@ struct CommandLineHost {
     int columns = 80;            // of the terminal
     // Shows the prompt and reads one line without echo. False: no terminal, or cancelled.
     std::function<bool(const std::string& prompt, std::string& password)> readPassword;
+    // Shows the question and reads one line. False: no terminal to ask on, or cancelled.
+    std::function<bool(const std::string& question, std::string& answer)> readAnswer{};
     SettingsPlaces settings = SettingsPlaces::Machine();
     CFileSystem& files = PlatformFileSystem();
     BackupKeyCost keyCost;

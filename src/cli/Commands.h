@@ -17,6 +17,7 @@ void AddImportCommand(CLI::App& program, CCommandContext& context);
 void AddStoreCommands(CLI::App& program, CCommandContext& context);
 void AddBackupCommands(CLI::App& program, CCommandContext& context);
 void AddPasswordCommands(CLI::App& program, CCommandContext& context);
+void AddReconcileCommand(CLI::App& program, CCommandContext& context);
 void AddSettingsCommands(CLI::App& program, CCommandContext& context);
 void AddCheckCommands(CLI::App& program, CCommandContext& context);
 void AddExportCommand(CLI::App& program, CCommandContext& context);

@@ -3,7 +3,6 @@
 #include "cli/DatabaseMessages.h"
 #include "cli/Failure.h"
 #include "cli/Values.h"
-#include "finance/Balance.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
 
@@ -11,16 +10,8 @@ namespace quillon {
 
 std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
                                        const CAccountEntry& account) {
-    COwnedList<CTransactionEntry> rows;
-    RequireStored(database.ListTransactionsByAccount(account.id, rows), database);
     std::vector<RegisterLine> lines;
-    lines.reserve(rows.Size());
-    double balance = 0.0;
-    for (CTransactionEntry& row : rows) {
-        const double effect = BalanceEffect(row.transactionType, row.amount, account.accountType);
-        balance = SettledSum(balance + effect);
-        lines.push_back({std::move(row), effect == 0.0 ? 0.0 : effect, balance});
-    }
+    RequireStored(ReadRegister(database, account, lines), database);
     return lines;
 }
 

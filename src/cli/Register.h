@@ -4,15 +4,9 @@
 
 #include "cli/CommandContext.h"
 #include "cli/Names.h"
+#include "finance/AccountRegister.h"
 
 namespace quillon {
-
-// A transaction with what it does to its account.
-struct RegisterLine {
-    CTransactionEntry row;
-    double effect = 0.0;   // positive into the account
-    double balance = 0.0;  // of the account after it, in register order
-};
 
 // Every line of an account in register order. Throws CFailure when a read failed.
 std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,

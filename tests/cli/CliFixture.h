@@ -50,6 +50,14 @@ protected:
                                      m_typed.pop_front();
                                      return true;
                                  },
+                             .readAnswer =
+                                 [this](const std::string& question, std::string& answer) {
+                                     m_prompts.push_back(question);
+                                     if (m_typed.empty()) return false;
+                                     answer = m_typed.front();
+                                     m_typed.pop_front();
+                                     return true;
+                                 },
                              .settings = SettingsPlaces::Fixed(m_folder.File("Quillon.cfg")),
                              .files = m_disk,
                              .keyCost = {.memoryKiB = 64, .passes = 1}};

@@ -19,7 +19,10 @@ public:
                          int32_t maximum)
         : m_candidates(std::move(candidates)), m_difference(difference), m_maximum(maximum) {}
 
+    const std::vector<Set>& Solutions() const { return m_found; }
+
     const std::vector<Set>& Solve() {
+        m_found.clear();
         const auto count = static_cast<int32_t>(m_candidates.size());
         for (int32_t i = 0; i < count; ++i) {
             m_set = {i};
