@@ -3,22 +3,18 @@
 #include <span>
 
 #include "cli/Failure.h"
-#include "settings/SettingsNames.h"
+#include "finance/StartUp.h"
 
 namespace quillon {
 
 namespace {
 
-constexpr char kDefaultFolder[] = "QuillonDatabase";
 constexpr int64_t kLongestPasswordFile = 65'536;
 
 }  // namespace
 
 std::string CCommandContext::DatabaseFolder() const {
-    if (!database.empty()) return database;
-    std::string folder;
-    m_settings.ReadString(settings::kFileFolder, settings::kDatabasePath, folder);
-    return folder.empty() ? kDefaultFolder : folder;
+    return database.empty() ? CStartUp::ConfiguredFolder(m_settings) : database;
 }
 
 std::string CCommandContext::ReadPasswordFile(const std::string& path) {

@@ -52,7 +52,7 @@ void Clear(CCommandContext& context) {
     CSession session(context);
     if (!session.IsProtected()) throw CFailure("The ledger has no password to clear.");
     RequireStored(session.Database().ClearPassword(), session.Database());
-    PrintState(context, false, "The password security for the database has been disabled.");
+    PrintState(context, false, kProtectionOffMessage);
 }
 
 void Check(CCommandContext& context) {

@@ -1,17 +1,15 @@
 #include "cli/Session.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
 #include "cli/DatabaseMessages.h"
 #include "cli/Failure.h"
-#include "storage/RestoreFolders.h"
 
 namespace quillon {
 
 namespace {
-
-constexpr char kSchemaFile[] = "DatabaseSchema.dat";
 
 // Tables that a half-finished start left behind. Naming them helps whoever is asked.
 std::string IncompleteSchema(const SchemaOutcome& schema) {
@@ -22,72 +20,72 @@ std::string IncompleteSchema(const SchemaOutcome& schema) {
     return names;
 }
 
+std::string OnOneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 }  // namespace
 
 CSession::CSession(CCommandContext& context, Start start)
-    : m_folder(context.DatabaseFolder()),
-      m_files(context.Host().files),
+    : m_files(context.Host().files),
       m_database(m_files),
-      m_ledger(m_database) {
-    if (start == Start::Existing) RequireDatabase();
-    OpenDatabase();
-    if (!m_opened.opened) {
-        throw CFailure(DatabaseMessage(m_opened.problem, m_folder, m_opened.detail));
-    }
-    if (!m_opened.schema.Complete()) {
-        const std::string what = IncompleteSchema(m_opened.schema);
-        throw CFailure("The ledger in " + Quoted(m_folder) + " could not be brought up to date (" +
-                       what + "); make room on the disk, or run 'verify', and try again.");
-    }
-    if (!m_opened.setAsideJournal.empty()) {
-        context.Note("The journal was damaged and was kept as " + Quoted(m_opened.setAsideJournal) +
+      m_ledger(m_database),
+      m_startUp(m_database, context.Settings(), m_files) {
+    Open(context, start);
+    if (!Opened().setAsideJournal.empty()) {
+        context.Note("The journal was damaged and was kept as " + Quoted(Opened().setAsideJournal) +
                      "; run 'verify'.");
     }
-    CheckPassword(context);
+    (void)m_startUp.GoOnWithoutPassword();
+    if (m_startUp.Step() == StartUpStep::EnterPassword) EnterPassword(context);
 }
 
 // A program that was killed holds the folder until the system has buried it, and two commands of
 // a script may follow each other faster than that.
-void CSession::OpenDatabase() {
+void CSession::Open(CCommandContext& context, Start start) {
     constexpr int kTries = 8;
     constexpr auto kPause = std::chrono::milliseconds(40);
-    for (int tries = 1;; ++tries) {
-        m_opened = m_database.Open(m_folder);
-        if (m_opened.problem != DatabaseProblem::InUse || tries == kTries) return;
+    const auto want =
+        start == Start::Create ? CStartUp::Want::ExistingOrNew : CStartUp::Want::ExistingOnly;
+    for (int tries = 1; m_startUp.Start(context.database, want) == StartUpStep::Failed; ++tries) {
+        if (Opened().problem != DatabaseProblem::InUse || tries == kTries) Refuse();
         std::this_thread::sleep_for(kPause);
     }
 }
 
-void CSession::RequireDatabase() {
-    // A restore that was stopped may have left the database beside its place.
-    (void)RecoverInterruptedRestore(m_files, m_folder);
-    const std::string inside = WithTrailingSeparator(m_folder);
-    if (CDatabaseManager::FolderHoldsDatabase(m_files, m_folder) ||
-        m_files.Exists(inside + kSchemaFile)) {
-        return;
+void CSession::Refuse() const {
+    const FinanceOpenResult& opened = Opened();
+    switch (m_startUp.Failure()) {
+        case StartUpFailure::NoDatabase:
+            RefuseMissing();
+        case StartUpFailure::SchemaIncomplete:
+            throw CFailure("The ledger in " + Quoted(Folder()) +
+                           " could not be brought up to date (" + IncompleteSchema(opened.schema) +
+                           "); make room on the disk, or run 'verify', and try again.");
+        case StartUpFailure::NotReadable:
+            throw CFailure("The protection of the ledger in " + Quoted(Folder()) +
+                           " cannot be read; restore the ledger from a backup.");
+        default:
+            throw CFailure(DatabaseMessage(opened.problem, Folder(), opened.detail));
     }
+}
+
+void CSession::RefuseMissing() const {
     std::vector<std::string> names;
-    if (m_files.FolderExists(m_folder) && !m_files.List(m_folder, names) &&
+    if (m_files.FolderExists(Folder()) && !m_files.List(Folder(), names) &&
         m_files.LastError() == FileError::NoPermission) {
-        throw CFailure(DatabaseMessage(DatabaseProblem::NoPermission, m_folder, {}));
+        throw CFailure(DatabaseMessage(DatabaseProblem::NoPermission, Folder(), {}));
     }
-    throw CFailure("There is no ledger in " + Quoted(m_folder) +
+    throw CFailure("There is no ledger in " + Quoted(Folder()) +
                    "; make one with 'init', or name its folder with --database DIR.");
 }
 
-void CSession::CheckPassword(CCommandContext& context) {
-    CKeelString hash;
-    bool enabled = false;
-    RequireStored(m_database.ReadSecurityEnabled(enabled) && m_database.ReadPasswordHash(hash),
-                  m_database);
-    m_hash = hash.ToUtf8();
-    m_protected = enabled && !m_hash.empty();
-    if (!m_protected) return;
-    if (!m_database.CheckPassword(context.ReadPassword("Password of the ledger: "))) {
-        throw CFailure(
-            "The password entered does not match the database password. Please reenter the "
-            "password.");
-    }
+void CSession::EnterPassword(CCommandContext& context) {
+    const std::string password = context.ReadPassword("Password of the ledger: ");
+    if (m_startUp.EnterPassword(password) == PasswordAnswer::Accepted) return;
+    (void)m_startUp.Cancel();
+    throw CFailure(OnOneLine(kWrongPasswordMessage));
 }
 
 }  // namespace quillon

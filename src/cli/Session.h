@@ -2,14 +2,15 @@
 
 #include "cli/CommandContext.h"
 #include "finance/Ledger.h"
+#include "finance/StartUp.h"
 
 namespace quillon {
 
-// An open ledger for the time of a command.
+// An open ledger for the time of a command, by the road that the program starts on.
 //
 //   Missing    Only Create makes a database; everything else says that there is none.
-//   Password   One that has protection on and a hash stored asks for its password. A
-//              fresh database has protection on and no hash: it is not protected.
+//   Password   A protected ledger asks for its password, once. A fresh database has
+//              protection on and no password: it is not protected, and nobody is asked.
 //   Errors     CFailure.
 class CSession {
 public:
@@ -19,24 +20,22 @@ public:
 
     CQuillonDatabaseInterface& Database() { return m_database; }
     CLedger& Ledger() { return m_ledger; }
-    const std::string& Folder() const { return m_folder; }
-    const FinanceOpenResult& Opened() const { return m_opened; }
-    bool IsProtected() const { return m_protected; }
+    const std::string& Folder() const { return m_startUp.Folder(); }
+    const FinanceOpenResult& Opened() const { return m_startUp.Opened(); }
+    bool IsProtected() const { return m_startUp.IsProtected(); }
     // Digest of the password, empty when there is none.
-    const std::string& PasswordHash() const { return m_hash; }
+    const std::string& PasswordHash() const { return m_startUp.PasswordHash(); }
 
 private:
-    void RequireDatabase();
-    void OpenDatabase();
-    void CheckPassword(CCommandContext& context);
+    void Open(CCommandContext& context, Start start);
+    [[noreturn]] void Refuse() const;
+    [[noreturn]] void RefuseMissing() const;
+    void EnterPassword(CCommandContext& context);
 
-    std::string m_folder;
     CFileSystem& m_files;
     CQuillonDatabaseInterface m_database;
     CLedger m_ledger;
-    FinanceOpenResult m_opened;
-    std::string m_hash;
-    bool m_protected = false;
+    CStartUp m_startUp;
 };
 
 }  // namespace quillon

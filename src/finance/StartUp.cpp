@@ -1,0 +1,90 @@
+#include "finance/StartUp.h"
+
+#include "settings/SettingsNames.h"
+#include "storage/RestoreFolders.h"
+
+namespace quillon {
+
+namespace {
+
+constexpr char kDefaultFolder[] = "QuillonDatabase";
+constexpr char kSchemaFile[] = "DatabaseSchema.dat";
+
+}  // namespace
+
+std::string CStartUp::ConfiguredFolder(const CSettingsFile& settings) {
+    std::string folder;
+    settings.ReadString(settings::kFileFolder, settings::kDatabasePath, folder);
+    return folder.empty() ? kDefaultFolder : folder;
+}
+
+StartUpStep CStartUp::Start(const std::string& chosenFolder, Want want) {
+    m_failure = StartUpFailure::None;
+    m_opened = {};
+    m_enabled = false;
+    m_hash.clear();
+    m_folder = chosenFolder.empty() ? ConfiguredFolder(m_settings) : chosenFolder;
+
+    // A restore that was stopped may have left the ledger beside its place. When that
+    // cannot be put right, opening says why.
+    (void)RecoverInterruptedRestore(m_files, m_folder);
+    // A damaged ledger may have lost the one file and still be no place for a new one.
+    m_foundExisting = CDatabaseManager::FolderHoldsDatabase(m_files, m_folder) ||
+                      m_files.Exists(WithTrailingSeparator(m_folder) + kSchemaFile);
+    if (!m_foundExisting && want == Want::ExistingOnly) return Fail(StartUpFailure::NoDatabase);
+
+    m_opened = m_database.Open(m_folder);
+    if (!m_opened.opened) return Fail(StartUpFailure::NotOpened);
+    if (!m_opened.schema.Complete()) return Fail(StartUpFailure::SchemaIncomplete);
+    return ReadProtection();
+}
+
+StartUpStep CStartUp::ReadProtection() {
+    CKeelString hash;
+    // The hash of a ledger without protection asks for nothing, and backups use it.
+    if (!m_database.ReadSecurityEnabled(m_enabled) || !m_database.ReadPasswordHash(hash)) {
+        return Fail(StartUpFailure::NotReadable);
+    }
+    m_hash = hash.ToUtf8();
+    if (!m_enabled) return m_step = StartUpStep::Ready;
+    return m_step = m_hash.empty() ? StartUpStep::SetPassword : StartUpStep::EnterPassword;
+}
+
+StartUpStep CStartUp::Fail(StartUpFailure failure) {
+    if (m_database.IsOpen()) (void)m_database.Close();
+    m_failure = failure;
+    return m_step = StartUpStep::Failed;
+}
+
+PasswordAnswer CStartUp::EnterPassword(std::string_view password) {
+    if (m_step != StartUpStep::EnterPassword) return PasswordAnswer::Unavailable;
+    if (password.empty()) return PasswordAnswer::Empty;
+    if (!m_database.CheckPassword(password)) return PasswordAnswer::Wrong;
+    m_step = StartUpStep::Ready;
+    return PasswordAnswer::Accepted;
+}
+
+PasswordAnswer CStartUp::SetPassword(std::string_view password) {
+    if (m_step != StartUpStep::SetPassword) return PasswordAnswer::Unavailable;
+    if (password.empty()) return PasswordAnswer::Empty;
+    CKeelString hash;
+    if (!m_database.SetPassword(password) || !m_database.ReadPasswordHash(hash)) {
+        return PasswordAnswer::Unavailable;
+    }
+    m_hash = hash.ToUtf8();
+    m_step = StartUpStep::Ready;
+    return PasswordAnswer::Accepted;
+}
+
+StartUpStep CStartUp::GoOnWithoutPassword() {
+    if (m_step == StartUpStep::SetPassword) m_step = StartUpStep::Ready;
+    return m_step;
+}
+
+StartUpStep CStartUp::Cancel() {
+    if (m_step != StartUpStep::SetPassword && m_step != StartUpStep::EnterPassword) return m_step;
+    (void)m_database.Close();
+    return m_step = StartUpStep::Cancelled;
+}
+
+}  // namespace quillon
