@@ -1,8 +1,18 @@
 #include "cli/DatabaseMessages.h"
 
 #include "cli/Failure.h"
+#include "foundation/platform/LockHolder.h"
 
 namespace quillon {
+
+namespace {
+
+std::string HolderOf(const std::string& lockFile) {
+    const std::string holder = LockHolder(lockFile);
+    return "another program" + (holder.empty() ? holder : ", " + holder);
+}
+
+}  // namespace
 
 std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
                             const std::string& detail) {
@@ -17,8 +27,8 @@ std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
             return "There are no rights to read and write " + file +
                    "; change the folder's permissions or choose another one with --database DIR.";
         case DatabaseProblem::InUse:
-            return "The ledger in " + Quoted(folder) +
-                   " is open in another program; close it there and try again.";
+            return "The ledger in " + Quoted(folder) + " is open in " + HolderOf(detail) +
+                   "; close it there and try again.";
         case DatabaseProblem::NotADatabase:
             return "The file " + file +
                    " is not a ledger's; check --database, or restore a backup with 'restore'.";
