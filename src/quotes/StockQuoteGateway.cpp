@@ -86,7 +86,7 @@ bool CStockQuoteGateway::RequestFrom(const CStockQuote& quote, int number,
         endings =
             quote.Exchanges().empty() ? m_symbols.ExchangesOf(quote.Symbol()) : quote.Exchanges();
         for (std::string& ending : endings) {
-            ending = service.exchangeSeparator + ending + service.pathSuffix;
+            ending.insert(0, service.exchangeSeparator).append(service.pathSuffix);
         }
     }
     for (const std::string& ending : endings) {

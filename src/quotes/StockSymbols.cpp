@@ -41,7 +41,7 @@ std::string ExchangeIn(std::string_view text, const std::string& wanted) {
         if (tab == std::string_view::npos || line.starts_with('#')) continue;
         const std::string_view symbol = Trimmed(line.substr(0, tab));
         if (symbol.size() != wanted.size() || Upper(symbol) != wanted) continue;
-        const std::string exchange = Upper(Trimmed(line.substr(tab + 1)));
+        std::string exchange = Upper(Trimmed(line.substr(tab + 1)));
         if (IsExchange(exchange)) return exchange;
     }
     return {};

@@ -1,10 +1,10 @@
 #include <curl/curl.h>
 #include <pthread.h>
-#include <signal.h>
-#include <time.h>
 
 #include <algorithm>
 #include <array>
+#include <csignal>
+#include <ctime>
 #include <new>
 #include <string_view>
 #include <utility>
