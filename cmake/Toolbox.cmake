@@ -33,6 +33,12 @@ if(QUILLON_SANITIZE)
     add_compile_definitions(_GLIBCXX_ASSERTIONS)
     add_link_options(-fsanitize=address,undefined)
 endif()
+if(QUILLON_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=all
+        -fno-omit-frame-pointer)
+    add_compile_definitions(_GLIBCXX_ASSERTIONS)
+    add_link_options(-fsanitize=address,undefined)
+endif()
 
 # libgcrypt: MD5, AES-GCM, Argon2id and random numbers.
 # Windows programs carry it in themselves; elsewhere it is the system's own.

@@ -6,9 +6,6 @@
 namespace quillon {
 namespace {
 
-// No test needs more, and an offset out of a damaged file is caught here.
-constexpr int64_t kLargestFile = int64_t{1} << 31;
-
 thread_local FileError lastError = FileError::None;
 
 bool Failed(FileError error) {
@@ -67,7 +64,7 @@ public:
         const Order* order = m_disk.FailingOrder(Call::Write);
         if (order) bytes = bytes.first(std::min(bytes.size(), order->written));
         if (offset < 0) return Failed(FileError::Other);
-        if (offset > kLargestFile - static_cast<int64_t>(bytes.size())) {
+        if (offset > m_disk.m_largestFile - static_cast<int64_t>(bytes.size())) {
             return Failed(FileError::NoSpace);
         }
         if (!bytes.empty()) {
@@ -85,7 +82,7 @@ public:
         if (!m_writable) return Failed(FileError::NoPermission);
         if (!m_disk.Passes(Call::SetSize)) return false;
         if (size < 0) return Failed(FileError::Other);
-        if (size > kLargestFile) return Failed(FileError::NoSpace);
+        if (size > m_disk.m_largestFile) return Failed(FileError::NoSpace);
         m_node->bytes.resize(static_cast<size_t>(size));
         m_node->modified = m_disk.m_clock;
         return true;

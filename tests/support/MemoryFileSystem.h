@@ -66,6 +66,8 @@ public:
     std::map<std::string, std::vector<uint8_t>> Snapshot() const;
     // Puts back what Snapshot gave: the files and the folders they need, no others.
     void Restore(const std::map<std::string, std::vector<uint8_t>>& files);
+    // A file that would grow beyond this many bytes fails as on a full disk.
+    void SetLargestFile(int64_t bytes) { m_largestFile = bytes; }
     // File time that later changes get as their modification time.
     void SetClock(int64_t fileTime);
 
@@ -111,6 +113,8 @@ private:
     std::array<Order, kKinds> m_orders{};
     std::array<int64_t, kKinds> m_counts{};
     bool m_hasFailed = false;
+    // No test needs more, and an offset out of a damaged file is caught here.
+    int64_t m_largestFile = int64_t{1} << 31;
     int64_t m_clock = 133'000'000'000'000'000;
 };
 

@@ -1,0 +1,87 @@
+// OFX and QFX statements, by the plain rules and by the inferred dialect: both readers,
+// the form in which downloads are kept, and imports into a ledger.
+
+#include "ImportCheck.h"
+#include "foundation/platform/Clock.h"
+#include "import/Charset.h"
+#include "import/OfxRewrite.h"
+#include "import/OfxTags.h"
+#include "import/QFXImportManager.h"
+
+namespace quillon::fuzz {
+namespace {
+
+void CheckTags(std::string_view text) {
+    COfxTags tags(text);
+    size_t end = 0;
+    for (OfxTag tag; tags.Next(tag);) {
+        FUZZ_CHECK(tag.start >= end && tag.end > tag.start && tag.end <= text.size(),
+                   "tags follow one another");
+        end = tag.end;
+        Touch(tag.name);
+        FUZZ_CHECK(text[tag.start] == '<' && text[tag.end - 1] == '>', "with their brackets");
+    }
+    const std::string decoded = DecodeEntities(text);
+    FUZZ_CHECK(decoded.size() <= text.size(), "decoding makes nothing longer");
+    (void)StatementId(text.substr(0, 40));
+}
+
+void CheckPlain(std::span<const uint8_t> bytes) {
+    const Bytes normal = NormaliseStatement(bytes);
+    FUZZ_CHECK(normal.size() <= 3 * bytes.size() + 8, "two more bytes a tag");
+    CReadOnlyTextFileManager text;
+    if (text.LoadBlock(normal.data(), static_cast<int64_t>(normal.size())) != TextFileStatus::Ok) {
+        return;
+    }
+    OfxContents contents;
+    ReadPlainOfx(text, TodayFileTime(), contents);
+    CheckRecords(contents.records, text.LineCount());
+    FUZZ_CHECK(static_cast<int64_t>(contents.records.size()) <= contents.read,
+               "every line is counted");
+}
+
+// How many of a file's lines have no identifier and are entered each time.
+int64_t CheckInferred(std::span<const uint8_t> bytes) {
+    const CharsetFinding finding = DetectCharset(bytes);
+    if (finding.binary) return 0;
+    const std::string converted = ConvertToUtf8(bytes, finding);
+    const Bytes rest = Slice(CopyOf(bytes), finding.markLength);
+    const std::string text = NeedsConversion(finding) ? converted : ToString(rest);
+    CheckTags(text);
+    OfxContents contents;
+    CImportNotes notes;
+    Dialect dialect;
+    ReadInferredOfx(text, TodayFileTime(), {}, dialect, notes, contents);
+    CheckRecords(contents.records, LineAt(text, text.size()) + 1);
+    FUZZ_CHECK(static_cast<int64_t>(contents.records.size()) <= contents.read,
+               "every line is counted");
+    int64_t nameless = 0;
+    for (const ImportRecord& record : contents.records) nameless += record.fitId == 0;
+    return nameless;
+}
+
+void CheckImport(std::span<const uint8_t> bytes, DialectMode mode) {
+    ImportOptions options;
+    options.dialect = mode;
+    ImportResult second;
+    const ImportResult first = ImportBench().Run<CQFXImportManager>(bytes, options, second);
+    const Bytes& file = ImportBench().File();
+    if (mode == DialectMode::Plain || first.failed) return;
+    FUZZ_CHECK(second.failed == first.failed && second.read == first.read,
+               "the download reads the same in its normal form");
+    FUZZ_CHECK(second.imported <= CheckInferred(file), "what has an identifier is entered once");
+    FUZZ_CHECK(second.imported <= first.imported, "nothing appears in a second import");
+}
+
+}  // namespace
+}  // namespace quillon::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const quillon::CStoppedClock clock(133'000'000'000'000'000);
+    quillon::fuzz::CheckPlain({data, size});
+    quillon::fuzz::CheckInferred({data, size});
+    if (quillon::fuzz::IsSpared({data, size})) return 0;
+    quillon::fuzz::CheckImport({data, size}, quillon::DialectMode::Plain);
+    quillon::fuzz::CheckImport({data, size}, quillon::DialectMode::Auto);
+    return 0;
+}

@@ -1,0 +1,129 @@
+// The files that describe a database: what is taken for one can be written again and is
+// the same then. The first byte picks the kind of file.
+
+#include <algorithm>
+
+#include "Fuzz.h"
+#include "storage/BackupContainer.h"
+#include "storage/JournalFormat.h"
+#include "storage/SchemaFile.h"
+#include "storage/TableDefinition.h"
+
+namespace quillon::fuzz {
+namespace {
+
+void CheckSchema(std::span<const uint8_t> bytes) {
+    DatabaseSchema schema;
+    if (DatabaseSchema::Decode(bytes, schema) != DatabaseSchema::DecodeResult::Ok) {
+        FUZZ_CHECK(schema.tables.empty() && schema.nextTableNumber == 1, "left untouched");
+        return;
+    }
+    const Bytes encoded = schema.Encode();
+    FUZZ_CHECK(encoded.size() <= bytes.size(), "the tables were all in the file");
+    DatabaseSchema again;
+    FUZZ_CHECK(DatabaseSchema::Decode(encoded, again) == DatabaseSchema::DecodeResult::Ok,
+               "what was read can be written");
+    FUZZ_CHECK(again.nextTableNumber == schema.nextTableNumber &&
+                   again.tables.size() == schema.tables.size(),
+               "the same schema");
+    for (size_t i = 0; i < schema.tables.size(); ++i) {
+        const DatabaseSchema::Table& table = schema.tables[i];
+        FUZZ_CHECK(table.number < schema.nextTableNumber, "numbers are used once");
+        FUZZ_CHECK(again.tables[i].number == table.number && again.tables[i].name == table.name &&
+                       again.tables[i].definitionFile == table.definitionFile,
+                   "the same tables");
+    }
+}
+
+void CheckDefinition(std::span<const uint8_t> bytes) {
+    TableDefinition definition;
+    if (!TableDefinition::Decode(bytes, definition)) {
+        FUZZ_CHECK(definition.columns.empty() && definition.name.empty(), "left untouched");
+        return;
+    }
+    const Bytes encoded = definition.Encode();
+    FUZZ_CHECK(encoded.size() <= bytes.size(), "the columns were all in the file");
+    TableDefinition again;
+    FUZZ_CHECK(TableDefinition::Decode(encoded, again), "what was read can be written");
+    FUZZ_CHECK(again.number == definition.number && again.name == definition.name &&
+                   again.columns.size() == definition.columns.size(),
+               "the same definition");
+    for (size_t i = 0; i < definition.columns.size(); ++i) {
+        const ColumnDefinition& column = definition.columns[i];
+        const ColumnDefinition& other = again.columns[i];
+        FUZZ_CHECK(other.name == column.name && other.type == column.type &&
+                       other.indexed == column.indexed &&
+                       other.indexAttribute == column.indexAttribute &&
+                       (!column.indexed || other.indexFile == column.indexFile),
+                   "the same columns");
+    }
+}
+
+void CheckIdentityAndJournal(std::span<const uint8_t> bytes) {
+    DatabaseIdentity identity;
+    if (DatabaseIdentity::Decode(bytes, identity)) {
+        DatabaseIdentity again;
+        FUZZ_CHECK(DatabaseIdentity::Decode(identity.Encode(), again) && again.id == identity.id,
+                   "the same identifier");
+    }
+    JournalHeader header;
+    if (JournalHeader::Decode(bytes, header) == JournalHeader::DecodeResult::Ok) {
+        FUZZ_CHECK(std::ranges::equal(header.Encode(), bytes.first(JournalHeader::kDiskSize)),
+                   "one way to write a header");
+    }
+    std::vector<JournalOperation> operations;
+    if (bytes.size() < 4) return;
+    const uint32_t count = bytes[0] % 8U;
+    if (!ParseJournalOperations(bytes.subspan(1), count, operations)) return;
+    JournalGroupBuilder group;
+    for (const JournalOperation& operation : operations) {
+        group.Add(operation.type, operation.name, operation.offset, operation.data);
+    }
+    const auto written = group.Finish(1, 1, 1).subspan(JournalGroupHeader::kDiskSize);
+    FUZZ_CHECK(std::ranges::equal(written, bytes.subspan(1)), "one way to write operations");
+}
+
+void CheckBackupRecords(std::span<const uint8_t> bytes) {
+    BackupHeader header;
+    const auto size = static_cast<int64_t>(bytes.size());
+    if (BackupHeader::Decode(bytes, size, header) == RestoreCode::Done) {
+        FUZZ_CHECK(std::ranges::equal(header.Encode(), bytes.first(BackupHeader::kDiskSize)),
+                   "one way to write a header");
+        FUZZ_CHECK(header.directorySize <= size, "the directory lies in the file");
+    }
+    BackupEntry entry;
+    if (bytes.size() >= BackupEntry::kDiskSize && BackupEntry::Decode(bytes, entry)) {
+        Bytes encoded(BackupEntry::kDiskSize);
+        entry.Encode(encoded);
+        FUZZ_CHECK(std::ranges::equal(encoded, bytes.first(BackupEntry::kDiskSize)),
+                   "one way to write an entry");
+        FUZZ_CHECK(entry.name.find_first_of("/\\:") == std::string::npos, "names stay in a folder");
+    }
+    BackupChunkHeader chunk;
+    if (bytes.size() >= BackupChunkHeader::kDiskSize && BackupChunkHeader::Decode(bytes, chunk)) {
+        FUZZ_CHECK(std::ranges::equal(chunk.Encode(), bytes.first(BackupChunkHeader::kDiskSize)),
+                   "one way to write a chunk's header");
+    }
+}
+
+}  // namespace
+}  // namespace quillon::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    quillon::fuzz::CInput input(data, size);
+    switch (input.Byte() % 4) {
+        case 0:
+            quillon::fuzz::CheckSchema(input.Rest());
+            break;
+        case 1:
+            quillon::fuzz::CheckDefinition(input.Rest());
+            break;
+        case 2:
+            quillon::fuzz::CheckIdentityAndJournal(input.Rest());
+            break;
+        default:
+            quillon::fuzz::CheckBackupRecords(input.Rest());
+            break;
+    }
+    return 0;
+}
