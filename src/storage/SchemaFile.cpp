@@ -47,7 +47,10 @@ DatabaseSchema::DecodeResult DatabaseSchema::Decode(std::span<const uint8_t> byt
         table.number = LoadLE<int32_t>(bytes, at);
         table.name = LoadText(bytes, at + 4, kNameSize);
         table.definitionFile = LoadText(bytes, at + 124, kNameSize);
-        if (table.name.empty() || table.number < 0 || table.number >= schema.nextTableNumber) {
+        // A field that is full has lost its zero, and with it where its text ends.
+        if (table.name.empty() || table.name.size() == kNameSize ||
+            table.definitionFile.size() == kNameSize || table.number < 0 ||
+            table.number >= schema.nextTableNumber) {
             return DecodeResult::Damaged;
         }
         for (const Table& other : schema.tables) {

@@ -13,6 +13,11 @@ bool DecodeColumn(std::span<const uint8_t> bytes, ColumnDefinition& out) {
     out.indexFile = LoadText(bytes, 120, ColumnDefinition::kNameSize);
     const auto type = LoadLE<int32_t>(bytes, 240);
     if (out.name.empty() || !IsColumnType(type)) return false;
+    // A field that is full has lost its zero, and with it where its text ends.
+    if (out.name.size() == ColumnDefinition::kNameSize ||
+        out.indexFile.size() == ColumnDefinition::kNameSize) {
+        return false;
+    }
     out.type = static_cast<ColumnType>(type);
     out.indexed = bytes[244] != 0;
     out.indexAttribute = bytes[245] != 0;
@@ -50,7 +55,8 @@ bool TableDefinition::Decode(std::span<const uint8_t> bytes, TableDefinition& ou
     const auto count = LoadLE<int32_t>(bytes, 58);
     const size_t held = (bytes.size() - kHeaderSize) / ColumnDefinition::kDiskSize;
     if (count < 0 || static_cast<size_t>(count) > held) return false;
-    definition.name = LoadText(bytes, 62, 120);
+    definition.name = LoadText(bytes, 62, ColumnDefinition::kNameSize);
+    if (definition.name.size() == ColumnDefinition::kNameSize) return false;
     for (size_t i = 0; i < static_cast<size_t>(count); ++i) {
         ColumnDefinition column;
         if (!DecodeColumn(bytes.subspan(kHeaderSize + i * ColumnDefinition::kDiskSize,

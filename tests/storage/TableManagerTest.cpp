@@ -72,6 +72,12 @@ TEST(TableDefinition, ByteForByte) {
         {"unknown type", WithByte(bytes, 182 + 240, 6), false},
         {"negative type", WithByte(bytes, 182 + 243, 0x80), false},
         {"column without name", WithByte(bytes, 182, 0), false},
+        {"table name without its zero", Join(Prefix(bytes, 62), Bytes(120, 'N'), Slice(bytes, 182)),
+         false},
+        {"column name without its zero",
+         Join(Prefix(bytes, 182), Bytes(120, 'N'), Slice(bytes, 302)), false},
+        {"index name without its zero",
+         Join(Prefix(bytes, 302), Bytes(120, 'N'), Slice(bytes, 422)), false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -115,6 +121,10 @@ TEST(SchemaFile, ByteForByte) {
         {"number not given out yet", WithByte(bytes, 62, 9), Result::Damaged},
         {"one number twice", WithByte(bytes, 62, 8), Result::Damaged},
         {"no name", WithByte(bytes, 66, 0), Result::Damaged},
+        {"name without its zero", Join(Prefix(bytes, 66), Bytes(120, 'N'), Slice(bytes, 186)),
+         Result::Damaged},
+        {"file name without its zero", Join(Prefix(bytes, 186), Bytes(120, 'N'), Slice(bytes, 306)),
+         Result::Damaged},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
