@@ -31,7 +31,8 @@ public:
     // reads the same already leaves the file alone.
     [[nodiscard]] virtual bool Write(const std::string& path, const std::string& section,
                                      const std::string& name, const std::string& value) = 0;
-    // True when there is no such value afterwards.
+    // Removes the first of that name; a second one then counts. True when it is gone, or
+    // there was none.
     [[nodiscard]] virtual bool Remove(const std::string& path, const std::string& section,
                                       const std::string& name) = 0;
     // In the order of the file.

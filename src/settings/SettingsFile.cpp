@@ -105,8 +105,19 @@ bool CSettingsFile::WriteString(const std::string& section, const std::string& k
                                 const std::string& value) const {
     if (!IsSectionName(section) || !IsKeyName(key) || !IsOneLine(value)) return false;
     const std::string path = Path();
-    if (value.empty()) return m_profile.Remove(path, section, key);
+    if (value.empty()) return RemoveKey(path, section, key);
     return m_files.MakeFolder(FolderOf(path)) && m_profile.Write(path, section, key, value);
+}
+
+// Of a key that is there twice the second value would come to light.
+bool CSettingsFile::RemoveKey(const std::string& path, const std::string& section,
+                              const std::string& key) const {
+    std::string left;
+    for (size_t most = m_profile.Names(path, section).size();; --most) {
+        if (!m_profile.Remove(path, section, key)) return false;
+        if (!m_profile.Read(path, section, key, left)) return true;
+        if (most == 0) return false;
+    }
 }
 
 bool CSettingsFile::WriteInteger(const std::string& section, const std::string& key,

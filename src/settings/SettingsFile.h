@@ -65,6 +65,9 @@ public:
     std::vector<std::string> Keys(const std::string& section) const;
 
 private:
+    [[nodiscard]] bool RemoveKey(const std::string& path, const std::string& section,
+                                 const std::string& key) const;
+
     SettingsPlaces m_places;
     CFileSystem& m_files;
     CProfile& m_profile;

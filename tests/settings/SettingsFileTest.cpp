@@ -69,6 +69,10 @@ TEST_F(SettingsFileTest, EmptyValueRemovesTheKey) {
     EXPECT_FALSE(m_settings.ReadString("S", "k", value));
     EXPECT_EQ(value, "before");
     EXPECT_EQ(Contents(m_settings.Path()), "[S]\r\n");
+    m_disk.Bytes(m_settings.Path()) = Text("[S]\r\nk=1\r\nj=2\r\nK=3\r\nk=\r\nk=4\r\n");
+    ASSERT_TRUE(m_settings.WriteString("S", "k", ""));
+    EXPECT_FALSE(m_settings.ReadString("S", "k", value)) << "no second value comes to light";
+    EXPECT_TRUE(m_settings.ReadString("S", "j", value));
     m_roaming = "never";
     EXPECT_TRUE(m_settings.WriteString("S", "k", ""));
     EXPECT_FALSE(m_disk.FolderExists("never")) << "removing makes no folder";
