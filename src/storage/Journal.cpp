@@ -496,6 +496,7 @@ bool CJournal::ReplayOperation(const JournalOperation& operation) {
             m_folder + std::string(reinterpret_cast<const char*>(operation.data.data()),
                                    operation.data.size());
         m_namesDirty = true;
+        if (m_dirty.erase(path) > 0) m_dirty.insert(target);  // to be synced under its new name
         // When the source is gone the rename was done before.
         return m_base.Exists(path) ? m_base.Rename(path, target) : m_base.Exists(target);
     }
