@@ -101,7 +101,7 @@ private:
     void TryAll(std::vector<ImportRecord>& records);
     // Plain and inferred rule of what the account holds already.
     bool IsKnown(ImportRecord& record);
-    // Cuts texts that no screen could show.
+    // Cuts texts that the ledger cannot hold or no screen could show.
     void LimitTexts(ImportRecord& record);
     const NamedRow& PayeeOf(const ImportRecord& record);
     const NamedRow& CategoryOf(const ImportRecord& record);
