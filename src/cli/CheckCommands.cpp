@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
+#include <system_error>
 
 #include "cli/Commands.h"
 #include "cli/DatabaseMessages.h"
@@ -206,6 +208,15 @@ void RequireReady(const CheckTrouble& trouble, const CQuillonDatabaseInterface& 
     throw CFailure(TextOf(trouble));
 }
 
+// A printed check has a number, so 0 is none here.
+int32_t RequirePrintedNumber(const std::string& text) {
+    int32_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error == std::errc() && rest == end && number > 0) return number;
+    throw CFailure(Quoted(text) + " is not a check number; write a whole number of 1 or above.");
+}
+
 bool WriteSvg(CFileSystem& files, const std::string& path, const CheckPage& page) {
     const std::string svg = CheckSvg(page);
     return ReplaceWholeFile(files, path, std::vector<uint8_t>(svg.begin(), svg.end()));
@@ -224,7 +235,7 @@ void Report(CCommandContext& context, const CheckJob& job, const std::string& fi
 void PrintCheck(CCommandContext& context, const PrintOptions& options) {
     CheckRequest request;
     request.transactionId = RequireId(options.transaction);
-    if (options.number.Given()) request.number = RequireCheckNumber(options.number.value);
+    if (options.number.Given()) request.number = RequirePrintedNumber(options.number.value);
     request.memo = RequireLine(options.memo, "memo");
     CFileSystem& files = context.Host().files;
     if (!options.overwrite) RequireFreePath(files, options.svg);

@@ -1,6 +1,7 @@
 #include "output/CheckSvg.h"
 
-#include <cstdio>
+#include <cmath>
+#include <cstdint>
 #include <string_view>
 
 #include "foundation/Unicode.h"
@@ -51,7 +52,7 @@ std::string Decimal(int64_t hundredths) {
 std::string TextElement(const CheckText& text, bool turned) {
     const std::string x = std::to_string(text.x);
     const std::string y = std::to_string(text.y);
-    const auto size = static_cast<int64_t>(text.fontHeight * kHundredthsPerPoint * 100.0 + 0.5);
+    const int64_t size = std::llround(text.fontHeight * kHundredthsPerPoint * 100.0);
     std::string element = "  <text x=\"" + x + "\" y=\"" + y + "\" font-size=\"" + Decimal(size);
     if (turned) element += "\" transform=\"rotate(-90 " + x + " " + y + ")";
     return element + "\" xml:space=\"preserve\">" + XmlText(text.text) + "</text>\n";

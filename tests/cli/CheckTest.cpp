@@ -160,13 +160,14 @@ TEST_F(Check, RefusesWithOneLineAndWritesNothing) {
          "There is no such transaction; the register of the account shows all."},
         {Print(zero, "x.svg"), "The amount of the transaction is 0.00; a check needs an amount."},
         {Print(zero, "x.svg", {"--number", "one"}),
-         "'one' is not a check number; write a whole number, 0 for none."},
+         "'one' is not a check number; write a whole number of 1 or above."},
         {{"check", "print", "Savings", "--transaction", "1", "--svg", "x.svg"},
          "The account 'Savings' is a savings account; checks are drawn on checking accounts only."},
     };
     for (const auto& row : rows) Refused(row.arguments, row.line);
     const int64_t good = Pay("5");
-    Refused(Print(good, "x.svg", {"--number", "0"}), "The check number must be 1 or above.");
+    Refused(Print(good, "x.svg", {"--number", "0"}),
+            "'0' is not a check number; write a whole number of 1 or above.");
     EXPECT_FALSE(m_disk.Exists("x.svg"));
     EXPECT_EQ(Latest(), 0);
 }
