@@ -58,6 +58,9 @@ struct CReadOnlyTextFileManager::LineEnds {
     }
 };
 
+// Not inline: g++ 12 calls the terminator's bytes uninitialised where it is.
+CReadOnlyTextFileManager::CReadOnlyTextFileManager(CFileSystem& files) : m_file(files) {}
+
 TextFileStatus CReadOnlyTextFileManager::Open(const CKeelString& path) {
     Close();
     m_path = path;

@@ -65,7 +65,7 @@ public:
     // As many bytes are looked at for telling text from binary.
     static constexpr int64_t kExaminedBytes = 100;
 
-    explicit CReadOnlyTextFileManager(CFileSystem& files = PlatformFileSystem()) : m_file(files) {}
+    explicit CReadOnlyTextFileManager(CFileSystem& files = PlatformFileSystem());
     virtual ~CReadOnlyTextFileManager() = default;
     CReadOnlyTextFileManager(const CReadOnlyTextFileManager&) = delete;
     CReadOnlyTextFileManager& operator=(const CReadOnlyTextFileManager&) = delete;
