@@ -37,17 +37,18 @@ int Run(int count, char** words) {
     FaultsOptions options;
     options.program = QUILLON_CLI_PROGRAM;
     int status = 0;
-    for (const auto& [name, kind] : FaultsKinds()) {
-        CLI::App* const command = program.add_subcommand(std::string(name), kind.help);
+    for (const auto& entry : FaultsKinds()) {
+        const std::string name(entry.first);
+        const FaultsKind kind = entry.second;
+        CLI::App* const command = program.add_subcommand(name, kind.help);
         command->add_flag("--long", options.isLong, "Every case instead of the short form");
         command->add_option("--rounds", options.rounds, "How often, for what repeats at random")
             ->check(CLI::PositiveNumber);
         command->add_option("--seed", options.seed, "Of everything random");
         command->add_option("--only", options.only, "Workloads or files whose name contains this");
         command->add_option("--program", options.program, "The command line to start");
-        command->callback([&status, &options, name = std::string(name), kind] {
-            status = RunKind(name, kind, options);
-        });
+        command->callback(
+            [&status, &options, name, kind] { status = RunKind(name, kind, options); });
     }
     CLI11_PARSE(program, count, words);
     return status;

@@ -24,7 +24,7 @@ private:
     bool m_trusted = false;
     std::string m_whyNot;
     HttpsOptions m_options;
-    void* m_handle = nullptr;  // what has to be undone
+    [[maybe_unused]] void* m_handle = nullptr;  // what has to be undone
 };
 
 }  // namespace quillon
