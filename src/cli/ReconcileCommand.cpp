@@ -1,6 +1,7 @@
 // reconcile: which transactions has the bank not seen yet?
 
 #include <algorithm>
+#include <utility>
 
 #include "cli/Commands.h"
 #include "cli/Failure.h"
@@ -157,8 +158,8 @@ void CReconcileCommand::PrintJson() {
                      {"max", m_reconciliation.WorkingMaximum()},
                      {"candidates", m_reconciliation.CandidateCount()},
                      {"message", m_message},
-                     {"solutions", solutions},
-                     {"hints", hints},
+                     {"solutions", std::move(solutions)},
+                     {"hints", std::move(hints)},
                      {"ranking", m_reconciliation.Ranking()}});
 }
 

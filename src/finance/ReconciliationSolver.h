@@ -39,12 +39,15 @@ public:
         const size_t begin = set == 0 ? 0 : m_ends[set - 1];
         return std::span(m_members).subspan(begin, m_ends[set] - begin);
     }
-    // Members of all sets together.
-    size_t MemberCount() const { return m_members.size(); }
+    // What they take, here and as solutions with lists of their own: 1 for each member of
+    // each set, and a few for the set.
+    size_t Room() const { return m_members.size() + m_ends.size() * kRoomOfASet; }
 
     // Throws std::bad_alloc, and nothing is added.
     void Add(std::span<const int32_t> members);
     void Clear();
+
+    static constexpr size_t kRoomOfASet = 3;
 
 private:
     std::vector<int32_t> m_members;
@@ -60,14 +63,14 @@ enum class SolverStatus {
 struct SolverRequest {
     // Sets hold at most this many members whatever is asked for.
     static constexpr int32_t kLargestMaximum = 60;
-    // Keeps the sets, and the solutions made of them, below some 350 MB.
-    static constexpr size_t kMostMembers = 4'000'000;
+    // Keeps a search, the solutions and what is printed of them below 512 MiB.
+    static constexpr size_t kMostRoom = 5'500'000;
 
     std::span<const ReconciliationCandidate> candidates;
     double difference = 0.0;  // statement balance minus register balance
     int32_t maximum = 0;      // members of a set
-    // The list takes no set by which it would hold more members than this.
-    size_t mostMembers = kMostMembers;
+    // The list takes no set by which its Room() would pass this.
+    size_t mostRoom = kMostRoom;
     // Candidates in no set, by index; empty for none. They count in n all the same.
     std::vector<bool> excluded{};
     // Told the share done, 0 to 1, some times a second; false ends the search. May be empty.

@@ -187,7 +187,7 @@ bool CSubsetSearch::Record(size_t size, uint32_t rank) {
     }
     std::reverse(m_set.begin(), m_set.end());
     if (!ExplainsDifference(m_request.candidates, m_set, m_request.difference)) return true;
-    if (m_found.MemberCount() + m_set.size() > m_request.mostMembers) {
+    if (m_found.Room() + m_set.size() + CReconciliationSets::kRoomOfASet > m_request.mostRoom) {
         m_status = SolverStatus::TooMany;
         return false;
     }

@@ -232,7 +232,7 @@ TEST(ReconciliationSolver, StopsAtMoreThanFits) {
     const Candidates candidates = FromEffects(std::vector<double>(40, -25.0));
     CReconciliationSets found;
     SolverRequest request{.candidates = candidates, .difference = 250, .maximum = 11};
-    request.mostMembers = 25'004;
+    request.mostRoom = 2'500 * 13 + 12;
     EXPECT_EQ(SolveReconciliation(request, found), SolverStatus::TooMany);
     ASSERT_EQ(found.Count(), 2'500u);
 
@@ -251,10 +251,10 @@ TEST(ReconciliationSolver, JustFits) {
     const Candidates candidates = FromEffects({-1, -1, -1, -1});
     SolverRequest request{.candidates = candidates, .difference = 2, .maximum = 3};
     CReconciliationSets found;
-    request.mostMembers = 12;
+    request.mostRoom = 6 * 5;
     EXPECT_EQ(SolveReconciliation(request, found), SolverStatus::Complete);
     EXPECT_EQ(found.Count(), 6u);
-    request.mostMembers = 11;
+    request.mostRoom = 6 * 5 - 1;
     EXPECT_EQ(SolveReconciliation(request, found), SolverStatus::TooMany);
     EXPECT_EQ(found.Count(), 5u);
 }
