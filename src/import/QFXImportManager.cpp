@@ -42,12 +42,18 @@ bool CQFXImportManager::ReadRecords(std::vector<ImportRecord>& records) {
     return true;
 }
 
-bool CQFXImportManager::LoadNormal(std::vector<uint8_t>& normal, bool& changed) {
+bool CQFXImportManager::LoadNormal(std::vector<uint8_t>& normal, bool& changed,
+                                   CharsetFinding& finding) {
     std::vector<uint8_t> bytes;
     if (!LoadFile(bytes)) return false;
+    finding = DetectCharset(bytes);
     normal = NormaliseStatement(bytes);
     changed = normal != bytes;
-    if (m_options.dryRun && !IsPlain()) normal = std::move(bytes);
+    if (m_options.dryRun && !IsPlain()) {
+        normal = std::move(bytes);
+    } else if (changed && finding.line > 0) {
+        finding.line = std::max<int64_t>(DetectCharset(normal).line, 1);
+    }
     return true;
 }
 
@@ -76,8 +82,8 @@ bool CQFXImportManager::ReadPlain() {
 
 bool CQFXImportManager::ReadInferred() {
     bool changed = false;
-    if (!LoadNormal(m_bytes, changed)) return false;
-    CharsetFinding finding = DetectCharset(m_bytes);
+    CharsetFinding finding;
+    if (!LoadNormal(m_bytes, changed, finding)) return false;
     if (finding.binary) return Fail("It is not a text file.");
     m_converted = ConvertToUtf8(m_bytes, finding);
     std::string_view text = m_converted;

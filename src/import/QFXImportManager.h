@@ -1,5 +1,6 @@
 #pragma once
 
+#include "import/Charset.h"
 #include "import/ImportManager.h"
 #include "import/OfxParser.h"
 
@@ -22,8 +23,9 @@ protected:
     std::string FailureMessage() const override;
 
 private:
-    // The file's normal form in `normal`; true in `changed` when it is not on disk so.
-    bool LoadNormal(std::vector<uint8_t>& normal, bool& changed);
+    // The file's normal form in `normal`; true in `changed` when it is not on disk so. The
+    // character set is that of the file on disk, so that a preview and an import agree.
+    bool LoadNormal(std::vector<uint8_t>& normal, bool& changed, CharsetFinding& finding);
     void Rewrite(std::span<const uint8_t> normal);
     bool ReadPlain();
     bool ReadInferred();

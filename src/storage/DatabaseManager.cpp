@@ -96,6 +96,8 @@ bool CDatabaseManager::Open(const std::string& folder) {
     const bool opened = Guarded([&] { return OpenLocked(); });
     if (!opened) {
         if (m_problem == DatabaseProblem::None) (void)Fail(DatabaseProblem::ReadFailed, m_folder);
+        // Closing must not tidy up in a folder that somebody may have to rescue.
+        m_journal.Break();
         CloseStores();
         (void)m_journal.Detach();
         m_folderLock.reset();

@@ -167,6 +167,8 @@ void Check(CInput input) {
         for (const auto& [path, bytes] : disk) {
             const std::string name = FileNameOf(path);
             if (name == "Database.lock" || name == kJournalName) continue;
+            // But for the form: a data file of version 1 is converted first.
+            if (name.ends_with("data.dat") && bytes.size() > 50 && bytes[50] == 1) continue;
             FUZZ_CHECK(files.Bytes(path) == bytes, "what does not open stays as it is");
         }
         if (problem != DatabaseProblem::DamagedJournal) {
