@@ -17,7 +17,6 @@ public:
         // The list holds any payload; what it holds here is only read.
         m_lines.AddTail(const_cast<RegisterLine*>(&line));
     }
-    void Clear() { m_lines.Clear(); }
 
     int32_t Count() const { return m_lines.Count(); }
     const CKeelList& List() const { return m_lines; }

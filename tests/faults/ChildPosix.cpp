@@ -8,18 +8,17 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <thread>
+
+#include "foundation/FileSystem.h"
 
 namespace quillon {
 namespace {
 
 std::string TextOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    std::vector<uint8_t> bytes;
+    (void)ReadWholeFile(PlatformFileSystem(), path, bytes);
+    return {bytes.begin(), bytes.end()};
 }
 
 // Between fork and exec: only calls that are safe there.

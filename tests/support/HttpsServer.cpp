@@ -2,19 +2,20 @@
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <thread>
+#include <vector>
+
+#include "foundation/FileSystem.h"
 
 namespace quillon {
 
 namespace {
 
 std::string TextOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+    std::vector<uint8_t> bytes;
+    (void)ReadWholeFile(PlatformFileSystem(), path, bytes);
+    return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace
