@@ -25,6 +25,16 @@ bool Guarded(Call call) {
     }
 }
 
+// Makes what is missing of the folder's path and brings its names to the medium: commits
+// in a folder that a power cut takes away would be lost. True when it is there already.
+bool MakeFolderForGood(CFileSystem& files, std::string folder) {
+    while (folder.size() > 1 && IsPathSeparator(folder.back())) folder.pop_back();
+    if (files.FolderExists(folder)) return true;
+    const std::string parent = FolderOf(folder);
+    if (!parent.empty() && !MakeFolderForGood(files, parent)) return false;
+    return files.MakeFolder(folder) && files.SyncFolder(parent.empty() ? "." : parent);
+}
+
 uint64_t NewDatabaseId() {
     std::vector<uint8_t> bytes(8);
     do {
@@ -111,7 +121,7 @@ bool CDatabaseManager::OpenLocked() {
     if (!RecoverInterruptedRestore(m_baseFiles, m_folder)) {
         return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
     }
-    if (!m_baseFiles.FolderExists(m_folder) && !m_baseFiles.MakeFolder(m_folder)) {
+    if (!MakeFolderForGood(m_baseFiles, m_folder)) {
         return FailFromFileError(DatabaseProblem::FolderMissing, m_folder);
     }
     m_folderLock = m_baseFiles.Lock(m_folder + DatabaseIdentity::kFileName);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "finance/QuillonDatabaseInterface.h"
+#include "support/PowerCutDisk.h"
+
+namespace quillon {
+
+// What a look at a store found.
+struct StoreLook {
+    std::string problem;   // not opened, or not in order: why; empty when all is well
+    uint64_t content = 0;  // equal for equal contents; stamps of rows do not count
+    bool IsSound() const { return problem.empty(); }
+};
+
+// Of every table, row and BLOB as they read.
+uint64_t ContentOf(CDatabaseManager& database);
+
+// Verifies an open store, the balances too when there is a ledger in it.
+StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance);
+
+// Opens the folder "ledger" of the disk as the next start of the program does, looks, and
+// closes it again.
+StoreLook LookAtFolder(CFileSystem& files, bool isFinance);
+StoreLook LookAtImage(const DiskImage& image, bool isFinance);
+
+inline constexpr const char* kLedgerFolder = "ledger";
+
+}  // namespace quillon

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "finance/Ledger.h"
+#include "finance/QuillonDatabaseInterface.h"
+
+namespace quillon {
+
+// A program at work on the folder "ledger" of a disk.
+class CWorkSession {
+public:
+    CWorkSession(CFileSystem& files, bool isFinance);
+
+    CFileSystem& Files() { return m_files; }
+    CDatabaseManager& Store() { return m_finance ? m_finance->Database() : *m_store; }
+    // Null where the workload is below the finance layer.
+    CQuillonDatabaseInterface* Finance() { return m_finance.get(); }
+    CLedger& Ledger() { return *m_ledger; }
+    bool Open();
+
+private:
+    CFileSystem& m_files;
+    std::unique_ptr<CDatabaseManager> m_store;
+    std::unique_ptr<CQuillonDatabaseInterface> m_finance;
+    std::unique_ptr<CLedger> m_ledger;
+};
+
+// One thing that a program does. True: it was acknowledged.
+struct WorkStep {
+    const char* name;
+    std::function<bool(CWorkSession&)> act;
+    int commits = 1;  // contents change so many times at the most, each time as a whole
+};
+
+// Work on a ledger, for machines that stop it anywhere or let anything fail.
+struct StoreWorkload {
+    const char* name;
+    bool isFinance;
+    // Makes the disk on which the work begins, through a session that is then gone without
+    // closing, as after a kill.
+    std::function<bool(CWorkSession&)> prepare;
+    std::vector<WorkStep> steps;
+};
+
+const std::vector<StoreWorkload>& StoreWorkloads();
+
+}  // namespace quillon
