@@ -117,7 +117,7 @@ std::unique_ptr<CFile> CJournal::Open(const std::string& path, OpenMode mode) {
         return handle;
     }
     CJournalledFile& file = FileFor(path);
-    if (!file.Exists()) {
+    if (!file.Exists() || file.IsUnreadable()) {
         ForgetIfIdle(file);
         return nullptr;
     }

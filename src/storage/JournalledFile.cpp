@@ -21,8 +21,13 @@ CJournalledFile::CJournalledFile(CFileSystem& base, std::string path)
 void CJournalledFile::OnReplaced() {
     m_baseFile.reset();
     m_baseSize = -1;
+    m_unreadable = false;
     if (!m_base.Exists(m_path)) return;
-    if (CFile* file = BaseFile()) m_baseSize = file->Size();
+    CFile* file = BaseFile();
+    m_baseSize = file ? file->Size() : -1;
+    // Not to be taken for a missing file: that would be made anew, and be empty.
+    m_unreadable = m_baseSize < 0;
+    if (m_unreadable) m_baseSize = 0;
 }
 
 CFile* CJournalledFile::BaseFile() {
@@ -38,7 +43,7 @@ void CJournalledFile::ReadBase(int64_t offset, std::span<uint8_t> bytes, bool& f
 }
 
 int64_t CJournalledFile::ReadAt(int64_t offset, std::span<uint8_t> bytes) {
-    if (!Exists() || offset < 0) return -1;
+    if (!Exists() || IsUnreadable() || offset < 0) return -1;
     if (!m_touched) {
         CFile* file = BaseFile();
         return file ? file->ReadAt(offset, bytes) : -1;
@@ -167,6 +172,7 @@ bool CJournalledFile::Apply() {
         m_baseFile = m_base.Open(m_path, OpenMode::Create);
         if (!m_baseFile) return false;
         m_baseSize = 0;
+        m_unreadable = false;
         m_recreated = false;  // a second try goes on from here
     }
     CFile* file = BaseFile();

@@ -21,6 +21,8 @@ public:
     bool Exists() const { return m_touched ? m_exists : m_baseSize >= 0; }
     int64_t Size() const { return m_touched ? m_size : m_baseSize; }
     bool IsTouched() const { return m_touched; }
+    // There, but its size could not be had: good for nothing but to be replaced.
+    bool IsUnreadable() const { return m_unreadable && !m_touched; }
     // Bytes read, fewer only at the end; -1 on failure.
     int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes);
 
@@ -58,6 +60,7 @@ private:
     std::string m_path;
     std::unique_ptr<CFile> m_baseFile;  // opened when first needed
     int64_t m_baseSize = -1;            // -1: not there
+    bool m_unreadable = false;
 
     bool m_touched = false;
     bool m_exists = false;

@@ -151,13 +151,35 @@ bool CTableManager::FillIndex(CTableColumn& column) {
     std::vector<uint8_t> record;
     m_rows.Walk([&](int64_t rowId, const DictionaryEntry& entry) {
         if (entry.deleted) return true;
-        // A row that cannot be read is left out; the integrity check reports it.
         if (ReadRecord(rowId, record) && ValueFromRecord(record, column, value)) {
             filled = column.index->Add(rowId, value.Key());
+        } else {
+            // A damaged row is left out, and the integrity check reports it.
+            filled = IsDamaged(rowId, column);
         }
         return filled;
     });
     return filled;
+}
+
+bool CTableManager::IsDamaged(int64_t rowId, const CTableColumn& column) const {
+    // A block that lies in its store reads, unless the disk fails.
+    std::vector<uint8_t> bytes;
+    const auto isHeld = [&bytes](const CDataStore& store, const DictionaryEntry* entry) {
+        if (!entry || !store.Holds(entry->size, entry->position)) return false;
+        bytes.resize(static_cast<size_t>(entry->size));
+        return true;
+    };
+    const DictionaryEntry* row = m_rows.FindLive(rowId);
+    if (!isHeld(m_rowData, row)) return true;
+    if (!m_rowData.ReadAt(bytes.data(), row->size, row->position)) return false;
+    CTableRowUpdateInfoValue value;
+    if (ValueFromRecord(bytes, column, value)) return false;  // it was the disk, a moment ago
+    if (column.type != ColumnType::Text || row->size != m_recordSize) return true;
+    const auto textId = LoadLE<int64_t>(bytes, static_cast<size_t>(column.offset));
+    const DictionaryEntry* text = m_texts.Dictionary().FindLive(textId);
+    return !isHeld(m_texts.Data(), text) ||
+           m_texts.Data().ReadAt(bytes.data(), text->size, text->position);
 }
 
 bool CTableManager::RebuildIndexes() {

@@ -133,7 +133,11 @@ private:
     [[nodiscard]] bool RewriteRows(
         int32_t oldSize,
         const std::function<void(std::span<const uint8_t>, std::span<uint8_t>)>& convert);
+    // False: a row could not be read, though it is not damaged, or the index not written.
     [[nodiscard]] bool FillIndex(CTableColumn& column);
+    // For a value that cannot be had: whether its bytes are wrong or missing. False: they
+    // could not be read.
+    bool IsDamaged(int64_t rowId, const CTableColumn& column) const;
 
     CJournal& m_journal;
     std::string m_folder;

@@ -1,6 +1,7 @@
 #include "StoreContent.h"
 
 #include <functional>
+#include <map>
 #include <string_view>
 
 #include "finance/Ledger.h"
@@ -65,7 +66,10 @@ std::string ProblemText(DatabaseProblem problem, const std::string& detail) {
 
 uint64_t ContentOf(CDatabaseManager& database) {
     CDigest digest;
-    for (const auto& table : database.Tables()) AddTable(*table, digest);
+    // By name: a table that could not be made at first comes later than others.
+    std::map<std::string, const CTableManager*> tables;
+    for (const auto& table : database.Tables()) tables[table->Name().ToUtf8()] = table.get();
+    for (const auto& table : tables) AddTable(*table.second, digest);
     constexpr int64_t kMostBlobs = 8;
     std::vector<uint8_t> bytes;
     for (int64_t id = 0; id < kMostBlobs; ++id) {

@@ -84,11 +84,13 @@ bool OpenStep(CWorkSession& session) {
     return session.Open();
 }
 
+const WorkStep kOpen = {"open", OpenStep, 0, true};
+
 StoreWorkload FirstStart() {
     return {"first start of a store",
             false,
             [](CWorkSession&) { return true; },
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"make a table", [](CWorkSession& s) { return MakeItems(s.Store()); }},
              {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 1); }},
              {"close", [](CWorkSession& s) { return s.Store().Close(); }, 0}}};
@@ -98,7 +100,7 @@ StoreWorkload SingleCommits() {
     return {"single commits",
             false,
             PrepareItems,
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},
              {"change a row", [](CWorkSession& s) { return ChangeItem(s.Store(), 0, 8); }},
              {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 4); }},
@@ -118,7 +120,7 @@ StoreWorkload Batches() {
     return {"batch",
             false,
             PrepareItems,
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"batch", batch},
              {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},
              {"close", [](CWorkSession& s) { return s.Store().Close(); }, 0}}};
@@ -128,7 +130,7 @@ StoreWorkload Upkeep() {
     return {"flush and remove deleted",
             false,
             PrepareItems,
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 0); }},
              {"flush", [](CWorkSession& s) { return s.Store().Flush(); }, 0},
              {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 2); }},
@@ -141,7 +143,7 @@ StoreWorkload Schema() {
     return {"columns and tables",
             false,
             PrepareItems,
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"add a column",
               [](CWorkSession& s) {
                   return s.Store().AddColumn("Items", "More", ColumnType::Int64, true, true);
@@ -184,7 +186,7 @@ StoreWorkload OldVersion() {
             [](CWorkSession& s) {
                 return PrepareItems(s) && s.Store().Close() && MakeOldVersion(s.Files());
             },
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},
              {"close", [](CWorkSession& s) { return s.Store().Close(); }, 0}}};
 }
@@ -226,7 +228,7 @@ StoreWorkload Seeding() {
     return {"first start of a ledger",
             true,
             [](CWorkSession&) { return true; },
-            {{"open", OpenStep, 0},
+            {kOpen,
              // Two accounts, each with its opening balance.
              {"accounts", OpenAccounts, 2},
              {"close", [](CWorkSession& s) { return s.Finance()->Close(); }, 0}}};
@@ -261,7 +263,7 @@ StoreWorkload Transfers() {
     return {"money between accounts",
             true,
             PrepareLedger,
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"transfer", transfer},
              {"move to the other account", move},
              {"delete the transfer", remove}}};
@@ -308,7 +310,7 @@ StoreWorkload Imports() {
             return PrepareLedger(s) && WriteWholeFile(s.Files(), kQfxPath, Text(QfxFile()), true) &&
                    WriteWholeFile(s.Files(), kQifPath, Text(kQifFile), true);
         },
-        {{"open", OpenStep, 0},
+        {kOpen,
          {"import QFX", [](CWorkSession& s) { return ImportFile<CQFXImportManager>(s, kQfxPath); }},
          {"import QIF", [](CWorkSession& s) { return ImportFile<CQIFImportManager>(s, kQifPath); }},
          {"import in three batches", inBatches, 3}}};
@@ -356,7 +358,7 @@ StoreWorkload Upgrade() {
             true,
             PrepareOldLedger,
             // What the look finds is upgraded, too.
-            {{"open", OpenStep, 0},
+            {kOpen,
              {"accounts", OpenAccounts, 2},
              {"close", [](CWorkSession& s) { return s.Finance()->Close(); }, 0}}};
 }
@@ -380,7 +382,7 @@ StoreWorkload Restore() {
             true,
             prepare,
             {{"restore", restore},
-             {"open", OpenStep, 0},
+             kOpen,
              {"backup",
               [](CWorkSession& s) {
                   BackupReport report;

@@ -34,6 +34,7 @@ struct WorkStep {
     const char* name;
     std::function<bool(CWorkSession&)> act;
     int commits = 1;  // contents change so many times at the most, each time as a whole
+    bool opens = false;
 };
 
 // Work on a ledger, for machines that stop it anywhere or let anything fail.

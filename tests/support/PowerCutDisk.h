@@ -69,6 +69,8 @@ public:
     // from a system's cache, and no later sync writes it.
     void FailAt(const Failure& failure);
     void StopFailing() { m_failure = {}; }
+    // Calls since FailAt.
+    int64_t Calls() const { return m_calls; }
     bool HasFailed() const { return m_hasFailed; }
     bool HasFailedToSync() const { return m_hasFailedToSync; }
     // What failed first.

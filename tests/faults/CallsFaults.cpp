@@ -1,0 +1,231 @@
+// Every call of the file system fails in turn, once or for good, in a workload. The work
+// that was to be done then reports failure; what is in memory is what was acknowledged, or
+// the store takes no changes any more and says so; and what was acknowledged is on the disk,
+// also when the power goes afterwards.
+
+#include <algorithm>
+#include <optional>
+#include <random>
+
+#include "Faults.h"
+#include "StoreContent.h"
+#include "StoreWorkloads.h"
+#include "support/PowerCutDisk.h"
+
+namespace quillon {
+namespace {
+
+struct FailureKind {
+    const char* name;
+    FileError error;
+    bool forEver;
+    bool halfDone;
+};
+
+constexpr FailureKind kFailures[] = {
+    {"fails once", FileError::Other, false, false},
+    {"fails from then on", FileError::Other, true, false},
+    {"full disk once, half written", FileError::NoSpace, false, true},
+    {"full disk from then on, half written", FileError::NoSpace, true, true},
+};
+
+class CCallsMachine {
+public:
+    CCallsMachine(const StoreWorkload& workload, CFaultsReport& report)
+        : m_workload(workload), m_report(report) {}
+
+    // `every`: of so many calls one fails, from `first` on.
+    void Run(int64_t first, int64_t every) {
+        if (!Rehearse()) return;
+        // Of long work no more than of the others.
+        if (every > 1) every = std::max(every, m_allCalls / kMostCalls);
+        for (const FailureKind& kind : kFailures) {
+            m_kind = &kind;
+            for (int64_t at = first; at <= m_allCalls; at += every) FailAt(at);
+        }
+    }
+
+    int64_t Calls() const { return m_allCalls; }
+    int64_t Survived() const { return m_survived; }
+
+private:
+    static constexpr int64_t kMostCalls = 12;  // in the short form, about
+
+    // Once without failures: the contents after each step, and in between.
+    bool Rehearse() {
+        CPowerCutDisk disk;
+        {
+            CWorkSession session(disk, m_workload.isFinance);
+            if (!m_workload.prepare(session)) {
+                m_report.Fault(std::string(m_workload.name) + ": cannot be prepared");
+                return false;
+            }
+            m_before = disk.Everything();
+        }
+        CPowerCutDisk work(m_before);
+        // Never reached: only counts.
+        work.FailAt({.at = INT64_MAX});
+        CWorkSession session(work, m_workload.isFinance);
+        m_states = {{LookAtImage(m_before, m_workload.isFinance).content}};
+        for (const WorkStep& step : m_workload.steps) {
+            std::vector<uint64_t> states = {m_states.back().back()};
+            const auto note = [&] {
+                const uint64_t now = LookAtImage(work.Everything(), m_workload.isFinance).content;
+                if (now != states.back()) states.push_back(now);
+            };
+            work.OnChange([&](const std::string&) { note(); });
+            const bool done = step.act(session);
+            work.OnChange({});
+            note();
+            m_report.Expect(done, std::string(m_workload.name) + ", " + step.name + ": fails");
+            m_states.push_back(states);
+        }
+        m_allCalls = work.Calls();
+        return true;
+    }
+
+    void FailAt(int64_t at) {
+        m_at = at;
+        CPowerCutDisk disk(m_before);
+        disk.FailAt({at, m_kind->error, m_kind->forEver, m_kind->halfDone});
+        {
+            CWorkSession session(disk, m_workload.isFinance);
+            Work(disk, session);
+        }
+        disk.StopFailing();
+        // The session is gone, orderly: its last commits are no more than closing makes.
+        Check(LookAtImage(disk.Everything(), m_workload.isFinance), "closed and opened again");
+    }
+
+    // All steps up to the one that fails.
+    void Work(CPowerCutDisk& disk, CWorkSession& session) {
+        size_t done = 0;
+        bool acknowledged = true;
+        while (acknowledged && done < m_workload.steps.size()) {
+            m_step = &m_workload.steps[done];
+            acknowledged = m_step->act(session);
+            if (acknowledged) ++done;
+        }
+        const bool failed = disk.HasFailed();
+        m_call = disk.FailedCall();
+        m_report.Expect(acknowledged || failed, Name() + "no call failed, but the step did");
+        if (acknowledged && failed) ++m_survived;  // it could do without that call
+        Allow(done, acknowledged);
+        disk.StopFailing();
+
+        // The program that is killed now, and the computer whose power goes.
+        Check(LookAtImage(disk.Everything(), m_workload.isFinance), "killed");
+        CutPlan plan{.mostSteps = 1,
+                     .subsets = 1,
+                     .everySubset = false,
+                     .seed = static_cast<uint64_t>(m_at)};
+        disk.ForEachCut(plan, [this](const DiskImage& image, const std::string& what) {
+            Check(LookAtImage(image, m_workload.isFinance), "power off, " + what);
+        });
+        LiveOn(disk, session, acknowledged);
+    }
+
+    // Contents that are right from here on.
+    void Allow(size_t done, bool acknowledged) {
+        m_allowed = {m_states[done].back()};
+        if (acknowledged) return;
+        const std::vector<uint64_t>& inFlight = m_states[done + 1];
+        m_allowed.insert(m_allowed.end(), inFlight.begin(), inFlight.end());
+    }
+
+    // The program that lives on sees what it was told, or may change nothing any more.
+    void LiveOn(CPowerCutDisk& disk, CWorkSession& session, bool acknowledged) {
+        CDatabaseManager& store = session.Store();
+        // A ledger that opened only in part is closed by whoever opened it.
+        if (!acknowledged && m_step->opens && session.Finance()) (void)session.Finance()->Close();
+        if (!store.IsOpen()) {
+            // It may try again as soon as it likes.
+            m_report.Expect(session.Open(), Name() + "does not open again: problem " +
+                                                std::to_string(static_cast<int>(store.Problem())));
+            if (!store.IsOpen()) return;
+        }
+        const bool takesChanges = store.BeginBatch();
+        if (takesChanges) {
+            store.RollbackBatch();
+        } else {
+            m_report.Expect(store.Problem() != DatabaseProblem::None,
+                            Name() + "takes no changes and does not say why");
+            return;
+        }
+        const StoreLook live = LookAtOpen(store, session.Finance());
+        m_report.Expect(live.IsSound(), Name() + "lives on, but " + live.problem);
+        if (!live.IsSound()) return;
+        // Not taken back by a failure: a step of several commits may have made some of them.
+        const bool isRight =
+            live.content == m_allowed.front() || (m_step->commits != 1 && IsAllowed(live));
+        m_report.Expect(isRight, Name() + "lives on with other contents than acknowledged");
+        if (isRight) CommitMore(disk, session);
+    }
+
+    // What is acknowledged after the failure stands like all that was before it.
+    void CommitMore(CPowerCutDisk& disk, CWorkSession& session) {
+        const std::vector<uint8_t> blob = {'m', 'o', 'r', 'e'};
+        const bool acknowledged = session.Store().AddBlob(blob) >= 0;
+        const uint64_t content = ContentOf(session.Store());
+        m_allowed.push_back(content);
+        if (!acknowledged) return;
+        m_allowed = {content};
+        disk.ForEachCut({.mostSteps = 0, .subsets = 0, .everySubset = false},
+                        [this](const DiskImage& image, const std::string& what) {
+                            Check(LookAtImage(image, m_workload.isFinance),
+                                  "one more commit, then power off, " + what);
+                        });
+    }
+
+    bool IsAllowed(const StoreLook& look) const {
+        return std::find(m_allowed.begin(), m_allowed.end(), look.content) != m_allowed.end();
+    }
+
+    void Check(const StoreLook& look, const std::string& what) {
+        m_report.Expect(look.IsSound(), Name() + what + ": " + look.problem);
+        if (!look.IsSound()) return;
+        m_report.Expect(IsAllowed(look), Name() + what + ": other contents than acknowledged");
+    }
+
+    std::string Name() const {
+        return std::string(m_workload.name) + ", " + m_step->name + ", call " +
+               std::to_string(m_at) + " (" + m_call + ") " + m_kind->name + ": ";
+    }
+
+    const StoreWorkload& m_workload;
+    CFaultsReport& m_report;
+    DiskImage m_before;
+    std::vector<std::vector<uint64_t>> m_states;  // before the first step, and of each step
+    std::vector<uint64_t> m_allowed;              // the first: acknowledged
+    int64_t m_allCalls = 0;
+    const FailureKind* m_kind = nullptr;
+    const WorkStep* m_step = nullptr;
+    int64_t m_at = 0;
+    std::string m_call;
+    int64_t m_survived = 0;
+};
+
+void RunCalls(const FaultsOptions& options, CFaultsReport& report) {
+    constexpr int64_t kShortEvery = 13;
+    for (const StoreWorkload& workload : StoreWorkloads()) {
+        if (std::string(workload.name).find(options.only) == std::string::npos) continue;
+        const int64_t casesBefore = report.Cases();
+        CCallsMachine machine(workload, report);
+        if (options.isLong) {
+            machine.Run(1, 1);
+        } else {
+            machine.Run(1 + static_cast<int64_t>(options.seed) % kShortEvery, kShortEvery);
+        }
+        std::printf("calls: %s: %lld calls, %lld failures made up for, %lld cases\n", workload.name,
+                    static_cast<long long>(machine.Calls()),
+                    static_cast<long long>(machine.Survived()),
+                    static_cast<long long>(report.Cases() - casesBefore));
+        std::fflush(stdout);
+    }
+}
+
+const CFaultsKind kCalls("calls", "Every call of the file system fails in turn, once or for good",
+                         RunCalls);
+
+}  // namespace
+}  // namespace quillon
