@@ -148,12 +148,12 @@ bool CDatabaseManager::AttachJournal() {
     if (!ReadWholeFile(m_baseFiles, lockPath, bytes)) {
         return FailFromFileError(DatabaseProblem::ReadFailed, lockPath);
     }
-    const bool isNew = bytes.empty();
+    // An empty one beside a journal has lost its contents to a power cut.
+    const bool isNew = bytes.empty() && !m_baseFiles.Exists(m_folder + kJournalName);
     bool known = DatabaseIdentity::Decode(bytes, identity);
     if (isNew) {
         identity.id = NewDatabaseId();
-        known = WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true) &&
-                m_baseFiles.SyncFolder(m_folder);
+        known = WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true);
         if (!known) return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
     }
     switch (m_journal.Attach(m_folder, known ? identity.id : 0)) {
@@ -167,7 +167,7 @@ bool CDatabaseManager::AttachJournal() {
             return FailFromFileError(DatabaseProblem::WriteFailed, m_folder + kJournalName);
     }
     if (known) return true;
-    // The name in the lock file was damaged; the journal still knew it.
+    // The name in the lock file was damaged or is gone; the journal still knew it.
     identity.id = m_journal.DatabaseId();
     if (WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true)) return true;
     return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
@@ -234,7 +234,14 @@ bool CDatabaseManager::OpenStores() {
     m_blobs = std::make_unique<CBlobManager>(m_journal);
     m_blobs->SetBasePath(schemaPath);
     if (!m_blobs->Open()) return FailFromDamage(m_folder + "DatabaseSchema_blobdict.dat");
-    return m_journal.Exists(schemaPath) || SaveSchema();
+    return m_journal.Exists(schemaPath) || (SyncOwnName() && SaveSchema());
+}
+
+// The folder of a new database may have been made by somebody who did not get so far.
+bool CDatabaseManager::SyncOwnName() {
+    const std::string parent = FolderOf(m_folder.substr(0, m_folder.size() - 1));
+    if (m_baseFiles.SyncFolder(parent.empty() ? "." : parent)) return true;
+    return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
 }
 
 bool CDatabaseManager::OpenTable(int32_t number, const std::string& name) {

@@ -160,6 +160,7 @@ private:
     void RemoveLeftovers();
     [[nodiscard]] bool ConvertOldDataFiles();
     [[nodiscard]] bool OpenStores();
+    [[nodiscard]] bool SyncOwnName();
     [[nodiscard]] bool OpenTable(int32_t number, const std::string& name);
     void CloseStores();
     // After a roll back of schema changes, makes the tables anew from the files.

@@ -406,7 +406,11 @@ CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t data
     if (result == AttachResult::Ok) {
         m_file = m_base.Open(path, OpenMode::ReadWrite);
         m_allocated = m_file ? m_file->Size() : -1;
-        if (m_allocated < 0 || !StartNewJournal()) result = AttachResult::Failed;
+        // The journal's own name too: whoever made the file may not have got so far as to
+        // bring that to the medium.
+        if (m_allocated < 0 || !m_base.SyncFolder(m_folder) || !StartNewJournal()) {
+            result = AttachResult::Failed;
+        }
     }
     if (result != AttachResult::Ok) {
         m_failureKind = m_base.LastError();
