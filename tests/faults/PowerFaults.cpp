@@ -23,12 +23,17 @@ struct PowerPlan {
     int64_t stopEvery = 1;
     size_t recoveryEvery = 1;
     int64_t recoveryStopEvery = 1;
+    int64_t recoveryStops = 0;  // after so many, half as many disks recover that way
 };
 
 class CPowerMachine {
 public:
     CPowerMachine(const StoreWorkload& workload, const PowerPlan& plan, CFaultsReport& report)
-        : m_workload(workload), m_plan(plan), m_report(report) {}
+        : m_workload(workload),
+          m_plan(plan),
+          m_report(report),
+          m_recoveryEvery(plan.recoveryEvery),
+          m_recoveryStops(plan.recoveryStops) {}
 
     void Run() {
         const std::optional<DiskImage> before = Prepare();
@@ -88,8 +93,11 @@ private:
         m_disk->ForEachCut(plan, [this](const DiskImage& image, const std::string& what) {
             const StoreLook look = LookAt(image);
             m_report.Expect(IsRight(look), Name(what) + Wrong(look));
-            if (look.IsSound() && m_disks++ % m_plan.recoveryEvery == 0) {
-                StopRecovery(image, look, what);
+            if (!look.IsSound() || m_disks++ % m_recoveryEvery != 0) return;
+            StopRecovery(image, look, what);
+            if (m_secondStops > m_recoveryStops) {
+                m_recoveryStops *= 2;
+                m_recoveryEvery *= 4;
             }
         });
     }
@@ -157,6 +165,8 @@ private:
     int64_t m_stops = 0;
     int64_t m_secondStops = 0;
     size_t m_disks = 0;
+    size_t m_recoveryEvery;
+    int64_t m_recoveryStops;
 };
 
 void RunPower(const FaultsOptions& options, CFaultsReport& report) {
@@ -168,6 +178,7 @@ void RunPower(const FaultsOptions& options, CFaultsReport& report) {
         plan.cutsInRecovery.subsets = 4;
         plan.recoveryEvery = 20;
         plan.recoveryStopEvery = 3;
+        plan.recoveryStops = 4000;
     } else {
         plan.cuts.mostSteps = 2;
         plan.cuts.subsets = 2;
@@ -175,8 +186,9 @@ void RunPower(const FaultsOptions& options, CFaultsReport& report) {
         plan.cutsInRecovery.mostSteps = 1;
         plan.cutsInRecovery.subsets = 1;
         plan.stopEvery = 2;
-        plan.recoveryEvery = 60;
+        plan.recoveryEvery = 90;
         plan.recoveryStopEvery = 7;
+        plan.recoveryStops = 100;
     }
     for (const StoreWorkload& workload : StoreWorkloads()) {
         if (std::string(workload.name).find(options.only) == std::string::npos) continue;
