@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quillon {
+
+// Counts what a thread allocates, and lets its allocations fail. The program that links
+// this has operator new and delete replaced and its own malloc, calloc, realloc and free
+// wrapped; what shared libraries allocate for themselves is not seen.
+//
+//   Scope      Counts from construction to destruction, on the constructing thread. One
+//              at a time. Without one everything is as without this file.
+//   Blocks     Only those allocated in the scope: freeing an older one changes nothing.
+class CAllocationGauge {
+public:
+    enum class Times { Once, ForEver };
+
+    CAllocationGauge();
+    ~CAllocationGauge();
+    CAllocationGauge(const CAllocationGauge&) = delete;
+    CAllocationGauge& operator=(const CAllocationGauge&) = delete;
+
+    // --- what is not freed yet
+    int64_t LiveBytes() const;
+    int64_t LiveBlocks() const;
+    // --- since the last MarkPeak: the largest of LiveBytes, less what lived at the mark;
+    // the largest single block that was asked for, also when it was refused; how many were.
+    int64_t PeakBytes() const;
+    int64_t LargestBlock() const;
+    int64_t Allocations() const;
+    void MarkPeak();
+
+    // Lets the `nth` allocation from now (1 is the next) fail, and with ForEver all later
+    // ones. Replaces an earlier order.
+    void FailNth(int64_t nth, Times times);
+    void StopFailing();
+    // An allocation was refused since the last FailNth.
+    bool HasFailed() const;
+};
+
+// While it lives, allocations neither count nor fail; freeing a counted block still counts.
+// For what a test does itself in the middle of what it measures, such as its disk.
+class CAllocationPause {
+public:
+    CAllocationPause();
+    ~CAllocationPause();
+    CAllocationPause(const CAllocationPause&) = delete;
+    CAllocationPause& operator=(const CAllocationPause&) = delete;
+};
+
+}  // namespace quillon
