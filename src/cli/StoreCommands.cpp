@@ -7,6 +7,7 @@
 #include "cli/TablePrinter.h"
 #include "cli/Values.h"
 #include "foundation/CurrencyFormat.h"
+#include "storage/Checksums.h"
 #include "storage/RestoreFolders.h"
 
 namespace quillon {
@@ -43,14 +44,54 @@ struct Verification {
     IntegrityCode code = IntegrityCode::Ok;
     std::vector<TableIntegrity> tables;
     std::vector<BalanceMismatch> balances;
+    std::vector<PageDamage> pages;
 
-    bool IsInOrder() const { return code == IntegrityCode::Ok && balances.empty(); }
-    // Balances have no code of their own.
+    bool LayoutsAgree() const { return code == IntegrityCode::Ok && balances.empty(); }
+    bool IsInOrder() const { return LayoutsAgree() && pages.empty(); }
+    // Balances and pages have no code of their own.
     IntegrityCode Code() const {
-        return code == IntegrityCode::Ok && !balances.empty() ? IntegrityCode::General : code;
+        return code == IntegrityCode::Ok && !IsInOrder() ? IntegrityCode::General : code;
     }
     std::string Message() const;
 };
+
+// Where and what, for a run of pages that have the same fault.
+std::string DamageText(const PageDamage& first, int64_t end) {
+    switch (first.kind) {
+        case PageDamage::Kind::Missing:
+            return first.file + " is missing";
+        case PageDamage::Kind::OtherSize:
+            return first.file + " has " + std::to_string(first.size) +
+                   " bytes, not as many as were written";
+        case PageDamage::Kind::Unlisted:
+            return first.file + " was not written by this ledger";
+        case PageDamage::Kind::BadSums:
+            return first.file + ", the list of checksums, is damaged";
+        case PageDamage::Kind::Changed:
+        case PageDamage::Kind::Unreadable:
+            break;
+    }
+    const bool changed = first.kind == PageDamage::Kind::Changed;
+    return first.file + ", bytes " + std::to_string(first.offset) + " to " +
+           std::to_string(end - 1) +
+           (changed ? ", differs from what was written" : ", cannot be read");
+}
+
+// One text for each run of neighbouring pages.
+std::vector<std::string> DamageTexts(const std::vector<PageDamage>& pages) {
+    std::vector<std::string> texts;
+    for (size_t i = 0; i < pages.size();) {
+        const PageDamage& first = pages[i];
+        int64_t end = first.offset + first.size;
+        for (++i; i < pages.size() && pages[i].file == first.file && pages[i].kind == first.kind &&
+                  pages[i].offset == end;
+             ++i) {
+            end += pages[i].size;
+        }
+        texts.push_back(DamageText(first, end));
+    }
+    return texts;
+}
 
 std::string BalanceText(const BalanceMismatch& mismatch) {
     return "the balance of " + Quoted(mismatch.account.ToUtf8()) + " is stored as " +
@@ -67,6 +108,17 @@ std::string Verification::Message() const {
             return message + (table.detail.empty() ? "." : ": " + table.detail + ".");
         }
     }
+    if (LayoutsAgree() && !pages.empty()) {
+        const std::vector<std::string> texts = DamageTexts(pages);
+        std::string message = "The tables are in order, but " + texts.front();
+        if (texts.size() > 1) {
+            message +=
+                " (and " +
+                Counted(static_cast<int64_t>(texts.size()) - 1, "other place", "other places") +
+                ")";
+        }
+        return message + ".";
+    }
     if (balances.empty()) return IntegrityMessage(code);
     std::string message = "The tables are in order, but " + BalanceText(balances.front());
     if (balances.size() > 1) {
@@ -82,6 +134,7 @@ Verification Check(CSession& session) {
     Verification found;
     found.code = session.Database().Database().Verify(found.tables);
     RequireStored(session.Ledger().VerifyBalances(found.balances), session.Database());
+    RequireStored(session.Database().Database().VerifyPages(found.pages), session.Database());
     return found;
 }
 
@@ -96,6 +149,20 @@ void Repair(CCommandContext& context, CSession& session) {
     for (const BalanceMismatch& mismatch : repaired) {
         context.Note("Repaired: " + BalanceText(mismatch) + ".");
     }
+}
+
+// What nothing could be made anew from: the layouts agree with it, so it is kept as it is.
+void AcceptPages(CCommandContext& context, CSession& session, Verification& found) {
+    if (found.pages.empty() || !found.LayoutsAgree()) return;
+    RequireStored(session.Database().Database().AcceptPages(), session.Database());
+    const bool onlySums = found.pages.front().kind == PageDamage::Kind::BadSums;
+    for (const std::string& text : DamageTexts(found.pages)) {
+        context.Note((onlySums ? "Made anew: " : "Accepted as it is now: ") + text + ".");
+    }
+    context.Note(onlySums ? "Whether a page changed before now cannot be told."
+                          : "A value there may be another than the one entered; compare with "
+                            "statements or a backup.");
+    found.pages.clear();
 }
 
 void PrintTables(CCommandContext& context, const Verification& found) {
@@ -113,12 +180,26 @@ void PrintTables(CCommandContext& context, const Verification& found) {
     }
     table.Print(context.Host().out, 0);
     context.Say("");
+    for (const std::string& text : DamageTexts(found.pages)) context.Say(text + ".");
+}
+
+Json PagesAsJson(const Verification& found) {
+    Json pages = Json::array();
+    for (const PageDamage& page : found.pages) {
+        pages.push_back({{"file", page.file},
+                         {"page", page.page},
+                         {"offset", page.offset},
+                         {"size", page.size},
+                         {"message", DamageText(page, page.offset + page.size)}});
+    }
+    return pages;
 }
 
 void Verify(CCommandContext& context, bool repair) {
     CSession session(context);
     if (repair) Repair(context, session);
-    const Verification found = Check(session);
+    Verification found = Check(session);
+    if (repair) AcceptPages(context, session, found);
     if (context.WantsJson()) {
         Json tables = Json::array();
         for (const TableIntegrity& table : found.tables) {
@@ -128,15 +209,20 @@ void Verify(CCommandContext& context, bool repair) {
         }
         context.Print({{"code", static_cast<int32_t>(found.Code())},
                        {"message", found.Message()},
-                       {"tables", tables}});
+                       {"tables", tables},
+                       {"pages", PagesAsJson(found)}});
     } else {
         PrintTables(context, found);
     }
     if (!found.IsInOrder()) {
-        throw CFailure(found.Message() +
-                       (repair ? " It cannot be repaired; restore a backup with 'restore FILE --to "
-                                 "DIR'."
-                               : " Run 'verify --repair', after a copy of the folder."));
+        throw CFailure(
+            found.Message() +
+            (repair ? " It cannot be repaired; restore a backup with 'restore FILE --to "
+                      "DIR'."
+             : found.LayoutsAgree()
+                 ? " A backup holds what was written; 'verify --repair', after a copy of "
+                   "the folder, accepts what is there now."
+                 : " Run 'verify --repair', after a copy of the folder."));
     }
     if (!context.WantsJson()) {
         context.Say(found.Message());
@@ -151,10 +237,11 @@ void AddStoreCommands(CLI::App& program, CCommandContext& context) {
         context.work = [&context] { Initialise(context); };
     });
     CLI::App* const verify =
-        program.add_subcommand("verify", "Check every table, index and balance");
+        program.add_subcommand("verify", "Check every table, index, balance and page");
     const auto repair = std::make_shared<bool>(false);
     verify->add_flag("--repair", *repair,
-                     "First make indexes and balances anew and give back room of deleted rows");
+                     "First make indexes and balances anew and give back room of deleted rows; "
+                     "damage that leaves the tables in order is then accepted");
     verify->callback(
         [&context, repair] { context.work = [&context, repair] { Verify(context, *repair); }; });
 }

@@ -3,6 +3,7 @@
 #include <new>
 #include <vector>
 
+#include "storage/Checksums.h"
 #include "storage/DatabaseManager.h"
 
 namespace quillon {
@@ -29,6 +30,13 @@ BackupCode BackUp(CDatabaseManager& database, const std::string& path,
             report.detail = table.table + ": " + IntegrityMessage(table.code);
             break;
         }
+        return BackupCode::IntegrityFailed;
+    }
+    // A backup of a damaged page would look like a sound one.
+    std::vector<PageDamage> pages;
+    if (!database.VerifyPages(pages) || !pages.empty()) {
+        report.detail = pages.empty() ? "the files cannot be checked"
+                                      : pages.front().file + " is not as it was written";
         return BackupCode::IntegrityFailed;
     }
     std::vector<std::string> names;

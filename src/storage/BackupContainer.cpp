@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/ByteCodec.h"
+#include "storage/ChecksumFile.h"
 
 namespace quillon {
 namespace {
@@ -141,7 +142,7 @@ bool BelongsToDatabaseFolder(std::string_view name) {
         if (name.ends_with(temporary)) name.remove_suffix(temporary.size());
     }
     return IsDatabaseFileName(name) || name == kDatabaseLockName || name == kRestoreMarkName ||
-           name.starts_with("Journal.");
+           name == kChecksumsName || name.starts_with("Journal.");
 }
 
 }  // namespace quillon

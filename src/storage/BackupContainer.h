@@ -98,9 +98,9 @@ constexpr std::string_view kDatabaseLockName = "Database.lock";
 // Tells what a folder is while a restore replaces it; see RestoreFolders.h.
 constexpr std::string_view kRestoreMarkName = "Restore.mark";
 
-// True for the names above, the journal's, kept-aside ones included, and each of them
-// with the ".new" or "_tmp" of a file being replaced: everything that the program
-// itself ever puts into a database folder.
+// True for the names above, the checksums' and the journal's, kept-aside ones included, and each of
+// them with the ".new" or "_tmp" of a file being replaced: everything that the program itself ever
+// puts into a database folder.
 bool BelongsToDatabaseFolder(std::string_view name);
 
 }  // namespace quillon

@@ -8,6 +8,7 @@
 #include "foundation/ByteCodec.h"
 #include "foundation/platform/Clock.h"
 #include "storage/BackupRestore.h"
+#include "storage/Checksums.h"
 #include "storage/Crypto.h"
 #include "storage/SchemaFile.h"
 #include "storage/TableVerifier.h"
@@ -106,6 +107,7 @@ bool CDatabaseManager::Open(const std::string& folder) {
     const bool opened = Guarded([&] { return OpenLocked(); });
     if (!opened) {
         if (m_problem == DatabaseProblem::None) (void)Fail(DatabaseProblem::ReadFailed, m_folder);
+        NameDamagedFile();
         // Closing must not tidy up in a folder that somebody may have to rescue.
         m_journal.Break();
         CloseStores();
@@ -115,6 +117,21 @@ bool CDatabaseManager::Open(const std::string& folder) {
     }
     m_open = opened;
     return opened;
+}
+
+// Two files that contradict each other are told apart by their checksums.
+void CDatabaseManager::NameDamagedFile() {
+    if (m_problem != DatabaseProblem::DamagedFile) return;
+    (void)Guarded([&] {
+        std::vector<PageDamage> damage;
+        const std::string named = FileNameOf(m_problemDetail);
+        const auto isNamed = [&](const PageDamage& page) { return page.file == named; };
+        if (m_journal.CheckPages(damage) && !damage.empty() &&
+            std::none_of(damage.begin(), damage.end(), isNamed)) {
+            m_problemDetail = m_folder + damage.front().file;
+        }
+        return true;
+    });
 }
 
 bool CDatabaseManager::OpenLocked() {
@@ -173,12 +190,14 @@ bool CDatabaseManager::AttachJournal() {
     return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
 }
 
-// Copies that a compaction or conversion had not finished.
+// Copies that a compaction, a conversion or a checkpoint had not finished.
 void CDatabaseManager::RemoveLeftovers() {
     std::vector<std::string> names;
     if (!m_baseFiles.List(m_folder, names)) return;
     for (const std::string& name : names) {
-        if (name.ends_with(".dat_tmp")) (void)m_baseFiles.Remove(m_folder + name);
+        const bool isLeft =
+            name.ends_with(".dat_tmp") || name == std::string(kChecksumsName) + ".new";
+        if (isLeft) (void)m_baseFiles.Remove(m_folder + name);
     }
 }
 
@@ -233,7 +252,10 @@ bool CDatabaseManager::OpenStores() {
     }
     m_blobs = std::make_unique<CBlobManager>(m_journal);
     m_blobs->SetBasePath(schemaPath);
-    if (!m_blobs->Open()) return FailFromDamage(m_folder + "DatabaseSchema_blobdict.dat");
+    if (!m_blobs->Open()) {
+        return FailFromDamage(
+            WithSuffix(schemaPath, m_blobs->Dictionary().IsOpen() ? "_blobdata" : "_blobdict"));
+    }
     return m_journal.Exists(schemaPath) || (SyncOwnName() && SaveSchema());
 }
 
@@ -613,6 +635,18 @@ IntegrityCode CDatabaseManager::Verify(std::vector<TableIntegrity>& tables) {
     if (first == IntegrityCode::Ok) first = blobs.code;
     if (blobs.code != IntegrityCode::Ok) tables.push_back(std::move(blobs));
     return first;
+}
+
+bool CDatabaseManager::VerifyPages(std::vector<PageDamage>& damage) {
+    const CLockScope lock(m_lock);
+    damage.clear();
+    return m_open && Guarded([&] { return m_journal.CheckPages(damage); });
+}
+
+bool CDatabaseManager::AcceptPages() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    return Flush() && Guarded([&] { return m_journal.AcceptPages(); });
 }
 
 bool CDatabaseManager::ListFiles(std::vector<std::string>& names) {

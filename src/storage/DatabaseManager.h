@@ -125,6 +125,13 @@ public:
     // The first code that is not Ok, and one entry a table; one more, "BLOBs", when
     // the BLOB store is damaged.
     IntegrityCode Verify(std::vector<TableIntegrity>& tables);
+    // Reads every file and lists the pages that are not as they were written, and files
+    // that are not there or are longer or shorter. The layouts may well agree with a page
+    // that changed. False: that cannot be told; a file cannot be read, or a batch is open.
+    [[nodiscard]] bool VerifyPages(std::vector<PageDamage>& damage);
+    // Takes what the files hold now for what was written: after a repair whose result was
+    // checked. Damage is reported until then.
+    [[nodiscard]] bool AcceptPages();
     // Makes every index anew from the rows, then flushes.
     [[nodiscard]] bool RebuildIndexes();
     // Names without folder of every file that makes up the database, sorted.
@@ -175,6 +182,7 @@ private:
     bool FailFromFileError(DatabaseProblem fallback, const std::string& detail);
     // NewerVersion when the file is one of ours with a higher version.
     bool FailFromDamage(const std::string& path);
+    void NameDamagedFile();
     CTableRowUpdateInfoValue* RowValue(std::string_view column, ColumnType type);
 
     CFileSystem& m_baseFiles;

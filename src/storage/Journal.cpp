@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "foundation/ByteCodec.h"
+#include "storage/Checksums.h"
 #include "storage/Crypto.h"
 
 namespace quillon {
@@ -74,6 +75,9 @@ private:
     CJournalledFile& m_file;
     bool m_writable;
 };
+
+CJournal::CJournal(CFileSystem& base)
+    : m_base(base), m_checksums(std::make_unique<CChecksums>(base)) {}
 
 CJournal::~CJournal() {
     // Files that are still open here would dangle; the stores close them first.
@@ -235,7 +239,10 @@ bool CJournal::CommitOutermost() {
     }
 
     JournalGroupBuilder group;
-    if (!BuildGroup(group)) return false;
+    if (!BuildGroup(group)) {
+        m_failureKind = m_base.LastError();
+        return false;
+    }
     if (group.IsEmpty()) {
         DropBracket();
         return true;
@@ -244,6 +251,7 @@ bool CJournal::CommitOutermost() {
         m_failureKind = m_base.LastError();
         return false;
     }
+    m_checksums->Keep();
     // From here on the commit stands. What cannot be written to the files now is
     // still read from memory, and tried again before the next bracket.
     if (!ApplyTouched()) m_applyPending = true;
@@ -253,6 +261,7 @@ bool CJournal::CommitOutermost() {
 }
 
 bool CJournal::BuildGroup(JournalGroupBuilder& group) {
+    m_checksums->Drop();  // of a group that was not written
     size_t total = 0;
     for (const CJournalledFile* file : m_touched) total += file->ExtentBytes() + 64;
     group.ReserveMore(total);
@@ -260,11 +269,13 @@ bool CJournal::BuildGroup(JournalGroupBuilder& group) {
         const std::string to = FileNameOf(m_renameTo);
         const std::span data(reinterpret_cast<const uint8_t*>(to.data()), to.size());
         group.Add(JournalOperationType::Rename, FileNameOf(m_renameFrom), 0, data);
+        if (!m_checksums->StageRename(m_renameFrom, m_renameTo, group)) return false;
     }
-    for (const CJournalledFile* file : m_touched) {
+    for (CJournalledFile* file : m_touched) {
         const std::string name = FileNameOf(file->Path());
         if (!file->Exists()) {
             if (file->BaseExists()) group.Add(JournalOperationType::Remove, name, 0, {});
+            if (!m_checksums->Stage(*file, group)) return false;
             continue;
         }
         if (file->NeedsCreate()) {
@@ -280,6 +291,7 @@ bool CJournal::BuildGroup(JournalGroupBuilder& group) {
         if (file->NewSize() > end) {
             group.Add(JournalOperationType::SetSize, name, file->NewSize(), {});
         }
+        if (!m_checksums->Stage(*file, group)) return false;
     }
     return true;
 }
@@ -367,7 +379,18 @@ bool CJournal::Checkpoint() {
     }
     m_dirty.clear();
     m_namesDirty = false;
-    return StartNewJournal();
+    // Not known to be right with the journal empty: then the journal stays.
+    return m_checksums->Save(m_header.databaseId) && StartNewJournal();
+}
+
+bool CJournal::CheckPages(std::vector<PageDamage>& damage) {
+    if (!IsAttached() || m_depth > 0) return false;
+    if (m_applyPending && !ApplyTouched()) return false;
+    return m_checksums->Check(damage);
+}
+
+bool CJournal::AcceptPages() {
+    return IsAttached() && m_depth == 0 && Checkpoint() && m_checksums->Accept(m_header.databaseId);
 }
 
 bool CJournal::StartNewJournal() {
@@ -396,6 +419,7 @@ CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t data
     m_namesDirty = false;
 
     AttachResult result = AttachResult::Ok;
+    m_checksums->Start(m_folder);
     const std::string path = m_folder + kJournalName;
     if (m_base.Exists(path)) result = ReplayExisting(databaseId);
     if (result == AttachResult::Ok && !m_base.Exists(path)) {
@@ -408,7 +432,8 @@ CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t data
         m_allocated = m_file ? m_file->Size() : -1;
         // The journal's own name too: whoever made the file may not have got so far as to
         // bring that to the medium.
-        if (m_allocated < 0 || !m_base.SyncFolder(m_folder) || !StartNewJournal()) {
+        if (m_allocated < 0 || !m_base.SyncFolder(m_folder) ||
+            !m_checksums->Save(m_header.databaseId) || !StartNewJournal()) {
             result = AttachResult::Failed;
         }
     }
@@ -442,7 +467,9 @@ CJournal::AttachResult CJournal::ReplayExisting(uint64_t databaseId) {
     bool damaged = false;
     if (!Replay(bytes, header, damaged) || !SyncReplayed()) return AttachResult::Failed;
     if (!damaged) return AttachResult::Ok;
-    return SetAside() ? AttachResult::Damaged : AttachResult::Failed;
+    // What was brought in is in the files now; the groups behind are lost to them.
+    return m_checksums->Save(header.databaseId) && SetAside() ? AttachResult::Damaged
+                                                              : AttachResult::Failed;
 }
 
 bool CJournal::Replay(const std::vector<uint8_t>& bytes, const JournalHeader& header,
@@ -466,6 +493,7 @@ bool CJournal::Replay(const std::vector<uint8_t>& bytes, const JournalHeader& he
         }
         for (const JournalOperation& operation : operations) {
             if (!ReplayOperation(operation)) return false;
+            m_checksums->Replay(operation);
         }
         ++sequence;
         previous = group.checksum;
@@ -490,6 +518,7 @@ bool CJournal::Replay(const std::vector<uint8_t>& bytes, const JournalHeader& he
 
 bool CJournal::ReplayOperation(const JournalOperation& operation) {
     const std::string path = m_folder + std::string(operation.name);
+    if (operation.type == JournalOperationType::PageSums) return true;
     if (operation.type == JournalOperationType::Remove) {
         m_dirty.erase(path);
         m_namesDirty = true;

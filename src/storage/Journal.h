@@ -15,6 +15,9 @@
 
 namespace quillon {
 
+class CChecksums;
+struct PageDamage;
+
 // CJournal makes the changes of several files one commit. It is a file system
 // that the stores use in place of the machine's: inside a bracket their writes,
 // creates and removes stay in memory and are seen by their reads; committing
@@ -37,7 +40,7 @@ namespace quillon {
 //   Threads    One at a time; CDatabaseManager holds its lock.
 class CJournal final : public CFileSystem {
 public:
-    explicit CJournal(CFileSystem& base) : m_base(base) {}
+    explicit CJournal(CFileSystem& base);
     ~CJournal() override;
     CJournal(const CJournal&) = delete;
     CJournal& operator=(const CJournal&) = delete;
@@ -77,6 +80,11 @@ public:
     // Lets no bracket begin until the folder is attached again: for an owner whose memory
     // no longer mirrors the files.
     void Break();
+    // Reads every file of the database and lists what is not as it was written. Not inside
+    // a bracket. False: that cannot be told.
+    [[nodiscard]] bool CheckPages(std::vector<PageDamage>& damage);
+    // Empties the journal and takes what the files hold for what they should.
+    [[nodiscard]] bool AcceptPages();
     // Kind of the failure that made the last bracket fail.
     FileError FailureKind() const { return m_failureKind; }
 
@@ -147,6 +155,7 @@ private:
     std::vector<CBracketParticipant*> m_participants;
     std::set<std::string> m_dirty;  // paths written since the last checkpoint
     bool m_namesDirty = false;      // files made, removed or renamed since then
+    std::unique_ptr<CChecksums> m_checksums;
 };
 
 // A bracket for a scope: rolled back unless committed.

@@ -5,6 +5,7 @@
 
 #include "foundation/ByteCodec.h"
 #include "foundation/TextHash.h"
+#include "storage/ChecksumFile.h"
 
 namespace quillon {
 namespace {
@@ -16,6 +17,17 @@ constexpr uint32_t kGroupMagic = 0x50524751;  // "QGRP"
 bool IsPlainName(std::string_view name) {
     return !name.empty() && name != "." && name != ".." &&
            name.find_first_of(std::string_view("/\\:\0", 4)) == std::string_view::npos;
+}
+
+// Whole pages that lie inside the file.
+bool HoldsPageSums(const JournalOperation& operation) {
+    const std::span<const uint8_t> data = operation.data;
+    if (data.size() < 8 || data.size() % 4 != 0 || operation.offset % kChecksumPage != 0) {
+        return false;
+    }
+    const auto size = LoadLE<int64_t>(data, 0);
+    const auto pages = static_cast<int64_t>(data.size() / 4 - 2);
+    return size >= 0 && operation.offset / kChecksumPage + pages <= PagesOf(size);
 }
 
 }  // namespace
@@ -99,7 +111,7 @@ bool ParseJournalOperations(std::span<const uint8_t> payload, uint32_t count,
         if (payload.size() - at < JournalOperation::kFixedSize) return false;
         JournalOperation operation;
         const auto type = LoadLE<uint8_t>(payload, at);
-        if (type < 1 || type > 5) return false;
+        if (type < 1 || type > 6) return false;
         operation.type = static_cast<JournalOperationType>(type);
         const auto nameLength = LoadLE<uint16_t>(payload, at + 1);
         operation.offset = LoadLE<int64_t>(payload, at + 3);
@@ -117,6 +129,9 @@ bool ParseJournalOperations(std::span<const uint8_t> payload, uint32_t count,
         if (operation.type == JournalOperationType::Rename &&
             !IsPlainName(
                 {reinterpret_cast<const char*>(operation.data.data()), operation.data.size()})) {
+            return false;
+        }
+        if (operation.type == JournalOperationType::PageSums && !HoldsPageSums(operation)) {
             return false;
         }
         operations.push_back(operation);

@@ -38,12 +38,15 @@ enum class JournalOperationType : uint8_t {
     Write = 3,
     Remove = 4,
     Rename = 5,  // data holds the new name
+    // What a run of pages holds after the group: data holds the file's new size (8) and the
+    // CRC-32C of each page (4 each), from the page at the offset on. Changes no file.
+    PageSums = 6,
 };
 
 // offset  size  field
 //      0     1  type
 //      1     2  length n of the name
-//      3     8  offset in the file (Write), new size (SetSize), else 0
+//      3     8  offset in the file (Write, PageSums), new size (SetSize), else 0
 //     11     8  length m of the data
 //     19     n  file name without folder
 //   19+n     m  data

@@ -42,6 +42,12 @@ void CJournalledFile::ReadBase(int64_t offset, std::span<uint8_t> bytes, bool& f
     failed = !file || file->ReadAt(offset, bytes) != static_cast<int64_t>(bytes.size());
 }
 
+bool CJournalledFile::ReadBaseAt(int64_t offset, std::span<uint8_t> bytes) {
+    bool failed = false;
+    ReadBase(offset, bytes, failed);
+    return !failed;
+}
+
 int64_t CJournalledFile::ReadAt(int64_t offset, std::span<uint8_t> bytes) {
     if (!Exists() || IsUnreadable() || offset < 0) return -1;
     if (!m_touched) {

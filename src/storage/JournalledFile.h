@@ -40,6 +40,8 @@ public:
     // Bytes of the old contents that stay; the rest is cut before writing.
     int64_t KeptBase() const { return m_keptBase; }
     int64_t BaseSize() const { return m_baseSize; }
+    // Bytes of the old contents, all or failure.
+    [[nodiscard]] bool ReadBaseAt(int64_t offset, std::span<uint8_t> bytes);
     int64_t NewSize() const { return m_size; }
     const std::map<int64_t, std::vector<uint8_t>>& Extents() const { return m_extents; }
     size_t ExtentBytes() const;

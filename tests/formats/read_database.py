@@ -41,6 +41,26 @@ def crc64(data):
     return value ^ ALL_ONES
 
 
+def _crc32c_table():
+    table = []
+    for byte in range(256):
+        value = byte
+        for _ in range(8):
+            value = (value >> 1) ^ (0x82F63B78 if value & 1 else 0)
+        table.append(value)
+    return table
+
+
+CRC32C_TABLE = _crc32c_table()
+
+
+def crc32c(data):
+    value = 0xFFFFFFFF
+    for byte in data:
+        value = (value >> 8) ^ CRC32C_TABLE[(value ^ byte) & 0xFF]
+    return value ^ 0xFFFFFFFF
+
+
 def signed(value, bits=64):
     return value - (1 << bits) if value >> (bits - 1) else value
 
@@ -166,7 +186,56 @@ def journal_groups(data, database_id):
         at += (48 + length + 4095) // 4096 * 4096
 
 
-def replay(files, count, payload):
+PAGE = 4096
+
+
+def page_count(size):
+    return (size + PAGE - 1) // PAGE
+
+
+def read_sums(data, database_id):
+    """{name: (size, [checksum of each page])}, or None when the file is not about these."""
+    version = check_header(data, "Checksums", 1, 74)
+    owner, page_size, count = struct.unpack_from("<Qii", data, 54)
+    if struct.unpack_from("<I", data, len(data) - 4)[0] != crc32c(data[:-4]):
+        raise Damaged("the checksums are damaged themselves")
+    if version != 1 or page_size != PAGE:
+        raise Damaged("the checksums are of an unknown kind")
+    sums, at = {}, 70
+    for _ in range(count):
+        name_size, size = struct.unpack_from("<Hq", data, at)
+        at += 10
+        name = data[at:at + name_size].decode()
+        at += name_size
+        pages = page_count(size)
+        sums[name] = size, list(struct.unpack_from("<%dI" % pages, data, at))
+        at += 4 * pages
+    if at != len(data) - 4:
+        raise Damaged("the checksums do not end where they should")
+    return sums if database_id in (None, owner) else None
+
+
+def take_sums(sums, name, offset, data):
+    """Of a group: the file's size and the checksums of pages from `offset` on."""
+    size = struct.unpack_from("<q", data)[0]
+    fresh = struct.unpack_from("<%dI" % ((len(data) - 8) // 4), data, 8)
+    first = offset // PAGE
+    pages = sums.get(name, (0, []))[1][:page_count(size)]
+    pages += [None] * (max(first + len(fresh), len(pages)) - len(pages))
+    pages[first:first + len(fresh)] = fresh
+    sums[name] = size, pages
+
+
+def check_pages(files, sums):
+    for name, (size, pages) in sums.items():
+        if len(files.get(name, b"")) != size or name not in files:
+            raise Damaged(name + " is missing, or has not the size that was written")
+        for page, expected in enumerate(pages):
+            if crc32c(files[name][page * PAGE:(page + 1) * PAGE]) != expected:
+                raise Damaged("%s: page %d is not what was written" % (name, page))
+
+
+def replay(files, sums, count, payload):
     at = 0
     for _ in range(count):
         kind, name_size, offset, data_size = struct.unpack_from("<BHqQ", payload, at)
@@ -175,8 +244,13 @@ def replay(files, count, payload):
         at += name_size
         data = payload[at:at + data_size]
         at += data_size
-        if kind == 4:
+        if kind == 6:
+            if sums is not None:
+                take_sums(sums, name, offset, data)
+        elif kind == 4:
             files.pop(name, None)
+            if sums is not None:
+                sums.pop(name, None)
         elif kind == 5:
             if name in files:
                 files[data.decode()] = files.pop(name)
@@ -204,9 +278,14 @@ def read_folder(folder):
         database_id, checksum = struct.unpack_from("<QQ", lock, 54)
         if checksum != crc64(lock[:62]):
             raise Damaged("the lock file is broken")
+    sums = None
+    if "Checksums.dat" in files:
+        sums = read_sums(bytes(files["Checksums.dat"]), database_id)
     if "Journal.dat" in files:
         for count, payload in journal_groups(bytes(files["Journal.dat"]), database_id):
-            replay(files, count, payload)
+            replay(files, sums, count, payload)
+    if sums is not None:
+        check_pages(files, sums)
     return files
 
 

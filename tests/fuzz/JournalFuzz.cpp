@@ -207,8 +207,9 @@ private:
                 const bool alone = sequence == 1 && &operation == operations.data();
                 const bool untouched = std::ranges::none_of(
                     std::span(operations).subspan(1), [&](const JournalOperation& other) {
-                        return other.type == JournalOperationType::Rename || other.name == name ||
-                               other.name == target;
+                        return other.type != JournalOperationType::PageSums &&
+                               (other.type == JournalOperationType::Rename || other.name == name ||
+                                other.name == target);
                     });
                 m_renamed = true;
                 if (!alone || !untouched || name == target) outcome.repeatable = false;
@@ -241,6 +242,8 @@ private:
             }
             case JournalOperationType::Remove:
                 m_files.erase(name);
+                return true;
+            case JournalOperationType::PageSums:
                 return true;
             case JournalOperationType::Rename:
                 break;

@@ -61,6 +61,10 @@ Bytes Rename(const std::string& from, const std::string& to) {
     return Operation(5, from, 0, Text(to));
 }
 
+Bytes Sums(int64_t offset, int64_t fileSize, size_t pages) {
+    return Operation(6, "a.dat", offset, Join(Le64(fileSize), Zeros(4 * pages)));
+}
+
 // A group padded to the next multiple of 4096, chained to the one before.
 struct CGroupChain {
     uint64_t salt = kSalt;
@@ -85,7 +89,9 @@ struct CGroupChain {
 std::map<std::string, std::string> FilesOf(const CMemoryFileSystem& files) {
     std::map<std::string, std::string> found;
     for (const auto& [path, bytes] : files.Snapshot()) {
-        if (path.find("Journal") == std::string::npos) found[path.substr(3)] = ToString(bytes);
+        if (path.find("Journal") == std::string::npos &&
+            path.find("Checksums") == std::string::npos)
+            found[path.substr(3)] = ToString(bytes);
     }
     return found;
 }
@@ -171,6 +177,13 @@ TEST(JournalFormat, RefusesOperationsThatDoNotFit) {
         {"zero in a name", Create(std::string("a\0b", 3)), 1, false},
         {"renamed out of the folder", Rename("a.dat", "../b.dat"), 1, false},
         {"renamed to nothing", Rename("a.dat", ""), 1, false},
+        {"checksums", Sums(4096, 4097, 1), 1, true},
+        {"of no page", Sums(0, 0, 0), 1, true},
+        {"of pages behind the end", Sums(4096, 4096, 1), 1, false},
+        {"of a file of negative size", Sums(0, -1, 0), 1, false},
+        {"from the middle of a page", Sums(100, 5000, 1), 1, false},
+        {"with half a checksum", Operation(6, "a.dat", 0, Join(Le64(1), Zeros(2))), 1, false},
+        {"without a size", Operation(6, "a.dat", 0, Zeros(4)), 1, false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
