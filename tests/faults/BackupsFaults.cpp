@@ -1,0 +1,389 @@
+// Containers damaged in every way, and restores stopped at every call. A damaged container
+// is refused before anything is written; a stopped restore leaves the old database or the
+// new one, whole.
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <random>
+#include <set>
+#include <stdexcept>
+
+#include "Faults.h"
+#include "FaultsDatabase.h"
+#include "foundation/ByteCodec.h"
+#include "storage/Backup.h"
+#include "storage/BackupContainer.h"
+#include "storage/BackupRestore.h"
+
+namespace quillon {
+namespace {
+
+using Call = CMemoryFileSystem::Call;
+using Times = CMemoryFileSystem::Times;
+
+constexpr const char* kHash = "5f4dcc3b5aa765d61d8327deb882cf99";
+constexpr const char* kContainer = "b.backup";
+
+// A key that costs next to nothing.
+BackupOptions QuickOptions() {
+    BackupOptions options;
+    options.keyCost = {.memoryKiB = 8, .passes = 1};
+    return options;
+}
+
+struct Stretch {
+    size_t at = 0;
+    size_t size = 0;
+};
+
+// Header, directory and chunks of a sound container.
+struct Parts {
+    Stretch header;
+    Stretch directory;
+    std::vector<Stretch> chunks;
+};
+
+Parts PartsOf(const Bytes& container) {
+    Parts parts;
+    parts.header = {0, BackupHeader::kDiskSize};
+    parts.directory = {BackupHeader::kDiskSize,
+                       static_cast<size_t>(LoadLE<int64_t>(container, 62))};
+    for (size_t at = parts.directory.at + parts.directory.size; at < container.size();) {
+        const size_t length = LoadLE<uint32_t>(container, at + 28) & 0x0FFF'FFFF;
+        parts.chunks.push_back({at, BackupChunkHeader::kDiskSize + length});
+        at += parts.chunks.back().size;
+    }
+    return parts;
+}
+
+Bytes With(const Bytes& container, const Stretch& place, const Bytes& other) {
+    return Join(Prefix(container, place.at), other, Slice(container, place.at + place.size));
+}
+
+Bytes Of(const Bytes& container, const Stretch& place) {
+    return Slice(container, place.at, place.size);
+}
+
+// What a restore may say of a container that it refuses.
+bool IsContainerFault(RestoreCode code) {
+    constexpr std::array kCodes{RestoreCode::NotABackup, RestoreCode::NewerVersion,
+                                RestoreCode::WrongPassword, RestoreCode::Damaged,
+                                RestoreCode::Truncated};
+    return std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
+}
+
+// The databases and their containers that everything is tried with.
+struct Material {
+    FaultsSample old;
+    FaultsSample fresh;
+    Bytes guarded;  // of `fresh`, with a password
+    Bytes open;     // without one
+    Bytes sibling;  // of `fresh` with a change, with the same password
+};
+
+Bytes ContainerOf(CMemoryFileSystem& files, CDatabaseManager& database, const std::string& hash) {
+    BackupReport report;
+    if (WriteBackup(database, kContainer, hash, report, QuickOptions()) != BackupCode::Done) {
+        throw std::runtime_error("no backup could be made: " + report.detail);
+    }
+    return files.Bytes(kContainer);
+}
+
+Material MakeMaterial(const std::string& kind) {
+    Material material;
+    for (FaultsSample& sample : AllSamples()) {
+        if (sample.name == kind) material.fresh = std::move(sample);
+        if (sample.name == (kind == "store" ? "ledger" : "store")) material.old = std::move(sample);
+    }
+    CMemoryFileSystem files;
+    files.Restore(material.fresh.disk);
+    CDatabaseManager database(files);
+    if (!database.Open(kFaultsFolder)) throw std::runtime_error("a sample does not open");
+    material.guarded = ContainerOf(files, database, kHash);
+    material.open = ContainerOf(files, database, {});
+    const std::string table = kind == "store" ? "Ledger" : "Payee";
+    if (!database.BeginRow(table) || database.CommitRow() < 0) {
+        throw std::runtime_error("a sample cannot be changed");
+    }
+    material.sibling = ContainerOf(files, database, kHash);
+    return material;
+}
+
+// --- damaged containers
+
+class CRefusals {
+public:
+    CRefusals(const FaultsOptions& options, CFaultsReport& report, const Material& material,
+              const std::string& name)
+        : m_options(options),
+          m_report(report),
+          m_material(material),
+          m_name(name),
+          m_random(options.seed) {
+        m_disk.Restore(material.old.disk);
+    }
+
+    void Run() {
+        for (const bool guarded : {true, false}) {
+            m_hash = guarded ? kHash : "";
+            m_isGuarded = guarded;
+            const Bytes& sound = guarded ? m_material.guarded : m_material.open;
+            Bytewise(sound);
+            Pieces(sound);
+            Passwords(sound);
+        }
+    }
+
+private:
+    bool IsTried(size_t at, size_t headEnd) const {
+        return m_options.isLong || (at < headEnd ? at % 3 == 0 : at % 41 == 17);
+    }
+
+    void Bytewise(const Bytes& sound) {
+        const Parts parts = PartsOf(sound);
+        const size_t headEnd = parts.directory.at + 64;
+        for (size_t at = 0; at < sound.size(); ++at) {
+            if (!IsTried(at, headEnd)) continue;
+            const auto flipped = static_cast<uint8_t>(sound[at] ^ (1U << (at % 8)));
+            Refuse("byte " + std::to_string(at) + " flipped", WithByte(sound, at, flipped));
+            Refuse("cut to " + std::to_string(at), Prefix(sound, at));
+            if (!m_options.isLong) continue;
+            for (const uint8_t value : {uint8_t{0}, uint8_t{0xFF}}) {
+                if (sound[at] == value) continue;
+                Refuse("byte " + std::to_string(at) + " made " + std::to_string(value),
+                       WithByte(sound, at, value));
+            }
+        }
+        for (const size_t count : {size_t{1}, size_t{32}, size_t{5000}}) {
+            Bytes rubbish(count);
+            for (uint8_t& byte : rubbish) byte = static_cast<uint8_t>(m_random());
+            Refuse(std::to_string(count) + " bytes more", Join(sound, rubbish));
+        }
+        Refuse("twice", Join(sound, sound));
+        Refuse("empty", {});
+    }
+
+    void Pieces(const Bytes& sound) {
+        const Parts parts = PartsOf(sound);
+        const Parts others = PartsOf(m_material.sibling);
+        for (size_t i = 0; i < parts.chunks.size(); ++i) {
+            const Stretch& chunk = parts.chunks[i];
+            const std::string name = "chunk " + std::to_string(i);
+            Refuse(name + " dropped", With(sound, chunk, {}));
+            Refuse(name + " doubled", With(sound, chunk, Join(Of(sound, chunk), Of(sound, chunk))));
+            const size_t next = i + 1 < parts.chunks.size() ? i + 1 : 0;
+            const Bytes one = Of(sound, chunk);
+            const Bytes other = Of(sound, parts.chunks[next]);
+            Refuse(name + " in place of the next", With(sound, parts.chunks[next], one));
+            if (next > i) {
+                Refuse(name + " swapped with the next",
+                       Join(Prefix(sound, chunk.at), other, one,
+                            Slice(sound, parts.chunks[next].at + parts.chunks[next].size)));
+            }
+            if (i < others.chunks.size()) {
+                Refuse(name + " of a sibling",
+                       With(sound, chunk, Of(m_material.sibling, others.chunks[i])));
+            }
+        }
+        Refuse("header of a sibling",
+               With(sound, parts.header, Of(m_material.sibling, others.header)));
+        Refuse("directory of a sibling",
+               With(sound, parts.directory, Of(m_material.sibling, others.directory)));
+        Refuse("header and directory of a sibling",
+               Join(Prefix(m_material.sibling, others.directory.at + others.directory.size),
+                    Slice(sound, parts.directory.at + parts.directory.size)));
+    }
+
+    void Passwords(const Bytes& sound) {
+        for (const std::string& hash :
+             {std::string("00000000000000000000000000000000"),
+              std::string(m_isGuarded ? "" : kHash), std::string(kHash) + "0"}) {
+            m_hash = hash;
+            Refuse("with the password hash '" + hash + "'", sound);
+        }
+    }
+
+    void Refuse(const std::string& what, const Bytes& container) {
+        const std::string name = m_name + (m_isGuarded ? ", protected, " : ", open, ") + what;
+        SetCurrentCase(name);
+        m_report.Case();
+        m_disk.Bytes(kContainer) = container;
+        const int64_t changes = m_disk.Count(Call::AnyChange);
+        RestoreReport report;
+        const RestoreCode code =
+            RestoreBackup(m_disk, kContainer, kFaultsFolder, m_hash, true, report, QuickOptions());
+        const std::string message = RestoreMessage(code, kContainer, kFaultsFolder, report.detail);
+        if (!IsContainerFault(code)) {
+            m_report.Fault(name + ": restore says: " + message);
+        } else if (message.find(kContainer) == std::string::npos) {
+            m_report.Fault(name + ": the message does not name the file: " + message);
+        }
+        if (m_disk.Count(Call::AnyChange) != changes)
+            m_report.Fault(name + ": something was written");
+        if (CheckBackup(m_disk, kContainer, m_hash, report, QuickOptions()) != code) {
+            m_report.Fault(name + ": the check says something else");
+        }
+        if (code == RestoreCode::Done) m_disk.Restore(m_material.old.disk);
+    }
+
+    const FaultsOptions& m_options;
+    CFaultsReport& m_report;
+    const Material& m_material;
+    const std::string m_name;
+    std::mt19937_64 m_random;
+    CMemoryFileSystem m_disk;
+    std::string m_hash;
+    bool m_isGuarded = false;
+};
+
+// --- stopped restores
+
+class CStops {
+public:
+    CStops(const FaultsOptions& options, CFaultsReport& report, const Material& material,
+           bool replaces)
+        : m_options(options), m_report(report), m_material(material), m_replaces(replaces) {
+        if (replaces) m_before = material.old.disk;
+        m_before[kContainer] = material.guarded;
+    }
+
+    void Run() {
+        StopEverywhere();
+        for (const Call kind : {Call::Open, Call::Create, Call::Read, Call::Write, Call::Sync,
+                                Call::Remove, Call::Rename, Call::List, Call::MakeFolder,
+                                Call::RemoveFolder, Call::SyncFolder, Call::Lock}) {
+            FailEverywhere(kind);
+        }
+    }
+
+private:
+    static constexpr int64_t kMostStops = 5000;
+
+    RestoreCode Restore(CMemoryFileSystem& disk) const {
+        RestoreReport report;
+        return RestoreBackup(disk, kContainer, kFaultsFolder, kHash, true, report, QuickOptions());
+    }
+
+    std::string Name(const std::string& what, int64_t at) const {
+        return (m_replaces ? "over another database, " : "into a new folder, ") + what + " " +
+               std::to_string(at);
+    }
+
+    // Stopped at every change, as a kill leaves it; then again while that is put right.
+    void StopEverywhere() {
+        bool stopped = true;
+        for (int64_t stopAt = 1; stopped && stopAt < kMostStops; ++stopAt) {
+            for (const size_t written : {size_t{0}, size_t{60}}) {
+                CMemoryFileSystem disk;
+                disk.Restore(m_before);
+                disk.FailNth(Call::AnyChangeOrSync, stopAt, FileError::Other, Times::ForEver,
+                             written);
+                const RestoreCode code = Restore(disk);
+                stopped = disk.HasFailed();
+                const Disk left = disk.Snapshot();
+                const std::string name =
+                    Name(written == 0 ? "stopped at" : "stopped inside", stopAt);
+                Look(left, code == RestoreCode::Done, name);
+                // The same remains need only be put right once.
+                if (m_options.isLong || m_seen.insert(left).second) StopAgain(left, code, name);
+            }
+        }
+        if (stopped) m_report.Fault(Name("a restore that never ends", kMostStops));
+    }
+
+    void StopAgain(const Disk& left, RestoreCode code, const std::string& name) {
+        bool stopped = true;
+        for (int64_t stopAt = 1; stopped && stopAt < kMostStops; ++stopAt) {
+            CMemoryFileSystem disk;
+            disk.Restore(left);
+            disk.FailNth(Call::AnyChangeOrSync, stopAt, FileError::Other, Times::ForEver);
+            (void)RecoverInterruptedRestore(disk, kFaultsFolder);
+            stopped = disk.HasFailed();
+            Look(disk.Snapshot(), code == RestoreCode::Done,
+                 name + ", recovery at " + std::to_string(stopAt));
+        }
+    }
+
+    // One call fails and the disk works on.
+    void FailEverywhere(Call kind) {
+        bool failed = true;
+        for (int64_t failAt = 1; failed && failAt < kMostStops; ++failAt) {
+            CMemoryFileSystem disk;
+            disk.Restore(m_before);
+            disk.FailNth(kind, failAt, FileError::NoSpace);
+            const RestoreCode code = Restore(disk);
+            failed = disk.HasFailed();
+            disk.StopFailing();
+            const std::string name =
+                Name("failing call of kind " + std::to_string(static_cast<int>(kind)), failAt);
+            if (!failed && code != RestoreCode::Done) m_report.Fault(name + ": failed by itself");
+            Look(disk.Snapshot(), code == RestoreCode::Done, name);
+        }
+    }
+
+    // Recovers, opens, and says what is wrong with what is there then.
+    void Look(const Disk& left, bool acknowledged, const std::string& name) {
+        SetCurrentCase(name);
+        m_report.Case();
+        CMemoryFileSystem disk;
+        disk.Restore(left);
+        if (!RecoverInterruptedRestore(disk, kFaultsFolder)) {
+            m_report.Fault(name + ": recovery fails");
+            return;
+        }
+        if (!CDatabaseManager::FolderHoldsDatabase(disk, kFaultsFolder)) {
+            if (m_replaces || acknowledged) m_report.Fault(name + ": there is no database");
+            return;
+        }
+        for (int look = 0; look < 2; ++look) {
+            Content content;
+            std::string why;
+            if (!ReadSound(disk, kFaultsFolder, content, why)) {
+                m_report.Fault(name + ": " + why);
+                return;
+            }
+            const bool isNew = content == m_material.fresh.content;
+            const bool isOld = m_replaces && !acknowledged && content == m_material.old.content;
+            if (!isNew && !isOld) {
+                m_report.Fault(name + (acknowledged ? ": restored, but not the backup's contents"
+                                                    : ": neither the old nor the new contents"));
+                return;
+            }
+        }
+        for (const auto& [path, bytes] : disk.Snapshot()) {
+            const bool isOurs = path == kContainer || path.starts_with("db/");
+            if (!isOurs || path.find("Restore.mark") != std::string::npos) {
+                m_report.Fault(name + ": " + path + " is left");
+                return;
+            }
+        }
+    }
+
+    const FaultsOptions& m_options;
+    CFaultsReport& m_report;
+    const Material& m_material;
+    const bool m_replaces;
+    Disk m_before;
+    std::set<Disk> m_seen;
+};
+
+void Run(const FaultsOptions& options, CFaultsReport& report) {
+    NameCaseOnCrash();
+    for (const std::string kind : {"store", "ledger"}) {
+        if (kind.find(options.only) == std::string::npos) continue;
+        const Material material = MakeMaterial(kind);
+        CRefusals(options, report, material, kind).Run();
+        std::printf("%s: containers of %zu and %zu bytes, so far %lld cases\n", kind.c_str(),
+                    material.guarded.size(), material.open.size(),
+                    static_cast<long long>(report.Cases()));
+        // The ledger has a hundred files more, and the same steps for each.
+        if (kind == "ledger" && !options.isLong) continue;
+        for (const bool replaces : {true, false}) CStops(options, report, material, replaces).Run();
+    }
+}
+
+const CFaultsKind kBackups("backups", "Damaged containers, and restores stopped anywhere", Run);
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,279 @@
+// Every file of a database damaged in every way of one kind, and opened. Either the damage
+// is refused or reported, with the file's name, or nothing of the contents is lost.
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <optional>
+#include <random>
+
+#include "AllocationGauge.h"
+#include "Faults.h"
+#include "FaultsDatabase.h"
+#include "finance/QuillonDatabaseInterface.h"
+#include "foundation/ByteCodec.h"
+#include "storage/Checksums.h"
+
+namespace quillon {
+namespace {
+
+constexpr int64_t kMostCalls = 1'000'000;
+constexpr int64_t kMostBytes = int64_t{64} << 20;
+
+// A damaged disk: the files concerned, by name without folder.
+struct Damage {
+    std::string what;
+    Disk disk;
+    std::vector<std::string> files;
+    int64_t offset = -1;  // of one changed byte
+};
+
+struct Counts {
+    int64_t refused = 0;
+    int64_t reported = 0;
+    int64_t harmless = 0;
+    int64_t shortened = 0;  // what the end of the journal held is not there
+};
+
+bool IsJournal(const std::string& name) {
+    return name.starts_with("Journal.");
+}
+
+// Files whose damage may go unsaid when the contents are the same: what a journal holds
+// behind its end, the folder's name in the lock file, what is made anew from the rows, and
+// checksums that are simply not there.
+bool MaySaySilent(const Damage& damage) {
+    return std::any_of(damage.files.begin(), damage.files.end(), [](const std::string& name) {
+        return IsJournal(name) || name == "Database.lock" || name == kChecksumsName ||
+               name.find("_index_") != std::string::npos;
+    });
+}
+
+class CDamager {
+public:
+    CDamager(const FaultsOptions& options, CFaultsReport& report)
+        : m_options(options), m_report(report), m_random(options.seed) {}
+
+    void Run(const FaultsSample& sample) {
+        m_sample = &sample;
+        for (auto file = sample.disk.begin(); file != sample.disk.end(); ++file) {
+            if (FileNameOf(file->first).find(m_options.only) == std::string::npos &&
+                sample.name.find(m_options.only) == std::string::npos) {
+                continue;
+            }
+            FlipBytes(file->first, file->second);
+            CutFile(file->first, file->second);
+            ReplaceFile(file);
+        }
+    }
+
+    const Counts& Found() const { return m_counts; }
+
+private:
+    // In the short form the headers and some of the rest.
+    bool IsTried(const Bytes& bytes, size_t at) const {
+        if (m_options.isLong) return true;
+        const bool isJournal = bytes.size() > 2 * 4096 && HasSignature(bytes, "Journal");
+        if (at < 78) return at % 7 == 1;
+        if (!isJournal) return at % 41 == 17;
+        return at % 4096 < 48 ? at % 7 == 0 : at % 401 == 17;
+    }
+
+    void FlipBytes(const std::string& path, const Bytes& bytes) {
+        for (size_t at = 0; at < bytes.size(); ++at) {
+            if (!IsTried(bytes, at)) continue;
+            const auto flipped = static_cast<uint8_t>(bytes[at] ^ (1U << (at % 8)));
+            Byte(path, bytes, at, flipped, "flipped");
+            if (!m_options.isLong) continue;
+            for (const uint8_t value : {uint8_t{0}, uint8_t{0xFF}}) {
+                if (bytes[at] != value) Byte(path, bytes, at, value, value == 0 ? "zero" : "ones");
+            }
+        }
+    }
+
+    void Byte(const std::string& path, const Bytes& bytes, size_t at, uint8_t value,
+              const char* how) {
+        Damage damage = Of(path, "byte " + std::to_string(at) + " " + how);
+        damage.disk[path] = WithByte(bytes, at, value);
+        damage.offset = static_cast<int64_t>(at);
+        Try(damage);
+    }
+
+    void CutFile(const std::string& path, const Bytes& bytes) {
+        for (size_t length = 0; length < bytes.size(); ++length) {
+            if (!IsTried(bytes, length) && length != 0) continue;
+            Damage damage = Of(path, "cut to " + std::to_string(length));
+            damage.disk[path].resize(length);
+            Try(damage);
+        }
+        Damage longer = Of(path, "with a byte more");
+        longer.disk[path].push_back(0xA5);
+        Try(longer);
+    }
+
+    void ReplaceFile(Disk::const_iterator file) {
+        const std::string& path = file->first;
+        Damage missing = Of(path, "missing");
+        missing.disk.erase(path);
+        Try(missing);
+
+        Damage rubbish = Of(path, "full of rubbish");
+        for (uint8_t& byte : rubbish.disk[path]) byte = static_cast<uint8_t>(m_random());
+        Try(rubbish);
+
+        Damage zeros = Of(path, "full of zeros");
+        std::fill(zeros.disk[path].begin(), zeros.disk[path].end(), uint8_t{0});
+        Try(zeros);
+
+        const auto next =
+            std::next(file) == m_sample->disk.end() ? m_sample->disk.begin() : std::next(file);
+        if (next->second == file->second) return;
+        Damage swapped = Of(path, "swapped with " + FileNameOf(next->first));
+        std::swap(swapped.disk[path], swapped.disk[next->first]);
+        swapped.files.push_back(FileNameOf(next->first));
+        Try(swapped);
+    }
+
+    Damage Of(const std::string& path, const std::string& what) const {
+        const std::string name = FileNameOf(path);
+        return {m_sample->name + ", " + name + " " + what, m_sample->disk, {name}};
+    }
+
+    void Try(const Damage& damage) {
+        SetCurrentCase(damage.what);
+        m_report.Case();
+        const std::string fault = Judge(damage);
+        if (!fault.empty()) m_report.Fault(damage.what + ": " + fault);
+    }
+
+    // Empty when all is as it should be.
+    std::string Judge(const Damage& damage) {
+        CMemoryFileSystem disk;
+        disk.Restore(damage.disk);
+        CBoundedFiles files(disk, kMostCalls);
+        std::string fault;
+        int64_t peak = 0;
+        int64_t largest = 0;
+        {
+            const CAllocationGauge gauge;
+            try {
+                fault = Look(damage, files, true);
+            } catch (const std::exception& error) {
+                fault = std::string("exception: ") + error.what();
+            }
+            peak = gauge.PeakBytes();
+            largest = gauge.LargestBlock();
+        }
+        if (files.IsExhausted()) return "it does not end";
+        if (fault.empty() && std::max(peak, largest) > kMostBytes) {
+            return "allocates " + std::to_string(std::max(peak, largest)) + " bytes";
+        }
+        return fault;
+    }
+
+    // A ledger is opened by the finance layer, which makes missing tables, or by the store.
+    std::string Look(const Damage& damage, CFileSystem& files, bool isFirst) {
+        CQuillonDatabaseInterface ledger(files);
+        CDatabaseManager& database = ledger.Database();
+        const bool isLedger = damage.what.starts_with("ledger") && m_report.Cases() % 2 == 0;
+        const bool opened =
+            isLedger ? ledger.Open(kFaultsFolder).opened : database.Open(kFaultsFolder);
+        if (!opened) return Refused(damage, files, database, isFirst);
+        std::vector<TableIntegrity> tables;
+        std::vector<PageDamage> pages;
+        const IntegrityCode code = database.Verify(tables);
+        if (!database.VerifyPages(pages)) return "the pages cannot be checked";
+        if (code != IntegrityCode::Ok || !pages.empty()) {
+            ++m_counts.reported;
+            return isFirst ? Named(damage, tables, pages) : std::string();
+        }
+        const Content content = ContentOf(database);
+        if (content == m_sample->content) {
+            ++m_counts.harmless;
+            const bool maySay = MaySaySilent(damage) || !m_sample->earlier.empty();
+            return maySay ? std::string() : "nothing says so";
+        }
+        const bool isEarlier = std::find(m_sample->earlier.begin(), m_sample->earlier.end(),
+                                         content) != m_sample->earlier.end();
+        if (!isEarlier || !std::any_of(damage.files.begin(), damage.files.end(), IsJournal)) {
+            return "other contents, and nothing says so";
+        }
+        ++m_counts.shortened;
+        return {};
+    }
+
+    std::string Refused(const Damage& damage, CFileSystem& files, CDatabaseManager& database,
+                        bool isFirst) {
+        ++m_counts.refused;
+        if (database.Problem() == DatabaseProblem::None) return "refused without a problem";
+        const std::string detail = FileNameOf(database.ProblemDetail());
+        const bool named =
+            std::find(damage.files.begin(), damage.files.end(), detail) != damage.files.end() ||
+            (IsJournal(detail) && database.Problem() == DatabaseProblem::DamagedJournal);
+        if (!named) {
+            return "refused for '" + database.ProblemDetail() + "' (problem " +
+                   std::to_string(static_cast<int>(database.Problem())) + ")";
+        }
+        if (database.Problem() != DatabaseProblem::DamagedJournal) return {};
+        // Said once; the next time the ledger opens with what is left.
+        if (!isFirst) return "the journal is set aside a second time";
+        --m_counts.refused;
+        return Look(damage, files, false);
+    }
+
+    static std::string Named(const Damage& damage, const std::vector<TableIntegrity>& tables,
+                             const std::vector<PageDamage>& pages) {
+        if (pages.empty()) {
+            // Only tables: their details name what is wrong.
+            const bool says = std::any_of(tables.begin(), tables.end(), [](const auto& table) {
+                return table.code != IntegrityCode::Ok && !table.detail.empty();
+            });
+            return says ? std::string() : "reported, but not where";
+        }
+        for (const PageDamage& page : pages) {
+            const bool isOurs = std::find(damage.files.begin(), damage.files.end(), page.file) !=
+                                damage.files.end();
+            if (!isOurs) continue;
+            const bool isThere =
+                page.kind != PageDamage::Kind::Changed || damage.offset < 0 ||
+                (damage.offset >= page.offset && damage.offset < page.offset + page.size);
+            if (isThere) return {};
+        }
+        // The journal's end tells itself by the files that are ahead of it.
+        if (std::any_of(damage.files.begin(), damage.files.end(), IsJournal)) return {};
+        return "reported as damage of " + pages.front().file;
+    }
+
+    const FaultsOptions& m_options;
+    CFaultsReport& m_report;
+    std::mt19937_64 m_random;
+    const FaultsSample* m_sample = nullptr;
+    Counts m_counts;
+};
+
+void Run(const FaultsOptions& options, CFaultsReport& report) {
+    NameCaseOnCrash();
+    CDamager damager(options, report);
+    for (const FaultsSample& sample : AllSamples()) {
+        Content content;
+        std::string why;
+        CMemoryFileSystem disk;
+        disk.Restore(sample.disk);
+        SetCurrentCase(sample.name);
+        const bool sound = ReadSound(disk, kFaultsFolder, content, why);
+        report.Expect(sound && content == sample.content, sample.name + " itself: " + why);
+        damager.Run(sample);
+        const Counts& found = damager.Found();
+        std::printf(
+            "%s: so far %lld refused, %lld reported, %lld harmless, %lld without the "
+            "journal's end\n",
+            sample.name.c_str(), static_cast<long long>(found.refused),
+            static_cast<long long>(found.reported), static_cast<long long>(found.harmless),
+            static_cast<long long>(found.shortened));
+    }
+}
+
+const CFaultsKind kDamage("damage", "Flips, cuts and swaps in every file of small databases", Run);
+
+}  // namespace
+}  // namespace quillon
