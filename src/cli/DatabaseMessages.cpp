@@ -2,6 +2,7 @@
 
 #include "cli/Failure.h"
 #include "foundation/platform/LockHolder.h"
+#include "storage/JournalFormat.h"
 
 namespace quillon {
 
@@ -40,6 +41,11 @@ std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
                    " is damaged or missing, so the ledger was not opened; restore a backup with "
                    "'restore FILE --to DIR'.";
         case DatabaseProblem::DamagedJournal:
+            if (FileNameOf(detail) == kJournalName) {
+                return "The journal " + file +
+                       " is missing; a new one was made. The last changes may be missing too: run "
+                       "'verify', and restore a backup if something is lost.";
+            }
             return "The journal of " + Quoted(folder) + " is damaged; it was kept as " + file +
                    ". The changes it held may be missing: run 'verify', and restore a backup if "
                    "something is lost.";

@@ -168,6 +168,9 @@ bool CDatabaseManager::AttachJournal() {
     // An empty one beside a journal has lost its contents to a power cut.
     const bool isNew = bytes.empty() && !m_baseFiles.Exists(m_folder + kJournalName);
     bool known = DatabaseIdentity::Decode(bytes, identity);
+    // Made before the first file, and since then always there.
+    const bool isLost = known && !m_baseFiles.Exists(m_folder + kJournalName) &&
+                        FolderHoldsDatabase(m_baseFiles, m_folder);
     if (isNew) {
         identity.id = NewDatabaseId();
         known = WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true);
@@ -183,6 +186,8 @@ bool CDatabaseManager::AttachJournal() {
         case CJournal::AttachResult::Failed:
             return FailFromFileError(DatabaseProblem::WriteFailed, m_folder + kJournalName);
     }
+    // Said once: now there is a new one, and the next opening goes on with what is left.
+    if (isLost) return Fail(DatabaseProblem::DamagedJournal, m_folder + kJournalName);
     if (known) return true;
     // The name in the lock file was damaged or is gone; the journal still knew it.
     identity.id = m_journal.DatabaseId();

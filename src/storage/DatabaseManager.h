@@ -27,7 +27,7 @@ enum class DatabaseProblem {
     NotADatabase,    // the schema file is not one of ours
     NewerVersion,    // written by a newer version of the program
     DamagedFile,     // a file cannot be read as what it should be
-    DamagedJournal,  // the journal holds a broken group with valid ones behind it
+    DamagedJournal,  // it holds a broken group with valid ones behind it, or is gone
     DiskFull,
     ReadFailed,
     WriteFailed,

@@ -422,8 +422,10 @@ CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t data
     m_checksums->Start(m_folder);
     const std::string path = m_folder + kJournalName;
     if (m_base.Exists(path)) result = ReplayExisting(databaseId);
-    if (result == AttachResult::Ok && !m_base.Exists(path)) {
-        // Made beside and renamed: a journal that exists has a whole header.
+    const bool isWanted = result == AttachResult::Ok || result == AttachResult::Damaged;
+    if (isWanted && !m_base.Exists(path)) {
+        // Made beside and renamed: a journal that exists has a whole header. One that was
+        // set aside gets a successor at once, so that no later opening misses it.
         m_header = {databaseId != 0 ? databaseId : RandomNumber(), RandomNumber()};
         if (!ReplaceWholeFile(m_base, path, m_header.Encode())) result = AttachResult::Failed;
     }

@@ -195,6 +195,8 @@ private:
         }
         const bool isEarlier = std::find(m_sample->earlier.begin(), m_sample->earlier.end(),
                                          content) != m_sample->earlier.end();
+        const bool isSaid = !isFirst;  // the journal was set aside, or missed
+        if (isEarlier && isSaid) return {};
         if (!isEarlier || !std::any_of(damage.files.begin(), damage.files.end(), IsJournal)) {
             return "other contents, and nothing says so";
         }
@@ -234,9 +236,10 @@ private:
             const bool isOurs = std::find(damage.files.begin(), damage.files.end(), page.file) !=
                                 damage.files.end();
             if (!isOurs) continue;
-            const bool isThere =
-                page.kind != PageDamage::Kind::Changed || damage.offset < 0 ||
-                (damage.offset >= page.offset && damage.offset < page.offset + page.size);
+            // Opening may have made the file shorter, which leaves the page its number.
+            const bool isThere = page.kind != PageDamage::Kind::Changed || damage.offset < 0 ||
+                                 page.page == damage.offset / kChecksumPage ||
+                                 page.offset + page.size <= damage.offset;
             if (isThere) return {};
         }
         // The journal's end tells itself by the files that are ahead of it.

@@ -153,6 +153,63 @@ TEST(Database, AnotherFoldersJournalIsSetAside) {
     EXPECT_EQ(CodeOf(database), 0);
 }
 
+// A journal that is gone may have held commits, so it is not passed over; a new database, one
+// out of a backup and one whose journal was set aside miss none.
+TEST(Database, AMissingJournalIsSaidOnce) {
+    CMemoryFileSystem files;
+    CDatabaseManager database(files);
+    ASSERT_TRUE(database.Open(kFolder) && MakeLedgerTable(database) && database.Close());
+    ASSERT_TRUE(files.Remove("db/Journal.dat"));
+    EXPECT_FALSE(database.Open(kFolder));
+    EXPECT_EQ(database.Problem(), DatabaseProblem::DamagedJournal);
+    EXPECT_EQ(database.ProblemDetail(), "db/Journal.dat");
+    EXPECT_TRUE(database.Open(kFolder) && database.Close());
+
+    ASSERT_TRUE(files.Remove("db/Journal.dat") && files.Remove("db/Database.lock"));
+    EXPECT_TRUE(database.Open(kFolder) && database.Close());
+
+    files.Bytes("db/Journal.dat")[5] ^= 1;
+    EXPECT_FALSE(database.Open(kFolder));
+    EXPECT_EQ(database.ProblemDetail(), "db/Journal.damaged.1");
+    EXPECT_TRUE(database.Open(kFolder));
+}
+
+// The journal knows the name that an emptied lock file has lost, and keeps its commits.
+TEST(Database, AnEmptiedLockFileLosesNothing) {
+    CMemoryFileSystem files;
+    CDatabaseManager database(files);
+    ASSERT_TRUE(database.Open(kFolder) && MakeLedgerTable(database));
+    ASSERT_EQ(AddLedgerRow(database, {"kept", 1, 1, ""}), 0);
+    auto killed = files.Snapshot();
+    const Bytes name = killed["db/Database.lock"];
+    killed["db/Database.lock"].clear();
+    CMemoryFileSystem left;
+    left.Restore(killed);
+    CDatabaseManager after(left);
+    ASSERT_TRUE(after.Open(kFolder));
+    EXPECT_EQ(ContentOf(after), ContentOf(database));
+    EXPECT_EQ(left.Bytes("db/Database.lock"), name);
+}
+
+// Two files contradict each other: the one that changed is named.
+TEST(Database, TheFileThatChangedIsNamed) {
+    struct Row {
+        const char* file;
+        size_t offset;
+    };
+    for (const Row& row : {Row{"DatabaseSchema.dat", 66}, Row{"Table_1.dat", 62},
+                           Row{"DatabaseSchema_blobdata.dat", 0}}) {
+        SCOPED_TRACE(row.file);
+        CMemoryFileSystem files;
+        CDatabaseManager database(files);
+        ASSERT_TRUE(database.Open(kFolder) && MakeLedgerTable(database) && database.Close());
+        files.Bytes(std::string("db/") + row.file)[row.offset] ^= 1;
+        EXPECT_FALSE(database.Open(kFolder));
+        EXPECT_EQ(database.Problem(), DatabaseProblem::DamagedFile);
+        EXPECT_EQ(database.ProblemDetail(), std::string("db/") + row.file);
+    }
+}
+
 // --- brackets
 
 TEST(Database, RollbackRestoresMemoryAndFiles) {
