@@ -67,6 +67,12 @@ std::vector<int64_t> ChangedPages(const CJournalledFile& file) {
     return pages;
 }
 
+// By doubling: files grow by a page at a time.
+template <typename Value>
+void MakeRoom(std::vector<Value>& values, size_t count) {
+    if (count > values.capacity()) values.reserve(std::max(count, values.capacity() * 2));
+}
+
 // The sum of a page whose contents are not trusted: one that they do not have.
 uint32_t SpoiltSum(uint32_t sum) {
     return ~sum;
@@ -285,8 +291,8 @@ void CChecksums::Add(Staged staged, const std::string& name, JournalGroupBuilder
             from = end;
         } while (from < staged.pages.size());
         // So that Keep allocates nothing.
-        staged.file->pages.reserve(static_cast<size_t>(PagesOf(staged.size)));
-        staged.file->seen.reserve(static_cast<size_t>(PagesOf(staged.size)));
+        MakeRoom(staged.file->pages, static_cast<size_t>(PagesOf(staged.size)));
+        MakeRoom(staged.file->seen, static_cast<size_t>(PagesOf(staged.size)));
     }
     m_staged.push_back(std::move(staged));
 }
