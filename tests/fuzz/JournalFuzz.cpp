@@ -26,6 +26,11 @@ constexpr uint64_t kSalt = 0x0102'0304'0506'0708;
 constexpr int64_t kLargestFile = int64_t{1} << 21;
 using FileMap = std::map<std::string, Bytes>;
 
+// What the journal's owner writes for itself.
+bool IsOwn(const std::string& name) {
+    return name.starts_with("Journal.") || name.starts_with("Checksums.");
+}
+
 enum Flags : uint8_t { kRaw = 1, kForeign = 2, kBrokenHeader = 4, kNewer = 8, kCut = 16 };
 enum GroupFlags : uint8_t {
     kBadPayload = 1,
@@ -198,8 +203,7 @@ private:
         for (const JournalOperation& operation : operations) {
             const std::string name(operation.name);
             const std::string target = ToString(CopyOf(operation.data));
-            if (name.starts_with("Journal.") || (operation.type == JournalOperationType::Rename &&
-                                                 target.starts_with("Journal."))) {
+            if (IsOwn(name) || (operation.type == JournalOperationType::Rename && IsOwn(target))) {
                 outcome.modelled = false;
             }
             if (operation.type == JournalOperationType::Rename) {
@@ -275,7 +279,7 @@ FileMap FilesOf(const CMemoryFileSystem& files, Bytes* setAside = nullptr) {
         const std::string name = FileNameOf(path);
         FUZZ_CHECK(path == kFolder + name, "replay stays in the folder");
         if (setAside && name == "Journal.damaged.1") *setAside = bytes;
-        if (!name.starts_with("Journal.")) found[name] = bytes;
+        if (!IsOwn(name)) found[name] = bytes;
     }
     return found;
 }
