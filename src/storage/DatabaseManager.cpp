@@ -36,14 +36,6 @@ bool MakeFolderForGood(CFileSystem& files, std::string folder) {
     return files.MakeFolder(folder) && files.SyncFolder(parent.empty() ? "." : parent);
 }
 
-uint64_t NewDatabaseId() {
-    std::vector<uint8_t> bytes(8);
-    do {
-        RandomBytes(bytes);
-    } while (LoadLE<uint64_t>(bytes, 0) == 0);
-    return LoadLE<uint64_t>(bytes, 0);
-}
-
 }  // namespace
 
 CDatabaseManager::CDatabaseManager(CFileSystem& files) : m_baseFiles(files), m_journal(files) {}
@@ -165,17 +157,10 @@ bool CDatabaseManager::AttachJournal() {
     if (!ReadWholeFile(m_baseFiles, lockPath, bytes)) {
         return FailFromFileError(DatabaseProblem::ReadFailed, lockPath);
     }
-    // An empty one beside a journal has lost its contents to a power cut.
-    const bool isNew = bytes.empty() && !m_baseFiles.Exists(m_folder + kJournalName);
-    bool known = DatabaseIdentity::Decode(bytes, identity);
-    // Made before the first file, and since then always there.
+    const bool known = DatabaseIdentity::Decode(bytes, identity);
+    // Made before the lock file is filled, and since then always there.
     const bool isLost = known && !m_baseFiles.Exists(m_folder + kJournalName) &&
                         FolderHoldsDatabase(m_baseFiles, m_folder);
-    if (isNew) {
-        identity.id = NewDatabaseId();
-        known = WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true);
-        if (!known) return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
-    }
     switch (m_journal.Attach(m_folder, known ? identity.id : 0)) {
         case CJournal::AttachResult::Ok:
             break;
@@ -189,7 +174,8 @@ bool CDatabaseManager::AttachJournal() {
     // Said once: now there is a new one, and the next opening goes on with what is left.
     if (isLost) return Fail(DatabaseProblem::DamagedJournal, m_folder + kJournalName);
     if (known) return true;
-    // The name in the lock file was damaged or is gone; the journal still knew it.
+    // A new database, or the name in the lock file was damaged or lost to a power cut: the
+    // journal knows it.
     identity.id = m_journal.DatabaseId();
     if (WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true)) return true;
     return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
