@@ -57,6 +57,9 @@ std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
         case DatabaseProblem::WriteFailed:
             return "Writing " + file +
                    " failed; nothing was changed, check the disk and its permissions.";
+        case DatabaseProblem::OutOfMemory:
+            return "There is not enough memory for the ledger in " + Quoted(folder) +
+                   "; nothing was changed, close other programs and try again.";
         case DatabaseProblem::None:
             break;
     }

@@ -35,12 +35,19 @@ public:
     template <class Work>
     bool Run(Work work) {
         const CLockScope lock(m_section);
+        m_foundNone = false;
         try {
             return work();
         } catch (const std::bad_alloc&) {
             m_database.AbandonRow();
             return false;
         }
+    }
+
+    // The last operation was a read that failed only because no row matches.
+    bool FoundNone() const {
+        const CLockScope lock(m_section);
+        return m_foundNone;
     }
 
     template <class Entry>
@@ -109,9 +116,11 @@ public:
         return Run([&] {
             if (!Select(TableOf<Entry>(), where)) return false;
             Entry read;
-            const bool found =
-                !m_query.Results().IsEmpty() && ReadEntry(PresentFields<Entry>(), 0, read);
+            const CNoSQLDatabaseResults& rows = m_query.Results();
+            const bool none = rows.IsEmpty() && rows.UnreadableRows() == 0;
+            const bool found = !rows.IsEmpty() && ReadEntry(PresentFields<Entry>(), 0, read);
             m_query.ReleaseResults();
+            m_foundNone = none;
             if (found) entry = read;
             return found;
         });
@@ -119,9 +128,15 @@ public:
 
     template <class Entry>
     bool Read(int64_t rowId, Entry& entry) {
-        return rowId > kNoRow && ReadFirst(entry, [&](CNoSQLDatabaseInterface& query) {
-                   return query.AddInt64(kRowIdColumnName, WhereOperator::Equal, rowId);
-               });
+        if (rowId <= kNoRow) {
+            return Run([&] {
+                m_foundNone = true;
+                return false;
+            });
+        }
+        return ReadFirst(entry, [&](CNoSQLDatabaseInterface& query) {
+            return query.AddInt64(kRowIdColumnName, WhereOperator::Equal, rowId);
+        });
     }
 
     // The oldest row with that text.
@@ -146,6 +161,7 @@ public:
             // Among rows that cannot be read may be the one asked for.
             const bool answered = rowId != kNoRow || rows.UnreadableRows() == 0;
             m_query.ReleaseResults();
+            m_foundNone = answered && rowId == kNoRow;
             return answered;
         });
     }
@@ -228,9 +244,10 @@ private:
         return true;
     }
 
-    CReentrantLock m_section;
+    mutable CReentrantLock m_section;
     CDatabaseManager& m_database;
     CNoSQLDatabaseInterface m_query;
+    bool m_foundNone = false;
 };
 
 }  // namespace quillon

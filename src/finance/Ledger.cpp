@@ -1,6 +1,8 @@
 #include "finance/Ledger.h"
 
 #include <cmath>
+#include <new>
+#include <utility>
 
 #include "finance/Balance.h"
 
@@ -28,7 +30,13 @@ LedgerStatus CLedger::CheckAmount(double amount) const {
 
 LedgerStatus CLedger::ReadAccount(int64_t accountId, CAccountEntry& account) {
     if (m_database.ReadAccount(accountId, account)) return LedgerStatus::Ok;
-    return m_database.IsOpen() ? LedgerStatus::NoSuchAccount : LedgerStatus::StoreFailed;
+    return m_database.IsOpen() && m_database.FoundNone() ? LedgerStatus::NoSuchAccount
+                                                         : LedgerStatus::StoreFailed;
+}
+
+LedgerStatus CLedger::ReadTransaction(int64_t transactionId, CTransactionEntry& transaction) {
+    if (m_database.ReadTransaction(transactionId, transaction)) return LedgerStatus::Ok;
+    return m_database.FoundNone() ? LedgerStatus::NoSuchTransaction : LedgerStatus::StoreFailed;
 }
 
 LedgerStatus CLedger::NoteEffect(const CTransactionEntry& transaction, double sign,
@@ -55,12 +63,13 @@ LedgerStatus CLedger::ApplyEffects(const Effects& effects) {
     return LedgerStatus::Ok;
 }
 
-LedgerStatus CLedger::OpenAccount(CAccountEntry& account, double openingBalance, int64_t date) {
+LedgerStatus CLedger::OpenAccount(CAccountEntry& account, double openingBalance, int64_t date) try {
     const double magnitude = std::fabs(openingBalance);
     if (CheckAmount(magnitude) != LedgerStatus::Ok) return LedgerStatus::BadAmount;
     if (account.name.IsEmpty()) return LedgerStatus::NameMissing;
     CAccountEntry holder;
     if (m_database.FindAccountByName(account.name.ToUtf8(), holder)) return LedgerStatus::NameTaken;
+    if (!m_database.FoundNone()) return LedgerStatus::StoreFailed;
 
     CFinanceBatch batch(m_database);
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
@@ -81,11 +90,13 @@ LedgerStatus CLedger::OpenAccount(CAccountEntry& account, double openingBalance,
         }
     }
     if (!batch.Commit()) return LedgerStatus::StoreFailed;
-    account = opened;
+    account = std::move(opened);
     return LedgerStatus::Ok;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
 }
 
-LedgerStatus CLedger::EnterTransaction(CTransactionEntry& transaction) {
+LedgerStatus CLedger::EnterTransaction(CTransactionEntry& transaction) try {
     if (CheckAmount(transaction.amount) != LedgerStatus::Ok) return LedgerStatus::BadAmount;
     CAccountEntry account;
     LedgerStatus status = ReadAccount(transaction.accountId, account);
@@ -107,6 +118,8 @@ LedgerStatus CLedger::EnterTransaction(CTransactionEntry& transaction) {
     if (!batch.Commit()) return LedgerStatus::StoreFailed;
     transaction.id = entered.id;
     return LedgerStatus::Ok;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
 }
 
 LedgerStatus CLedger::ChangeRow(const CTransactionEntry& old, const CTransactionEntry& changed,
@@ -119,15 +132,18 @@ LedgerStatus CLedger::ChangeRow(const CTransactionEntry& old, const CTransaction
     return m_database.UpdateTransaction(changed) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 }
 
-LedgerStatus CLedger::ChangeTransaction(const CTransactionEntry& changed, TransferSides sides) {
+LedgerStatus CLedger::ChangeTransaction(const CTransactionEntry& changed, TransferSides sides) try {
     if (CheckAmount(changed.amount) != LedgerStatus::Ok) return LedgerStatus::BadAmount;
     CTransactionEntry old;
-    if (!m_database.ReadTransaction(changed.id, old)) return LedgerStatus::NoSuchTransaction;
+    LedgerStatus status = ReadTransaction(changed.id, old);
+    if (status != LedgerStatus::Ok) return status;
     CAccountEntry account;
-    LedgerStatus status = ReadAccount(changed.accountId, account);
+    status = ReadAccount(changed.accountId, account);
     if (status != LedgerStatus::Ok) return status;
     CTransactionEntry other;
-    const bool both = sides == TransferSides::Both && FindOtherTransferSide(changed.id, other);
+    bool both = false;
+    if (sides == TransferSides::Both) status = FindOtherSide(old, other, both);
+    if (status != LedgerStatus::Ok) return status;
     if (both && other.accountId == changed.accountId) return LedgerStatus::SameAccount;
 
     CFinanceBatch batch(m_database);
@@ -144,17 +160,20 @@ LedgerStatus CLedger::ChangeTransaction(const CTransactionEntry& changed, Transf
     if (status == LedgerStatus::Ok) status = ApplyEffects(effects);
     if (status == LedgerStatus::Ok && !batch.Commit()) status = LedgerStatus::StoreFailed;
     return status;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
 }
 
-LedgerStatus CLedger::RemoveTransaction(int64_t transactionId, TransferSides sides) {
+LedgerStatus CLedger::RemoveTransaction(int64_t transactionId, TransferSides sides) try {
     std::vector<CTransactionEntry> rows(1);
-    if (!m_database.ReadTransaction(transactionId, rows[0])) {
-        return LedgerStatus::NoSuchTransaction;
-    }
+    LedgerStatus status = ReadTransaction(transactionId, rows[0]);
     CTransactionEntry other;
-    if (sides == TransferSides::Both && FindOtherTransferSide(transactionId, other)) {
-        rows.push_back(other);
+    bool both = false;
+    if (status == LedgerStatus::Ok && sides == TransferSides::Both) {
+        status = FindOtherSide(rows[0], other, both);
     }
+    if (status != LedgerStatus::Ok) return status;
+    if (both) rows.push_back(other);
 
     CFinanceBatch batch(m_database);
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
@@ -165,12 +184,14 @@ LedgerStatus CLedger::RemoveTransaction(int64_t transactionId, TransferSides sid
             return LedgerStatus::StoreFailed;
         }
     }
-    const LedgerStatus status = ApplyEffects(effects);
+    status = ApplyEffects(effects);
     if (status != LedgerStatus::Ok) return status;
     return batch.Commit() ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
 }
 
-bool CLedger::VerifyBalances(std::vector<BalanceMismatch>& mismatches) {
+bool CLedger::VerifyBalances(std::vector<BalanceMismatch>& mismatches) try {
     mismatches.clear();
     COwnedList<CAccountEntry> accounts;
     if (!m_database.ListAccounts(accounts)) return false;
@@ -193,9 +214,11 @@ bool CLedger::VerifyBalances(std::vector<BalanceMismatch>& mismatches) {
         mismatches.push_back({account.id, account.name, account.currentBalance, computed});
     }
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
-bool CLedger::RepairBalances(std::vector<BalanceMismatch>& repaired) {
+bool CLedger::RepairBalances(std::vector<BalanceMismatch>& repaired) try {
     if (!VerifyBalances(repaired)) return false;
     if (repaired.empty()) return true;
     CFinanceBatch batch(m_database);
@@ -204,6 +227,8 @@ bool CLedger::RepairBalances(std::vector<BalanceMismatch>& repaired) {
         if (!m_database.UpdateAccountBalance(mismatch.accountId, mismatch.computed)) return false;
     }
     return batch.Commit();
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 }  // namespace quillon

@@ -17,7 +17,8 @@ enum class LedgerStatus {
     BadAmount,    // negative, not a number, or above kLargestAmount
     NameMissing,  // an account needs a name
     NameTaken,    // another account has it
-    StoreFailed,  // a read or write failed; Database().Problem() tells why
+    StoreFailed,  // a read or write failed, or there was no memory for it; Database().Problem()
+                  // tells why
 };
 
 // Whether a change of one side of a transfer is made on the other side too.
@@ -93,6 +94,9 @@ private:
 
     LedgerStatus CheckAmount(double amount) const;
     LedgerStatus ReadAccount(int64_t accountId, CAccountEntry& account);
+    LedgerStatus ReadTransaction(int64_t transactionId, CTransactionEntry& transaction);
+    // Ok with `found` false: the row is no side of a transfer, or the other side is gone.
+    LedgerStatus FindOtherSide(const CTransactionEntry& row, CTransactionEntry& other, bool& found);
     // Adds the row's effect (times `sign`) to `effects`.
     LedgerStatus NoteEffect(const CTransactionEntry& transaction, double sign, Effects& effects);
     LedgerStatus ApplyEffects(const Effects& effects);

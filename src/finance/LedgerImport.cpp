@@ -1,3 +1,5 @@
+#include <new>
+
 #include "finance/Balance.h"
 #include "finance/Ledger.h"
 
@@ -22,7 +24,7 @@ LedgerStatus CLedgerImport::Begin() {
     return m_inBatch ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 }
 
-LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) {
+LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) try {
     if (m_failed || !m_inBatch) return LedgerStatus::StoreFailed;
     if (m_ledger.CheckAmount(transaction.amount) != LedgerStatus::Ok) {
         return LedgerStatus::BadAmount;
@@ -41,6 +43,10 @@ LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) {
         return LedgerStatus::Ok;
     }
     m_failed = true;
+    return LedgerStatus::StoreFailed;
+} catch (const std::bad_alloc&) {
+    m_failed = true;
+    Abandon();
     return LedgerStatus::StoreFailed;
 }
 
@@ -67,10 +73,14 @@ bool CLedgerImport::CommitBatch() {
     return true;
 }
 
-bool CLedgerImport::Finish() {
+bool CLedgerImport::Finish() try {
     if (m_failed || !m_inBatch) return false;
     m_failed = !CommitBatch();
     return !m_failed;
+} catch (const std::bad_alloc&) {
+    m_failed = true;
+    Abandon();
+    return false;
 }
 
 }  // namespace quillon

@@ -1,7 +1,9 @@
 // Transfers: two rows that belong together without saying so in a column.
 
 #include <cstdlib>
+#include <new>
 #include <tuple>
+#include <utility>
 
 #include "finance/Balance.h"
 #include "finance/Ledger.h"
@@ -43,7 +45,7 @@ const CTransactionEntry* Closest(const CTransactionEntry& row,
 }  // namespace
 
 LedgerStatus CLedger::EnterTransfer(const TransferRequest& request, CTransactionEntry& paying,
-                                    CTransactionEntry& receiving) {
+                                    CTransactionEntry& receiving) try {
     if (CheckAmount(request.amount) != LedgerStatus::Ok) return LedgerStatus::BadAmount;
     CAccountEntry from, to;
     LedgerStatus status = ReadAccount(request.fromAccountId, from);
@@ -72,26 +74,45 @@ LedgerStatus CLedger::EnterTransfer(const TransferRequest& request, CTransaction
     if (status == LedgerStatus::Ok) status = EnterTransaction(in);
     if (status == LedgerStatus::Ok && !batch.Commit()) status = LedgerStatus::StoreFailed;
     if (status != LedgerStatus::Ok) return status;
-    paying = out;
-    receiving = in;
+    paying = std::move(out);
+    receiving = std::move(in);
     return LedgerStatus::Ok;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
 }
 
-bool CLedger::FindOtherTransferSide(int64_t transactionId, CTransactionEntry& other) {
+bool CLedger::FindOtherTransferSide(int64_t transactionId, CTransactionEntry& other) try {
     CTransactionEntry row;
-    if (!m_database.ReadTransaction(transactionId, row) || row.categoryId == kNoRow ||
-        row.categoryId != m_database.FindCategoryId(kTransferCategory)) {
-        return false;
+    bool found = false;
+    return ReadTransaction(transactionId, row) == LedgerStatus::Ok &&
+           FindOtherSide(row, other, found) == LedgerStatus::Ok && found;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
+LedgerStatus CLedger::FindOtherSide(const CTransactionEntry& row, CTransactionEntry& other,
+                                    bool& found) try {
+    found = false;
+    if (row.categoryId == kNoRow) return LedgerStatus::Ok;
+    CCategoryEntry transfer;
+    if (!m_database.FindCategoryByName(kTransferCategory, transfer)) {
+        return m_database.FoundNone() ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
     }
+    if (row.categoryId != transfer.id) return LedgerStatus::Ok;
     COwnedList<CTransactionEntry> sameDay;
-    if (!m_database.ListAllTransactions(row.serviceDate, row.serviceDate, sameDay)) return false;
+    if (!m_database.ListAllTransactions(row.serviceDate, row.serviceDate, sameDay)) {
+        return LedgerStatus::StoreFailed;
+    }
     const CTransactionEntry* closest = Closest(row, sameDay);
-    if (!closest) return false;
+    if (!closest) return LedgerStatus::Ok;
     // Of two equal transfers on one day, the row left alone must not take the other's half.
     const CTransactionEntry* back = Closest(*closest, sameDay);
-    if (!back || back->id != row.id) return false;
+    if (!back || back->id != row.id) return LedgerStatus::Ok;
     other = *closest;
-    return true;
+    found = true;
+    return LedgerStatus::Ok;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
 }
 
 }  // namespace quillon

@@ -13,19 +13,29 @@ CQuillonDatabaseInterface::~CQuillonDatabaseInterface() {
 
 FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder) {
     FinanceOpenResult result;
+    bool ran = false;
     m_rows->Run([&] {
         if (IsOpen()) Close();
         const bool existed = CDatabaseManager::FolderHoldsDatabase(m_database.Files(), folder);
-        result.opened = m_database.Open(folder);
-        if (result.opened) {
+        if (m_database.Open(folder)) {
             result.created = !existed;
             result.schema = EnsureFinanceSchema(m_database);
             result.setAsideJournal = m_database.SetAsideJournal();
+            result.opened = true;
         }
         result.problem = m_database.Problem();
         result.detail = m_database.ProblemDetail();
-        return result.opened;
+        ran = true;
+        return true;
     });
+    // Nothing half known stays open: what ran out of memory may be tried again.
+    if (!ran) {
+        result = {};
+        result.problem = m_database.Problem() == DatabaseProblem::None
+                             ? DatabaseProblem::OutOfMemory
+                             : m_database.Problem();
+        Close();
+    }
     return result;
 }
 
@@ -42,6 +52,10 @@ void CQuillonDatabaseInterface::RunTimers(int64_t nowMs) {
         m_database.RunTimers(nowMs);
         return true;
     });
+}
+
+bool CQuillonDatabaseInterface::FoundNone() const {
+    return m_rows->FoundNone();
 }
 
 bool CQuillonDatabaseInterface::BeginBatch() {

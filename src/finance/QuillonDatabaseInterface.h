@@ -65,6 +65,10 @@ public:
     // Runs the store's timers when they are due; `nowMs` is any steady clock.
     void RunTimers(int64_t nowMs);
 
+    // Why the last operation found nothing, when it was ReadAccount, FindPayeeId or another
+    // that looks for one row by id or name: true, there is no such row; false, it failed.
+    bool FoundNone() const;
+
     // --- batches: everything between begin and commit is one commit. They nest; the
     // outermost decides, and a roll back inside makes the outer commit fail.
     [[nodiscard]] bool BeginBatch();

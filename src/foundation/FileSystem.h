@@ -13,12 +13,12 @@ namespace quillon {
 // tests put a disk in memory or a failing one there.
 //
 //   Paths      UTF-8; both separators are understood on Windows.
-//   Errors     false, null or -1. Nothing here throws. LastError() tells the
-//              kind of the calling thread's last failure.
+//   Errors     false, null or -1. Nothing here throws but std::bad_alloc. LastError()
+//              tells the kind of the calling thread's last failure.
 //   Ownership  A file belongs to its holder and closes on destruction; it must
 //              not outlive its file system.
 
-enum class FileError { None, NotFound, NoPermission, NoSpace, Locked, NotEmpty, Other };
+enum class FileError { None, NotFound, NoPermission, NoSpace, Locked, NotEmpty, NoMemory, Other };
 
 class CFile {
 public:

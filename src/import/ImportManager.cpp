@@ -7,6 +7,7 @@
 #include "finance/Balance.h"
 #include "finance/Ledger.h"
 #include "finance/QuillonDatabaseInterface.h"
+#include "foundation/OutOfMemory.h"
 
 namespace quillon {
 
@@ -44,9 +45,9 @@ ImportResult CImportManager::Import() {
     m_newNames.clear();
     try {
         Run();
-        m_result.notes = m_notes.Take();
+        if (m_result.failed) m_result.notes = m_notes.Take();
     } catch (const std::bad_alloc&) {
-        FailWith("There is not enough memory to import '" + PathText() + "'.");
+        FailForMemory();
     }
     return std::move(m_result);
 }
@@ -59,13 +60,29 @@ void CImportManager::Run() {
     std::vector<ImportRecord> records;
     if (!ReadRecords(records)) return;
     if (!EnterAll(records)) return;
-    m_result.message = Report();
+    // What is entered stays entered: want of memory for the words is no failure any more.
+    (void)FalseWhenOutOfMemory([this] {
+        m_result.message = Report();
+        m_result.notes = m_notes.Take();
+        return true;
+    });
 }
 
 bool CImportManager::Fail(std::string_view reason) {
     std::string error = FailureMessage();
     if (!reason.empty()) error.append(" ").append(reason);
     return FailWith(std::move(error));
+}
+
+// The words take memory as well: as many as there is room for.
+void CImportManager::FailForMemory() noexcept {
+    m_result.failed = true;
+    m_result.error.clear();
+    try {
+        m_result.error = "There is not enough memory to import the file.";
+        m_result.error = "There is not enough memory to import '" + PathText() + "'.";
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 bool CImportManager::FailWith(std::string error) {
@@ -114,6 +131,7 @@ const CImportManager::NamedRow& CImportManager::PayeeOf(const ImportRecord& reco
     payee.name = ApplyRenamingRules(record.payee);
     if (m_options.dryRun) {
         payee.id = m_database.FindPayeeId(payee.name);
+        payee.failed = payee.id == kNoRow && !m_database.FoundNone();
         if (payee.id == kNoRow && m_newNames.insert("P" + payee.name).second) {
             ++m_result.payeesCreated;
         }
@@ -136,6 +154,7 @@ const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& r
     if (category.name.empty()) return category;
     if (m_options.dryRun) {
         category.id = m_database.FindCategoryId(category.name);
+        category.failed = category.id == kNoRow && !m_database.FoundNone();
         if (category.id == kNoRow && m_newNames.insert("C" + category.name).second) {
             ++m_result.categoriesCreated;
         }
@@ -143,6 +162,7 @@ const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& r
     }
     bool added = false;
     category.id = m_database.FindOrAddCategory(category.name, &added);
+    category.failed = category.id == kNoRow;
     m_result.categoriesCreated += added;
     return category;
 }
@@ -206,8 +226,7 @@ bool CImportManager::EnterAll(std::vector<ImportRecord>& records) {
     const bool loaded = LoadRules() && (IdentifierUse() == Identifiers::None || LoadStoredLines());
     if (!loaded) return Fail("The account's transactions cannot be read.");
     if (m_options.dryRun) {
-        TryAll(records);
-        return true;
+        return TryAll(records) || Fail("The account's transactions cannot be read.");
     }
     CLedger ledger(m_database);
     CLedgerImport import(ledger, m_account.id);
@@ -219,10 +238,21 @@ bool CImportManager::EnterAll(std::vector<ImportRecord>& records) {
         default:
             return FailStored(0);
     }
-    return EnterBatches(records, import);
+    CreatedNames safe;
+    try {
+        if (EnterBatches(records, import, safe)) return true;
+    } catch (const std::bad_alloc&) {
+        m_result.imported = import.Committed();
+        m_result.payeesCreated = safe.payees;
+        m_result.categoriesCreated = safe.categories;
+        throw;
+    }
+    m_result.payeesCreated = safe.payees;
+    m_result.categoriesCreated = safe.categories;
+    return FailStored(import.Committed());
 }
 
-void CImportManager::TryAll(std::vector<ImportRecord>& records) {
+bool CImportManager::TryAll(std::vector<ImportRecord>& records) {
     for (ImportRecord& record : records) {
         LimitTexts(record);
         if (IsKnown(record)) {
@@ -232,26 +262,19 @@ void CImportManager::TryAll(std::vector<ImportRecord>& records) {
             NoteBadAmount(record);
             AddRow(record, RowOutcome::Skipped);
         } else {
-            PayeeOf(record);
-            CategoryOf(record);
+            if (PayeeOf(record).failed || CategoryOf(record).failed) return false;
             ++m_result.imported;
             AddRow(record, RowOutcome::Entered);
         }
     }
+    return true;
 }
 
-bool CImportManager::EnterBatches(std::vector<ImportRecord>& records, CLedgerImport& import) {
+bool CImportManager::EnterBatches(std::vector<ImportRecord>& records, CLedgerImport& import,
+                                  CreatedNames& safe) {
     const int64_t total = static_cast<int64_t>(records.size());
     int64_t done = 0;
     int64_t committed = 0;
-    // What the last commit made safe, for the report of a failure.
-    int64_t safePayees = 0;
-    int64_t safeCategories = 0;
-    const auto failed = [&] {
-        m_result.payeesCreated = safePayees;
-        m_result.categoriesCreated = safeCategories;
-        return FailStored(import.Committed());
-    };
     CTransactionEntry entry;
     for (ImportRecord& record : records) {
         ++done;
@@ -269,10 +292,7 @@ bool CImportManager::EnterBatches(std::vector<ImportRecord>& records, CLedgerImp
         // Category and payee in the order in which they are created.
         const NamedRow& category = CategoryOf(record);
         const NamedRow& payee = PayeeOf(record);
-        if (payee.failed) {
-            if (!IsPlain()) return failed();
-            continue;
-        }
+        if (category.failed || payee.failed) return false;
         entry.id = kNoRow;
         entry.serviceDate = record.date;
         entry.electronicPayment = record.electronic;
@@ -289,19 +309,18 @@ bool CImportManager::EnterBatches(std::vector<ImportRecord>& records, CLedgerImp
             AddRow(record, RowOutcome::Skipped);
             continue;
         }
-        if (status != LedgerStatus::Ok) return failed();
+        if (status != LedgerStatus::Ok) return false;
         ++m_result.imported;
         AddRow(record, RowOutcome::Entered);
         if (import.Committed() == committed) continue;
         committed = import.Committed();
-        safePayees = m_result.payeesCreated;
-        safeCategories = m_result.categoriesCreated;
+        safe = {m_result.payeesCreated, m_result.categoriesCreated};
         if (m_options.progress && !m_options.progress(done, total)) {
             m_result.cancelled = true;
             break;
         }
     }
-    if (!import.Finish()) return failed();
+    if (!import.Finish()) return false;
     if (m_options.progress && !m_result.cancelled) m_options.progress(total, total);
     return true;
 }

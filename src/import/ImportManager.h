@@ -93,12 +93,22 @@ private:
     };
     using NameCache = std::unordered_map<std::string_view, NamedRow>;
 
+    // Names that were made, as far as the last commit made them safe.
+    struct CreatedNames {
+        int64_t payees = 0;
+        int64_t categories = 0;
+    };
+
     void Run();
+    void FailForMemory() noexcept;
     bool LoadRules();
     bool LoadStoredLines();
     bool EnterAll(std::vector<ImportRecord>& records);
-    bool EnterBatches(std::vector<ImportRecord>& records, CLedgerImport& import);
-    void TryAll(std::vector<ImportRecord>& records);
+    // False: not all of them were entered.
+    bool EnterBatches(std::vector<ImportRecord>& records, CLedgerImport& import,
+                      CreatedNames& safe);
+    // What an import would find. False: the database could not be read.
+    bool TryAll(std::vector<ImportRecord>& records);
     // Plain and inferred rule of what the account holds already.
     bool IsKnown(ImportRecord& record);
     // Cuts texts that the ledger cannot hold or no screen could show.

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "foundation/OutOfMemory.h"
 #include "query/NoSQLProcessor.h"
-#include "query/OutOfMemory.h"
 
 namespace quillon {
 

@@ -3,8 +3,8 @@
 #include <numeric>
 #include <utility>
 
+#include "foundation/OutOfMemory.h"
 #include "query/NoSQLDatabaseResultsSortManager.h"
-#include "query/OutOfMemory.h"
 
 namespace quillon {
 

@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/OutOfMemory.h"
 #include "query/NoSQLEvaluator.h"
 #include "query/NoSQLSegmentScan.h"
-#include "query/OutOfMemory.h"
 
 namespace quillon {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "query/OutOfMemory.h"
+#include "foundation/OutOfMemory.h"
 
 namespace quillon {
 

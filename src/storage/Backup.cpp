@@ -25,6 +25,7 @@ BackupCode BackUp(CDatabaseManager& database, const std::string& path,
     }
     std::vector<TableIntegrity> tables;
     if (database.Verify(tables) != IntegrityCode::Ok) {
+        if (tables.empty()) throw std::bad_alloc();
         for (const TableIntegrity& table : tables) {
             if (table.code == IntegrityCode::Ok) continue;
             report.detail = table.table + ": " + IntegrityMessage(table.code);

@@ -8,9 +8,11 @@ class CBracketParticipant {
 public:
     virtual ~CBracketParticipant() = default;
 
-    virtual void OnBracketCommitted() = 0;
+    // Each may throw std::bad_alloc, which is a false as well. False: the memory no longer
+    // mirrors the files; the journal then takes no change until the folder is opened again.
+    [[nodiscard]] virtual bool OnBracketCommitted() = 0;
     // The files are as before the bracket: bring the memory back in line.
-    virtual void OnBracketRolledBack() = 0;
+    [[nodiscard]] virtual bool OnBracketRolledBack() = 0;
 };
 
 }  // namespace quillon

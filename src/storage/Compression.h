@@ -36,8 +36,9 @@ struct ImplodeOptions {
 // sound and holds exactly `expectedSize` bytes. False: unknown header, a stream that
 // stops before its end code, a match reaching in front of the output, or any other
 // size. Memory follows what the stream really yields (at most a few times the input
-// before the first byte is decoded), never `expectedSize` alone.
+// before the first byte is decoded), never `expectedSize` alone. Throws std::bad_alloc: a
+// stream that there is no memory for is not a damaged one.
 [[nodiscard]] bool Explode(std::span<const uint8_t> in, size_t expectedSize,
-                           std::vector<uint8_t>& out) noexcept;
+                           std::vector<uint8_t>& out);
 
 }  // namespace quillon

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "foundation/ByteCodec.h"
+#include "foundation/OutOfMemory.h"
 #include "storage/Journal.h"
 
 namespace quillon {
@@ -52,11 +54,7 @@ bool CDataStore::Open() {
     const std::string path = Path();
     if (path.empty()) return false;
     if (m_journal.Exists(path)) {
-        if (!m_file.OpenExisting(path)) return false;
-        if (!CheckHeader()) {
-            m_file.Close();
-            return false;
-        }
+        if (!OpenChecked(path)) return false;
     } else if (!m_file.Create(path) || !WriteHeader()) {
         return false;
     }
@@ -68,6 +66,19 @@ bool CDataStore::Open() {
     m_freeListChanged =
         m_keepFreeList && m_freeList.Count() == 0 && m_journal.Exists(m_freeList.Path());
     return true;
+}
+
+// Closing writes a header, so a file whose own was not read to the end must not stay open.
+bool CDataStore::OpenChecked(const std::string& path) {
+    if (!m_file.OpenExisting(path)) return false;
+    try {
+        if (CheckHeader()) return true;
+    } catch (const std::bad_alloc&) {
+        m_file.Close();
+        throw;
+    }
+    m_file.Close();
+    return false;
 }
 
 bool CDataStore::CheckHeader() {
@@ -99,7 +110,8 @@ bool CDataStore::ConvertFromVersion1() {
     bool copied = copy.WriteAt(0, FreshHeader());
     const std::unique_ptr<uint8_t[]> buffer(
         copied ? new (std::nothrow) uint8_t[static_cast<size_t>(kCopyBuffer)] : nullptr);
-    if (buffer) {
+    copied = buffer != nullptr;
+    if (copied) {
         int64_t from = kVersion1HeaderSize;
         int64_t to = kHeaderSize;
         int64_t remaining = m_file.Size() - kVersion1HeaderSize;
@@ -119,9 +131,7 @@ bool CDataStore::ConvertFromVersion1() {
         RemoveCopy(m_journal, temporaryPath);
         return false;
     }
-    if (m_file.OpenExisting(path) && CheckHeader()) return true;
-    m_file.Close();
-    return false;
+    return OpenChecked(path);
 }
 
 bool CDataStore::IsVersion1(CFileSystem& files, const std::string& path) {
@@ -141,10 +151,17 @@ void CDataStore::RemoveCopy(CJournal& journal, const std::string& temporaryPath)
 bool CDataStore::Close() {
     const CLockScope lock(m_lock);
     if (!m_file.IsOpen()) return false;
-    if (m_keepFreeList && m_freeListChanged) m_freeList.Save();
+    // Without memory the free list is not saved, and its room is lost to the next opening.
+    (void)FalseWhenOutOfMemory([this] {
+        if (m_keepFreeList && m_freeListChanged) m_freeList.Save();
+        return WriteHeader();
+    });
     m_freeListChanged = false;
-    m_freeList.Clear();
-    (void)WriteHeader();
+    const bool cleared = FalseWhenOutOfMemory([this] {
+        m_freeList.Clear();
+        return true;
+    });
+    if (!cleared) m_journal.Break();
     return m_file.Close();
 }
 
@@ -258,27 +275,29 @@ bool CDataStore::ReplaceFileWith(const std::string& temporaryPath) {
 
 void CDataStore::Touch() {
     if (m_touched || !m_journal.IsAttached() || !m_journal.InBracket()) return;
+    m_journal.Join(*this);
     m_touched = true;
     m_changedBefore = m_freeListChanged;
-    m_journal.Join(*this);
     m_freeList.Mark();
 }
 
-void CDataStore::OnBracketCommitted() {
-    m_touched = false;
-    m_freeList.ForgetMark();
-    if (m_replacing) (void)m_file.OpenExisting(Path());
-    m_replacing = false;
+bool CDataStore::ReopenReplaced() {
+    return !std::exchange(m_replacing, false) || m_file.OpenExisting(Path());
 }
 
-void CDataStore::OnBracketRolledBack() {
+bool CDataStore::OnBracketCommitted() {
+    m_touched = false;
+    m_freeList.ForgetMark();
+    return ReopenReplaced();
+}
+
+bool CDataStore::OnBracketRolledBack() {
     m_touched = false;
     m_freeList.UndoToMark();
     // A list that equals what the last save wrote needs no saving; one that was
     // ahead of it still is.
     m_freeListChanged = m_changedBefore;
-    if (m_replacing) (void)m_file.OpenExisting(Path());
-    m_replacing = false;
+    return ReopenReplaced();
 }
 
 }  // namespace quillon

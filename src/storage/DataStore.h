@@ -66,14 +66,16 @@ public:
     static std::vector<uint8_t> FreshHeader();
     static constexpr int64_t kHeaderSize = 54;
 
-    void OnBracketCommitted() override;
-    void OnBracketRolledBack() override;
+    bool OnBracketCommitted() override;
+    bool OnBracketRolledBack() override;
 
 private:
     [[nodiscard]] bool WriteHeader();
+    [[nodiscard]] bool OpenChecked(const std::string& path);
     [[nodiscard]] bool CheckHeader();
     [[nodiscard]] bool ConvertFromVersion1();
     void Touch();
+    [[nodiscard]] bool ReopenReplaced();
 
     CKeelString m_path;
     CJournal& m_journal;

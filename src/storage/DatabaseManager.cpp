@@ -16,16 +16,6 @@
 namespace quillon {
 namespace {
 
-// Out of memory is a failure like any other at the engine's door.
-template <typename Call>
-bool Guarded(Call call) {
-    try {
-        return call();
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-}
-
 // Makes what is missing of the folder's path and brings its names to the medium: commits
 // in a folder that a power cut takes away would be lost. True when it is there already.
 bool MakeFolderForGood(CFileSystem& files, std::string folder) {
@@ -44,9 +34,22 @@ CDatabaseManager::~CDatabaseManager() {
     (void)Close();
 }
 
-bool CDatabaseManager::Fail(DatabaseProblem problem, const std::string& detail) {
+template <typename Call>
+bool CDatabaseManager::Guarded(Call call) noexcept {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        return Fail(DatabaseProblem::OutOfMemory, {});
+    }
+}
+
+bool CDatabaseManager::Fail(DatabaseProblem problem, std::string_view detail) noexcept {
     m_problem = problem;
-    m_problemDetail = detail;
+    try {
+        m_problemDetail = detail;
+    } catch (const std::bad_alloc&) {
+        m_problemDetail.clear();
+    }
     return false;
 }
 
@@ -58,6 +61,8 @@ bool CDatabaseManager::FailFromFileError(DatabaseProblem fallback, const std::st
             return Fail(DatabaseProblem::DiskFull, detail);
         case FileError::Locked:
             return Fail(DatabaseProblem::InUse, detail);
+        case FileError::NoMemory:
+            return Fail(DatabaseProblem::OutOfMemory, {});
         default:
             return Fail(fallback, detail);
     }
@@ -95,8 +100,10 @@ bool CDatabaseManager::Open(const std::string& folder) {
     m_problem = DatabaseProblem::None;
     m_problemDetail.clear();
     if (folder.empty()) return Fail(DatabaseProblem::NoPath, {});
-    m_folder = WithTrailingSeparator(folder);
-    const bool opened = Guarded([&] { return OpenLocked(); });
+    const bool opened = Guarded([&] {
+        m_folder = WithTrailingSeparator(folder);
+        return OpenLocked();
+    });
     if (!opened) {
         if (m_problem == DatabaseProblem::None) (void)Fail(DatabaseProblem::ReadFailed, m_folder);
         NameDamagedFile();
@@ -324,13 +331,17 @@ void CDatabaseManager::NoteBracketFailure() {
         case FileError::NoPermission:
             (void)Fail(DatabaseProblem::NoPermission, m_folder);
             break;
+        case FileError::NoMemory:
+            (void)Fail(DatabaseProblem::OutOfMemory, {});
+            break;
         default:
             (void)Fail(DatabaseProblem::WriteFailed, m_folder);
             break;
     }
 }
 
-bool CDatabaseManager::InBracket(const std::function<bool()>& change) {
+template <typename Change>
+bool CDatabaseManager::InBracket(Change change) {
     if (!BeginBatch()) return false;
     const bool changed = Guarded(change);
     if (!changed) {
@@ -341,7 +352,9 @@ bool CDatabaseManager::InBracket(const std::function<bool()>& change) {
 }
 
 void CDatabaseManager::ReloadIfStale() {
-    if (m_journal.InBracket() || !std::exchange(m_schemaParticipant.stale, false)) return;
+    const bool lost = m_journal.HasLostParticipant() && !m_tables.empty();
+    if (m_journal.InBracket() || !(m_schemaParticipant.stale || lost)) return;
+    m_schemaParticipant.stale = false;
     m_rowTable = nullptr;
     m_tables.clear();
     m_blobs.reset();
@@ -421,7 +434,9 @@ bool CDatabaseManager::RemoveColumn(std::string_view table, std::string_view col
     });
     // The texts of the column are gone from the rows; their room goes now, unless a
     // bracket around this one may still bring them back.
-    if (removed && !m_journal.InBracket()) (void)FindTable(table)->RemoveDeleted();
+    if (removed && !m_journal.InBracket()) {
+        (void)Guarded([&] { return FindTable(table)->RemoveDeleted(); });
+    }
     return removed;
 }
 
@@ -462,47 +477,44 @@ bool CDatabaseManager::BeginRowUpdate(std::string_view table, int64_t rowId) {
 
 CTableRowUpdateInfoValue* CDatabaseManager::RowValue(std::string_view column, ColumnType type) {
     const CTableColumn* found = m_rowTable ? m_rowTable->FindColumn(column) : nullptr;
-    if (!found || found->type != type) {
-        m_rowFailed = true;
-        return nullptr;
-    }
+    if (!found || found->type != type) return nullptr;
     return &m_row.Set(found->id, type);
 }
 
+// `set(value)` takes the new value in.
+template <typename Set>
+bool CDatabaseManager::SetValue(std::string_view column, ColumnType type, Set set) {
+    const bool done = Guarded([&] {
+        CTableRowUpdateInfoValue* target = RowValue(column, type);
+        if (target) set(*target);
+        return target != nullptr;
+    });
+    if (!done) m_rowFailed = true;
+    return done;
+}
+
 bool CDatabaseManager::SetText(std::string_view column, const CKeelString& value) {
-    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Text);
-    if (target) target->text = value;
-    return target != nullptr;
+    return SetValue(column, ColumnType::Text, [&](auto& target) { target.text = value; });
 }
 
 bool CDatabaseManager::SetBoolean(std::string_view column, bool value) {
-    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Boolean);
-    if (target) target->boolean = value;
-    return target != nullptr;
+    return SetValue(column, ColumnType::Boolean, [&](auto& target) { target.boolean = value; });
 }
 
 bool CDatabaseManager::SetInt32(std::string_view column, int32_t value) {
-    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Int32);
-    if (target) target->int32 = value;
-    return target != nullptr;
+    return SetValue(column, ColumnType::Int32, [&](auto& target) { target.int32 = value; });
 }
 
 bool CDatabaseManager::SetInt64(std::string_view column, int64_t value) {
-    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Int64);
-    if (target) target->int64 = value;
-    return target != nullptr;
+    return SetValue(column, ColumnType::Int64, [&](auto& target) { target.int64 = value; });
 }
 
 bool CDatabaseManager::SetDouble(std::string_view column, double value) {
-    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::Double);
-    if (target) target->number = value;
-    return target != nullptr;
+    return SetValue(column, ColumnType::Double, [&](auto& target) { target.number = value; });
 }
 
 bool CDatabaseManager::SetDateTime(std::string_view column, int64_t value) {
-    CTableRowUpdateInfoValue* target = RowValue(column, ColumnType::DateTime);
-    if (target) target->dateTime = value;
-    return target != nullptr;
+    return SetValue(column, ColumnType::DateTime, [&](auto& target) { target.dateTime = value; });
 }
 
 void CDatabaseManager::AbandonRow() {
@@ -577,12 +589,14 @@ bool CDatabaseManager::Flush() {
 bool CDatabaseManager::RemoveDeleted() {
     const CLockScope lock(m_lock);
     if (!m_open || m_journal.InBracket()) return false;
-    return Guarded([&] {
+    const bool removed = Guarded([&] {
         for (const auto& table : m_tables) {
             if (table->NeedsCompaction() && !table->RemoveDeleted()) return false;
         }
         return m_blobs && m_blobs->Compact();
     });
+    ReloadIfStale();
+    return removed;
 }
 
 bool CDatabaseManager::RebuildIndexes() {
@@ -599,33 +613,32 @@ IntegrityCode CDatabaseManager::Verify(std::vector<TableIntegrity>& tables) {
     const CLockScope lock(m_lock);
     tables.clear();
     if (!m_open) return IntegrityCode::General;
-    IntegrityCode first = IntegrityCode::Ok;
-    for (const auto& table : m_tables) {
-        TableIntegrity result;
-        result.table = table->Name().ToUtf8();
-        result.rows = table->RowCount();
-        result.code = IntegrityCode::General;
-        (void)Guarded([&] {
+    const bool looked = Guarded([&] {
+        for (const auto& table : m_tables) {
+            TableIntegrity result;
+            result.table = table->Name().ToUtf8();
+            result.rows = table->RowCount();
             result.code = table->Verify(result.detail);
-            return true;
-        });
-        if (first == IntegrityCode::Ok) first = result.code;
-        tables.push_back(std::move(result));
-    }
-    // A line of its own only when there is something to say.
-    TableIntegrity blobs;
-    blobs.table = "BLOBs";
-    blobs.rows = m_blobs ? m_blobs->Dictionary().LiveCount() : 0;
-    blobs.code = IntegrityCode::General;
-    (void)Guarded([&] {
-        if (m_blobs) {
-            blobs.code = CheckStoreBlocks(m_blobs->Dictionary(), m_blobs->Data(), blobs.detail);
+            tables.push_back(std::move(result));
         }
+        // A line of its own only when there is something to say.
+        TableIntegrity blobs;
+        blobs.table = "BLOBs";
+        blobs.rows = m_blobs ? m_blobs->Dictionary().LiveCount() : 0;
+        blobs.code = m_blobs
+                         ? CheckStoreBlocks(m_blobs->Dictionary(), m_blobs->Data(), blobs.detail)
+                         : IntegrityCode::General;
+        if (blobs.code != IntegrityCode::Ok) tables.push_back(std::move(blobs));
         return true;
     });
-    if (first == IntegrityCode::Ok) first = blobs.code;
-    if (blobs.code != IntegrityCode::Ok) tables.push_back(std::move(blobs));
-    return first;
+    if (!looked) {
+        tables.clear();
+        return IntegrityCode::General;
+    }
+    const auto damaged = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
+        return table.code != IntegrityCode::Ok;
+    });
+    return damaged == tables.end() ? IntegrityCode::Ok : damaged->code;
 }
 
 bool CDatabaseManager::VerifyPages(std::vector<PageDamage>& damage) {
@@ -644,13 +657,16 @@ bool CDatabaseManager::ListFiles(std::vector<std::string>& names) {
     const CLockScope lock(m_lock);
     names.clear();
     if (!m_open) return false;
-    for (const char* name : {"DatabaseSchema.dat", "DatabaseSchema_blobdict.dat",
-                             "DatabaseSchema_blobdata.dat", "DatabaseSchema_blobdata_del.dat"}) {
-        if (m_journal.Exists(m_folder + name)) names.emplace_back(name);
-    }
-    for (const auto& table : m_tables) table->ListFiles(names);
-    std::sort(names.begin(), names.end());
-    return true;
+    return Guarded([&] {
+        for (const char* name :
+             {"DatabaseSchema.dat", "DatabaseSchema_blobdict.dat", "DatabaseSchema_blobdata.dat",
+              "DatabaseSchema_blobdata_del.dat"}) {
+            if (m_journal.Exists(m_folder + name)) names.emplace_back(name);
+        }
+        for (const auto& table : m_tables) table->ListFiles(names);
+        std::sort(names.begin(), names.end());
+        return true;
+    });
 }
 
 // --- timers

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,6 +30,7 @@ enum class DatabaseProblem {
     DiskFull,
     ReadFailed,
     WriteFailed,
+    OutOfMemory,
 };
 
 struct TableIntegrity {
@@ -68,6 +68,7 @@ public:
     bool Close();
     // With a separator at its end; empty when closed.
     const std::string& Folder() const { return m_folder; }
+    // The one call that may throw, std::bad_alloc.
     static bool FolderHoldsDatabase(CFileSystem& files, const std::string& folder);
     DatabaseProblem Problem() const { return m_problem; }
     // File concerned, or empty.
@@ -123,7 +124,7 @@ public:
     // Rewrites every store that has deleted entries without them.
     [[nodiscard]] bool RemoveDeleted();
     // The first code that is not Ok, and one entry a table; one more, "BLOBs", when
-    // the BLOB store is damaged.
+    // the BLOB store is damaged. No entries at all: there was no memory to look with.
     IntegrityCode Verify(std::vector<TableIntegrity>& tables);
     // Reads every file and lists the pages that are not as they were written, and files
     // that are not there or are longer or shorter. The layouts may well agree with a page
@@ -157,8 +158,8 @@ private:
     // Hears of brackets that changed the schema and were rolled back.
     class CSchemaParticipant final : public CBracketParticipant {
     public:
-        void OnBracketCommitted() override {}
-        void OnBracketRolledBack() override { stale = true; }
+        bool OnBracketCommitted() override { return true; }
+        bool OnBracketRolledBack() override { return stale = true; }
         bool stale = false;
     };
 
@@ -170,20 +171,27 @@ private:
     [[nodiscard]] bool SyncOwnName();
     [[nodiscard]] bool OpenTable(int32_t number, const std::string& name);
     void CloseStores();
-    // After a roll back of schema changes, makes the tables anew from the files.
+    // After a roll back of schema changes, or one that a store could not follow, makes the
+    // tables anew from the files. Without them nothing is read and nothing written.
     void ReloadIfStale();
     [[nodiscard]] bool SaveSchema();
     [[nodiscard]] bool WriteStoreStates();
+    // Runs a call; running out of memory is a failure like any other at the engine's door.
+    template <typename Call>
+    bool Guarded(Call call) noexcept;
     // Runs a change as one bracket; false rolls it back.
-    bool InBracket(const std::function<bool()>& change);
+    template <typename Change>
+    bool InBracket(Change change);
     void NoteBracketFailure();
     void NoteSchemaChange();
-    bool Fail(DatabaseProblem problem, const std::string& detail);
+    bool Fail(DatabaseProblem problem, std::string_view detail) noexcept;
     bool FailFromFileError(DatabaseProblem fallback, const std::string& detail);
     // NewerVersion when the file is one of ours with a higher version.
     bool FailFromDamage(const std::string& path);
     void NameDamagedFile();
     CTableRowUpdateInfoValue* RowValue(std::string_view column, ColumnType type);
+    template <typename Set>
+    bool SetValue(std::string_view column, ColumnType type, Set set);
 
     CFileSystem& m_baseFiles;
     CReentrantLock m_lock;

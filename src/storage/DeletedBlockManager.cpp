@@ -1,6 +1,7 @@
 #include "storage/DeletedBlockManager.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "foundation/ByteCodec.h"
@@ -27,6 +28,7 @@ bool AnyOverlap(std::vector<DeletedBlockEntry> blocks) {
 
 void CDeletedBlockManager::Clear() {
     if (m_marked) {
+        m_undo.reserve(m_undo.size() + static_cast<size_t>(m_count));
         // Smallest first, oldest first among equals: undoing backwards restores the order.
         for (const auto& [size, positions] : m_bySize) {
             for (auto it = positions.rbegin(); it != positions.rend(); ++it) {
@@ -38,10 +40,21 @@ void CDeletedBlockManager::Clear() {
     m_count = 0;
 }
 
+// Running out of memory leaves list and undo as they were.
 void CDeletedBlockManager::Push(const DeletedBlockEntry& block) {
-    m_bySize[block.size].push_back(block.position);
-    ++m_count;
     if (m_marked) m_undo.push_back({Step::Added, block});
+    try {
+        const auto bucket = m_bySize.find(block.size);
+        if (bucket != m_bySize.end()) {
+            bucket->second.push_back(block.position);
+        } else {
+            m_bySize.emplace(block.size, std::vector<int64_t>{block.position});
+        }
+    } catch (const std::bad_alloc&) {
+        if (m_marked) m_undo.pop_back();
+        throw;
+    }
+    ++m_count;
 }
 
 void CDeletedBlockManager::Pop(std::map<int64_t, std::vector<int64_t>>::iterator bucket) {
@@ -78,15 +91,16 @@ bool CDeletedBlockManager::DropStaleFile() {
 void CDeletedBlockManager::UndoToMark() {
     m_marked = false;
     m_fileMayExist = true;
-    for (auto undo = m_undo.rbegin(); undo != m_undo.rend(); ++undo) {
-        if (undo->step == Step::Removed) {
-            Push(undo->block);
+    while (!m_undo.empty()) {
+        const Undo undo = m_undo.back();
+        if (undo.step == Step::Removed) {
+            Push(undo.block);
         } else {
-            const auto bucket = m_bySize.find(undo->block.size);
+            const auto bucket = m_bySize.find(undo.block.size);
             if (bucket != m_bySize.end()) Pop(bucket);
         }
+        m_undo.pop_back();
     }
-    m_undo.clear();
 }
 
 void CDeletedBlockManager::Walk(const std::function<void(const DeletedBlockEntry&)>& visit) const {

@@ -20,7 +20,7 @@ struct DeletedBlockEntry {
 // The free list of one data store: blocks by ascending size; among equal sizes the
 // most recently freed comes first. Neighbouring blocks are never merged.
 //
-//   Errors   false; nothing throws.
+//   Errors   false; std::bad_alloc, with the list as it was.
 //   Threads  Runs under the owning store's lock.
 class CDeletedBlockManager {
 public:
@@ -53,6 +53,7 @@ public:
     // --- brackets: changes since the mark can be taken back.
     void Mark() { m_undo.clear(), m_marked = true; }
     void ForgetMark() { m_undo.clear(), m_marked = false; }
+    // Throws std::bad_alloc with the rest still to be undone.
     void UndoToMark();
 
 private:

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "foundation/ByteCodec.h"
+#include "foundation/OutOfMemory.h"
 #include "storage/Journal.h"
 
 namespace quillon {
@@ -58,19 +59,15 @@ bool CDictionaryManager::Open() {
 bool CDictionaryManager::Close() {
     const CLockScope lock(m_lock);
     if (!m_file.IsOpen()) return false;
-    const bool written = !m_headerStale || WriteHeader();
-    m_entries.Clear();
-    m_liveCount = 0;
-    m_recordCount = 0;
+    const bool written = !m_headerStale || FalseWhenOutOfMemory([this] { return WriteHeader(); });
+    ForgetEntries();
     return m_file.Close() && written;
 }
 
 bool CDictionaryManager::Reset() {
     const CLockScope lock(m_lock);
     Touch();
-    m_entries.Clear();
-    m_liveCount = 0;
-    m_recordCount = 0;
+    ForgetEntries();
     m_file.Close();
     m_nextId = 0;
     return m_file.Create(m_path.ToUtf8()) && WriteHeader();
@@ -118,9 +115,7 @@ bool CDictionaryManager::CheckHeader() {
 }
 
 bool CDictionaryManager::Load() {
-    m_entries.Clear();
-    m_liveCount = 0;
-    m_recordCount = 0;
+    ForgetEntries();
     if (!m_file.IsOpen()) return false;
     int64_t largestId = kUnusableId;
     bool duplicates = false;
@@ -272,25 +267,32 @@ bool CDictionaryManager::Rewrite(const std::function<void(int64_t, DictionaryEnt
 
 void CDictionaryManager::Touch() {
     if (m_touched || !m_journal.IsAttached() || !m_journal.InBracket()) return;
-    m_touched = true;
     m_journal.Join(*this);
+    m_touched = true;
 }
 
-void CDictionaryManager::OnBracketCommitted() {
-    m_touched = false;
-}
-
-void CDictionaryManager::OnBracketRolledBack() {
-    m_touched = false;
-    const std::string path = m_path.ToUtf8();
-    m_loadFailed = !(m_file.OpenExisting(path) && CheckHeader() && Load());
-    if (!m_loadFailed) return;
-    // Ids out of half a map would be given twice: without the file nothing is given.
+void CDictionaryManager::ForgetEntries() {
     m_entries.Clear();
     m_liveCount = 0;
     m_recordCount = 0;
+}
+
+bool CDictionaryManager::OnBracketCommitted() {
+    m_touched = false;
+    return true;
+}
+
+bool CDictionaryManager::OnBracketRolledBack() {
+    m_touched = false;
+    m_loadFailed = !FalseWhenOutOfMemory(
+        [this] { return m_file.OpenExisting(m_path.ToUtf8()) && CheckHeader() && Load(); });
+    if (!m_loadFailed) return true;
+    // Ids out of half a map would be given twice: without the file nothing is given.
+    ForgetEntries();
     m_headerStale = false;
     m_file.Close();
+    // A file that the bracket made is gone with it, and nothing is amiss.
+    return !m_journal.Exists(m_path.ToUtf8());
 }
 
 }  // namespace quillon

@@ -77,8 +77,8 @@ public:
     // As Compact, with the blocks where `relocate(id, position)` puts them.
     [[nodiscard]] bool CompactMoved(const std::function<void(int64_t, DictionaryEntry&)>& relocate);
 
-    void OnBracketCommitted() override;
-    void OnBracketRolledBack() override;
+    bool OnBracketCommitted() override;
+    bool OnBracketRolledBack() override;
 
     static constexpr int64_t kHeaderSize = 62;
     static constexpr int64_t kEntrySize = 36;
@@ -90,6 +90,7 @@ private:
     bool LoadChunk(std::span<const uint8_t> bytes, int64_t& largestId, bool& duplicates);
     [[nodiscard]] bool Rewrite(const std::function<void(int64_t, DictionaryEntry&)>& relocate);
     void Touch();
+    void ForgetEntries();
 
     CKeelString m_path;
     CJournal& m_journal;

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstring>
-#include <new>
 
 #include "storage/Compression.h"
 #include "storage/ImplodeFormat.h"
@@ -196,12 +195,9 @@ bool ExplodeStream(std::span<const uint8_t> in, size_t expectedSize, std::vector
 
 }  // namespace
 
-bool Explode(std::span<const uint8_t> in, size_t expectedSize, std::vector<uint8_t>& out) noexcept {
+bool Explode(std::span<const uint8_t> in, size_t expectedSize, std::vector<uint8_t>& out) {
     out.clear();
-    try {
-        if (ExplodeStream(in, expectedSize, out)) return true;
-    } catch (const std::bad_alloc&) {
-    }
+    if (ExplodeStream(in, expectedSize, out)) return true;
     out.clear();
     return false;
 }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/ByteCodec.h"
+#include "foundation/OutOfMemory.h"
 #include "storage/Journal.h"
 #include "storage/RadixSort.h"
 
@@ -40,9 +41,9 @@ CIndexManager::~CIndexManager() {
 
 bool CIndexManager::Create(const std::string& path) {
     const CLockScope lock(m_lock);
+    Touch();
     Close();
     m_path = path;
-    Touch();
     ResetMemory();
     m_fileAttribute = m_attribute;
     return m_file.Create(path) && WriteHeader();
@@ -61,7 +62,7 @@ bool CIndexManager::Open(const std::string& path) {
 bool CIndexManager::Close() {
     const CLockScope lock(m_lock);
     if (!m_file.IsOpen()) return false;
-    const bool written = !m_headerStale || WriteHeader();
+    const bool written = !m_headerStale || FalseWhenOutOfMemory([this] { return WriteHeader(); });
     ResetMemory();
     return m_file.Close() && written;
 }
@@ -338,19 +339,25 @@ void CIndexManager::Walk(const std::function<bool(int64_t key, int64_t rowId)>& 
 
 void CIndexManager::Touch() {
     if (m_touched || !m_journal.IsAttached() || !m_journal.InBracket()) return;
-    m_touched = true;
     m_journal.Join(*this);
+    m_touched = true;
 }
 
-void CIndexManager::OnBracketRolledBack() {
+bool CIndexManager::OnBracketCommitted() {
     m_touched = false;
-    // When it cannot be read back the index stays closed and matches nothing; the
-    // journal is broken by then, and nothing more is acknowledged.
-    if (!m_file.OpenExisting(m_path) || !ReadHeader() || !Load()) {
-        ResetMemory();
-        m_file.Close();
-    }
-    m_headerStale = m_file.IsOpen();
+    return true;
+}
+
+bool CIndexManager::OnBracketRolledBack() {
+    m_touched = false;
+    m_headerStale = FalseWhenOutOfMemory(
+        [this] { return m_file.OpenExisting(m_path) && ReadHeader() && Load(); });
+    if (m_headerStale) return true;
+    // It stays closed and matches nothing.
+    ResetMemory();
+    m_file.Close();
+    // A file that the bracket made is gone with it, and nothing is amiss.
+    return !m_journal.Exists(m_path);
 }
 
 }  // namespace quillon

@@ -82,8 +82,8 @@ public:
     // Every (key, row id) pair; stops when the visitor returns false.
     void Walk(const std::function<bool(int64_t key, int64_t rowId)>& visit) const;
 
-    void OnBracketRolledBack() override;
-    void OnBracketCommitted() override { m_touched = false; }
+    bool OnBracketRolledBack() override;
+    bool OnBracketCommitted() override;
 
 private:
     struct Entry {

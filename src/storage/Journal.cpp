@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "foundation/ByteCodec.h"
+#include "foundation/OutOfMemory.h"
 #include "storage/Checksums.h"
 #include "storage/Crypto.h"
 
@@ -90,20 +91,22 @@ bool CJournal::IsOurs(const std::string& path) const {
 }
 
 CJournalledFile& CJournal::FileFor(const std::string& path) {
-    std::unique_ptr<CJournalledFile>& file = m_files[path];
-    if (!file) file = std::make_unique<CJournalledFile>(m_base, path);
-    return *file;
+    const auto known = m_files.find(path);
+    if (known != m_files.end()) return *known->second;
+    auto file = std::make_unique<CJournalledFile>(m_base, path);
+    return *m_files.emplace(path, std::move(file)).first->second;
 }
 
-void CJournal::ForgetIfIdle(CJournalledFile& file) {
+void CJournal::ForgetIfIdle(CJournalledFile& file) noexcept {
     if (file.handles > 0 || file.IsTouched()) return;
-    m_files.erase(std::string(file.Path()));
+    const auto known = m_files.find(file.Path());
+    if (known != m_files.end()) m_files.erase(known);
 }
 
 void CJournal::Touch(CJournalledFile& file) {
     if (file.IsTouched()) return;
-    file.Touch();
     m_touched.push_back(&file);
+    file.Touch();
 }
 
 std::unique_ptr<CFile> CJournal::Open(const std::string& path, OpenMode mode) {
@@ -168,6 +171,7 @@ bool CJournal::BeginBracket() {
     if (m_depth == 0) {
         if (m_broken) return false;
         if (m_applyPending && !ApplyTouched()) return false;
+        if (m_checkpointDue && !Checkpoint()) return false;
         m_doomed = false;
     }
     ++m_depth;
@@ -192,24 +196,23 @@ bool CJournal::CommitBracket() {
     if (--m_depth > 0) return !m_doomed;
     if (m_doomed || !CommitOutermost()) {
         DropBracket();
-        TellRolledBack();
+        TellParticipants(&CBracketParticipant::OnBracketRolledBack);
         return false;
     }
-    const std::vector<CBracketParticipant*> participants = std::exchange(m_participants, {});
-    for (CBracketParticipant* participant : participants) participant->OnBracketCommitted();
+    TellParticipants(&CBracketParticipant::OnBracketCommitted);
     if (m_end > kCheckpointSize) (void)Checkpoint();
     return true;
 }
 
-void CJournal::RollbackBracket() {
+void CJournal::RollbackBracket() noexcept {
     if (!IsAttached() || m_depth == 0) return;
     m_doomed = true;
     if (--m_depth > 0) return;
     DropBracket();
-    TellRolledBack();
+    TellParticipants(&CBracketParticipant::OnBracketRolledBack);
 }
 
-void CJournal::DropBracket() {
+void CJournal::DropBracket() noexcept {
     ++m_changeCount;
     for (CJournalledFile* file : std::exchange(m_touched, {})) {
         file->Forget();
@@ -220,9 +223,14 @@ void CJournal::DropBracket() {
     m_doomed = false;
 }
 
-void CJournal::TellRolledBack() {
+void CJournal::TellParticipants(bool (CBracketParticipant::*outcome)()) noexcept {
     const std::vector<CBracketParticipant*> participants = std::exchange(m_participants, {});
-    for (CBracketParticipant* participant : participants) participant->OnBracketRolledBack();
+    for (CBracketParticipant* participant : participants) {
+        if (!FalseWhenOutOfMemory([&] { return (participant->*outcome)(); })) {
+            m_lostParticipant = true;
+        }
+    }
+    if (m_lostParticipant) m_broken = true;
 }
 
 bool CJournal::CommitOutermost() {
@@ -238,26 +246,44 @@ bool CJournal::CommitOutermost() {
         return false;
     }
 
+    std::set<std::string> written;
+    bool nothing = false;
+    try {
+        if (!WriteGroup(written, nothing)) return false;
+    } catch (const std::bad_alloc&) {
+        m_failureKind = FileError::NoMemory;
+        return false;
+    }
+    if (nothing) {
+        DropBracket();
+        return true;
+    }
+    m_checksums->Keep();
+    // From here on the commit stands. What cannot be written to the files now is
+    // still read from memory, and tried again before the next bracket.
+    m_dirty.merge(written);
+    if (!ApplyTouched()) m_applyPending = true;
+    if (!m_renameTo.empty()) m_broken = true;  // only replay can bring the file in
+    m_checkpointDue = renames;
+    if (renames && !m_applyPending) (void)Checkpoint();
+    return true;
+}
+
+// Whatever takes memory comes before the sync, so that running out of it is a plain no.
+bool CJournal::WriteGroup(std::set<std::string>& written, bool& nothing) {
     JournalGroupBuilder group;
     if (!BuildGroup(group)) {
         m_failureKind = m_base.LastError();
         return false;
     }
-    if (group.IsEmpty()) {
-        DropBracket();
-        return true;
+    nothing = group.IsEmpty();
+    if (nothing) return true;
+    for (const CJournalledFile* file : m_touched) {
+        if (file->Exists()) written.insert(file->Path());
     }
-    if (!AppendGroup(group)) {
-        m_failureKind = m_base.LastError();
-        return false;
-    }
-    m_checksums->Keep();
-    // From here on the commit stands. What cannot be written to the files now is
-    // still read from memory, and tried again before the next bracket.
-    if (!ApplyTouched()) m_applyPending = true;
-    if (!m_renameTo.empty()) m_broken = true;  // only replay can bring the file in
-    if (renames && !m_applyPending && !Checkpoint()) m_broken = true;
-    return true;
+    if (AppendGroup(group)) return true;
+    m_failureKind = m_base.LastError();
+    return false;
 }
 
 bool CJournal::BuildGroup(JournalGroupBuilder& group) {
@@ -300,12 +326,13 @@ bool CJournal::AppendGroup(JournalGroupBuilder& group) {
     const std::span<const uint8_t> bytes =
         group.Finish(m_header.salt, m_nextSequence, m_lastChecksum);
     const int64_t end = AlignUp(m_end + static_cast<int64_t>(bytes.size()), kJournalAlignment);
+    const int64_t written = m_end + static_cast<int64_t>(bytes.size());
+    const int64_t allocated = AlignUp(end, kRoomStep);
+    const std::vector<uint8_t> zeros(end > m_allocated ? static_cast<size_t>(allocated - written)
+                                                       : 0);
     if (!m_file || !m_file->WriteAt(m_end, bytes)) return false;
     if (end > m_allocated) {
         // Room for coming commits, written and synced once with this one.
-        const int64_t allocated = AlignUp(end, kRoomStep);
-        const int64_t written = m_end + static_cast<int64_t>(bytes.size());
-        const std::vector<uint8_t> zeros(static_cast<size_t>(allocated - written));
         if (m_file->WriteAt(written, zeros)) {
             m_allocated = allocated;
         } else {
@@ -332,6 +359,10 @@ bool CJournal::ApplyRename() {
 }
 
 bool CJournal::ApplyTouched() {
+    return FalseWhenOutOfMemory([this] { return ApplyAll(); });
+}
+
+bool CJournal::ApplyAll() {
     if (!ApplyRename()) return false;
     while (!m_touched.empty()) {
         CJournalledFile* file = m_touched.back();
@@ -343,11 +374,7 @@ bool CJournal::ApplyTouched() {
             m_failureKind = m_base.LastError();
             return false;
         }
-        if (exists) {
-            m_dirty.insert(file->Path());
-        } else {
-            m_dirty.erase(file->Path());
-        }
+        if (!exists) m_dirty.erase(file->Path());
         m_touched.pop_back();
         ForgetIfIdle(*file);
     }
@@ -363,7 +390,15 @@ bool CJournal::Checkpoint() {
     if (!IsAttached()) return true;
     if (m_broken) return false;
     if (m_applyPending && !ApplyTouched()) return false;
-    if (m_nextSequence == 1) return true;
+    if (m_nextSequence > 1 &&
+        !FalseWhenOutOfMemory([this] { return SyncDirty() && StartNewJournal(); })) {
+        return false;
+    }
+    m_checkpointDue = false;
+    return true;
+}
+
+bool CJournal::SyncDirty() {
     for (const std::string& path : m_dirty) {
         CJournalledFile& file = FileFor(path);
         const bool synced = file.SyncBase();
@@ -380,7 +415,7 @@ bool CJournal::Checkpoint() {
     m_dirty.clear();
     m_namesDirty = false;
     // Not known to be right with the journal empty: then the journal stays.
-    return m_checksums->Save(m_header.databaseId) && StartNewJournal();
+    return m_checksums->Save(m_header.databaseId);
 }
 
 bool CJournal::CheckPages(std::vector<PageDamage>& damage) {
@@ -394,24 +429,26 @@ bool CJournal::AcceptPages() {
 }
 
 bool CJournal::StartNewJournal() {
-    m_header.salt = RandomNumber();
+    JournalHeader header = m_header;
+    header.salt = RandomNumber();
+    const std::vector<uint8_t> bytes = header.Encode();
+    // Nothing below takes memory: the header here and the one on the disk change together.
+    m_header = header;
     m_nextSequence = 1;
     m_lastChecksum = m_header.salt;
     m_end = kJournalAlignment;
     if (m_allocated > kKeptRoom && m_file->SetSize(kKeptRoom)) m_allocated = kKeptRoom;
-    if (WriteHeader()) return true;
+    if (m_file->WriteAt(0, bytes) && m_file->Sync()) return true;
     m_broken = true;
     return false;
-}
-
-bool CJournal::WriteHeader() {
-    return m_file->WriteAt(0, m_header.Encode()) && m_file->Sync();
 }
 
 CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t databaseId) {
     m_folder = folder;
     m_depth = 0;
     m_broken = false;
+    m_lostParticipant = false;
+    m_checkpointDue = false;
     m_applyPending = false;
     m_failureKind = FileError::None;
     m_setAsidePath.clear();

@@ -36,7 +36,8 @@ struct PageDamage;
 // Without a folder attached, calls go straight to the base file system and
 // brackets do nothing.
 //
-//   Errors     false or null; nothing throws.
+//   Errors     false or null; nothing throws but std::bad_alloc, and that only from the
+//              calls of CFileSystem and Join: a bracket ends one way or the other without it.
 //   Threads    One at a time; CDatabaseManager holds its lock.
 class CJournal final : public CFileSystem {
 public:
@@ -64,7 +65,7 @@ public:
     [[nodiscard]] bool BeginBracket();
     // False: nothing of the bracket is kept, and participants have rolled back.
     [[nodiscard]] bool CommitBracket();
-    void RollbackBracket();
+    void RollbackBracket() noexcept;
     bool InBracket() const { return m_depth > 0; }
     // Moves whenever the files' contents may have changed, so that what was read
     // under the same count is still true.
@@ -77,6 +78,8 @@ public:
     [[nodiscard]] bool Checkpoint();
     // True after a failed sync: no bracket begins any more.
     bool IsBroken() const { return m_broken; }
+    // True when a participant could not follow the end of a bracket.
+    bool HasLostParticipant() const { return m_lostParticipant; }
     // Lets no bracket begin until the folder is attached again: for an owner whose memory
     // no longer mirrors the files.
     void Break();
@@ -112,20 +115,24 @@ private:
 
     bool IsOurs(const std::string& path) const;
     CJournalledFile& FileFor(const std::string& path);
-    void ForgetIfIdle(CJournalledFile& file);
+    void ForgetIfIdle(CJournalledFile& file) noexcept;
     // Puts the file among those that the bracket changes; false when no bracket can begin.
     void Touch(CJournalledFile& file);
 
     [[nodiscard]] bool CommitOutermost();
+    [[nodiscard]] bool WriteGroup(std::set<std::string>& written, bool& nothing);
     [[nodiscard]] bool BuildGroup(JournalGroupBuilder& group);
     [[nodiscard]] bool AppendGroup(JournalGroupBuilder& group);
     [[nodiscard]] bool ApplyTouched();
+    [[nodiscard]] bool ApplyAll();
     [[nodiscard]] bool ApplyRename();
-    void DropBracket();
-    void TellRolledBack();
+    void DropBracket() noexcept;
+    // How the bracket ended; who cannot follow breaks the journal.
+    void TellParticipants(bool (CBracketParticipant::*outcome)()) noexcept;
+
+    [[nodiscard]] bool SyncDirty();
 
     [[nodiscard]] bool StartNewJournal();
-    [[nodiscard]] bool WriteHeader();
     AttachResult ReplayExisting(uint64_t databaseId);
     bool Replay(const std::vector<uint8_t>& bytes, const JournalHeader& header, bool& damaged);
     [[nodiscard]] bool ReplayOperation(const JournalOperation& operation);
@@ -146,7 +153,9 @@ private:
     int m_depth = 0;
     bool m_doomed = false;  // rolled back inside
     bool m_broken = false;
-    bool m_applyPending = false;  // committed, but not all written to the files yet
+    bool m_lostParticipant = false;
+    bool m_checkpointDue = false;  // before another group may follow
+    bool m_applyPending = false;   // committed, but not all written to the files yet
     FileError m_failureKind = FileError::None;
     std::map<std::string, std::unique_ptr<CJournalledFile>> m_files;
     std::vector<CJournalledFile*> m_touched;

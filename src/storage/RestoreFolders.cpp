@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/OutOfMemory.h"
 #include "storage/BackupContainer.h"
 
 namespace quillon {
@@ -119,7 +120,11 @@ bool RenameWithLock(CFileSystem& files, const std::string& from, const std::stri
     if (!lock || !files.FolderExists(from) || files.FolderExists(to)) return false;
     lock.reset();
     const bool renamed = files.Rename(from, to);
-    lock = files.Lock(LockPath(renamed ? to : from));
+    // Whoever reads the answer must learn that the name changed.
+    (void)FalseWhenOutOfMemory([&] {
+        lock = files.Lock(LockPath(renamed ? to : from));
+        return true;
+    });
     return renamed;
 }
 
@@ -134,7 +139,10 @@ CFolderReplacement::CFolderReplacement(CFileSystem& files, const std::string& ta
       m_incomingFiles(WithTrailingSeparator(m_incoming)) {}
 
 CFolderReplacement::~CFolderReplacement() {
-    TakeBack();
+    (void)FalseWhenOutOfMemory([this] {
+        TakeBack();
+        return true;
+    });
 }
 
 RestoreCode CFolderReplacement::Fail(RestoreCode code, const std::string& detail) {
@@ -209,11 +217,14 @@ RestoreCode CFolderReplacement::Commit() {
     if (!m_files.SyncFolder(m_parent)) return FailedChange(m_parent);
 
     // The restore has happened. What cannot be cleared away now is cleared away when
-    // the database is opened.
-    const bool cleared =
-        !m_targetMoved || RemoveOurFolder(m_files, m_outgoing, std::move(m_targetLock));
-    if (cleared && m_files.SyncFolder(m_parent)) (void)RemoveMark(m_files, m_target);
+    // the database is opened; nothing is taken back any more.
+    const bool oldIsBeside = m_targetMoved;
     m_targetMarked = m_targetMoved = m_incomingMoved = m_incomingMade = false;
+    (void)FalseWhenOutOfMemory([&] {
+        const bool cleared =
+            !oldIsBeside || RemoveOurFolder(m_files, m_outgoing, std::move(m_targetLock));
+        return cleared && m_files.SyncFolder(m_parent) && RemoveMark(m_files, m_target);
+    });
     m_incomingLock.reset();
     m_targetLock.reset();
     return RestoreCode::Done;

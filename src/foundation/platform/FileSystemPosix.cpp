@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 #include "foundation/FileSystem.h"
 
@@ -51,6 +52,8 @@ public:
     ~CDescriptor() {
         if (m_descriptor >= 0) ::close(m_descriptor);
     }
+    CDescriptor(CDescriptor&& other) noexcept
+        : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
     CDescriptor(const CDescriptor&) = delete;
     CDescriptor& operator=(const CDescriptor&) = delete;
     int Get() const { return m_descriptor; }
@@ -60,9 +63,24 @@ private:
     int m_descriptor;
 };
 
+class CListing {
+public:
+    explicit CListing(DIR* listing) : m_listing(listing) {}
+    ~CListing() {
+        if (m_listing) ::closedir(m_listing);
+    }
+    CListing(const CListing&) = delete;
+    CListing& operator=(const CListing&) = delete;
+    DIR* Get() const { return m_listing; }
+    bool IsOpen() const { return m_listing != nullptr; }
+
+private:
+    DIR* m_listing;
+};
+
 class CPosixFile final : public CFile {
 public:
-    explicit CPosixFile(int descriptor) : m_descriptor(descriptor) {}
+    explicit CPosixFile(CDescriptor descriptor) : m_descriptor(std::move(descriptor)) {}
 
     int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes) override {
         size_t done = 0;
@@ -116,7 +134,7 @@ private:
 // flock, not record locks: those vanish when any descriptor of the file closes.
 class CPosixLock final : public CFileLock {
 public:
-    explicit CPosixLock(int descriptor) : m_descriptor(descriptor) {}
+    explicit CPosixLock(CDescriptor descriptor) : m_descriptor(std::move(descriptor)) {}
 
 private:
     CDescriptor m_descriptor;
@@ -137,16 +155,15 @@ public:
                 flags |= O_RDWR | O_CREAT | O_TRUNC;
                 break;
         }
-        const int descriptor = Retrying([&] { return ::open(path.c_str(), flags, 0666); });
-        if (descriptor < 0) return nullptr;
-        auto file = std::make_unique<CPosixFile>(descriptor);
+        CDescriptor descriptor(Retrying([&] { return ::open(path.c_str(), flags, 0666); }));
+        if (!descriptor.IsOpen()) return nullptr;
         // A folder opens for reading, but is no file.
         struct stat status {};
-        if (::fstat(descriptor, &status) != 0 || S_ISDIR(status.st_mode)) {
+        if (::fstat(descriptor.Get(), &status) != 0 || S_ISDIR(status.st_mode)) {
             lastError = FileError::Other;
             return nullptr;
         }
-        return file;
+        return std::make_unique<CPosixFile>(std::move(descriptor));
     }
 
     bool Exists(const std::string& path) override {
@@ -169,16 +186,15 @@ public:
 
     bool List(const std::string& folder, std::vector<std::string>& names) override {
         names.clear();
-        DIR* listing = ::opendir(folder.empty() ? "." : folder.c_str());
-        if (!listing) {
+        const CListing listing(::opendir(folder.empty() ? "." : folder.c_str()));
+        if (!listing.IsOpen()) {
             lastError = FromErrno(errno);
             return false;
         }
-        while (const dirent* entry = ::readdir(listing)) {
+        while (const dirent* entry = ::readdir(listing.Get())) {
             const std::string name = entry->d_name;
             if (name != "." && name != "..") names.push_back(name);
         }
-        ::closedir(listing);
         return true;
     }
 
@@ -206,21 +222,22 @@ public:
     }
 
     std::unique_ptr<CFileLock> Lock(const std::string& path) override {
-        const int descriptor =
-            Retrying([&] { return ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666); });
-        if (descriptor < 0) return nullptr;
-        auto lock = std::make_unique<CPosixLock>(descriptor);
-        if (Retrying([&] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) != 0) return nullptr;
+        CDescriptor descriptor(
+            Retrying([&] { return ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666); }));
+        if (!descriptor.IsOpen()) return nullptr;
+        if (Retrying([&] { return ::flock(descriptor.Get(), LOCK_EX | LOCK_NB); }) != 0) {
+            return nullptr;
+        }
         // While we came, its folder may have been replaced and the file with it; what
         // we hold then keeps nobody out.
         struct stat held {};
         struct stat named {};
-        if (::fstat(descriptor, &held) != 0 || ::stat(path.c_str(), &named) != 0 ||
+        if (::fstat(descriptor.Get(), &held) != 0 || ::stat(path.c_str(), &named) != 0 ||
             held.st_ino != named.st_ino || held.st_dev != named.st_dev) {
             lastError = FileError::Locked;
             return nullptr;
         }
-        return lock;
+        return std::make_unique<CPosixLock>(std::move(descriptor));
     }
 
     int64_t ModificationTime(const std::string& path) override {

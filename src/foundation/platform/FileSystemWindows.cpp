@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "foundation/FileSystem.h"
 
@@ -82,6 +83,8 @@ public:
     ~CHandle() {
         if (IsOpen()) ::CloseHandle(m_handle);
     }
+    CHandle(CHandle&& other) noexcept
+        : m_handle(std::exchange(other.m_handle, INVALID_HANDLE_VALUE)) {}
     CHandle(const CHandle&) = delete;
     CHandle& operator=(const CHandle&) = delete;
     HANDLE Get() const { return m_handle; }
@@ -89,6 +92,20 @@ public:
 
 private:
     HANDLE m_handle;
+};
+
+class CSearch {
+public:
+    explicit CSearch(HANDLE search) : m_search(search) {}
+    ~CSearch() {
+        if (m_search != INVALID_HANDLE_VALUE) ::FindClose(m_search);
+    }
+    CSearch(const CSearch&) = delete;
+    CSearch& operator=(const CSearch&) = delete;
+    HANDLE Get() const { return m_search; }
+
+private:
+    HANDLE m_search;
 };
 
 OVERLAPPED AtOffset(int64_t offset) {
@@ -103,7 +120,7 @@ constexpr size_t kLargestTransfer = size_t{1} << 30;
 
 class CWindowsFile final : public CFile {
 public:
-    explicit CWindowsFile(HANDLE handle) : m_handle(handle) {}
+    explicit CWindowsFile(CHandle handle) : m_handle(std::move(handle)) {}
 
     int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes) override {
         if (!IsOffset(offset)) return -1;
@@ -171,7 +188,7 @@ private:
 // The lock goes with the handle, so nothing is left to clean up after a kill.
 class CWindowsLock final : public CFileLock {
 public:
-    explicit CWindowsLock(HANDLE handle) : m_handle(handle) {}
+    explicit CWindowsLock(CHandle handle) : m_handle(std::move(handle)) {}
 
     bool Acquire() {
         // Locked bytes cannot be read by others; one far beyond any content lets
@@ -215,9 +232,9 @@ public:
     std::unique_ptr<CFile> Open(const std::string& path, OpenMode mode) override {
         const DWORD access = mode == OpenMode::Read ? GENERIC_READ : GENERIC_READ | GENERIC_WRITE;
         const DWORD disposition = mode == OpenMode::Create ? CREATE_ALWAYS : OPEN_EXISTING;
-        const HANDLE handle = OpenHandle(path, access, disposition);
-        if (handle == INVALID_HANDLE_VALUE) return nullptr;
-        return std::make_unique<CWindowsFile>(handle);
+        CHandle handle(OpenHandle(path, access, disposition));
+        if (!handle.IsOpen()) return nullptr;
+        return std::make_unique<CWindowsFile>(std::move(handle));
     }
 
     bool Exists(const std::string& path) override {
@@ -248,9 +265,9 @@ public:
         names.clear();
         const std::string place = folder.empty() ? "." : folder;
         WIN32_FIND_DATAW entry;
-        const HANDLE search =
-            ::FindFirstFileW(SystemPath(WithTrailingSeparator(place) + "*").c_str(), &entry);
-        if (search == INVALID_HANDLE_VALUE) {
+        const CSearch search(
+            ::FindFirstFileW(SystemPath(WithTrailingSeparator(place) + "*").c_str(), &entry));
+        if (search.Get() == INVALID_HANDLE_VALUE) {
             // The root folder of an empty drive has not even "." in it.
             if (::GetLastError() == ERROR_FILE_NOT_FOUND && FolderExists(place)) return true;
             return Noting(false);
@@ -258,10 +275,8 @@ public:
         do {
             std::string name = Narrowed(entry.cFileName);
             if (name != "." && name != "..") names.push_back(std::move(name));
-        } while (::FindNextFileW(search, &entry));
-        const bool complete = Noting(::GetLastError() == ERROR_NO_MORE_FILES);
-        ::FindClose(search);
-        return complete;
+        } while (::FindNextFileW(search.Get(), &entry));
+        return Noting(::GetLastError() == ERROR_NO_MORE_FILES);
     }
 
     bool MakeFolder(const std::string& path) override {
@@ -288,9 +303,9 @@ public:
     }
 
     std::unique_ptr<CFileLock> Lock(const std::string& path) override {
-        const HANDLE handle = OpenHandle(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS);
-        if (handle == INVALID_HANDLE_VALUE) return nullptr;
-        auto lock = std::make_unique<CWindowsLock>(handle);
+        CHandle handle(OpenHandle(path, GENERIC_READ | GENERIC_WRITE, OPEN_ALWAYS));
+        if (!handle.IsOpen()) return nullptr;
+        auto lock = std::make_unique<CWindowsLock>(std::move(handle));
         if (!lock->Acquire()) return nullptr;
         return lock;
     }
