@@ -166,7 +166,7 @@ private:
     void CommitMore(CPowerCutDisk& disk, CWorkSession& session) {
         const std::vector<uint8_t> blob = {'m', 'o', 'r', 'e'};
         const bool acknowledged = session.Store().AddBlob(blob) >= 0;
-        const uint64_t content = ContentOf(session.Store());
+        const uint64_t content = LookAtOpen(session.Store(), nullptr).content;
         m_allowed.push_back(content);
         if (!acknowledged) return;
         m_allowed = {content};

@@ -187,7 +187,7 @@ private:
             ++m_counts.reported;
             return isFirst ? Named(damage, tables, pages) : std::string();
         }
-        const Content content = ContentOf(database);
+        const Content content = EverythingIn(database);
         if (content == m_sample->content) {
             ++m_counts.harmless;
             const bool maySay = MaySaySilent(damage) || !m_sample->earlier.empty();

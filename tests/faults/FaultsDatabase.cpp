@@ -134,10 +134,10 @@ void AddSamples(const std::string& name, CMemoryFileSystem& files, Make make, Ch
     make();
     Must(store().Flush(), "flush");
     const Disk flushed = files.Snapshot();
-    std::vector<Content> contents{ContentOf(store())};
+    std::vector<Content> contents{EverythingIn(store())};
     for (int step = 0; step < kSteps; ++step) {
         change(step);
-        contents.push_back(ContentOf(store()));
+        contents.push_back(EverythingIn(store()));
     }
     Disk killed = files.Snapshot();
     TrimJournal(killed.at("db/Journal.dat"));
@@ -194,7 +194,7 @@ std::vector<FaultsSample> AllSamples() {
     return samples;
 }
 
-Content ContentOf(CDatabaseManager& database) {
+Content EverythingIn(CDatabaseManager& database) {
     Content content;
     std::vector<uint8_t> record;
     for (const auto& table : database.Tables()) {
@@ -238,7 +238,7 @@ bool ReadSound(CFileSystem& files, const std::string& folder, Content& content, 
               (pages.empty() ? ", no page known" : ", page of " + pages.front().file);
         return false;
     }
-    content = ContentOf(database);
+    content = EverythingIn(database);
     return database.Close();
 }
 

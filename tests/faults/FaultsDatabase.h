@@ -34,7 +34,7 @@ struct FaultsSample {
 std::vector<FaultsSample> AllSamples();
 
 // Everything that can be read: tables, columns, rows, texts and BLOBs.
-Content ContentOf(CDatabaseManager& database);
+Content EverythingIn(CDatabaseManager& database);
 
 // Opens, checks and closes. False: it does not open, or something is damaged; `why` then
 // tells. Otherwise the contents.

@@ -525,40 +525,6 @@ bool PrepareWorld(World& world, const MemoryWork& work) {
     return work.opens || (OpenWorld(world, work.level) && Change(world, work.level));
 }
 
-std::string ContentOf(CDatabaseManager& database) {
-    std::map<std::string, std::string> tables;  // in whatever order they were made
-    std::vector<uint8_t> bytes;
-    for (const auto& table : database.Tables()) {
-        std::string& content = tables[table->Name().ToUtf8()];
-        content += "table " + table->Name().ToUtf8() + '\n';
-        for (const CTableColumn& column : table->Columns()) content += column.name.ToUtf8() + ' ';
-        table->WalkRows([&](int64_t rowId) {
-            content += '\n' + std::to_string(rowId);
-            const bool readable = table->ReadRecord(rowId, bytes);
-            for (const CTableColumn& column : table->Columns()) {
-                const std::string_view name = column.name.View();
-                if (name == kCreationStampColumn || name == kModificationStampColumn) continue;
-                CTableRowUpdateInfoValue value;
-                const bool read = readable && table->ValueFromRecord(bytes, column, value);
-                content += ' ';
-                content += !read                            ? "unreadable"
-                           : !value.isSet                   ? "none"
-                           : value.type == ColumnType::Text ? value.text.ToUtf8()
-                                                            : std::to_string(value.Key());
-            }
-            return true;
-        });
-        content += '\n';
-    }
-    std::string content;
-    for (const auto& [name, rows] : tables) content += rows;
-    for (int64_t id = 0; id < 8; ++id) {
-        if (!database.ReadBlob(id, bytes)) continue;
-        content += "BLOB " + std::to_string(id) + ' ' + std::string(bytes.begin(), bytes.end());
-    }
-    return content;
-}
-
 std::string DisorderOf(World& world, Level level) {
     std::vector<TableIntegrity> tables;
     CDatabaseManager& database = DatabaseOf(world, level);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "StoreContent.h"
 #include "finance/QuillonDatabaseInterface.h"
 #include "storage/DatabaseManager.h"
 #include "support/MemoryFileSystem.h"
@@ -82,8 +83,6 @@ CDatabaseManager& DatabaseOf(World& world, Level level);
 bool OpenWorld(World& world, Level level, const char* folder = kMemoryFolder);
 // Opens and makes a change or two, so that the journal holds something.
 bool PrepareWorld(World& world, const MemoryWork& work);
-// Everything that the database holds, but for the stamps of the rows.
-std::string ContentOf(CDatabaseManager& database);
 // Empty when all is in order: Verify and, with the ledger, the balances.
 std::string DisorderOf(World& world, Level level);
 

@@ -10,46 +10,6 @@
 namespace quillon {
 namespace {
 
-class CDigest {
-public:
-    void Add(std::string_view text) { Add(uint64_t{std::hash<std::string_view>{}(text)}); }
-    void Add(uint64_t number) {
-        m_value = (m_value ^ number) * 0x9E3779B97F4A7C15ULL;
-        m_value ^= m_value >> 31;
-    }
-    uint64_t Value() const { return m_value; }
-
-private:
-    uint64_t m_value = 1;
-};
-
-void AddTable(const CTableManager& table, CDigest& digest) {
-    digest.Add(table.Name().View());
-    std::vector<uint8_t> record;
-    for (const CTableColumn& column : table.Columns()) digest.Add(column.name.View());
-    table.WalkRows([&](int64_t rowId) {
-        digest.Add(static_cast<uint64_t>(rowId));
-        const bool readable = table.ReadRecord(rowId, record);
-        for (const CTableColumn& column : table.Columns()) {
-            if (column.name.View() == kCreationStampColumn ||
-                column.name.View() == kModificationStampColumn) {
-                continue;
-            }
-            CTableRowUpdateInfoValue value;
-            if (!readable || !table.ValueFromRecord(record, column, value)) {
-                digest.Add("unreadable");
-            } else if (!value.isSet) {
-                digest.Add("none");
-            } else if (value.type == ColumnType::Text) {
-                digest.Add(value.text.View());
-            } else {
-                digest.Add(static_cast<uint64_t>(value.Key()));
-            }
-        }
-        return true;
-    });
-}
-
 std::string TextOf(const std::vector<TableIntegrity>& tables, IntegrityCode code) {
     std::string text = "verify gives " + std::to_string(static_cast<int>(code));
     for (const TableIntegrity& table : tables) {
@@ -64,20 +24,38 @@ std::string ProblemText(DatabaseProblem problem, const std::string& detail) {
 
 }  // namespace
 
-uint64_t ContentOf(CDatabaseManager& database) {
-    CDigest digest;
-    // By name: a table that could not be made at first comes later than others.
-    std::map<std::string, const CTableManager*> tables;
-    for (const auto& table : database.Tables()) tables[table->Name().ToUtf8()] = table.get();
-    for (const auto& table : tables) AddTable(*table.second, digest);
-    constexpr int64_t kMostBlobs = 8;
+std::string ContentOf(CDatabaseManager& database) {
+    std::map<std::string, std::string> tables;  // in whatever order they were made
     std::vector<uint8_t> bytes;
-    for (int64_t id = 0; id < kMostBlobs; ++id) {
-        if (!database.ReadBlob(id, bytes)) continue;
-        digest.Add(static_cast<uint64_t>(id));
-        digest.Add(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    for (const auto& table : database.Tables()) {
+        std::string& content = tables[table->Name().ToUtf8()];
+        content += "table " + table->Name().ToUtf8() + '\n';
+        for (const CTableColumn& column : table->Columns()) content += column.name.ToUtf8() + ' ';
+        table->WalkRows([&](int64_t rowId) {
+            content += '\n' + std::to_string(rowId);
+            const bool readable = table->ReadRecord(rowId, bytes);
+            for (const CTableColumn& column : table->Columns()) {
+                const std::string_view name = column.name.View();
+                if (name == kCreationStampColumn || name == kModificationStampColumn) continue;
+                CTableRowUpdateInfoValue value;
+                const bool read = readable && table->ValueFromRecord(bytes, column, value);
+                content += ' ';
+                content += !read                            ? "unreadable"
+                           : !value.isSet                   ? "none"
+                           : value.type == ColumnType::Text ? value.text.ToUtf8()
+                                                            : std::to_string(value.Key());
+            }
+            return true;
+        });
+        content += '\n';
     }
-    return digest.Value();
+    std::string content;
+    for (const auto& [name, rows] : tables) content += rows;
+    for (int64_t id = 0; id < 8; ++id) {
+        if (!database.ReadBlob(id, bytes)) continue;
+        content += "BLOB " + std::to_string(id) + ' ' + std::string(bytes.begin(), bytes.end());
+    }
+    return content;
 }
 
 StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance) {
@@ -85,7 +63,7 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
     std::vector<TableIntegrity> tables;
     const IntegrityCode code = database.Verify(tables);
     if (code != IntegrityCode::Ok) look.problem = TextOf(tables, code);
-    look.content = ContentOf(database);
+    look.content = std::hash<std::string>{}(ContentOf(database));
     if (!finance || !look.problem.empty()) return look;
     CLedger ledger(*finance);
     std::vector<BalanceMismatch> mismatches;

@@ -11,12 +11,13 @@ namespace quillon {
 // What a look at a store found.
 struct StoreLook {
     std::string problem;   // not opened, or not in order: why; empty when all is well
-    uint64_t content = 0;  // equal for equal contents; stamps of rows do not count
+    uint64_t content = 0;  // hash of ContentOf
     bool IsSound() const { return problem.empty(); }
 };
 
-// Of every table, row and BLOB as they read.
-uint64_t ContentOf(CDatabaseManager& database);
+// Everything that the database holds, but for the stamps of the rows; tables by name, since
+// one that could not be made at first comes later than others.
+std::string ContentOf(CDatabaseManager& database);
 
 // Verifies an open store, the balances too when there is a ledger in it.
 StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance);

@@ -221,7 +221,7 @@ private:
         }
         const bool troubled = plan.troubled;
         const bool isOpen = session.Store().IsOpen();
-        if (isOpen) live = ContentOf(session.Store());
+        if (isOpen) live = LookAtOpen(session.Store(), nullptr).content;
         const bool isWhole = isOpen && session.Store().Close();
         const StoreLook look = LookAtFolder(files, m_workload.isFinance);
         m_report.Expect(look.IsSound(), name + look.problem);
