@@ -63,6 +63,12 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
     std::vector<TableIntegrity> tables;
     const IntegrityCode code = database.Verify(tables);
     if (code != IntegrityCode::Ok) look.problem = TextOf(tables, code);
+    // A false alarm would be as bad. A store that stopped taking changes cannot tell.
+    std::vector<PageDamage> pages;
+    if (look.problem.empty() && database.VerifyPages(pages) && !pages.empty()) {
+        look.problem = "page " + std::to_string(pages.front().page) + " of " + pages.front().file +
+                       " is not as it was written";
+    }
     look.content = std::hash<std::string>{}(ContentOf(database));
     if (!finance || !look.problem.empty()) return look;
     CLedger ledger(*finance);
