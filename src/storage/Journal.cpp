@@ -273,7 +273,9 @@ bool CJournal::CommitOutermost() {
 bool CJournal::WriteGroup(std::set<std::string>& written, bool& nothing) {
     JournalGroupBuilder group;
     if (!BuildGroup(group)) {
+        // A page cannot be read; the stores may not be able to read themselves back either.
         m_failureKind = m_base.LastError();
+        m_broken = true;
         return false;
     }
     nothing = group.IsEmpty();
