@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "finance/Ledger.h"
+#include "storage/Checksums.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon {
