@@ -1,5 +1,6 @@
 #include "finance/AccountRegister.h"
 
+#include <new>
 #include <utility>
 
 #include "finance/Balance.h"
@@ -7,7 +8,7 @@
 namespace quillon {
 
 bool ReadRegister(CQuillonDatabaseInterface& database, const CAccountEntry& account,
-                  std::vector<RegisterLine>& lines) {
+                  std::vector<RegisterLine>& lines) try {
     lines.clear();
     COwnedList<CTransactionEntry> rows;
     if (!database.ListTransactionsByAccount(account.id, rows)) return false;
@@ -19,6 +20,9 @@ bool ReadRegister(CQuillonDatabaseInterface& database, const CAccountEntry& acco
         lines.push_back({std::move(row), effect == 0.0 ? 0.0 : effect, balance});
     }
     return true;
+} catch (const std::bad_alloc&) {
+    lines.clear();
+    return false;
 }
 
 }  // namespace quillon

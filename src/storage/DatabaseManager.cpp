@@ -358,6 +358,7 @@ void CDatabaseManager::ReloadIfStale() {
     m_rowTable = nullptr;
     m_tables.clear();
     m_blobs.reset();
+    m_journal.ForgetLostParticipants();
     if (Guarded([&] { return OpenStores(); })) return;
     // Tables that are missing here are not missing on the disk: write nothing any more.
     m_tables.clear();

@@ -169,7 +169,7 @@ bool CJournal::BeginBracket() {
     ++m_changeCount;  // every change of a file opens a bracket of its own
     if (!IsAttached()) return true;
     if (m_depth == 0) {
-        if (m_broken) return false;
+        if (m_broken || m_lostParticipant) return false;
         if (m_applyPending && !ApplyTouched()) return false;
         if (m_checkpointDue && !Checkpoint()) return false;
         m_doomed = false;
@@ -230,7 +230,6 @@ void CJournal::TellParticipants(bool (CBracketParticipant::*outcome)()) noexcept
             m_lostParticipant = true;
         }
     }
-    if (m_lostParticipant) m_broken = true;
 }
 
 bool CJournal::CommitOutermost() {

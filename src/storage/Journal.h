@@ -78,8 +78,10 @@ public:
     [[nodiscard]] bool Checkpoint();
     // True after a failed sync: no bracket begins any more.
     bool IsBroken() const { return m_broken; }
-    // True when a participant could not follow the end of a bracket.
+    // True when a participant could not follow the end of a bracket. No bracket begins until
+    // its owner, having thrown such participants away, says so.
     bool HasLostParticipant() const { return m_lostParticipant; }
+    void ForgetLostParticipants() { m_lostParticipant = false; }
     // Lets no bracket begin until the folder is attached again: for an owner whose memory
     // no longer mirrors the files.
     void Break();
