@@ -79,10 +79,11 @@ public:
     }
 
     int64_t Allocations() const { return m_allocations; }
+    int64_t Refusals() const { return m_refusals; }
 
 private:
     static constexpr int64_t kEveryOneTo = 20;
-    static constexpr int64_t kShortCases = 22;
+    static constexpr int64_t kShortCases = 40;
 
     int64_t Step(int64_t allocations) const {
         if (m_options.isLong) return 1;
@@ -195,7 +196,7 @@ private:
             if (refuses) ++m_refusals;
             Reopen(world, work, killed.content);
         }
-        JudgeCopies(work, left, unfailed, said);
+        JudgeCopies(work, left, said);
     }
 
     void Reopen(World& world, const MemoryWork& work, const std::string& expected) {
@@ -210,8 +211,7 @@ private:
     }
 
     // A restored folder is whole or not there.
-    void JudgeCopies(const MemoryWork& work, const DiskFiles& left, const Unfailed& unfailed,
-                     bool said) {
+    void JudgeCopies(const MemoryWork& work, const DiskFiles& left, bool said) {
         if (std::string_view(work.name) != "restore") return;
         World world(left);
         const bool there = CDatabaseManager::FolderHoldsDatabase(world.memory, kRestoredFolder);
@@ -219,7 +219,6 @@ private:
         if (!there) return;
         const Found found = FoundOn(left, work.level, kRestoredFolder);
         if (!found.opened || !found.disorder.empty()) Fault("the restored ledger is not in order");
-        (void)unfailed;
     }
 
     void Fault(const std::string& what) { m_report.Fault(m_case + ": " + what); }
@@ -229,9 +228,6 @@ private:
     std::string m_case;
     int64_t m_allocations = 0;
     int64_t m_refusals = 0;
-
-public:
-    int64_t Refusals() const { return m_refusals; }
 };
 
 // A program that is not linked with the gauge would find nothing.
