@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -212,6 +213,26 @@ private:
     CSchemaParticipant m_schemaParticipant;
     std::unique_ptr<CFileLock> m_folderLock;
 };
+
+template <typename Call>
+bool CDatabaseManager::Guarded(Call call) noexcept {
+    try {
+        return call();
+    } catch (const std::bad_alloc&) {
+        return Fail(DatabaseProblem::OutOfMemory, {});
+    }
+}
+
+template <typename Change>
+bool CDatabaseManager::InBracket(Change change) {
+    if (!BeginBatch()) return false;
+    const bool changed = Guarded(change);
+    if (!changed) {
+        RollbackBatch();
+        return false;
+    }
+    return CommitBatch();
+}
 
 // A bracket for a scope: rolled back unless committed.
 class CBatchScope {

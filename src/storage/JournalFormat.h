@@ -14,6 +14,10 @@ namespace quillon {
 inline constexpr const char* kJournalName = "Journal.dat";
 inline constexpr int64_t kJournalAlignment = 4096;
 
+constexpr int64_t AlignUp(int64_t value, int64_t step) {
+    return (value + step - 1) / step * step;
+}
+
 // offset  size  field
 //      0    50  signature "Journal", zero-filled
 //     50     4  version, written 1
