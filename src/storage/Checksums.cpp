@@ -84,7 +84,7 @@ bool CChecksums::Covers(std::string_view name) const {
     return m_state == State::Known && IsDatabaseFileName(name);
 }
 
-void CChecksums::Start(const std::string& folder) {
+bool CChecksums::Start(const std::string& folder) {
     m_folder = folder;
     m_state = State::Unknown;
     m_databaseId = 0;
@@ -93,10 +93,9 @@ void CChecksums::Start(const std::string& folder) {
     m_dirty = false;
     m_replayed = false;
     const std::string path = m_folder + kChecksumsName;
-    if (!m_base.Exists(path)) return;
+    if (!m_base.Exists(path)) return true;
     std::vector<uint8_t> bytes;
-    m_state = State::Broken;
-    if (!ReadWholeFile(m_base, path, bytes)) return;
+    if (!ReadWholeFile(m_base, path, bytes)) return false;
     switch (ChecksumFile::Decode(bytes, m_databaseId, m_files)) {
         case ChecksumFile::DecodeResult::Ok:
             m_state = State::Known;
@@ -105,8 +104,10 @@ void CChecksums::Start(const std::string& folder) {
             m_state = State::Unknown;
             break;
         case ChecksumFile::DecodeResult::Damaged:
+            m_state = State::Broken;
             break;
     }
+    return true;
 }
 
 void CChecksums::Replay(const JournalOperation& operation) {

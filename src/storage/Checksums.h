@@ -45,8 +45,9 @@ class CChecksums {
 public:
     explicit CChecksums(CFileSystem& base) : m_base(base) {}
 
-    // Reads Checksums.dat of `folder` (with separator at its end), and nothing else.
-    void Start(const std::string& folder);
+    // Reads Checksums.dat of `folder` (with separator at its end), and nothing else. False: it
+    // is there but cannot be read. To go on without it would leave it behind the files.
+    [[nodiscard]] bool Start(const std::string& folder);
     // Follows a complete group's operation.
     void Replay(const JournalOperation& operation);
     // Writes Checksums.dat when something changed; makes it from the files when there is

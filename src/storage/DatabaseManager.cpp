@@ -162,6 +162,8 @@ bool CDatabaseManager::AttachJournal() {
             break;
         case CJournal::AttachResult::Damaged:
             return Fail(DatabaseProblem::DamagedJournal, m_journal.SetAsidePath());
+        case CJournal::AttachResult::UnreadableChecksums:
+            return FailFromFileError(DatabaseProblem::ReadFailed, m_folder + kChecksumsName);
         case CJournal::AttachResult::NewerVersion:
             return Fail(DatabaseProblem::NewerVersion, m_folder + kJournalName);
         case CJournal::AttachResult::Failed:

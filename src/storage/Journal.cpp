@@ -452,10 +452,10 @@ CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t data
     m_dirty.clear();
     m_namesDirty = false;
 
-    AttachResult result = AttachResult::Ok;
-    m_checksums->Start(m_folder);
+    AttachResult result =
+        m_checksums->Start(m_folder) ? AttachResult::Ok : AttachResult::UnreadableChecksums;
     const std::string path = m_folder + kJournalName;
-    if (m_base.Exists(path)) result = ReplayExisting(databaseId);
+    if (result == AttachResult::Ok && m_base.Exists(path)) result = ReplayExisting(databaseId);
     const bool isWanted = result == AttachResult::Ok || result == AttachResult::Damaged;
     if (isWanted && !m_base.Exists(path)) {
         // Made beside and renamed: a journal that exists has a whole header. One that was

@@ -46,7 +46,7 @@ public:
     CJournal(const CJournal&) = delete;
     CJournal& operator=(const CJournal&) = delete;
 
-    enum class AttachResult { Ok, Failed, Damaged, NewerVersion };
+    enum class AttachResult { Ok, Failed, Damaged, NewerVersion, UnreadableChecksums };
 
     // Takes charge of the files in `folder` (with separator at its end), replays
     // complete groups and empties the journal. A torn tail is dropped. Damaged: a
