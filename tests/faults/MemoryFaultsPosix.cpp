@@ -1,3 +1,5 @@
+// Not on Windows: there the runtime library is part of the program, and its own allocations
+// would fail as well, those that an exception needs among them.
 // Memory runs out at any allocation of a work, once or for ever. The work then says so, or
 // did not need it; nothing is lost, leaked or half done.
 
