@@ -29,13 +29,22 @@ bool ReplaceWholeFile(CFileSystem& files, const std::string& path, std::span<con
         if (files.Exists(temporary)) (void)files.Remove(temporary);
         return false;
     }
-    const std::string folder = FolderOf(path);
-    return files.SyncFolder(folder.empty() ? "." : folder);
+    return files.SyncFolder(ParentFolder(path));
 }
 
 std::string WithTrailingSeparator(std::string folder) {
     if (!folder.empty() && !IsPathSeparator(folder.back())) folder += PathSeparator();
     return folder;
+}
+
+std::string WithoutTrailingSeparators(std::string folder) {
+    while (folder.size() > 1 && IsPathSeparator(folder.back())) folder.pop_back();
+    return folder;
+}
+
+std::string ParentFolder(const std::string& path) {
+    const std::string parent = FolderOf(WithoutTrailingSeparators(path));
+    return parent.empty() ? "." : parent;
 }
 
 std::string FolderOf(const std::string& path) {

@@ -94,6 +94,10 @@ char PathSeparator();
 bool IsPathSeparator(char character);
 // `folder` with a separator at its end; "" stays "".
 std::string WithTrailingSeparator(std::string folder);
+std::string WithoutTrailingSeparators(std::string folder);
+// The folder that holds a file or folder, named with or without a separator at its end: "." for
+// a plain name.
+std::string ParentFolder(const std::string& path);
 // "a/b/c.dat" -> "a/b/" and "c.dat".
 std::string FolderOf(const std::string& path);
 std::string FileNameOf(const std::string& path);

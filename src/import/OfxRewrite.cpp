@@ -123,8 +123,7 @@ bool ReplaceThroughNewFile(CFileSystem& files, const std::string& path,
         if (files.Exists(beside)) (void)files.Remove(beside);
         return false;
     }
-    const std::string folder = FolderOf(path);
-    (void)files.SyncFolder(folder.empty() ? "." : folder);
+    (void)files.SyncFolder(ParentFolder(path));
     return true;
 }
 

@@ -208,10 +208,7 @@ BackupCode CBackupWriter::Publish() {
     m_container.reset();
     if (!m_files.Rename(m_temporary, m_path)) return Fail(BackupCode::WriteFailed, m_path);
     m_temporaryMade = false;
-    const std::string folder = FolderOf(m_path);
-    if (!m_files.SyncFolder(folder.empty() ? "." : folder)) {
-        return Fail(BackupCode::WriteFailed, m_path);
-    }
+    if (!m_files.SyncFolder(ParentFolder(m_path))) return Fail(BackupCode::WriteFailed, m_path);
     return BackupCode::Done;
 }
 

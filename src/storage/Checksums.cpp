@@ -34,14 +34,9 @@ bool SumOfPage(const Reader& read, int64_t page, int64_t fileSize, uint32_t& sum
     return true;
 }
 
-Reader ReaderOf(CFile& file) {
-    return [&file](int64_t offset, std::span<uint8_t> bytes) {
-        return file.ReadAt(offset, bytes) == static_cast<int64_t>(bytes.size());
-    };
-}
-
-// As the bracket will leave it.
-Reader ReaderOf(CJournalledFile& file) {
+// Of a CFile as it is, or of a CJournalledFile as the bracket will leave it.
+template <typename File>
+Reader ReaderOf(File& file) {
     return [&file](int64_t offset, std::span<uint8_t> bytes) {
         return file.ReadAt(offset, bytes) == static_cast<int64_t>(bytes.size());
     };

@@ -16,12 +16,11 @@ namespace {
 
 // Makes what is missing of the folder's path and brings its names to the medium: commits
 // in a folder that a power cut takes away would be lost. True when it is there already.
-bool MakeFolderForGood(CFileSystem& files, std::string folder) {
-    while (folder.size() > 1 && IsPathSeparator(folder.back())) folder.pop_back();
+bool MakeFolderForGood(CFileSystem& files, const std::string& folder) {
     if (files.FolderExists(folder)) return true;
-    const std::string parent = FolderOf(folder);
-    if (!parent.empty() && !MakeFolderForGood(files, parent)) return false;
-    return files.MakeFolder(folder) && files.SyncFolder(parent.empty() ? "." : parent);
+    const std::string parent = ParentFolder(folder);
+    return (parent == "." || MakeFolderForGood(files, parent)) && files.MakeFolder(folder) &&
+           files.SyncFolder(parent);
 }
 
 }  // namespace
@@ -250,8 +249,7 @@ bool CDatabaseManager::OpenStores() {
 
 // The folder of a new database may have been made by somebody who did not get so far.
 bool CDatabaseManager::SyncOwnName() {
-    const std::string parent = FolderOf(m_folder.substr(0, m_folder.size() - 1));
-    if (m_baseFiles.SyncFolder(parent.empty() ? "." : parent)) return true;
+    if (m_baseFiles.SyncFolder(ParentFolder(m_folder))) return true;
     return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
 }
 

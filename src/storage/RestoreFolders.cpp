@@ -18,16 +18,6 @@ constexpr std::string_view kComplete = "complete";
 constexpr std::string_view kOutgoing = "outgoing";
 constexpr std::string_view kRemoving = "removing";
 
-std::string WithoutTrailingSeparators(std::string folder) {
-    while (folder.size() > 1 && IsPathSeparator(folder.back())) folder.pop_back();
-    return folder;
-}
-
-std::string ParentOf(const std::string& folder) {
-    const std::string parent = FolderOf(folder);
-    return parent.empty() ? "." : parent;
-}
-
 std::string LockPath(const std::string& folder) {
     return WithTrailingSeparator(folder) + std::string(kDatabaseLockName);
 }
@@ -135,7 +125,7 @@ CFolderReplacement::CFolderReplacement(CFileSystem& files, const std::string& ta
       m_target(WithoutTrailingSeparators(target)),
       m_incoming(m_target + ".restoring"),
       m_outgoing(m_target + ".old"),
-      m_parent(ParentOf(m_target)),
+      m_parent(ParentFolder(m_target)),
       m_incomingFiles(WithTrailingSeparator(m_incoming)) {}
 
 CFolderReplacement::~CFolderReplacement() {
@@ -288,7 +278,7 @@ private:
         if (m_outgoingLock) {
             if (ReadMark(m_files, m_target) != kComplete) return;
             if (!RemoveOurFolder(m_files, m_outgoing, std::move(m_outgoingLock)) ||
-                !m_files.SyncFolder(ParentOf(m_target))) {
+                !m_files.SyncFolder(ParentFolder(m_target))) {
                 return;
             }
         }
@@ -321,7 +311,7 @@ private:
         }
         if (!RenameWithLock(m_files, folder, m_target, lock)) return false;
         m_targetLock = std::move(lock);
-        return m_files.SyncFolder(ParentOf(m_target));
+        return m_files.SyncFolder(ParentFolder(m_target));
     }
 
     bool LockIf(bool needed, const std::string& folder, std::unique_ptr<CFileLock>& lock) {

@@ -44,7 +44,7 @@ struct Parts {
     std::vector<Stretch> chunks;
 };
 
-Parts PartsOf(const Bytes& container) {
+Parts PartsOfContainer(const Bytes& container) {
     Parts parts;
     parts.header = {0, BackupHeader::kDiskSize};
     parts.directory = {BackupHeader::kDiskSize,
@@ -141,7 +141,7 @@ private:
     }
 
     void Bytewise(const Bytes& sound) {
-        const Parts parts = PartsOf(sound);
+        const Parts parts = PartsOfContainer(sound);
         const size_t headEnd = parts.directory.at + 64;
         for (size_t at = 0; at < sound.size(); ++at) {
             if (!IsTried(at, headEnd)) continue;
@@ -165,8 +165,8 @@ private:
     }
 
     void Pieces(const Bytes& sound) {
-        const Parts parts = PartsOf(sound);
-        const Parts others = PartsOf(m_material.sibling);
+        const Parts parts = PartsOfContainer(sound);
+        const Parts others = PartsOfContainer(m_material.sibling);
         for (size_t i = 0; i < parts.chunks.size(); ++i) {
             const Stretch& chunk = parts.chunks[i];
             const std::string name = "chunk " + std::to_string(i);
@@ -337,7 +337,7 @@ private:
             return;
         }
         for (int look = 0; look < 2; ++look) {
-            Content content;
+            std::string content;
             std::string why;
             if (!ReadSound(disk, kFaultsFolder, content, why)) {
                 m_report.Fault(name + ": " + why);

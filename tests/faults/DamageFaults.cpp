@@ -10,6 +10,7 @@
 #include "AllocationGauge.h"
 #include "Faults.h"
 #include "FaultsDatabase.h"
+#include "StoreContent.h"
 #include "finance/QuillonDatabaseInterface.h"
 #include "foundation/ByteCodec.h"
 #include "storage/Checksums.h"
@@ -187,7 +188,7 @@ private:
             ++m_counts.reported;
             return isFirst ? Named(damage, tables, pages) : std::string();
         }
-        const Content content = EverythingIn(database);
+        const std::string content = ContentOf(database, Stamps::Kept);
         if (content == m_sample->content) {
             ++m_counts.harmless;
             const bool maySay = MaySaySilent(damage) || !m_sample->earlier.empty();
@@ -258,7 +259,7 @@ void Run(const FaultsOptions& options, CFaultsReport& report) {
     NameCaseOnCrash();
     CDamager damager(options, report);
     for (const FaultsSample& sample : AllSamples()) {
-        Content content;
+        std::string content;
         std::string why;
         CMemoryFileSystem disk;
         disk.Restore(sample.disk);

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-#include "AllocationGauge.h"
+#include "StoreContent.h"
 #include "finance/Ledger.h"
 #include "foundation/CalendarDate.h"
 #include "storage/Checksums.h"
@@ -134,14 +134,14 @@ void AddSamples(const std::string& name, CMemoryFileSystem& files, Make make, Ch
     make();
     Must(store().Flush(), "flush");
     const Disk flushed = files.Snapshot();
-    std::vector<Content> contents{EverythingIn(store())};
+    std::vector<std::string> contents{ContentOf(store(), Stamps::Kept)};
     for (int step = 0; step < kSteps; ++step) {
         change(step);
-        contents.push_back(EverythingIn(store()));
+        contents.push_back(ContentOf(store(), Stamps::Kept));
     }
     Disk killed = files.Snapshot();
     TrimJournal(killed.at("db/Journal.dat"));
-    const Content last = contents.back();
+    const std::string last = contents.back();
     contents.pop_back();
     // Written to the journal, and to no file yet.
     Disk unapplied = flushed;
@@ -150,17 +150,6 @@ void AddSamples(const std::string& name, CMemoryFileSystem& files, Make make, Ch
     samples.push_back({name, files.Snapshot(), last, {}});
     samples.push_back({name + "-killed", killed, last, contents});
     samples.push_back({name + "-unwritten", unapplied, last, contents});
-}
-
-std::string ValueText(const CTableRowUpdateInfoValue& value) {
-    if (!value.isSet) return "none";
-    if (value.type == ColumnType::Text) return '"' + value.text.ToUtf8() + '"';
-    return std::to_string(value.Key());
-}
-
-std::string ColumnText(const CTableColumn& column) {
-    return column.name.ToUtf8() + " " + std::to_string(static_cast<int>(column.type)) +
-           (column.indexed ? " indexed" : "") + (column.indexAttribute ? " by range" : "");
 }
 
 std::array<char, 256> currentCase{};
@@ -194,35 +183,8 @@ std::vector<FaultsSample> AllSamples() {
     return samples;
 }
 
-Content EverythingIn(CDatabaseManager& database) {
-    Content content;
-    std::vector<uint8_t> record;
-    for (const auto& table : database.Tables()) {
-        std::string head = "table " + table->Name().ToUtf8();
-        for (const CTableColumn& column : table->Columns()) head += " | " + ColumnText(column);
-        content.push_back(std::move(head));
-        table->WalkRows([&](int64_t rowId) {
-            std::string line = std::to_string(rowId);
-            const bool readable = table->ReadRecord(rowId, record);
-            for (const CTableColumn& column : table->Columns()) {
-                CTableRowUpdateInfoValue value;
-                const bool read = readable && table->ValueFromRecord(record, column, value);
-                line += " | " + (read ? ValueText(value) : "unreadable");
-            }
-            content.push_back(std::move(line));
-            return true;
-        });
-    }
-    Bytes bytes;
-    for (int64_t id = 0; id < 4; ++id) {
-        if (database.ReadBlob(id, bytes)) {
-            content.push_back("blob " + std::to_string(id) + " " + ToString(bytes));
-        }
-    }
-    return content;
-}
-
-bool ReadSound(CFileSystem& files, const std::string& folder, Content& content, std::string& why) {
+bool ReadSound(CFileSystem& files, const std::string& folder, std::string& content,
+               std::string& why) {
     CDatabaseManager database(files);
     if (!database.Open(folder)) {
         why = "does not open: problem " + std::to_string(static_cast<int>(database.Problem())) +
@@ -238,97 +200,8 @@ bool ReadSound(CFileSystem& files, const std::string& folder, Content& content, 
               (pages.empty() ? ", no page known" : ", page of " + pages.front().file);
         return false;
     }
-    content = EverythingIn(database);
+    content = ContentOf(database, Stamps::Kept);
     return database.Close();
-}
-
-// --- the bounded disk
-
-class CBoundedFiles::CBoundedFile final : public CFile {
-public:
-    CBoundedFile(CBoundedFiles& files, std::unique_ptr<CFile> file)
-        : m_files(files), m_file(std::move(file)) {}
-    ~CBoundedFile() override {
-        const CAllocationPause pause;
-        m_file.reset();
-    }
-    CBoundedFile(const CBoundedFile&) = delete;
-    CBoundedFile& operator=(const CBoundedFile&) = delete;
-    int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes) override {
-        const CAllocationPause pause;
-        return m_files.Passes() ? m_file->ReadAt(offset, bytes) : -1;
-    }
-    bool WriteAt(int64_t offset, std::span<const uint8_t> bytes) override {
-        const CAllocationPause pause;
-        return m_files.Passes() && m_file->WriteAt(offset, bytes);
-    }
-    bool SetSize(int64_t size) override {
-        const CAllocationPause pause;
-        return m_files.Passes() && m_file->SetSize(size);
-    }
-    int64_t Size() override { return m_file->Size(); }
-    bool Sync() override { return m_files.Passes() && m_file->Sync(); }
-
-private:
-    CBoundedFiles& m_files;
-    std::unique_ptr<CFile> m_file;
-};
-
-std::unique_ptr<CFile> CBoundedFiles::Open(const std::string& path, OpenMode mode) {
-    const CAllocationPause pause;
-    if (!Passes()) return nullptr;
-    std::unique_ptr<CFile> file = m_base.Open(path, mode);
-    if (!file) return nullptr;
-    return std::make_unique<CBoundedFile>(*this, std::move(file));
-}
-
-bool CBoundedFiles::Exists(const std::string& path) {
-    const CAllocationPause pause;
-    return Passes() && m_base.Exists(path);
-}
-
-bool CBoundedFiles::FolderExists(const std::string& path) {
-    const CAllocationPause pause;
-    return Passes() && m_base.FolderExists(path);
-}
-
-bool CBoundedFiles::Remove(const std::string& path) {
-    const CAllocationPause pause;
-    return Passes() && m_base.Remove(path);
-}
-
-bool CBoundedFiles::Rename(const std::string& from, const std::string& to) {
-    const CAllocationPause pause;
-    return Passes() && m_base.Rename(from, to);
-}
-
-bool CBoundedFiles::List(const std::string& folder, std::vector<std::string>& names) {
-    return Passes() && m_base.List(folder, names);
-}
-
-bool CBoundedFiles::MakeFolder(const std::string& path) {
-    const CAllocationPause pause;
-    return Passes() && m_base.MakeFolder(path);
-}
-
-bool CBoundedFiles::RemoveFolder(const std::string& path) {
-    const CAllocationPause pause;
-    return Passes() && m_base.RemoveFolder(path);
-}
-
-bool CBoundedFiles::SyncFolder(const std::string& folder) {
-    const CAllocationPause pause;
-    return Passes() && m_base.SyncFolder(folder);
-}
-
-std::unique_ptr<CFileLock> CBoundedFiles::Lock(const std::string& path) {
-    const CAllocationPause pause;
-    return Passes() ? m_base.Lock(path) : nullptr;
-}
-
-int64_t CBoundedFiles::ModificationTime(const std::string& path) {
-    const CAllocationPause pause;
-    return m_base.ModificationTime(path);
 }
 
 // --- crashes

@@ -3,11 +3,14 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "AllocationGauge.h"
 #include "storage/DatabaseManager.h"
 #include "support/Bytes.h"
+#include "support/ForwardingFiles.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon {
@@ -15,7 +18,6 @@ namespace quillon {
 // Small databases, in the folder "db" of a disk in memory, for machines that damage them.
 
 using Disk = std::map<std::string, Bytes>;  // by path
-using Content = std::vector<std::string>;   // a line each
 
 inline constexpr const char* kFaultsFolder = "db";
 inline constexpr const char* kFaultsPassword = "correct horse";
@@ -23,9 +25,9 @@ inline constexpr const char* kFaultsPassword = "correct horse";
 struct FaultsSample {
     std::string name;
     Disk disk;
-    Content content;
+    std::string content;  // ContentOf, with the stamps
     // What earlier commits had made of it, when the journal still holds the later ones.
-    std::vector<Content> earlier;
+    std::vector<std::string> earlier;
 };
 
 // A record store with every type of column, compressed texts, BLOBs and free room, and a
@@ -33,39 +35,31 @@ struct FaultsSample {
 // killed program leaves it, and killed before the last commits reached the files.
 std::vector<FaultsSample> AllSamples();
 
-// Everything that can be read: tables, columns, rows, texts and BLOBs.
-Content EverythingIn(CDatabaseManager& database);
-
 // Opens, checks and closes. False: it does not open, or something is damaged; `why` then
 // tells. Otherwise the contents.
-bool ReadSound(CFileSystem& files, const std::string& folder, Content& content, std::string& why);
+bool ReadSound(CFileSystem& files, const std::string& folder, std::string& content,
+               std::string& why);
 
 // A disk that refuses everything after so many calls: for loops that would not end. What
-// it does itself is not counted by a gauge of allocations.
-class CBoundedFiles final : public CFileSystem {
+// it does itself is neither counted by a gauge of allocations nor fails for want of memory.
+class CBoundedFiles final : public CForwardingFiles {
 public:
-    CBoundedFiles(CFileSystem& base, int64_t calls) : m_base(base), m_callsLeft(calls) {}
+    static constexpr int64_t kNoBound = INT64_MAX;
+
+    explicit CBoundedFiles(CFileSystem& base, int64_t calls = kNoBound)
+        : CForwardingFiles(base), m_callsLeft(calls) {}
     bool IsExhausted() const { return m_callsLeft <= 0; }
 
-    std::unique_ptr<CFile> Open(const std::string& path, OpenMode mode) override;
-    bool Exists(const std::string& path) override;
-    bool FolderExists(const std::string& path) override;
-    bool Remove(const std::string& path) override;
-    bool Rename(const std::string& from, const std::string& to) override;
-    bool List(const std::string& folder, std::vector<std::string>& names) override;
-    bool MakeFolder(const std::string& path) override;
-    bool RemoveFolder(const std::string& path) override;
-    bool SyncFolder(const std::string& folder) override;
-    std::unique_ptr<CFileLock> Lock(const std::string& path) override;
-    int64_t ModificationTime(const std::string& path) override;
-    FileError LastError() override { return m_base.LastError(); }
+protected:
+    bool Enter() override {
+        m_pause.emplace();
+        return m_callsLeft > 0 && --m_callsLeft > 0;
+    }
+    void Leave() override { m_pause.reset(); }
 
 private:
-    class CBoundedFile;
-    bool Passes() { return m_callsLeft > 0 && --m_callsLeft > 0; }
-
-    CFileSystem& m_base;
     int64_t m_callsLeft;
+    std::optional<CAllocationPause> m_pause;
 };
 
 // Tells which case is tried when the program crashes, and ends it with status 3.

@@ -15,35 +15,6 @@
 namespace quillon {
 namespace {
 
-class CPausingFile final : public CFile {
-public:
-    explicit CPausingFile(std::unique_ptr<CFile> file) : m_file(std::move(file)) {}
-
-    int64_t ReadAt(int64_t offset, std::span<uint8_t> bytes) override {
-        const CAllocationPause pause;
-        return m_file->ReadAt(offset, bytes);
-    }
-    bool WriteAt(int64_t offset, std::span<const uint8_t> bytes) override {
-        const CAllocationPause pause;
-        return m_file->WriteAt(offset, bytes);
-    }
-    bool SetSize(int64_t size) override {
-        const CAllocationPause pause;
-        return m_file->SetSize(size);
-    }
-    int64_t Size() override {
-        const CAllocationPause pause;
-        return m_file->Size();
-    }
-    bool Sync() override {
-        const CAllocationPause pause;
-        return m_file->Sync();
-    }
-
-private:
-    std::unique_ptr<CFile> m_file;
-};
-
 constexpr int64_t kDay = int64_t{864'000'000'000};
 constexpr int64_t kFirstDay = 133'485'408'000'000'000;  // 2024-01-01
 
@@ -331,15 +302,6 @@ bool TransferMoney(World& world) {
 
 // --- the disks before
 
-void MakeOlder(DiskFiles& files) {
-    constexpr size_t kHeader = 54;
-    for (auto& [name, bytes] : files) {
-        if (!name.ends_with("data.dat") || bytes.size() < kHeader) continue;
-        bytes[50] = 1;
-        bytes.insert(bytes.begin() + kHeader, 8, 0);
-    }
-}
-
 bool Change(World& world, Level level) {
     if (level == Level::Finance)
         return EnterPayment(*std::make_unique<CLedger>(world.finance), 1, 12);
@@ -364,63 +326,16 @@ DiskFiles MakeFiles(Level level, Start start) {
         files["db/Journal.dat"] = world.memory.Bytes("db/Journal.dat");
     } else {
         done = database.Close() && done;
+        if (start == Start::OlderVersion) {
+            done = done && MakeOldVersion(world.memory, kMemoryFolder);
+        }
         files = world.memory.Snapshot();
     }
-    if (start == Start::OlderVersion) MakeOlder(files);
     if (!done) std::fprintf(stderr, "memory: the disk to start from could not be made\n");
     return files;
 }
 
 }  // namespace
-
-// --- the disk
-
-std::unique_ptr<CFile> CPausingDisk::Open(const std::string& path, OpenMode mode) {
-    const CAllocationPause pause;
-    std::unique_ptr<CFile> file = m_disk.Open(path, mode);
-    if (!file) return nullptr;
-    return std::make_unique<CPausingFile>(std::move(file));
-}
-bool CPausingDisk::Exists(const std::string& path) {
-    const CAllocationPause pause;
-    return m_disk.Exists(path);
-}
-bool CPausingDisk::FolderExists(const std::string& path) {
-    const CAllocationPause pause;
-    return m_disk.FolderExists(path);
-}
-bool CPausingDisk::Remove(const std::string& path) {
-    const CAllocationPause pause;
-    return m_disk.Remove(path);
-}
-bool CPausingDisk::Rename(const std::string& from, const std::string& to) {
-    const CAllocationPause pause;
-    return m_disk.Rename(from, to);
-}
-bool CPausingDisk::List(const std::string& folder, std::vector<std::string>& names) {
-    const CAllocationPause pause;
-    return m_disk.List(folder, names);
-}
-bool CPausingDisk::MakeFolder(const std::string& path) {
-    const CAllocationPause pause;
-    return m_disk.MakeFolder(path);
-}
-bool CPausingDisk::RemoveFolder(const std::string& path) {
-    const CAllocationPause pause;
-    return m_disk.RemoveFolder(path);
-}
-bool CPausingDisk::SyncFolder(const std::string& folder) {
-    const CAllocationPause pause;
-    return m_disk.SyncFolder(folder);
-}
-std::unique_ptr<CFileLock> CPausingDisk::Lock(const std::string& path) {
-    const CAllocationPause pause;
-    return m_disk.Lock(path);
-}
-int64_t CPausingDisk::ModificationTime(const std::string& path) {
-    const CAllocationPause pause;
-    return m_disk.ModificationTime(path);
-}
 
 // --- the program
 
@@ -526,18 +441,8 @@ bool PrepareWorld(World& world, const MemoryWork& work) {
 }
 
 std::string DisorderOf(World& world, Level level) {
-    std::vector<TableIntegrity> tables;
-    CDatabaseManager& database = DatabaseOf(world, level);
-    if (database.Verify(tables) != IntegrityCode::Ok) {
-        for (const TableIntegrity& table : tables) {
-            if (table.code != IntegrityCode::Ok) return table.table + ": " + table.detail;
-        }
-        return "the check failed";
-    }
-    if (level == Level::Store) return {};
-    std::vector<BalanceMismatch> mismatches;
-    if (!CLedger(world.finance).VerifyBalances(mismatches)) return "the balances cannot be read";
-    return mismatches.empty() ? "" : "a balance is not the sum of its effects";
+    return LookAtOpen(DatabaseOf(world, level), level == Level::Finance ? &world.finance : nullptr)
+        .problem;
 }
 
 }  // namespace quillon

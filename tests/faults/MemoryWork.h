@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "FaultsDatabase.h"
 #include "StoreContent.h"
 #include "finance/QuillonDatabaseInterface.h"
 #include "storage/DatabaseManager.h"
@@ -17,34 +18,12 @@ namespace quillon {
 
 using DiskFiles = std::map<std::string, std::vector<uint8_t>>;
 
-// The disk is the machine, not the program: its own allocations neither fail nor count.
-class CPausingDisk final : public CFileSystem {
-public:
-    explicit CPausingDisk(CFileSystem& disk) : m_disk(disk) {}
-
-    std::unique_ptr<CFile> Open(const std::string& path, OpenMode mode) override;
-    bool Exists(const std::string& path) override;
-    bool FolderExists(const std::string& path) override;
-    bool Remove(const std::string& path) override;
-    bool Rename(const std::string& from, const std::string& to) override;
-    bool List(const std::string& folder, std::vector<std::string>& names) override;
-    bool MakeFolder(const std::string& path) override;
-    bool RemoveFolder(const std::string& path) override;
-    bool SyncFolder(const std::string& folder) override;
-    std::unique_ptr<CFileLock> Lock(const std::string& path) override;
-    int64_t ModificationTime(const std::string& path) override;
-    FileError LastError() override { return m_disk.LastError(); }
-
-private:
-    CFileSystem& m_disk;
-};
-
 // One program with its disk.
 struct World {
     explicit World(const DiskFiles& files);
 
     CMemoryFileSystem memory;
-    CPausingDisk disk{memory};
+    CBoundedFiles disk{memory};  // the disk is the machine, not the program
     CDatabaseManager store{disk};
     CQuillonDatabaseInterface finance{disk};
     std::string seen;  // what a reading work read

@@ -6,10 +6,22 @@
 
 #include "finance/Ledger.h"
 #include "storage/Checksums.h"
+#include "support/Bytes.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon {
 namespace {
+
+std::string ValueText(const CTableRowUpdateInfoValue& value) {
+    if (!value.isSet) return "none";
+    if (value.type == ColumnType::Text) return '"' + value.text.ToUtf8() + '"';
+    return std::to_string(value.Key());
+}
+
+std::string ColumnText(const CTableColumn& column) {
+    return column.name.ToUtf8() + " " + std::to_string(static_cast<int>(column.type)) +
+           (column.indexed ? " indexed" : "") + (column.indexAttribute ? " by range" : "");
+}
 
 std::string TextOf(const std::vector<TableIntegrity>& tables, IntegrityCode code) {
     std::string text = "verify gives " + std::to_string(static_cast<int>(code));
@@ -25,26 +37,25 @@ std::string ProblemText(DatabaseProblem problem, const std::string& detail) {
 
 }  // namespace
 
-std::string ContentOf(CDatabaseManager& database) {
+std::string ContentOf(CDatabaseManager& database, Stamps stamps) {
     std::map<std::string, std::string> tables;  // in whatever order they were made
     std::vector<uint8_t> bytes;
     for (const auto& table : database.Tables()) {
         std::string& content = tables[table->Name().ToUtf8()];
         content += "table " + table->Name().ToUtf8() + '\n';
-        for (const CTableColumn& column : table->Columns()) content += column.name.ToUtf8() + ' ';
+        for (const CTableColumn& column : table->Columns()) content += ColumnText(column) + ' ';
         table->WalkRows([&](int64_t rowId) {
             content += '\n' + std::to_string(rowId);
             const bool readable = table->ReadRecord(rowId, bytes);
             for (const CTableColumn& column : table->Columns()) {
                 const std::string_view name = column.name.View();
-                if (name == kCreationStampColumn || name == kModificationStampColumn) continue;
+                const bool isStamp =
+                    name == kCreationStampColumn || name == kModificationStampColumn;
+                if (isStamp && stamps == Stamps::LeftOut) continue;
                 CTableRowUpdateInfoValue value;
                 const bool read = readable && table->ValueFromRecord(bytes, column, value);
                 content += ' ';
-                content += !read                            ? "unreadable"
-                           : !value.isSet                   ? "none"
-                           : value.type == ColumnType::Text ? value.text.ToUtf8()
-                                                            : std::to_string(value.Key());
+                content += read ? ValueText(value) : "unreadable";
             }
             return true;
         });
@@ -109,6 +120,23 @@ StoreLook LookAtImage(const DiskImage& image, bool isFinance) {
         if (!files.MakeFolder(folder)) return {.problem = "no folder " + folder};
     }
     return LookAtFolder(files, isFinance);
+}
+
+bool MakeOldVersion(CFileSystem& files, const std::string& folder) {
+    std::vector<std::string> names;
+    if (!files.List(folder, names)) return false;
+    for (const std::string& name : names) {
+        if (!name.ends_with("data.dat")) continue;
+        const std::string path = WithTrailingSeparator(folder) + name;
+        Bytes bytes;
+        if (!ReadWholeFile(files, path, bytes)) return false;
+        bytes[50] = 1;
+        bytes.insert(bytes.begin() + 54, 8, 0xAB);
+        if (!WriteWholeFile(files, path, bytes)) return false;
+    }
+    // Such stores know nothing of what newer versions put beside the files.
+    const std::string checksums = WithTrailingSeparator(folder) + "Checksums.dat";
+    return !files.Exists(checksums) || files.Remove(checksums);
 }
 
 }  // namespace quillon

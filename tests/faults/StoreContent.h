@@ -15,9 +15,11 @@ struct StoreLook {
     bool IsSound() const { return problem.empty(); }
 };
 
-// Everything that the database holds, but for the stamps of the rows; tables by name, since
-// one that could not be made at first comes later than others.
-std::string ContentOf(CDatabaseManager& database);
+enum class Stamps { LeftOut, Kept };
+
+// Everything that the database holds, its columns among it; tables by name, since one that
+// could not be made at first comes later than others. Stamps of rows differ from run to run.
+std::string ContentOf(CDatabaseManager& database, Stamps stamps = Stamps::LeftOut);
 
 // Verifies an open store, the balances too when there is a ledger in it.
 StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance);
@@ -26,6 +28,10 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
 // closes it again.
 StoreLook LookAtFolder(CFileSystem& files, bool isFinance);
 StoreLook LookAtImage(const DiskImage& image, bool isFinance);
+
+// Makes the closed store in `folder` one of the first version of the data layout: eight bytes
+// more of header, and no checksums.
+bool MakeOldVersion(CFileSystem& files, const std::string& folder);
 
 inline constexpr const char* kLedgerFolder = "ledger";
 

@@ -162,29 +162,12 @@ StoreWorkload Schema() {
              {"remove a table", [](CWorkSession& s) { return s.Store().RemoveTable("Items"); }}}};
 }
 
-// The files of a store in the first version of the data layout: eight bytes more of header.
-bool MakeOldVersion(CFileSystem& files) {
-    std::vector<std::string> names;
-    if (!files.List(kLedgerFolder, names)) return false;
-    for (const std::string& name : names) {
-        if (!name.ends_with("data.dat")) continue;
-        const std::string path = WithTrailingSeparator(kLedgerFolder) + name;
-        Bytes bytes;
-        if (!ReadWholeFile(files, path, bytes)) return false;
-        bytes[50] = 1;
-        bytes.insert(bytes.begin() + 54, 8, 0xAB);
-        if (!WriteWholeFile(files, path, bytes)) return false;
-    }
-    // Such stores know nothing of what newer versions put beside the files.
-    const std::string checksums = WithTrailingSeparator(kLedgerFolder) + "Checksums.dat";
-    return !files.Exists(checksums) || files.Remove(checksums);
-}
-
 StoreWorkload OldVersion() {
     return {"conversion of an old version",
             false,
             [](CWorkSession& s) {
-                return PrepareItems(s) && s.Store().Close() && MakeOldVersion(s.Files());
+                return PrepareItems(s) && s.Store().Close() &&
+                       MakeOldVersion(s.Files(), kLedgerFolder);
             },
             {kOpen,
              {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},

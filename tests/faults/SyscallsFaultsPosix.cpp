@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <filesystem>
 
 #include "Faults.h"
 #include "StoreContent.h"
@@ -135,41 +136,6 @@ const char* NameOf(Trouble trouble) {
     return "";
 }
 
-// The machine's own files, in a folder of their own.
-class CFolderFiles final : public CFileSystem {
-public:
-    explicit CFolderFiles(const CTemporaryFolder& folder) : m_folder(folder) {}
-
-    std::unique_ptr<CFile> Open(const std::string& path, OpenMode mode) override {
-        return m_files.Open(At(path), mode);
-    }
-    bool Exists(const std::string& path) override { return m_files.Exists(At(path)); }
-    bool FolderExists(const std::string& path) override { return m_files.FolderExists(At(path)); }
-    bool Remove(const std::string& path) override { return m_files.Remove(At(path)); }
-    bool Rename(const std::string& from, const std::string& to) override {
-        return m_files.Rename(At(from), At(to));
-    }
-    bool List(const std::string& folder, std::vector<std::string>& names) override {
-        return m_files.List(At(folder), names);
-    }
-    bool MakeFolder(const std::string& path) override { return m_files.MakeFolder(At(path)); }
-    bool RemoveFolder(const std::string& path) override { return m_files.RemoveFolder(At(path)); }
-    bool SyncFolder(const std::string& folder) override { return m_files.SyncFolder(At(folder)); }
-    std::unique_ptr<CFileLock> Lock(const std::string& path) override {
-        return m_files.Lock(At(path));
-    }
-    int64_t ModificationTime(const std::string& path) override {
-        return m_files.ModificationTime(At(path));
-    }
-    FileError LastError() override { return m_files.LastError(); }
-
-private:
-    std::string At(const std::string& path) const { return m_folder.File(path); }
-
-    const CTemporaryFolder& m_folder;
-    CFileSystem& m_files = PlatformFileSystem();
-};
-
 class CSyscallsMachine {
 public:
     CSyscallsMachine(const StoreWorkload& workload, CFaultsReport& report)
@@ -188,7 +154,8 @@ private:
     // False: the work came to its end before the trouble. `harmless`: it must go unnoticed.
     bool Run(const SyscallPlan& trouble, bool harmless) {
         const CTemporaryFolder folder("syscalls");
-        CFolderFiles files(folder);
+        std::filesystem::current_path(folder.Path());
+        CFileSystem& files = PlatformFileSystem();
         uint64_t live = 0;
         bool done = true;
         {
@@ -234,6 +201,7 @@ private:
 };
 
 void RunSyscalls(const FaultsOptions& options, CFaultsReport& report) {
+    const std::filesystem::path here = std::filesystem::current_path();
     for (const StoreWorkload& workload : StoreWorkloads()) {
         const std::string name = workload.name;
         if (name.find(options.only) == std::string::npos) continue;
@@ -244,6 +212,7 @@ void RunSyscalls(const FaultsOptions& options, CFaultsReport& report) {
                     static_cast<long long>(report.Cases() - casesBefore));
         std::fflush(stdout);
     }
+    std::filesystem::current_path(here);
 }
 
 const CFaultsKind kSyscalls("syscalls", "The system's calls are interrupted, done in part, or fail",

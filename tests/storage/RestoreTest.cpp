@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "storage/BackupFixture.h"
+#include "support/ForwardingFiles.h"
 
 namespace quillon {
 namespace {
@@ -429,39 +430,21 @@ TEST(Restore, RecoveryWaitsForARestoreThatIsGoingOn) {
 }
 
 // Windows renames no folder in which a file is open.
-class CStrictDisk final : public CFileSystem {
+class CStrictDisk final : public CForwardingFiles {
 public:
-    explicit CStrictDisk(CMemoryFileSystem& base) : m_base(base) {}
-    std::unique_ptr<CFile> Open(const std::string& path, OpenMode mode) override {
-        return m_base.Open(path, mode);
-    }
-    bool Exists(const std::string& path) override { return m_base.Exists(path); }
-    bool FolderExists(const std::string& path) override { return m_base.FolderExists(path); }
-    bool Remove(const std::string& path) override { return m_base.Remove(path); }
+    explicit CStrictDisk(CMemoryFileSystem& base) : CForwardingFiles(base) {}
     bool Rename(const std::string& from, const std::string& to) override {
-        if (m_base.FolderExists(from)) {
+        if (FolderExists(from)) {
             // Were its lock free, nobody would have a file in there open.
             const std::string lock = from + "/Database.lock";
-            if (m_base.Exists(lock) && !m_base.Lock(lock)) return false;
+            if (Exists(lock) && !Lock(lock)) return false;
             ++m_folderRenames;
         }
-        return m_base.Rename(from, to);
+        return CForwardingFiles::Rename(from, to);
     }
-    bool List(const std::string& folder, std::vector<std::string>& names) override {
-        return m_base.List(folder, names);
-    }
-    bool MakeFolder(const std::string& path) override { return m_base.MakeFolder(path); }
-    bool RemoveFolder(const std::string& path) override { return m_base.RemoveFolder(path); }
-    bool SyncFolder(const std::string& folder) override { return m_base.SyncFolder(folder); }
-    std::unique_ptr<CFileLock> Lock(const std::string& path) override { return m_base.Lock(path); }
-    int64_t ModificationTime(const std::string& path) override {
-        return m_base.ModificationTime(path);
-    }
-    FileError LastError() override { return m_base.LastError(); }
     int FolderRenames() const { return m_folderRenames; }
 
 private:
-    CMemoryFileSystem& m_base;
     int m_folderRenames = 0;
 };
 

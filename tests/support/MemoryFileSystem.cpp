@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "support/DiskPaths.h"
+
 namespace quillon {
 namespace {
 
@@ -11,24 +13,6 @@ thread_local FileError lastError = FileError::None;
 bool Failed(FileError error) {
     lastError = error;
     return false;
-}
-
-std::string Normalised(const std::string& path) {
-    std::vector<std::string> parts(1);
-    for (const char character : path) {
-        if (IsPathSeparator(character)) {
-            parts.emplace_back();
-        } else {
-            parts.back() += character;
-        }
-    }
-    std::string normalised;
-    for (const std::string& part : parts) {
-        if (part.empty() || part == ".") continue;
-        if (!normalised.empty()) normalised += '/';
-        normalised += part;
-    }
-    return normalised;
 }
 
 std::string ParentOf(const std::string& normalised) {

@@ -6,32 +6,12 @@
 #include <string_view>
 #include <utility>
 
+#include "support/DiskPaths.h"
+
 namespace quillon {
 namespace {
 
 constexpr size_t kSector = 512;
-
-std::vector<std::string> PartsOf(const std::string& path) {
-    std::vector<std::string> parts(1);
-    for (const char character : path) {
-        if (IsPathSeparator(character)) {
-            parts.emplace_back();
-        } else {
-            parts.back() += character;
-        }
-    }
-    std::erase_if(parts, [](const std::string& part) { return part.empty() || part == "."; });
-    return parts;
-}
-
-std::string Normalised(const std::string& path) {
-    std::string normalised;
-    for (const std::string& part : PartsOf(path)) {
-        if (!normalised.empty()) normalised += '/';
-        normalised += part;
-    }
-    return normalised;
-}
 
 void AddHash(uint64_t& hash, std::string_view text) {
     hash = (hash ^ std::hash<std::string_view>{}(text)) * 0x9E3779B97F4A7C15ULL;
