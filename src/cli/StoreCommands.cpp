@@ -99,6 +99,11 @@ std::string BalanceText(const BalanceMismatch& mismatch) {
            FormatCurrency(mismatch.computed);
 }
 
+// What a message leaves out; empty when that is nothing.
+std::string AndOthers(size_t count, const char* one, const char* many) {
+    return count == 0 ? "" : " (and " + Counted(static_cast<int64_t>(count), one, many) + ")";
+}
+
 std::string Verification::Message() const {
     if (code != IntegrityCode::Ok) {
         for (const TableIntegrity& table : tables) {
@@ -110,24 +115,12 @@ std::string Verification::Message() const {
     }
     if (LayoutsAgree() && !pages.empty()) {
         const std::vector<std::string> texts = DamageTexts(pages);
-        std::string message = "The tables are in order, but " + texts.front();
-        if (texts.size() > 1) {
-            message +=
-                " (and " +
-                Counted(static_cast<int64_t>(texts.size()) - 1, "other place", "other places") +
-                ")";
-        }
-        return message + ".";
+        return "The tables are in order, but " + texts.front() +
+               AndOthers(texts.size() - 1, "other place", "other places") + ".";
     }
     if (balances.empty()) return IntegrityMessage(code);
-    std::string message = "The tables are in order, but " + BalanceText(balances.front());
-    if (balances.size() > 1) {
-        message +=
-            " (and " +
-            Counted(static_cast<int64_t>(balances.size()) - 1, "other account", "other accounts") +
-            ")";
-    }
-    return message + ".";
+    return "The tables are in order, but " + BalanceText(balances.front()) +
+           AndOthers(balances.size() - 1, "other account", "other accounts") + ".";
 }
 
 Verification Check(CSession& session) {

@@ -448,6 +448,18 @@ void CPowerCutDisk::ChangeName(FolderNode& folder, NameChange change) {
     folder.pending.push_back(std::move(change));
 }
 
+std::shared_ptr<CPowerCutDisk::FileNode> CPowerCutDisk::MakeFile(const std::string& path) {
+    std::string name;
+    FolderNode* folder = ParentOf(path, name);
+    if (!folder) {
+        (void)Refuse(FileError::NotFound);
+        return nullptr;
+    }
+    auto file = std::make_shared<FileNode>();
+    ChangeName(*folder, {name, {file, nullptr}});
+    return file;
+}
+
 std::unique_ptr<CFile> CPowerCutDisk::Open(const std::string& path, OpenMode mode) {
     const bool creates = mode == OpenMode::Create;
     if (!Passes(creates ? Kind::Change : Kind::Read, creates ? "create" : "open", path)) {
@@ -459,14 +471,8 @@ std::unique_ptr<CFile> CPowerCutDisk::Open(const std::string& path, OpenMode mod
         return nullptr;
     }
     if (!entry.file) {
-        std::string name;
-        FolderNode* folder = ParentOf(path, name);
-        if (!folder) {
-            (void)Refuse(FileError::NotFound);
-            return nullptr;
-        }
-        entry.file = std::make_shared<FileNode>();
-        ChangeName(*folder, {name, entry});
+        entry.file = MakeFile(path);
+        if (!entry.file) return nullptr;
     } else if (creates && !entry.file->bytes.empty()) {
         Change(*entry.file, {.size = 0, .bytes = {}});
     }
@@ -546,16 +552,8 @@ bool CPowerCutDisk::SyncFolder(const std::string& path) {
 std::unique_ptr<CFileLock> CPowerCutDisk::Lock(const std::string& path) {
     Entry entry = Find(path);
     if (!Passes(entry.file ? Kind::Read : Kind::Change, "lock", path)) return nullptr;
-    if (!entry.file) {
-        std::string name;
-        FolderNode* folder = ParentOf(path, name);
-        if (!folder) {
-            (void)Refuse(FileError::NotFound);
-            return nullptr;
-        }
-        entry.file = std::make_shared<FileNode>();
-        ChangeName(*folder, {name, entry});
-    }
+    if (!entry.file) entry.file = MakeFile(path);
+    if (!entry.file) return nullptr;
     if (entry.file->locked) {
         (void)Refuse(FileError::Locked);
         return nullptr;

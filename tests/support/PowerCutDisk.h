@@ -110,6 +110,8 @@ private:
     // The folder that holds the path, and its last name; null when there is none.
     FolderNode* ParentOf(const std::string& normalised, std::string& name) const;
     Entry Find(const std::string& path) const;
+    // An empty file of that new name; null, and refused, without its folder.
+    std::shared_ptr<FileNode> MakeFile(const std::string& path);
     void Change(FileNode& node, Edit edit);
     static void ChangeName(FolderNode& folder, NameChange change);
 
