@@ -28,7 +28,7 @@ CNoSQLSegmentScan::CNoSQLSegmentScan(const CNoSQLWhereClauseSegment& segment,
     if (!segment.IsRowId()) {
         m_column = table.FindColumnById(segment.ColumnId());
         if (!m_column || m_column->type != segment.Type()) return;
-        m_index = m_column->index.get();
+        m_index = m_column->index;
         if (m_column->indexed && !m_index) return;  // the index is lost
     }
     ChooseRoad();

@@ -238,7 +238,7 @@ bool CDatabaseManager::OpenStores() {
     for (const DatabaseSchema::Table& table : schema.tables) {
         if (!OpenTable(table.number, table.name)) return false;
     }
-    m_blobs = std::make_unique<CBlobManager>(m_journal);
+    m_blobs = std::make_unique<CBLOBManager>(m_journal);
     m_blobs->SetBasePath(schemaPath);
     if (!m_blobs->Open()) {
         return FailFromDamage(

@@ -10,7 +10,7 @@
 #include "foundation/FileSystem.h"
 #include "foundation/KeelString.h"
 #include "foundation/ReentrantLock.h"
-#include "storage/BlobManager.h"
+#include "storage/BLOBManager.h"
 #include "storage/IntegrityCode.h"
 #include "storage/Journal.h"
 #include "storage/TableManager.h"
@@ -204,7 +204,7 @@ private:
     int32_t m_nextTableNumber = 1;
     int64_t m_schemaChangeTime = 0;
     std::vector<std::unique_ptr<CTableManager>> m_tables;
-    std::unique_ptr<CBlobManager> m_blobs;
+    std::unique_ptr<CBLOBManager> m_blobs;
     CTableManager* m_rowTable = nullptr;  // of the row begun
     CTableRowUpdateInfo m_row;
     bool m_rowFailed = false;

@@ -1,9 +1,6 @@
 #include "storage/TableManager.h"
 
 #include <algorithm>
-#include <bit>
-#include <charconv>
-#include <set>
 
 #include "foundation/ByteCodec.h"
 #include "storage/Journal.h"
@@ -16,6 +13,7 @@ CTableManager::CTableManager(CJournal& journal, std::string folder, int32_t numb
       m_folder(std::move(folder)),
       m_definitionPath(m_folder + "Table_" + std::to_string(number) + ".dat"),
       m_number(number),
+      m_indexes(journal, m_definitionPath),
       m_rows(journal),
       m_rowData(journal),
       m_texts(journal) {
@@ -30,25 +28,6 @@ void CTableManager::SetStorePaths() {
     m_rows.SetPath(CKeelString(WithSuffix(m_definitionPath, "_dict")));
     m_rowData.SetPath(CKeelString(WithSuffix(m_definitionPath, "_data")));
     m_texts.SetBasePath(m_definitionPath);
-}
-
-std::string CTableManager::IndexFileStart() const {
-    return "Table_" + std::to_string(m_number) + "_index_";
-}
-
-// An index that cannot be read is made anew over whatever bears its name, so a definition may
-// name nothing but an index of its own table.
-bool CTableManager::IsIndexFileName(std::string_view file) const {
-    const std::string start = IndexFileStart();
-    constexpr std::string_view kEnd = ".dat";
-    if (!file.starts_with(start) || !file.ends_with(kEnd)) return false;
-    if (file.size() <= start.size() + kEnd.size()) return false;
-    const auto digits = file.substr(start.size(), file.size() - start.size() - kEnd.size());
-    return digits.size() <= 19 && digits.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
-std::string CTableManager::IndexPath(int64_t columnId) const {
-    return WithSuffix(m_definitionPath, "_index_" + std::to_string(columnId));
 }
 
 bool CTableManager::Create(std::string_view name) {
@@ -95,23 +74,10 @@ bool CTableManager::Open() {
     TableDefinition definition;
     if (!ReadWholeFile(m_journal, m_definitionPath, bytes) ||
         !TableDefinition::Decode(bytes, definition) || definition.number != m_number ||
-        definition.name != m_name.ToUtf8() || !HasSoundIndexNames(definition)) {
+        definition.name != m_name.ToUtf8() || !m_indexes.HasSoundNames(definition)) {
         return false;
     }
     return OpenStores() && ApplyDefinition(definition);
-}
-
-bool CTableManager::HasSoundIndexNames(const TableDefinition& definition) const {
-    std::set<std::string> names;
-    for (size_t i = 0; i < definition.columns.size(); ++i) {
-        const ColumnDefinition& column = definition.columns[i];
-        if (!column.indexed) continue;
-        const std::string& file = column.indexFile;
-        if (!file.empty() && !IsIndexFileName(file)) return false;
-        const auto id = static_cast<int64_t>(i) + 1;
-        if (!names.insert(file.empty() ? FileNameOf(IndexPath(id)) : file).second) return false;
-    }
-    return true;
 }
 
 bool CTableManager::ApplyDefinition(const TableDefinition& definition) {
@@ -127,13 +93,15 @@ bool CTableManager::ApplyDefinition(const TableDefinition& definition) {
         m_columns.push_back(std::move(column));
     }
     LayOutRecord();
+    return OpenIndexes(definition);
+}
+
+bool CTableManager::OpenIndexes(const TableDefinition& definition) {
     for (size_t i = 0; i < m_columns.size(); ++i) {
         CTableColumn& column = m_columns[i];
         if (!column.indexed) continue;
-        column.index =
-            std::make_unique<CIndexManager>(m_journal, column.type, column.indexAttribute);
-        const std::string& file = definition.columns[i].indexFile;
-        const std::string path = file.empty() ? IndexPath(column.id) : m_folder + file;
+        const std::string path = m_indexes.PathOf(column.id, definition.columns[i].indexFile);
+        column.index = &m_indexes.Add(column.id, column.type, column.indexAttribute);
         if (column.index->Open(path)) continue;
         // Everything in an index is in the rows too, so a lost one is made anew.
         if (!column.index->Create(path) || !FillIndex(column)) {
@@ -145,7 +113,7 @@ bool CTableManager::ApplyDefinition(const TableDefinition& definition) {
     return true;
 }
 
-bool CTableManager::FillIndex(CTableColumn& column) {
+bool CTableManager::FillIndex(const CTableColumn& column) {
     bool filled = true;
     CTableRowUpdateInfoValue value;
     std::vector<uint8_t> record;
@@ -192,10 +160,7 @@ bool CTableManager::RebuildIndexes() {
 }
 
 bool CTableManager::Close() {
-    bool closed = true;
-    for (CTableColumn& column : m_columns) {
-        if (column.index) closed = column.index->Close() && closed;
-    }
+    bool closed = m_indexes.Close();
     if (m_storesOpen) {
         closed = m_rows.Close() && closed;
         closed = m_rowData.Close() && closed;
@@ -207,10 +172,7 @@ bool CTableManager::Close() {
 
 bool CTableManager::Flush() {
     if (!m_storesOpen) return true;
-    for (CTableColumn& column : m_columns) {
-        if (column.index && !column.index->Flush()) return false;
-    }
-    return m_rows.Flush() && m_rowData.Flush() && m_texts.Flush();
+    return m_indexes.Flush() && m_rows.Flush() && m_rowData.Flush() && m_texts.Flush();
 }
 
 bool CTableManager::SaveDefinition() {
@@ -237,18 +199,8 @@ void CTableManager::LayOutRecord() {
 // Above every number in use, those in index file names included: a definition loaded again counts
 // its columns from 1, while the files keep the names they were given.
 int64_t CTableManager::NextColumnId() const {
-    int64_t highest = static_cast<int64_t>(m_columns.size());
-    for (const CTableColumn& column : m_columns) {
-        highest = std::max(highest, column.id);
-        if (!column.index) continue;
-        const std::string name = FileNameOf(column.index->Path());
-        const size_t mark = name.rfind('_');
-        int64_t number = 0;
-        if (mark != std::string::npos) {
-            std::from_chars(name.data() + mark + 1, name.data() + name.size(), number);
-        }
-        highest = std::max(highest, number);
-    }
+    int64_t highest = std::max(static_cast<int64_t>(m_columns.size()), m_indexes.HighestNumber());
+    for (const CTableColumn& column : m_columns) highest = std::max(highest, column.id);
     return highest + 1;
 }
 
@@ -280,8 +232,8 @@ bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool index
         });
     if (!rewritten) return false;
     if (indexed) {
-        added.index = std::make_unique<CIndexManager>(m_journal, type, attribute);
-        if (!added.index->Create(IndexPath(added.id)) || !FillIndex(added)) return false;
+        added.index = &m_indexes.Add(added.id, type, attribute);
+        if (!added.index->Create(m_indexes.PathFor(added.id)) || !FillIndex(added)) return false;
     }
     return SaveDefinition();
 }
@@ -314,7 +266,7 @@ bool CTableManager::RemoveColumn(std::string_view name) {
             if (m_texts.Dictionary().FindLive(text) && !m_texts.Delete(text)) return false;
         }
     }
-    if (found->index && !found->index->DeleteFile()) return false;
+    if (!m_indexes.Delete(found->id)) return false;
     m_columns.erase(found);
     LayOutRecord();
     const bool rewritten =
@@ -365,9 +317,7 @@ bool CTableManager::SkipRowIdsBelow(int64_t rowId) {
 }
 
 bool CTableManager::DeleteFiles() {
-    for (CTableColumn& column : m_columns) {
-        if (column.index && !column.index->DeleteFile()) return false;
-    }
+    if (!m_indexes.DeleteFiles()) return false;
     if (m_storesOpen &&
         !(m_rows.DeleteFile() && m_rowData.DeleteFiles() && m_texts.DeleteFiles())) {
         return false;
@@ -378,23 +328,17 @@ bool CTableManager::DeleteFiles() {
 
 bool CTableManager::NeedsCompaction() const {
     return m_storesOpen &&
-           (m_rows.NeedsCompaction() || m_texts.NeedsCompaction() ||
-            std::any_of(m_columns.begin(), m_columns.end(), [](const CTableColumn& column) {
-                return column.index && column.index->NeedsCompaction();
-            }));
+           (m_rows.NeedsCompaction() || m_texts.NeedsCompaction() || m_indexes.NeedsCompaction());
 }
 
 bool CTableManager::RemoveDeleted() {
     if (!m_storesOpen) return true;
     {
         CBracketScope bracket(m_journal);
-        if (!bracket.Begun() || !m_rows.Compact(false)) return false;
-        for (CTableColumn& column : m_columns) {
-            if (column.index && column.index->NeedsCompaction() && !column.index->Compact()) {
-                return false;
-            }
+        if (!bracket.Begun() || !m_rows.Compact(false) || !m_indexes.Compact() ||
+            !bracket.Commit()) {
+            return false;
         }
-        if (!bracket.Commit()) return false;
     }
     return m_texts.Compact();
 }
@@ -408,9 +352,7 @@ void CTableManager::ListFiles(std::vector<std::string>& names) const {
          {"_dict", "_data", "_data_del", "_textdict", "_textdata", "_textdata_del"}) {
         add(WithSuffix(m_definitionPath, suffix));
     }
-    for (const CTableColumn& column : m_columns) {
-        if (column.index) add(column.index->Path());
-    }
+    for (const std::string& path : m_indexes.Paths()) add(path);
 }
 
 IntegrityCode CTableManager::Verify(std::string& detail) const {

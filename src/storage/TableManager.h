@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,7 +11,7 @@
 #include "storage/ColumnType.h"
 #include "storage/DataStore.h"
 #include "storage/DictionaryManager.h"
-#include "storage/IndexManager.h"
+#include "storage/IndexManagerContainer.h"
 #include "storage/IntegrityCode.h"
 #include "storage/TableDefinition.h"
 #include "storage/TableRowUpdateInfo.h"
@@ -28,8 +27,8 @@ struct CTableColumn {
     bool indexed = false;
     bool indexAttribute = false;
     int32_t tableNumber = 0;
-    int32_t offset = 0;                    // of the value in the row record, bytes
-    std::unique_ptr<CIndexManager> index;  // null when not indexed or lost
+    int32_t offset = 0;              // of the value in the row record, bytes
+    CIndexManager* index = nullptr;  // the table's; null when not indexed or lost
 };
 
 // A table: definition, rows, texts and indexes.
@@ -113,14 +112,10 @@ public:
     const CTextManager& Texts() const { return m_texts; }
 
 private:
-    std::string IndexPath(int64_t columnId) const;
-    std::string IndexFileStart() const;
-    bool IsIndexFileName(std::string_view file) const;
-    bool HasSoundIndexNames(const TableDefinition& definition) const;
     void SetStorePaths();
     [[nodiscard]] bool OpenStores();
     [[nodiscard]] bool ApplyDefinition(const TableDefinition& definition);
-    [[nodiscard]] bool OpenIndex(CTableColumn& column);
+    [[nodiscard]] bool OpenIndexes(const TableDefinition& definition);
     void LayOutRecord();
     int64_t NextColumnId() const;
     [[nodiscard]] bool SetTextInRecord(const CTableColumn& column, const CKeelString& text,
@@ -134,7 +129,7 @@ private:
         int32_t oldSize,
         const std::function<void(std::span<const uint8_t>, std::span<uint8_t>)>& convert);
     // False: a row could not be read, though it is not damaged, or the index not written.
-    [[nodiscard]] bool FillIndex(CTableColumn& column);
+    [[nodiscard]] bool FillIndex(const CTableColumn& column);
     // For a value that cannot be had: whether its bytes are wrong or missing. False: they
     // could not be read.
     bool IsDamaged(int64_t rowId, const CTableColumn& column) const;
@@ -145,6 +140,7 @@ private:
     int32_t m_number;
     CKeelString m_name;
     std::vector<CTableColumn> m_columns;
+    CIndexManagerContainer m_indexes;
     int32_t m_recordSize = 0;
     bool m_storesOpen = false;
     CDictionaryManager m_rows;

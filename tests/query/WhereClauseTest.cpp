@@ -213,7 +213,7 @@ TEST_F(WhereClause, ColumnRemovedBeforeTheClauseRunsMatchesNothing) {
 // not read every row instead.
 TEST_F(WhereClause, LostIndexMatchesNothing) {
     const CTableColumn* column = database.FindTable("Payees")->FindColumn("Name");
-    const_cast<CTableColumn*>(column)->index.reset();
+    const_cast<CTableColumn*>(column)->index = nullptr;
     for (const WhereOperator operation : {WhereOperator::Equal, WhereOperator::Contains}) {
         ASSERT_TRUE(query.SetTable("Payees"));
         ASSERT_TRUE(query.AddText("Name", operation, "Fuel"));

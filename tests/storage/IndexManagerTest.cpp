@@ -230,7 +230,7 @@ TEST(Index, MadeAnewWhenLostOrDamaged) {
         EXPECT_EQ(CodeOf(database), 0);
         EXPECT_EQ(ContentOf(database), content);
         std::vector<int64_t> found;
-        const auto* index = database.FindTable("Ledger")->FindColumn("Amount")->index.get();
+        const auto* index = database.FindTable("Ledger")->FindColumn("Amount")->index;
         index->CollectRange(std::bit_cast<int64_t>(-4.5), std::bit_cast<int64_t>(-1.5), found);
         EXPECT_EQ(found, (std::vector<int64_t>{3, 2, 1}));
     }

@@ -8,7 +8,7 @@
 #include <random>
 
 #include "StoreFixture.h"
-#include "storage/BlobManager.h"
+#include "storage/BLOBManager.h"
 #include "storage/Compression.h"
 
 namespace quillon {
@@ -253,7 +253,7 @@ TEST(Texts, ADamagedTextStopsTheCompaction) {
 }
 
 struct CBlobDisk : CJournalDisk {
-    CBlobManager blobs{journal};
+    CBLOBManager blobs{journal};
     CBlobDisk() { blobs.SetBasePath(std::string(kFolder) + "DatabaseSchema.dat"); }
     std::string Get(int64_t id) {
         Bytes bytes;

@@ -15,9 +15,9 @@ namespace quillon {
 //
 //   Errors   false or -1; nothing throws.
 //   Threads  Each public call holds the store's own CReentrantLock.
-class CBlobManager {
+class CBLOBManager {
 public:
-    explicit CBlobManager(CJournal& journal);
+    explicit CBLOBManager(CJournal& journal);
 
     void SetBasePath(const std::string& base);
     [[nodiscard]] bool Open();

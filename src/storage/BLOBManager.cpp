@@ -1,48 +1,48 @@
-#include "storage/BlobManager.h"
+#include "storage/BLOBManager.h"
 
 #include "storage/Journal.h"
 #include "storage/TextManager.h"
 
 namespace quillon {
 
-CBlobManager::CBlobManager(CJournal& journal)
+CBLOBManager::CBLOBManager(CJournal& journal)
     : m_journal(journal), m_dictionary(journal), m_data(journal) {}
 
-void CBlobManager::SetBasePath(const std::string& base) {
+void CBLOBManager::SetBasePath(const std::string& base) {
     m_dictionary.SetPath(CKeelString(WithSuffix(base, "_blobdict")));
     m_data.SetPath(CKeelString(WithSuffix(base, "_blobdata")));
 }
 
-bool CBlobManager::Open() {
+bool CBLOBManager::Open() {
     const CLockScope lock(m_lock);
     return m_dictionary.Open() && !m_dictionary.LoadFailed() && m_data.Open() && m_data.IsOpen();
 }
 
-bool CBlobManager::Close() {
+bool CBLOBManager::Close() {
     const CLockScope lock(m_lock);
     const bool dictionary = m_dictionary.Close();
     return m_data.Close() && dictionary;
 }
 
-bool CBlobManager::Flush() {
+bool CBLOBManager::Flush() {
     const CLockScope lock(m_lock);
     return m_dictionary.Flush() && m_data.Flush();
 }
 
-bool CBlobManager::Store(std::span<const uint8_t> bytes, int64_t& position) {
+bool CBLOBManager::Store(std::span<const uint8_t> bytes, int64_t& position) {
     position = 0;
     return bytes.empty() ||
            m_data.AllocateAndWrite(bytes.data(), static_cast<int64_t>(bytes.size()), position);
 }
 
-int64_t CBlobManager::Add(std::span<const uint8_t> bytes) {
+int64_t CBLOBManager::Add(std::span<const uint8_t> bytes) {
     const CLockScope lock(m_lock);
     int64_t position = 0;
     if (!Store(bytes, position)) return -1;
     return m_dictionary.Add(position, static_cast<int64_t>(bytes.size()));
 }
 
-bool CBlobManager::Read(int64_t id, std::vector<uint8_t>& bytes) const {
+bool CBLOBManager::Read(int64_t id, std::vector<uint8_t>& bytes) const {
     const CLockScope lock(m_lock);
     const DictionaryEntry* entry = m_dictionary.FindLive(id);
     if (!entry || entry->size < 0 || entry->position < 0 ||
@@ -53,7 +53,7 @@ bool CBlobManager::Read(int64_t id, std::vector<uint8_t>& bytes) const {
     return bytes.empty() || m_data.ReadAt(bytes.data(), entry->size, entry->position);
 }
 
-bool CBlobManager::Replace(int64_t id, std::span<const uint8_t> bytes) {
+bool CBLOBManager::Replace(int64_t id, std::span<const uint8_t> bytes) {
     const CLockScope lock(m_lock);
     const DictionaryEntry* entry = m_dictionary.FindLive(id);
     if (!entry) return false;
@@ -64,7 +64,7 @@ bool CBlobManager::Replace(int64_t id, std::span<const uint8_t> bytes) {
            m_dictionary.Move(id, position, static_cast<int64_t>(bytes.size()));
 }
 
-bool CBlobManager::Delete(int64_t id) {
+bool CBLOBManager::Delete(int64_t id) {
     const CLockScope lock(m_lock);
     const DictionaryEntry* entry = m_dictionary.FindLive(id);
     if (!entry) return false;
@@ -73,11 +73,11 @@ bool CBlobManager::Delete(int64_t id) {
            (!m_data.Holds(old.size, old.position) || m_data.FreeBlock(old.size, old.position));
 }
 
-bool CBlobManager::NeedsCompaction() const {
+bool CBLOBManager::NeedsCompaction() const {
     return m_dictionary.NeedsCompaction() || m_data.FreeList().Count() > 0;
 }
 
-bool CBlobManager::Compact() {
+bool CBLOBManager::Compact() {
     const CLockScope lock(m_lock);
     return !NeedsCompaction() || CompactBlocks(m_journal, m_dictionary, m_data);
 }
