@@ -1,6 +1,8 @@
 #include "finance/Balance.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace quillon {
 
@@ -10,6 +12,22 @@ double SettledSum(double sum) {
     const double whole = std::round(cents);
     if (!(std::fabs(cents - whole) < kCloseToACent)) return sum;
     return whole == 0.0 ? 0.0 : whole / 100.0;  // never -0
+}
+
+double RoundToCents(double amount) {
+    if (!std::isfinite(amount)) return amount;
+    const double cents = std::fabs(amount) * 100.0;
+    // What reading the decimals and the product above may have lost.
+    const double lost = std::min(cents * std::numeric_limits<double>::epsilon(), 0.01);
+    const double whole = std::round(cents + lost);
+    if (whole == 0.0) return 0.0;
+    return std::copysign(whole / 100.0, amount);
+}
+
+bool HasWholeCents(double amount) {
+    constexpr double kNoise = 1e-6;  // in the currency unit, as SettledSum has it in cents
+    const double spacing = std::fabs(amount) * std::numeric_limits<double>::epsilon();
+    return std::fabs(amount - RoundToCents(amount)) <= std::max(kNoise, spacing);
 }
 
 void CMoneySum::Add(double amount) {

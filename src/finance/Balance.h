@@ -45,6 +45,13 @@ private:
     double m_lost = 0.0;
 };
 
+// Amounts are whole cents. Where a file brings more decimals they are rounded, halves
+// away from zero as written (1.005 is 1.01, though its double lies a little below); the
+// result is the double nearest to that cent, and never -0. What is not finite comes back.
+double RoundToCents(double amount);
+// Whether rounding would change nothing but the noise of sums.
+bool HasWholeCents(double amount);
+
 // Two balances count as the same when they differ by less than this.
 inline constexpr double kHalfCent = 0.005;
 

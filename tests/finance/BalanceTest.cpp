@@ -61,6 +61,38 @@ TEST(Balance, SettledSum) {
     EXPECT_TRUE(std::isnan(SettledSum(std::numeric_limits<double>::quiet_NaN())));
 }
 
+TEST(Balance, RoundToCents) {
+    const struct {
+        double amount, rounded;
+        bool whole;
+    } rows[] = {
+        {12.34, 12.34, true},
+        {0.1 + 0.2, 0.3, true},
+        {0.004, 0.0, false},
+        {0.005, 0.01, false},
+        {1.005, 1.01, false},
+        {-1.005, -1.01, false},
+        {-0.004, 0.0, false},
+        {2.675, 2.68, false},
+        {1.0049999, 1.0, false},
+        {12.3456, 12.35, false},
+        {10.00001, 10.0, false},
+        {kLargestAmount, 1e13, true},
+        {98765432109.87, 98765432109.87, true},
+        {1234567890123.45, 1234567890123.45, true},
+        {98765432109.874, 98765432109.87, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.amount);
+        EXPECT_EQ(RoundToCents(row.amount), row.rounded);
+        EXPECT_EQ(HasWholeCents(row.amount), row.whole);
+    }
+    EXPECT_FALSE(std::signbit(RoundToCents(-0.004)));
+    EXPECT_TRUE(std::isnan(RoundToCents(std::numeric_limits<double>::quiet_NaN())));
+    EXPECT_FALSE(HasWholeCents(std::numeric_limits<double>::quiet_NaN()));
+    EXPECT_FALSE(HasWholeCents(std::numeric_limits<double>::infinity()));
+}
+
 TEST(Balance, MoneySumLosesNothing) {
     CMoneySum pennies;
     for (int i = 0; i < 1'000'000; ++i) pennies.Add(0.01);
