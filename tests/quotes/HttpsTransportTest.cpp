@@ -23,6 +23,8 @@ using testing::HasSubstr;
 using testing::Not;
 using Status = StockQuoteStatus;
 
+// The number, not "localhost": a bare system need not know that name (no /etc/hosts).
+constexpr const char* kHost = "127.0.0.1";
 constexpr int64_t kFar = 60'000;  // milliseconds
 constexpr int64_t kNear = 300;
 constexpr HttpsLimits kPatient{.connect = kFar, .silence = kFar, .total = kFar};
@@ -50,8 +52,7 @@ protected:
         return options;
     }
     static HttpsAnswer Get(const std::string& port, const std::string& path,
-                           const HttpsLimits& limits = kPatient,
-                           const std::string& host = "localhost") {
+                           const HttpsLimits& limits = kPatient, const std::string& host = kHost) {
         return PlatformHttpsTransport(Options(limits))->Get({host, s_server->Port(port), path});
     }
 
@@ -194,7 +195,7 @@ TEST_F(HttpsTransport, ManyThreads) {
         threads.reserve(answers.size());
         for (HttpsAnswer& answer : answers) {
             threads.emplace_back([&] {
-                answer = transport->Get({"localhost", s_server->Port("good"), "/news/ACME"});
+                answer = transport->Get({kHost, s_server->Port("good"), "/news/ACME"});
             });
         }
     }
@@ -210,7 +211,7 @@ TEST_F(HttpsTransport, GatewayOverTheNetwork) {
     const char* const modes[] = {"/search/", "/analysis/", "/news/"};
     for (int number = 0; number < kStockQuoteServices; ++number) {
         const std::string section = StockQuoteServiceSection(number);
-        ASSERT_TRUE(settings.WriteString(section, "Host", "localhost"));
+        ASSERT_TRUE(settings.WriteString(section, "Host", kHost));
         ASSERT_TRUE(settings.WriteInteger(section, "Port", s_server->Port("good")));
         ASSERT_TRUE(settings.WriteString(section, "PathPrefix", modes[number]));
     }

@@ -6,7 +6,7 @@ usage: https_server.py FOLDER
 Makes the certificates in FOLDER with the openssl command, listens on 127.0.0.1 at
 ports that are free, and writes the file "ports" there, "name port" a line:
 
-  good            a certificate for 127.0.0.1 and localhost
+  good            a certificate for 127.0.0.1
   otherAuthority  the same from an authority that is not authority.pem
   wrongHost       a certificate for another host
   expired         one that has run out
@@ -49,7 +49,8 @@ keyUsage = critical, keyCertSign, cRLSign
 subjectKeyIdentifier = hash
 [server]
 extendedKeyUsage = serverAuth
-subjectAltName = IP:127.0.0.1, DNS:localhost
+# As an address, and as a name for those that take every host for one.
+subjectAltName = IP:127.0.0.1, DNS:127.0.0.1
 [stranger]
 extendedKeyUsage = serverAuth
 subjectAltName = DNS:elsewhere.example
@@ -196,7 +197,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.close_connection = True
 
     def answer_tohttp(self):
-        self.redirect("http://localhost:%d/search/" % self.server.plain_port)
+        self.redirect("http://127.0.0.1:%d/search/" % self.server.plain_port)
 
     def answer_tofile(self):
         self.redirect("file:///etc/hostname")
@@ -205,10 +206,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
         self.redirect("/step" + self.path[len("/tohttps"):])
 
     def answer_step(self):
-        self.redirect("https://localhost:%d/search/ACME" % self.server.server_port)
+        self.redirect("https://127.0.0.1:%d/search/ACME" % self.server.server_port)
 
     def answer_tootherauthority(self):
-        self.redirect("https://localhost:%d/search/ACME" % self.server.other_port)
+        self.redirect("https://127.0.0.1:%d/search/ACME" % self.server.other_port)
 
     def answer_loop(self):
         self.redirect(self.path)
