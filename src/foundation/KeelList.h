@@ -34,6 +34,8 @@ private:
 //              payloads (COwnedList below does it by itself).
 //   Errors     null and false. Adding throws std::bad_alloc when memory runs out.
 //   Threads    None; callers hold their owner's lock.
+//   Subclasses May replace any operation. What one operation does by way of another
+//              (RemoveHead by Remove), it does by the replaced one.
 //
 // Elements passed in must belong to this list.
 class CKeelList {
@@ -49,7 +51,7 @@ public:
     virtual ~CKeelList();
 
     virtual int32_t Count() const { return m_count; }
-    bool IsEmpty() const { return m_head == nullptr; }
+    virtual bool IsEmpty() const { return Head() == nullptr; }
     virtual CKeelListElement* Head() const { return m_head; }
     virtual CKeelListElement* Tail() const { return m_tail; }
 

@@ -45,7 +45,7 @@ public:
     virtual ~CKeelMap();
 
     virtual int32_t Count() const { return m_count; }
-    bool IsEmpty() const { return m_count == 0; }
+    virtual bool IsEmpty() const { return Count() == 0; }
 
     // Enters the value, or replaces that of a known key, whose old value is
     // returned (null for a new key).
@@ -53,7 +53,7 @@ public:
     // Null when the key is not there; Find() tells that from a null value.
     virtual void* Value(std::string_view key) const;
     virtual CKeelMapElement* Find(std::string_view key) const;
-    bool Contains(std::string_view key) const { return Find(key) != nullptr; }
+    virtual bool Contains(std::string_view key) const { return Find(key) != nullptr; }
     // The value of the removed key, null when it was not there.
     virtual void* Remove(std::string_view key);
     // Frees all elements and no value.

@@ -55,12 +55,12 @@ public:
     static int32_t NextPrimeAbove(int64_t n);
 
     virtual int32_t Count() const { return m_count; }
-    bool IsEmpty() const { return m_count == 0; }
-    int32_t BucketCount() const { return m_bucketCount; }
+    virtual bool IsEmpty() const { return Count() == 0; }
+    virtual int32_t BucketCount() const { return m_bucketCount; }
     // Bucket of the key under the present count; -1 without buckets.
-    int32_t BucketOf(int64_t key) const;
+    virtual int32_t BucketOf(int64_t key) const;
     // The size used last: 8 or 4.
-    bool HasWideValues() const { return m_wideValues; }
+    virtual bool HasWideValues() const { return m_wideValues; }
 
     // Adds the key in front of its bucket and at the end of the order, or
     // replaces the value of a key that is there, which keeps its place.
@@ -72,7 +72,7 @@ public:
     // The heap copy, 8 bytes to read and write (the value is in the first 4 or
     // 8 of them, in machine order); null when the key is not there.
     virtual void* Find(int64_t key) const;
-    bool Contains(int64_t key) const { return Find(key) != nullptr; }
+    virtual bool Contains(int64_t key) const { return Find(key) != nullptr; }
 
     // Frees the node, or leaves it unused when it lies in the node pool. False
     // when the key is not there. A cursor on the key moves to the next one.
@@ -111,8 +111,8 @@ public:
     private:
         const Node* m_node = nullptr;
     };
-    Walker begin() const { return Walker(m_head); }
-    Walker end() const { return Walker(nullptr); }
+    virtual Walker begin() const { return Walker(m_head); }
+    virtual Walker end() const { return Walker(nullptr); }
 
 private:
     static Entry EntryOf(const Node* node);

@@ -109,9 +109,9 @@ public:
     bool IsValidIndex(int32_t index) const { return index >= 0 && index < Length(); }
     // 0 when the text is empty, the index is not valid, or the text is wide.
     char At(int32_t index) const;
-    char LastCharacter() const { return At(Length() - 1); }
-    // The same of either kind.
+    // The same of either kind: a byte of narrow text, a unit of wide text.
     char16_t UnitAt(int32_t index) const;
+    char16_t LastCharacter() const { return UnitAt(Length() - 1); }
 
     // Position of `needle` at or after `from`, -1 for none. An empty needle is
     // found at `from`.

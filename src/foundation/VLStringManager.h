@@ -29,7 +29,7 @@ public:
     [[nodiscard]] static bool Deserialise(std::span<const uint8_t> bytes, CKeelString& out);
 
     virtual size_t Count() const { return m_texts.size(); }
-    bool IsEmpty() const { return m_texts.empty(); }
+    virtual bool IsEmpty() const { return Count() == 0; }
     virtual void Add(CKeelString text);
     // At `position`, which may be the end. False when it is past it.
     [[nodiscard]] virtual bool Insert(size_t position, CKeelString text);

@@ -190,9 +190,12 @@ bool CTableManager::SaveDefinition() {
 
 void CTableManager::LayOutRecord() {
     m_recordSize = 0;
+    m_columnsByName.Clear();
     for (CTableColumn& column : m_columns) {
         column.offset = m_recordSize;
         m_recordSize += ColumnWidth(column.type);
+        const std::string name = column.name.ToUtf8();
+        if (!m_columnsByName.Contains(name)) m_columnsByName.Set(name, &column);
     }
 }
 

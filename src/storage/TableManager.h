@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/KeelMap.h"
 #include "foundation/KeelString.h"
 #include "storage/ColumnType.h"
 #include "storage/DataStore.h"
@@ -116,6 +117,7 @@ private:
     [[nodiscard]] bool OpenStores();
     [[nodiscard]] bool ApplyDefinition(const TableDefinition& definition);
     [[nodiscard]] bool OpenIndexes(const TableDefinition& definition);
+    // Offsets, record size and names, after the columns changed.
     void LayOutRecord();
     int64_t NextColumnId() const;
     [[nodiscard]] bool SetTextInRecord(const CTableColumn& column, const CKeelString& text,
@@ -140,6 +142,7 @@ private:
     int32_t m_number;
     CKeelString m_name;
     std::vector<CTableColumn> m_columns;
+    CKeelMap m_columnsByName;  // of CTableColumn, the first of a name
     CIndexManagerContainer m_indexes;
     int32_t m_recordSize = 0;
     bool m_storesOpen = false;

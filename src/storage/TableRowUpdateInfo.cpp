@@ -1,6 +1,7 @@
 #include "storage/TableRowUpdateInfo.h"
 
 #include <bit>
+#include <new>
 
 #include "foundation/TextHash.h"
 #include "foundation/platform/Clock.h"
@@ -36,16 +37,33 @@ int64_t CTableRowUpdateInfoValue::Key() const {
     return 0;
 }
 
+void CTableRowUpdateInfo::Reset() {
+    m_places.Clear();  // the buckets stay
+    m_values.clear();
+    m_rowId = kNewRow;
+}
+
 CTableRowUpdateInfoValue& CTableRowUpdateInfo::Set(int64_t columnId, ColumnType type) {
-    CTableRowUpdateInfoValue& value = m_values[columnId];
+    int32_t place = 0;
+    if (!m_places.Find32(columnId, place)) {
+        place = static_cast<int32_t>(m_values.size());
+        m_values.emplace_back();
+        const bool hasBuckets = m_places.BucketCount() > 0 || m_places.Initialise(kBuckets);
+        if (!hasBuckets || !m_places.Insert32(columnId, place)) {
+            m_values.pop_back();
+            throw std::bad_alloc();
+        }
+    }
+    CTableRowUpdateInfoValue& value = m_values[static_cast<size_t>(place)];
     value.Reset(type);
     value.isSet = true;
     return value;
 }
 
 const CTableRowUpdateInfoValue* CTableRowUpdateInfo::Find(int64_t columnId) const {
-    const auto found = m_values.find(columnId);
-    return found == m_values.end() ? nullptr : &found->second;
+    int32_t place = 0;
+    if (!m_places.Find32(columnId, place)) return nullptr;
+    return &m_values[static_cast<size_t>(place)];
 }
 
 }  // namespace quillon

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <vector>
 
+#include "foundation/KeelOptimizedMap.h"
 #include "foundation/KeelString.h"
 #include "storage/ColumnType.h"
 
@@ -30,24 +31,27 @@ public:
     int64_t Key() const;
 };
 
-// The values of a row to be added (row id -1) or changed.
+// The values of a row to be added (row id -1) or changed, by column id.
 class CTableRowUpdateInfo {
 public:
     static constexpr int64_t kNewRow = -1;
 
-    void Reset() {
-        m_values.clear();
-        m_rowId = kNewRow;
-    }
+    void Reset();
     int64_t RowId() const { return m_rowId; }
     void SetRowId(int64_t rowId) { m_rowId = rowId; }
 
+    // The column's value, reset to the type's default; it may move at the next Set. Throws
+    // std::bad_alloc when memory runs out.
     CTableRowUpdateInfoValue& Set(int64_t columnId, ColumnType type);
     // Null when the column is not set.
     const CTableRowUpdateInfoValue* Find(int64_t columnId) const;
 
 private:
-    std::map<int64_t, CTableRowUpdateInfoValue> m_values;
+    // More than most tables have columns.
+    static constexpr int32_t kBuckets = 19;
+
+    CKeelOptimizedMap m_places;  // by column id, in m_values
+    std::vector<CTableRowUpdateInfoValue> m_values;
     int64_t m_rowId = kNewRow;
 };
 

@@ -10,10 +10,7 @@
 namespace quillon {
 
 const CTableColumn* CTableManager::FindColumn(std::string_view name) const {
-    for (const CTableColumn& column : m_columns) {
-        if (column.name.View() == name) return &column;
-    }
-    return nullptr;
+    return static_cast<const CTableColumn*>(m_columnsByName.Value(name));
 }
 
 const CTableColumn* CTableManager::FindColumnById(int64_t columnId) const {

@@ -79,6 +79,29 @@ TEST(KeelList, InsertsAndRemovesAtEveryPlace) {
     ExpectNumbers(list, {});
 }
 
+// Never gives up its last element. Every removal must come by here.
+class CNeverEmptyList : public CKeelList {
+public:
+    bool IsEmpty() const override { return false; }
+    void* Remove(CKeelListElement* element) override {
+        return Count() > 1 ? CKeelList::Remove(element) : nullptr;
+    }
+};
+
+TEST(KeelList, OperationsUseTheReplacedOnes) {
+    CNeverEmptyList list;
+    for (const int number : {1, 2, 3, 4}) list.AddTail(P(number));
+    CKeelListIterator walk(list);
+    walk.First();
+    EXPECT_EQ(walk.RemoveCurrent(), P(1));
+    EXPECT_EQ(list.RemoveTail(), P(4));
+    EXPECT_TRUE(list.RemovePayload(P(2)));
+    EXPECT_EQ(list.RemoveHead(), nullptr);
+    EXPECT_EQ(Forward(list), std::vector<int>{3});
+    const CKeelList& base = list;
+    EXPECT_FALSE(base.IsEmpty());
+}
+
 TEST(KeelList, RemovingWhileWalkingStepsOn) {
     CKeelList list;
     for (int i = 0; i < 6; ++i) list.AddTail(P(i));

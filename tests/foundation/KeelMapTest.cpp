@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/Unicode.h"
+
 namespace quillon {
 namespace {
 
@@ -36,6 +38,28 @@ TEST(KeelMap, KeysAreBytes) {
     EXPECT_TRUE(map.IsEmpty());
     EXPECT_FALSE(map.Contains("a"));
     EXPECT_EQ(map.First(), nullptr);
+}
+
+// Finds keys without regard to their case.
+class CFoldingMap : public CKeelMap {
+public:
+    void* Set(std::string_view key, void* value) override {
+        return CKeelMap::Set(FoldCase(key), value);
+    }
+    CKeelMapElement* Find(std::string_view key) const override {
+        return CKeelMap::Find(FoldCase(key));
+    }
+    bool IsEmpty() const override { return false; }
+};
+
+TEST(KeelMap, OperationsUseTheReplacedOnes) {
+    int value = 0;
+    CFoldingMap folding;
+    folding.Set("PAYEE", &value);
+    const CKeelMap& map = folding;
+    EXPECT_TRUE(map.Contains("Payee"));
+    EXPECT_EQ(map.Value("payee"), &value);
+    EXPECT_FALSE(map.IsEmpty());
 }
 
 // Against a plain vector in order of insertion.

@@ -167,6 +167,7 @@ TEST(KeelString, CharactersAndParts) {
     EXPECT_EQ(text.Right(-1), "");
     EXPECT_EQ(text.LastCharacter(), 'r');
     EXPECT_EQ(CKeelString().LastCharacter(), '\0');
+    EXPECT_EQ(CKeelString(u"10 €").LastCharacter(), u'€');
     EXPECT_EQ(text.At(6), '\0');
     EXPECT_FALSE(text.IsValidIndex(6));
     EXPECT_FALSE(text.IsValidIndex(-1));
