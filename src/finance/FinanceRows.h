@@ -12,12 +12,6 @@
 
 namespace quillon {
 
-// A stored text ends at its first zero byte, so a name is cut there before it is
-// looked up or stored: what is found is then what was stored.
-inline CKeelString StorableName(std::string_view name) {
-    return CKeelString(name.substr(0, name.find('\0')));
-}
-
 // The pattern that every operation on rows follows: the critical section is held from
 // the first call of the engine to the last, stamps are written with every change, and
 // running out of memory is a failure like any other.
@@ -143,7 +137,7 @@ public:
     template <class Entry>
     bool ReadByText(Entry& entry, const char* column, std::string_view text) {
         return ReadFirst(entry, [&](CNoSQLDatabaseInterface& query) {
-            return query.AddText(column, WhereOperator::Equal, StorableName(text));
+            return query.AddText(column, WhereOperator::Equal, text);
         });
     }
 
@@ -152,7 +146,7 @@ public:
     bool FindByText(const char* table, const char* column, std::string_view text, int64_t& rowId) {
         return Run([&] {
             if (!Select(table, [&](CNoSQLDatabaseInterface& query) {
-                    return query.AddText(column, WhereOperator::Equal, StorableName(text));
+                    return query.AddText(column, WhereOperator::Equal, text);
                 })) {
                 return false;
             }

@@ -2,6 +2,7 @@
 
 #include "finance/FinanceRows.h"
 #include "finance/QuillonDatabaseInterface.h"
+#include "foundation/VLStringManager.h"
 
 namespace quillon {
 
@@ -64,7 +65,7 @@ int64_t CQuillonDatabaseInterface::FindOrAddCategory(std::string_view name, bool
         if (!m_rows->FindByText(kCategoryTable, "Name", name, categoryId)) return false;
         if (categoryId != kNoRow) return true;
         CCategoryEntry category;
-        category.name = StorableName(name);
+        category.name = CVLStringManager::StoredPart(name);
         category.SetAllFlags(category.name.View() != kAdjustmentCategory &&
                              category.name.View() != kTransferCategory);
         if (!m_rows->Add(category)) return false;
@@ -90,7 +91,7 @@ bool CQuillonDatabaseInterface::RenamePayee(int64_t payeeId, std::string_view na
         if (!m_rows->FindByText(kPayeeTable, "Name", name, holder)) return false;
         if (holder != kNoRow && holder != payeeId) return false;
         return m_rows->Change(kPayeeTable, payeeId,
-                              [&] { return m_database.SetText("Name", StorableName(name)); });
+                              [&] { return m_database.SetText("Name", name); });
     });
 }
 
@@ -122,7 +123,7 @@ int64_t CQuillonDatabaseInterface::FindOrAddPayee(std::string_view name, bool* a
         if (!m_rows->FindByText(kPayeeTable, "Name", name, payeeId)) return false;
         if (payeeId != kNoRow) return true;
         CPayeeEntry payee;
-        payee.name = StorableName(name);
+        payee.name = name;
         if (!m_rows->Add(payee)) return false;
         payeeId = payee.id;
         SetIfAsked(added, true);

@@ -15,7 +15,7 @@ std::vector<uint8_t> CVLStringManager::Serialise(const CKeelString& text) {
         converted = text.ToUtf8();
         content = converted;
     }
-    content = content.substr(0, content.find('\0'));
+    content = StoredPart(content);
     std::vector<uint8_t> bytes(content.size() + 1);
     std::copy(content.begin(), content.end(), bytes.begin());
     return bytes;

@@ -21,8 +21,13 @@ public:
     CVLStringManager() = default;
     virtual ~CVLStringManager() = default;
 
-    // The stored form of a text: its UTF-8 bytes and one zero byte. Wide text is
-    // converted. A text ends at its first zero character.
+    // The part of a text that can be stored: all before its first zero character. Whoever
+    // keys, compares or counts a text that is to be stored does so with this part.
+    static std::string_view StoredPart(std::string_view text) {
+        return text.substr(0, text.find('\0'));
+    }
+    // The stored form of a text: the UTF-8 bytes of its stored part and one zero byte. Wide
+    // text is converted.
     static std::vector<uint8_t> Serialise(const CKeelString& text);
     // False with `out` untouched when the bytes do not end in a zero byte, or
     // hold another one before it.

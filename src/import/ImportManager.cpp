@@ -8,6 +8,7 @@
 #include "finance/Ledger.h"
 #include "finance/QuillonDatabaseInterface.h"
 #include "foundation/OutOfMemory.h"
+#include "foundation/VLStringManager.h"
 
 namespace quillon {
 
@@ -169,8 +170,8 @@ const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& r
 
 void CImportManager::LimitTexts(ImportRecord& record) {
     for (std::string_view* text : {&record.payee, &record.category, &record.memo}) {
-        // A stored text ends there: cut before, a preview counts the names that will be.
-        *text = text->substr(0, text->find('\0'));
+        // Before names are counted: a preview counts those that will be.
+        *text = CVLStringManager::StoredPart(*text);
         if (text->size() <= kLongestText) continue;
         *text = Shortened(*text);
         m_notes.Add(Kind::Record, record.line,

@@ -15,7 +15,7 @@ CNoSQLWhereClauseSetColumnValue::CNoSQLWhereClauseSetColumnValue()
 
 CNoSQLWhereClauseSetColumnValue CNoSQLWhereClauseSetColumnValue::OfText(const CKeelString& value) {
     CNoSQLWhereClauseSetColumnValue result;
-    result.text = value.IsWide() ? value.ToNarrow() : value;
+    result.SetText(value);
     return result;
 }
 

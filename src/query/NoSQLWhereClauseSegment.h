@@ -18,7 +18,7 @@ class CNoSQLWhereClauseSetColumnValue : public CTableRowUpdateInfoValue {
 public:
     CNoSQLWhereClauseSetColumnValue();
 
-    static CNoSQLWhereClauseSetColumnValue OfText(const CKeelString& value);  // stored narrow
+    static CNoSQLWhereClauseSetColumnValue OfText(const CKeelString& value);  // as SetText
     static CNoSQLWhereClauseSetColumnValue OfBoolean(bool value);
     static CNoSQLWhereClauseSetColumnValue OfInt32(int32_t value);
     static CNoSQLWhereClauseSetColumnValue OfInt64(int64_t value);

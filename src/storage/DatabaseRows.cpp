@@ -45,7 +45,7 @@ bool CDatabaseManager::SetValue(std::string_view column, ColumnType type, Set se
 }
 
 bool CDatabaseManager::SetText(std::string_view column, const CKeelString& value) {
-    return SetValue(column, ColumnType::Text, [&](auto& target) { target.text = value; });
+    return SetValue(column, ColumnType::Text, [&](auto& target) { target.SetText(value); });
 }
 
 bool CDatabaseManager::SetBoolean(std::string_view column, bool value) {

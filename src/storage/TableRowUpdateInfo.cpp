@@ -4,6 +4,7 @@
 #include <new>
 
 #include "foundation/TextHash.h"
+#include "foundation/VLStringManager.h"
 #include "foundation/platform/Clock.h"
 
 namespace quillon {
@@ -17,6 +18,14 @@ void CTableRowUpdateInfoValue::Reset(ColumnType valueType) {
     int64 = 0;
     number = 0.0;
     dateTime = valueType == ColumnType::DateTime ? NowFileTime() : 0;
+}
+
+void CTableRowUpdateInfoValue::SetText(const CKeelString& value) {
+    if (value.IsWide()) {
+        text = CVLStringManager::StoredPart(value.ToUtf8());
+    } else {
+        text = CVLStringManager::StoredPart(value.View());
+    }
 }
 
 int64_t CTableRowUpdateInfoValue::Key() const {

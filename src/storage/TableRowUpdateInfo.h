@@ -20,12 +20,17 @@ public:
 
     ColumnType type = ColumnType::Text;
     bool isSet = true;  // a text may be absent, which is not the same as empty
-    CKeelString text;
+    CKeelString text;   // see SetText
     bool boolean = false;
     int32_t int32 = 0;
     int64_t int64 = 0;
     double number = 0.0;
     int64_t dateTime = 0;
+
+    // Takes a text as it will read back from the store: narrow, up to its first zero
+    // character. Every text enters a row or a condition this way, so that what is stored, its
+    // index key and what is looked for agree.
+    void SetText(const CKeelString& value);
 
     // The value as an index key.
     int64_t Key() const;

@@ -123,6 +123,47 @@ TEST_F(WhereClause, WideTextIsSearchedLikeNarrow) {
     EXPECT_EQ(Run(), Ids{2});
 }
 
+// Whether it is set or looked for, a text ends at its first zero character.
+TEST_F(WhereClause, TextsEndAtTheirFirstZero) {
+    const auto find = [&](WhereOperator operation, const CKeelString& name) {
+        EXPECT_TRUE(query.SetTable("Payees"));
+        EXPECT_TRUE(query.AddText("Name", operation, name));
+        return Run();
+    };
+    const struct {
+        CKeelString set;
+        std::string reads;
+    } rows[] = {
+        {std::string_view("Baker\0y", 7), "Baker"},
+        {CKeelString(std::u16string_view(u"Brötchen\0x", 10)), "Brötchen"},
+        {std::string_view("\0hidden", 7), ""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.reads);
+        const Ids before = find(WhereOperator::Equal, row.reads);
+        ASSERT_TRUE(database.BeginRow("Payees"));
+        ASSERT_TRUE(database.SetText("Name", "something else"));
+        const int64_t id = database.CommitRow();
+        ASSERT_TRUE(database.BeginRowUpdate("Payees", id) && database.SetText("Name", row.set));
+        ASSERT_EQ(database.CommitRow(), id);
+
+        Ids expected = before;
+        expected.push_back(id);
+        for (const bool reopened : {false, true}) {
+            SCOPED_TRACE(reopened);
+            if (reopened) Reopen();
+            EXPECT_EQ(find(WhereOperator::Equal, row.set), expected);
+            EXPECT_EQ(find(WhereOperator::Equal, row.reads), expected);
+            EXPECT_EQ(find(WhereOperator::EqualIgnoringCase, row.set), expected);
+            CKeelString read;
+            ASSERT_TRUE(query.Results().ReadText("Name", query.Results().Count() - 1, read));
+            EXPECT_EQ(read, row.reads);
+            std::vector<TableIntegrity> tables;
+            EXPECT_EQ(database.Verify(tables), IntegrityCode::Ok);
+        }
+    }
+}
+
 TEST_F(WhereClause, AccountInClosedRangeOfDates) {
     const auto run = [&](int64_t account, int64_t from, int64_t to) {
         EXPECT_TRUE(query.SetTable("Transactions"));
