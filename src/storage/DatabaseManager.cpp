@@ -371,7 +371,7 @@ bool CDatabaseManager::SaveSchema() {
 
 CTableManager* CDatabaseManager::CreateTable(std::string_view name) {
     const CLockScope lock(m_lock);
-    if (!m_open || name.empty() || name.size() >= DatabaseSchema::kNameSize || FindTable(name) ||
+    if (!m_open || !ColumnDefinition::IsName(name) || FindTable(name) ||
         m_nextTableNumber == std::numeric_limits<int32_t>::max()) {
         return nullptr;
     }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "storage/ColumnType.h"
@@ -20,6 +21,13 @@ namespace quillon {
 struct ColumnDefinition {
     static constexpr size_t kDiskSize = 246;
     static constexpr size_t kNameSize = 120;
+
+    // A name of a table or column that a file gives back as it is: neither empty nor too long
+    // for its field, and without a zero.
+    static bool IsName(std::string_view name) {
+        return !name.empty() && name.size() < kNameSize &&
+               name.find('\0') == std::string_view::npos;
+    }
 
     std::string name;
     std::string indexFile;

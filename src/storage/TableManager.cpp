@@ -209,10 +209,7 @@ int64_t CTableManager::NextColumnId() const {
 
 bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool indexed,
                               bool attribute) {
-    if (name.empty() || name.size() >= ColumnDefinition::kNameSize || FindColumn(name) ||
-        !OpenStores()) {
-        return false;
-    }
+    if (!ColumnDefinition::IsName(name) || FindColumn(name) || !OpenStores()) return false;
     const int32_t oldSize = m_recordSize;
     CTableColumn column;
     column.name = CKeelString(name);

@@ -224,6 +224,32 @@ TEST(Table, SettersRefuseWhatDoesNotFit) {
     EXPECT_EQ(CodeOf(disk.database), 0);
 }
 
+// A name that its field in the file would cut is another one when the database opens again.
+TEST(Table, NamesMustFitTheirFields) {
+    CLedgerDisk disk;
+    const struct {
+        std::string name;
+        bool fits;
+    } rows[] = {{"", false},
+                {std::string(120, 'n'), false},
+                {std::string("Led\0ger", 7), false},
+                {std::string(1, '\0'), false},
+                {std::string(119, 'n'), true},
+                {"Geschäft", true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(disk.database.CreateTable(row.name) != nullptr, row.fits);
+        EXPECT_EQ(disk.database.AddColumn("Ledger", row.name, ColumnType::Int64, true, true),
+                  row.fits);
+    }
+    disk.Reopen();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(disk.database.FindTable(row.name) != nullptr, row.fits);
+        EXPECT_EQ(disk.database.HasColumn("Ledger", row.name), row.fits);
+    }
+}
+
 TEST(Table, UpdateAndDeleteFreeTheTexts) {
     CLedgerDisk disk;
     ASSERT_EQ(AddLedgerRow(disk.database, {"first", 1, 1, WordyText(1)}), 0);
