@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 #include <utility>
 
 #include "foundation/ByteCodec.h"
@@ -134,11 +135,11 @@ bool CDatabaseManager::OpenLocked() {
                                  m_folder + DatabaseIdentity::kFileName);
     }
     if (!AttachJournal()) return false;
-    RemoveLeftovers();
-    if (!ConvertOldDataFiles()) return false;
+    DatabaseSchema schema;
+    if (!ReadSchema(schema) || !TidyDataFiles(schema)) return false;
 
     // A new database's first files are one commit, and so is what opening repairs.
-    if (InBracket([&] { return OpenStores(); })) return true;
+    if (InBracket([&] { return OpenStores(schema); })) return true;
     if (m_problem == DatabaseProblem::None) {
         return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
     }
@@ -178,26 +179,24 @@ bool CDatabaseManager::AttachJournal() {
     return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
 }
 
-// Copies that a compaction, a conversion or a checkpoint had not finished.
-void CDatabaseManager::RemoveLeftovers() {
-    std::vector<std::string> names;
-    if (!m_baseFiles.List(m_folder, names)) return;
-    for (const std::string& name : names) {
-        const bool isLeft =
-            name.ends_with(".dat_tmp") || name == std::string(kChecksumsName) + ".new";
-        if (isLeft) (void)m_baseFiles.Remove(m_folder + name);
-    }
-}
-
-// Before the stores open, since they open in one bracket and a bracket renames one file.
-bool CDatabaseManager::ConvertOldDataFiles() {
+// Removes copies that a compaction, a conversion or a checkpoint had not finished, and
+// converts data files of version 1. Only files of this database are touched: others may lie in
+// the folder, whatever their names end in. Before the stores open, since they open in one bracket
+// and a bracket renames one file.
+bool CDatabaseManager::TidyDataFiles(const DatabaseSchema& schema) {
     std::vector<std::string> names;
     if (!m_baseFiles.List(m_folder, names)) {
         return FailFromFileError(DatabaseProblem::ReadFailed, m_folder);
     }
-    for (const std::string& name : names) {
+    const std::set<std::string> present(names.begin(), names.end());
+    const auto removeLeftover = [&](const std::string& name) {
+        if (present.contains(name)) (void)m_baseFiles.Remove(m_folder + name);
+    };
+    removeLeftover(std::string(kChecksumsName) + ".new");
+    for (const std::string& name : schema.DataFiles()) {
+        removeLeftover(name + "_tmp");
         const std::string path = m_folder + name;
-        if (!name.ends_with("data.dat") || !CDataStore::IsVersion1(m_baseFiles, path)) continue;
+        if (!present.contains(name) || !CDataStore::IsVersion1(m_baseFiles, path)) continue;
         CDataStore store(m_journal);
         store.SetPath(CKeelString(path));
         if (!store.Open() || !store.IsOpen()) {
@@ -207,9 +206,8 @@ bool CDatabaseManager::ConvertOldDataFiles() {
     return true;
 }
 
-bool CDatabaseManager::OpenStores() {
+bool CDatabaseManager::ReadSchema(DatabaseSchema& schema) {
     const std::string schemaPath = m_folder + DatabaseSchema::kFileName;
-    DatabaseSchema schema;
     if (m_journal.Exists(schemaPath)) {
         std::vector<uint8_t> bytes;
         if (!ReadWholeFile(m_journal, schemaPath, bytes)) {
@@ -234,6 +232,11 @@ bool CDatabaseManager::OpenStores() {
         // Tables without the list of them would look like an empty ledger.
         return Fail(DatabaseProblem::DamagedFile, schemaPath);
     }
+    return true;
+}
+
+bool CDatabaseManager::OpenStores(const DatabaseSchema& schema) {
+    const std::string schemaPath = m_folder + DatabaseSchema::kFileName;
     m_nextTableNumber = schema.nextTableNumber;
     for (const DatabaseSchema::Table& table : schema.tables) {
         if (!OpenTable(table.number, table.name)) return false;
@@ -337,7 +340,11 @@ void CDatabaseManager::ReloadIfStale() {
     m_tables.clear();
     m_blobs.reset();
     m_journal.ForgetLostParticipants();
-    if (Guarded([&] { return OpenStores(); })) return;
+    const bool reopened = Guarded([&] {
+        DatabaseSchema schema;
+        return ReadSchema(schema) && OpenStores(schema);
+    });
+    if (reopened) return;
     // Tables that are missing here are not missing on the disk: write nothing any more.
     m_tables.clear();
     m_blobs.reset();

@@ -17,6 +17,8 @@
 
 namespace quillon {
 
+struct DatabaseSchema;
+
 // Why a database did not open, or stopped taking changes.
 enum class DatabaseProblem {
     None,
@@ -166,9 +168,10 @@ private:
 
     [[nodiscard]] bool OpenLocked();
     [[nodiscard]] bool AttachJournal();
-    void RemoveLeftovers();
-    [[nodiscard]] bool ConvertOldDataFiles();
-    [[nodiscard]] bool OpenStores();
+    // A new folder gives an empty schema.
+    [[nodiscard]] bool ReadSchema(DatabaseSchema& schema);
+    [[nodiscard]] bool TidyDataFiles(const DatabaseSchema& schema);
+    [[nodiscard]] bool OpenStores(const DatabaseSchema& schema);
     [[nodiscard]] bool SyncOwnName();
     [[nodiscard]] bool OpenTable(int32_t number, const std::string& name);
     void CloseStores();

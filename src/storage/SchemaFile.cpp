@@ -1,7 +1,9 @@
 #include "storage/SchemaFile.h"
 
 #include "foundation/ByteCodec.h"
+#include "foundation/FileSystem.h"
 #include "foundation/TextHash.h"
+#include "storage/TableDefinition.h"
 
 namespace quillon {
 namespace {
@@ -26,6 +28,16 @@ std::vector<uint8_t> DatabaseSchema::Encode() const {
         at += kRecordSize;
     }
     return bytes;
+}
+
+std::vector<std::string> DatabaseSchema::DataFiles() const {
+    std::vector<std::string> names{WithSuffix(kFileName, "_blobdata")};
+    for (const Table& table : tables) {
+        for (const char* suffix : {"_data", "_textdata"}) {
+            names.push_back(WithSuffix(TableDefinition::FileName(table.number), suffix));
+        }
+    }
+    return names;
 }
 
 DatabaseSchema::DecodeResult DatabaseSchema::Decode(std::span<const uint8_t> bytes,

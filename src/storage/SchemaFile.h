@@ -31,6 +31,8 @@ struct DatabaseSchema {
     std::vector<Table> tables;
 
     std::vector<uint8_t> Encode() const;
+    // Names without folder of the data stores that these tables and the BLOBs have.
+    std::vector<std::string> DataFiles() const;
     enum class DecodeResult { Ok, NotASchema, NewerVersion, Damaged };
     static DecodeResult Decode(std::span<const uint8_t> bytes, DatabaseSchema& out);
 };

@@ -48,6 +48,11 @@ struct ColumnDefinition {
 struct TableDefinition {
     static constexpr size_t kHeaderSize = 182;
 
+    // Of the definition file of a table, without folder; its other files' names come from it.
+    static std::string FileName(int32_t number) {
+        return "Table_" + std::to_string(number) + ".dat";
+    }
+
     int32_t number = 0;
     std::string name;
     std::vector<ColumnDefinition> columns;

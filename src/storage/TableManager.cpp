@@ -11,7 +11,7 @@ namespace quillon {
 CTableManager::CTableManager(CJournal& journal, std::string folder, int32_t number)
     : m_journal(journal),
       m_folder(std::move(folder)),
-      m_definitionPath(m_folder + "Table_" + std::to_string(number) + ".dat"),
+      m_definitionPath(m_folder + TableDefinition::FileName(number)),
       m_number(number),
       m_indexes(journal, m_definitionPath),
       m_rows(journal),

@@ -416,6 +416,39 @@ TEST(Database, Version1DataFilesAreConverted) {
     }
 }
 
+// What others keep in the folder is theirs, whatever its name ends in.
+TEST(Database, TidiesUpNothingButItsOwn) {
+    const Bytes oldData = Join(Signature("Data"), Le32(1), Text("8 bytes!"), Text("blocks"));
+    const struct {
+        const char* name;
+        Bytes bytes;
+        bool isOwn;
+    } rows[] = {
+        {"Table_1_data.dat_tmp", oldData, true},
+        {"Table_1_textdata.dat_tmp", {}, true},
+        {"DatabaseSchema_blobdata.dat_tmp", oldData, true},
+        {"Checksums.dat.new", Text("half"), true},
+        {"Letters.dat_tmp", Text("a draft"), false},
+        {"Table_1_dict.dat_tmp", Text("never made"), false},
+        {"Table_2_data.dat_tmp", Text("no such table"), false},
+        {"Table_2_data.dat", oldData, false},
+        {"metadata.dat", oldData, false},
+        {"Checksums.new", Text("?"), false},
+    };
+    CMemoryFileSystem files;
+    CDatabaseManager database(files);
+    ASSERT_TRUE(database.Open(kFolder) && MakeLedgerTable(database) && database.Close());
+    for (const auto& row : rows) files.Bytes(kFolder + std::string(row.name)) = row.bytes;
+    ASSERT_TRUE(database.Open(kFolder) && database.Close());
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        ASSERT_NE(files.Exists(kFolder + std::string(row.name)), row.isOwn);
+        if (!row.isOwn) {
+            EXPECT_EQ(files.Bytes(kFolder + std::string(row.name)), row.bytes);
+        }
+    }
+}
+
 // --- timers
 
 TEST(Database, TimersArmFirstAndActLater) {
