@@ -60,9 +60,11 @@ public:
     [[nodiscard]] virtual bool Remove(const std::string& path) = 0;
     // Replaces `to` when it exists.
     [[nodiscard]] virtual bool Rename(const std::string& from, const std::string& to) = 0;
-    // Names (without folder) of the files and folders in `folder`, in no order.
-    virtual bool List(const std::string& folder, std::vector<std::string>& names) = 0;
-    // Makes the folder and what is missing above it; true when it is there already.
+    // Names (without folder) of the files and folders in `folder`, in no order. False, with no
+    // names: it cannot be read, or not to its end.
+    [[nodiscard]] virtual bool List(const std::string& folder, std::vector<std::string>& names) = 0;
+    // Makes the folder and what is missing above it; true when it is there already, also when
+    // another program made it meanwhile.
     [[nodiscard]] virtual bool MakeFolder(const std::string& path) = 0;
     // An empty folder.
     [[nodiscard]] virtual bool RemoveFolder(const std::string& path) = 0;

@@ -191,11 +191,16 @@ public:
             lastError = FromErrno(errno);
             return false;
         }
-        while (const dirent* entry = ::readdir(listing.Get())) {
+        const dirent* entry = nullptr;
+        // The end and a failure both give null: only the error tells them apart.
+        while (errno = 0, (entry = ::readdir(listing.Get())) != nullptr) {
             const std::string name = entry->d_name;
             if (name != "." && name != "..") names.push_back(name);
         }
-        return true;
+        if (errno == 0) return true;
+        lastError = FromErrno(errno);
+        names.clear();
+        return false;
     }
 
     bool MakeFolder(const std::string& path) override {
@@ -203,7 +208,8 @@ public:
         while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
         if (folder.empty() || FolderExists(folder)) return true;
         if (!MakeFolder(FolderOf(folder))) return false;
-        return Retrying([&] { return ::mkdir(folder.c_str(), 0777); }) == 0;
+        if (Retrying([&] { return ::mkdir(folder.c_str(), 0777); }) == 0) return true;
+        return FolderExists(folder);  // another program was quicker
     }
 
     bool RemoveFolder(const std::string& path) override {

@@ -276,7 +276,9 @@ public:
             std::string name = Narrowed(entry.cFileName);
             if (name != "." && name != "..") names.push_back(std::move(name));
         } while (::FindNextFileW(search.Get(), &entry));
-        return Noting(::GetLastError() == ERROR_NO_MORE_FILES);
+        if (Noting(::GetLastError() == ERROR_NO_MORE_FILES)) return true;
+        names.clear();
+        return false;
     }
 
     bool MakeFolder(const std::string& path) override {
