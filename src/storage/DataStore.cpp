@@ -151,10 +151,11 @@ void CDataStore::RemoveCopy(CJournal& journal, const std::string& temporaryPath)
 bool CDataStore::Close() {
     const CLockScope lock(m_lock);
     if (!m_file.IsOpen()) return false;
-    // Without memory the free list is not saved, and its room is lost to the next opening.
-    (void)FalseWhenOutOfMemory([this] {
-        if (m_keepFreeList && m_freeListChanged) m_freeList.Save();
-        return WriteHeader();
+    // A free list that is not saved leaves an older one or none: its room is lost to the next
+    // opening, and nothing else, since no file lists a block that was taken since.
+    const bool written = FalseWhenOutOfMemory([this] {
+        const bool saved = SaveFreeList();
+        return WriteHeader() && saved;
     });
     m_freeListChanged = false;
     const bool cleared = FalseWhenOutOfMemory([this] {
@@ -162,24 +163,38 @@ bool CDataStore::Close() {
         return true;
     });
     if (!cleared) m_journal.Break();
-    return m_file.Close();
+    return m_file.Close() && written;
+}
+
+// A store whose name has no dot has no file for its list.
+bool CDataStore::SaveFreeList() {
+    if (!m_keepFreeList || !m_freeListChanged || m_freeList.Path().empty()) return true;
+    if (!m_freeList.Save()) return false;
+    m_freeListChanged = false;
+    return true;
+}
+
+// A file that stayed would list blocks of the old contents as free in the new ones.
+bool CDataStore::DropFreeList() {
+    m_freeList.Clear();
+    m_freeListChanged = true;
+    return SaveFreeList();
 }
 
 bool CDataStore::Flush() {
     const CLockScope lock(m_lock);
     if (!m_file.IsOpen()) return false;
     const bool flushed = WriteHeader() && m_file.Flush();
-    if (m_keepFreeList && m_freeListChanged) {
-        Touch();
-        m_freeList.Save();
-        m_freeListChanged = false;
-    }
-    return flushed;
+    if (m_keepFreeList && m_freeListChanged) Touch();
+    return SaveFreeList() && flushed;
 }
 
 bool CDataStore::AllocateAndWrite(const uint8_t* data, int64_t size, int64_t& position) {
     const CLockScope lock(m_lock);
-    if (!data || size <= 0 || !m_file.IsOpen()) return false;
+    // Every refusal comes before a block leaves the free list.
+    if (!data || size <= 0 || size > kLargestTransfer || !m_file.IsOpen()) return false;
+    CBracketScope bracket(m_journal);
+    if (!bracket.Begun()) return false;
     Touch();
     int64_t reused = 0;
     if (m_freeList.Take(size, reused)) {
@@ -188,7 +203,7 @@ bool CDataStore::AllocateAndWrite(const uint8_t* data, int64_t size, int64_t& po
     } else {
         position = BlockAreaSize();
     }
-    return WriteAt(data, size, position);
+    return WriteAt(data, size, position) && bracket.Commit();
 }
 
 bool CDataStore::WriteAt(const uint8_t* data, int64_t size, int64_t position) {
@@ -215,8 +230,7 @@ bool CDataStore::FreeBlock(int64_t size, int64_t position) {
     if (!m_keepFreeList) return true;
     Touch();
     m_freeListChanged = true;
-    m_freeList.Add(position, size);
-    return true;
+    return m_freeList.Add(position, size);
 }
 
 bool CDataStore::Holds(int64_t size, int64_t position) const {
@@ -227,8 +241,7 @@ bool CDataStore::Holds(int64_t size, int64_t position) const {
 bool CDataStore::Reset() {
     const CLockScope lock(m_lock);
     Touch();
-    m_freeList.ClearAndSave();
-    m_freeListChanged = false;
+    if (!DropFreeList()) return false;
     if (!m_file.IsOpen()) return true;
     m_file.Close();
     return m_file.Create(Path()) && WriteHeader();
@@ -255,8 +268,7 @@ int64_t CDataStore::GetStorageSize() const {
 bool CDataStore::ClearFreeList() {
     const CLockScope lock(m_lock);
     Touch();
-    m_freeListChanged = false;
-    return m_freeList.ClearAndSave();
+    return DropFreeList();
 }
 
 int64_t CDataStore::BlockAreaSize() const {
@@ -266,8 +278,7 @@ int64_t CDataStore::BlockAreaSize() const {
 bool CDataStore::ReplaceFileWith(const std::string& temporaryPath) {
     const CLockScope lock(m_lock);
     Touch();
-    m_freeList.ClearAndSave();
-    m_freeListChanged = false;
+    if (!DropFreeList()) return false;
     m_file.Close();
     m_replacing = true;
     return m_journal.Rename(temporaryPath, Path());

@@ -31,7 +31,8 @@ public:
     // bracket); whether that worked IsOpen() tells.
     [[nodiscard]] bool Open();
     bool IsOpen() const { return m_file.IsOpen(); }
-    // Saves the free list, rewrites the header, closes. False when nothing was open.
+    // Saves the free list, rewrites the header, closes. False: nothing was open, or one of the
+    // two could not be written.
     bool Close();
     [[nodiscard]] bool Flush();
 
@@ -49,7 +50,7 @@ public:
     [[nodiscard]] bool Reset();
     [[nodiscard]] bool DeleteFiles();
     int64_t GetStorageSize() const;
-    bool ClearFreeList();
+    [[nodiscard]] bool ClearFreeList();
     // Bytes of the block area; 0 when not open.
     int64_t BlockAreaSize() const;
     const CDeletedBlockManager& FreeList() const { return m_freeList; }
@@ -71,6 +72,8 @@ public:
 
 private:
     [[nodiscard]] bool WriteHeader();
+    [[nodiscard]] bool SaveFreeList();
+    [[nodiscard]] bool DropFreeList();
     [[nodiscard]] bool OpenChecked(const std::string& path);
     [[nodiscard]] bool CheckHeader();
     [[nodiscard]] bool ConvertFromVersion1();

@@ -57,6 +57,12 @@ void CDeletedBlockManager::Push(const DeletedBlockEntry& block) {
     ++m_count;
 }
 
+// Room for noting `steps` more changes, so that they cannot fail.
+void CDeletedBlockManager::ReserveUndo(size_t steps) {
+    if (!m_marked || m_undo.capacity() - m_undo.size() >= steps) return;
+    m_undo.reserve(std::max(m_undo.size() + steps, 2 * m_undo.capacity()));
+}
+
 void CDeletedBlockManager::Pop(std::map<int64_t, std::vector<int64_t>>::iterator bucket) {
     if (m_marked) m_undo.push_back({Step::Removed, {bucket->second.back(), bucket->first}});
     bucket->second.pop_back();
@@ -75,8 +81,10 @@ bool CDeletedBlockManager::Take(int64_t size, int64_t& position) {
     const auto bucket = m_bySize.lower_bound(size);
     if (bucket == m_bySize.end() || !DropStaleFile()) return false;
     const DeletedBlockEntry block{bucket->second.back(), bucket->first};
-    Pop(bucket);
+    // Whatever takes memory comes before the block leaves the list.
+    ReserveUndo(2);
     if (block.size > size) Push({block.position + size, block.size - size});
+    Pop(bucket);
     position = block.position;
     return true;
 }
@@ -131,9 +139,7 @@ bool CDeletedBlockManager::Save() {
     });
     CFileInterface file(m_files);
     m_fileMayExist = true;
-    if (!file.Create(m_path)) return false;
-    (void)file.WriteAt(0, bytes);
-    return true;
+    return file.Create(m_path) && file.WriteAt(0, bytes);
 }
 
 bool CDeletedBlockManager::Load(int64_t dataSize) {

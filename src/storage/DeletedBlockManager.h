@@ -32,14 +32,10 @@ public:
     // A missing or invalid file leaves the list empty and gives false. Blocks that do not lie
     // inside the first `dataSize` bytes of the store make a file invalid.
     bool Load(int64_t dataSize);
-    // Writes the list; an empty one deletes the file. False: no path, or the file
-    // cannot be made.
-    bool Save();
+    // Writes the list; an empty one deletes the file. False: no path, or the file cannot be
+    // made, written or deleted.
+    [[nodiscard]] bool Save();
     void Clear();
-    bool ClearAndSave() {
-        Clear();
-        return Save();
-    }
 
     bool Add(int64_t position, int64_t size);
     // Best fit, split from the front: the rest stays free. False: nothing large enough.
@@ -63,6 +59,7 @@ private:
         DeletedBlockEntry block;
     };
 
+    void ReserveUndo(size_t steps);
     void Push(const DeletedBlockEntry& block);
     void Pop(std::map<int64_t, std::vector<int64_t>>::iterator bucket);
     // The file on disk is about to list blocks that are in use again: remove it.

@@ -3,10 +3,30 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
+#include <new>
 #include <random>
 
 #include "StoreFixture.h"
+
+namespace {
+
+int64_t newUntilFailure = 0;  // the allocation that fails, counted from 1; 0: none
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* block = newUntilFailure > 0 && --newUntilFailure == 0 ? nullptr : std::malloc(size);
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
 
 namespace quillon {
 namespace {
@@ -29,10 +49,19 @@ Bytes FreeListFile(const std::vector<DeletedBlockEntry>& blocks) {
     return bytes;
 }
 
-std::vector<DeletedBlockEntry> FreeBlocks(const CDataStore& store) {
+std::vector<DeletedBlockEntry> BlocksOf(const CDeletedBlockManager& list) {
     std::vector<DeletedBlockEntry> blocks;
-    store.FreeList().Walk([&](const DeletedBlockEntry& block) { blocks.push_back(block); });
+    list.Walk([&](const DeletedBlockEntry& block) { blocks.push_back(block); });
     return blocks;
+}
+
+std::vector<DeletedBlockEntry> FreeBlocks(const CDataStore& store) {
+    return BlocksOf(store.FreeList());
+}
+
+int64_t TakenFrom(CDeletedBlockManager& list, int64_t size) {
+    int64_t position = -1;
+    return list.Take(size, position) ? position : -1;
 }
 
 struct CStoreDisk : CJournalDisk {
@@ -293,7 +322,7 @@ TEST(DataStore, RollbackBringsTheFreeListBack) {
              disk.Put(Bytes(8, 'b'));
              disk.Put(Bytes(100, 'c'));
          }},
-        {"clear", [&] { disk.store.ClearFreeList(); }},
+        {"clear", [&] { EXPECT_TRUE(disk.store.ClearFreeList()); }},
         {"reset", [&] { EXPECT_TRUE(disk.store.Reset()), disk.Put(Bytes(5, 'a')); }},
         {"flush", [&] { EXPECT_TRUE(disk.store.FreeBlock(4, 16) && disk.store.Flush()); }},
     };
@@ -306,6 +335,100 @@ TEST(DataStore, RollbackBringsTheFreeListBack) {
         EXPECT_EQ(FreeBlocks(disk.store), before);
         EXPECT_EQ(disk.store.BlockAreaSize(), 60);
         EXPECT_EQ(disk.files.Snapshot(), snapshot);
+    }
+}
+
+// Whatever is refused or fails leaves the block on the list.
+TEST(DataStore, AFailedAllocationLosesNoBlock) {
+    constexpr int64_t kTooLarge = int64_t{1} << 32;
+    CStoreDisk disk;
+    ASSERT_TRUE(disk.store.Open());
+    EXPECT_EQ(disk.Put(Bytes(40, 'x')), 0);
+    for (const DeletedBlockEntry& block :
+         std::vector<DeletedBlockEntry>{{0, 8}, {8, 16}, {40, 2 * kTooLarge}}) {
+        ASSERT_TRUE(disk.store.FreeBlock(block.size, block.position));
+    }
+    const auto before = FreeBlocks(disk.store);
+    const Bytes block(16, 'y');
+    int64_t position = 0;
+    EXPECT_FALSE(disk.store.AllocateAndWrite(block.data(), kTooLarge, position));
+    EXPECT_EQ(FreeBlocks(disk.store), before);
+    for (const int64_t size : {4, 16}) {
+        disk.files.FailNth(Call::Write, 1, FileError::NoSpace);
+        EXPECT_FALSE(disk.store.AllocateAndWrite(block.data(), size, position));
+        EXPECT_EQ(FreeBlocks(disk.store), before);
+    }
+}
+
+// A list that could not be written or removed is told, and written the next time.
+TEST(DataStore, AFreeListThatCannotBeSavedIsAFailure) {
+    const struct {
+        const char* name;
+        Call failing;
+        bool flushedBefore;  // so that there is a file of it
+        bool (*operation)(CDataStore&);
+    } rows[] = {
+        {"flush, not made", Call::Create, false, [](auto& store) { return store.Flush(); }},
+        {"flush, cut short", Call::Write, false, [](auto& store) { return store.Flush(); }},
+        {"close, cut short", Call::Write, false, [](auto& store) { return store.Close(); }},
+        {"clear", Call::Remove, true, [](auto& store) { return store.ClearFreeList(); }},
+        {"reset", Call::Remove, true, [](auto& store) { return store.Reset(); }},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CStoreDisk disk(false);
+        ASSERT_TRUE(disk.store.Open());
+        EXPECT_EQ(disk.Put(Bytes(40, 'x')), 0);
+        ASSERT_TRUE(disk.store.FreeBlock(8, 0) && (!row.flushedBefore || disk.store.Flush()));
+        disk.files.FailNth(row.failing, 1, FileError::NoSpace, CMemoryFileSystem::Times::Once, 60);
+        EXPECT_FALSE(row.operation(disk.store));
+        if (!disk.store.IsOpen()) continue;
+        EXPECT_TRUE(row.operation(disk.store));
+        EXPECT_EQ(disk.files.Exists(kFreeList), !row.flushedBefore);
+        if (!row.flushedBefore) {
+            EXPECT_EQ(disk.files.Bytes(kFreeList), FreeListFile({{0, 8}}));
+        }
+    }
+}
+
+TEST(DataStore, RunningOutOfMemoryLeavesTheListAsItWas) {
+    const struct {
+        const char* name;
+        std::function<void(CDeletedBlockManager&)> change;
+    } rows[] = {
+        {"take and split", [](auto& list) { EXPECT_EQ(TakenFrom(list, 5), 8); }},
+        {"take all of a block", [](auto& list) { EXPECT_EQ(TakenFrom(list, 12), 16); }},
+        {"add", [](auto& list) { EXPECT_TRUE(list.Add(100, 20)); }},
+        {"clear", [](auto& list) { list.Clear(); }},
+    };
+    const std::vector<DeletedBlockEntry> before = {{8, 8}, {0, 8}, {16, 12}};
+    for (const auto& row : rows) {
+        for (const bool marked : {false, true}) {
+            bool failed = true;
+            for (int64_t failAt = 1; failed; ++failAt) {
+                SCOPED_TRACE(Nth(row.name, failAt));
+                CMemoryFileSystem files;
+                CDeletedBlockManager list(files);
+                for (size_t i = before.size(); i-- > 0;) {
+                    EXPECT_TRUE(list.Add(before[i].position, before[i].size));
+                }
+                if (marked) list.Mark();
+                newUntilFailure = failAt;
+                try {
+                    row.change(list);
+                    failed = false;
+                } catch (const std::bad_alloc&) {
+                }
+                newUntilFailure = 0;
+                if (failed) {
+                    EXPECT_EQ(BlocksOf(list), before);
+                }
+                if (marked) list.UndoToMark();
+                if (failed || marked) {
+                    EXPECT_EQ(BlocksOf(list), before);
+                }
+            }
+        }
     }
 }
 
