@@ -1,6 +1,7 @@
 #include "storage/Journal.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "foundation/ByteCodec.h"
@@ -11,17 +12,11 @@
 namespace quillon {
 namespace {
 
-// The journal keeps this much room between groups of commits, so that a commit
-// changes no file size and one sync of the data is enough.
-constexpr int64_t kRoomStep = int64_t{1} << 20;
-// A journal longer than this is emptied at the next commit.
-constexpr int64_t kCheckpointSize = int64_t{64} << 20;
-constexpr int64_t kKeptRoom = int64_t{4} << 20;
-
-uint64_t RandomNumber() {
-    std::vector<uint8_t> bytes(8);
-    RandomBytes(bytes);
-    return LoadLE<uint64_t>(bytes, 0);
+[[nodiscard]] bool RandomNumber(uint64_t& number) {
+    std::array<uint8_t, sizeof(number)> bytes{};
+    if (!RandomBytes(bytes)) return false;
+    number = LoadLE<uint64_t>(bytes, 0);
+    return true;
 }
 
 }  // namespace
@@ -196,7 +191,7 @@ bool CJournal::CommitBracket() {
         return false;
     }
     TellParticipants(&CBracketParticipant::OnBracketCommitted);
-    if (m_end > kCheckpointSize) (void)Checkpoint();
+    if (m_end > m_rooms.checkpoint) (void)Checkpoint();
     return true;
 }
 
@@ -324,7 +319,7 @@ bool CJournal::AppendGroup(JournalGroupBuilder& group) {
         group.Finish(m_header.salt, m_nextSequence, m_lastChecksum);
     const int64_t end = AlignUp(m_end + static_cast<int64_t>(bytes.size()), kJournalAlignment);
     const int64_t written = m_end + static_cast<int64_t>(bytes.size());
-    const int64_t allocated = AlignUp(end, kRoomStep);
+    const int64_t allocated = AlignUp(end, m_rooms.step);
     const std::vector<uint8_t> zeros(end > m_allocated ? static_cast<size_t>(allocated - written)
                                                        : 0);
     if (!m_file || !m_file->WriteAt(m_end, bytes)) return false;
@@ -425,19 +420,24 @@ bool CJournal::AcceptPages() {
     return IsAttached() && m_depth == 0 && Checkpoint() && m_checksums->Accept(m_header.databaseId);
 }
 
+// Until the new header is on the medium the old groups stay whole: any stop before that
+// replays all of them, which brings the files to where they are. Behind it none of them
+// counts, and what the disk does with the cut makes no difference.
 bool CJournal::StartNewJournal() {
     JournalHeader header = m_header;
-    header.salt = RandomNumber();
+    if (!RandomNumber(header.salt)) return false;
     const std::vector<uint8_t> bytes = header.Encode();
     // Nothing below takes memory: the header here and the one on the disk change together.
     m_header = header;
     m_nextSequence = 1;
     m_lastChecksum = m_header.salt;
     m_end = kJournalAlignment;
-    if (m_allocated > kKeptRoom && m_file->SetSize(kKeptRoom)) m_allocated = kKeptRoom;
-    if (m_file->WriteAt(0, bytes) && m_file->Sync()) return true;
-    m_broken = true;
-    return false;
+    if (!m_file->WriteAt(0, bytes) || !m_file->Sync()) {
+        m_broken = true;
+        return false;
+    }
+    if (m_allocated > m_rooms.kept && m_file->SetSize(m_rooms.kept)) m_allocated = m_rooms.kept;
+    return true;
 }
 
 CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t databaseId) {
@@ -460,8 +460,11 @@ CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t data
     if (isWanted && !m_base.Exists(path)) {
         // Made beside and renamed: a journal that exists has a whole header. One that was
         // set aside gets a successor at once, so that no later opening misses it.
-        m_header = {databaseId != 0 ? databaseId : RandomNumber(), RandomNumber()};
-        if (!ReplaceWholeFile(m_base, path, m_header.Encode())) result = AttachResult::Failed;
+        m_header.databaseId = databaseId;
+        if ((databaseId == 0 && !RandomNumber(m_header.databaseId)) ||
+            !RandomNumber(m_header.salt) || !ReplaceWholeFile(m_base, path, m_header.Encode())) {
+            result = AttachResult::Failed;
+        }
     }
     if (result == AttachResult::Ok) {
         m_file = m_base.Open(path, OpenMode::ReadWrite);

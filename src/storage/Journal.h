@@ -18,6 +18,18 @@ namespace quillon {
 class CChecksums;
 struct PageDamage;
 
+// How much room the journal keeps, in bytes, each a multiple of kJournalAlignment. The usual
+// sizes are right for everybody but tests, which cross smaller ones sooner.
+struct JournalRooms {
+    // Added at once, so that most commits change no file size and one sync of the data is
+    // enough.
+    int64_t step = int64_t{1} << 20;
+    // Emptying a journal leaves so much of it.
+    int64_t kept = int64_t{4} << 20;
+    // A longer one is emptied at the next commit.
+    int64_t checkpoint = int64_t{64} << 20;
+};
+
 // CJournal makes the changes of several files one commit. It is a file system
 // that the stores use in place of the machine's: inside a bracket their writes,
 // creates and removes stay in memory and are seen by their reads; committing
@@ -26,8 +38,12 @@ struct PageDamage;
 //
 //   1  No byte reaches a file of the folder before its group is synced.
 //   2  The journal is emptied only after the files and the folder are synced.
+//      A new header empties it; until that is on the medium nothing of the old
+//      groups is cut or overwritten, and behind it none of them counts.
 //   3  Groups chain: sequence number, and the checksum of the group before,
 //      starting from a random salt that changes each time the journal is emptied.
+//      Replay takes the chain from its start and to its end: no group is applied
+//      without those before it, and files are never ahead of the last one.
 //   4  The header names the database; a journal of another one is set aside.
 //   5  Replaying twice gives what replaying once gives: a group that renames is
 //      alone between two checkpoints.
@@ -57,6 +73,8 @@ public:
     // Empties the journal when it can and lets go of the folder. Files must be closed.
     bool Detach();
     bool IsAttached() const { return !m_folder.empty(); }
+    // Not while a folder is attached.
+    void SetRooms(const JournalRooms& rooms) { m_rooms = rooms; }
     uint64_t DatabaseId() const { return m_header.databaseId; }
     const std::string& SetAsidePath() const { return m_setAsidePath; }
     CFileSystem& Base() { return m_base; }
@@ -142,6 +160,7 @@ private:
     bool SetAside();
 
     CFileSystem& m_base;
+    JournalRooms m_rooms;
     std::string m_folder;  // with separator; empty when not attached
     std::string m_setAsidePath;
     std::unique_ptr<CFile> m_file;  // Journal.dat

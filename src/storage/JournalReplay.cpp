@@ -62,11 +62,11 @@ bool CJournal::Replay(const std::vector<uint8_t>& bytes, const JournalHeader& he
         at += static_cast<size_t>(AlignUp(
             static_cast<int64_t>(JournalGroupHeader::kDiskSize + group.length), kJournalAlignment));
     }
-    // Whatever ends the chain must be a torn tail: nothing valid may lie behind it.
+    // Whatever ends the chain must be a torn tail: no whole group may lie there or behind it.
     damaged = false;
     for (; at < all.size(); at += static_cast<size_t>(kJournalAlignment)) {
         if (!JournalGroupHeader::Decode(all.subspan(at), header.salt, group)) continue;
-        if (group.sequence <= sequence) continue;  // the torn group itself, or a failed one
+        if (group.sequence < sequence) continue;  // of before the break
         const auto rest = all.subspan(at + JournalGroupHeader::kDiskSize);
         if (group.length <= rest.size() &&
             JournalChecksum(header.salt, rest.first(static_cast<size_t>(group.length))) ==

@@ -192,7 +192,7 @@ private:
         }
         for (; at < m_journal.size(); at += 4096) {
             const std::optional<Group> group = GroupAt(at);
-            if (group && group->sequence > sequence) {
+            if (group && group->sequence >= sequence) {
                 outcome.result = CJournal::AttachResult::Damaged;
             }
         }

@@ -8,6 +8,7 @@
 #include "StoreFixture.h"
 #include "foundation/ByteCodec.h"
 #include "foundation/FileInterface.h"
+#include "support/PowerCutDisk.h"
 
 namespace quillon {
 namespace {
@@ -207,6 +208,10 @@ TEST(Journal, ReplaysWhatIsWhole) {
     CGroupChain stale;
     stale.salt = stale.previous = 99;
     const Bytes old = stale.Group({Write("a.dat", 0, "stale")});
+    // In its place by salt and number, but after another first group than the one there.
+    CGroupChain fork;
+    (void)fork.Group({Write("a.dat", 1, "22")});
+    const Bytes forked = fork.Group({Write("a.dat", 0, "forked")});
     const Bytes head = HeaderBytes(7, kSalt);
     const Files afterOne = {{"a.dat", "a11a"}, {"b.dat", "bbbb"}, {"c.dat_tmp", "cccc"}};
     const Files afterTwo = {{"a.dat", std::string("a11a\0\0", 6)},
@@ -235,6 +240,7 @@ TEST(Journal, ReplaysWhatIsWhole) {
         {"stale group behind", Join(head, one, old), Result::Ok, afterOne},
         {"stale group first", Join(head, old), Result::Ok, untouched},
         {"a group repeated", Join(head, one, one), Result::Ok, afterOne},
+        {"a group of another chain", Join(head, one, forked), Result::Damaged, afterOne},
         {"first group missing", Join(head, two, three), Result::Damaged, untouched},
         {"valid behind broken", Join(head, one, WithByte(two, 60, 0xEE), three), Result::Damaged,
          afterOne},
@@ -423,6 +429,91 @@ TEST(Journal, FilesThatCannotBeWrittenAreReadFromMemory) {
     ASSERT_EQ(again.Attach(kFolder, 7), Result::Ok);
     EXPECT_EQ(ReadText(again, "a.dat"), "12aa");
     EXPECT_EQ(ReadText(again, "new.dat"), "new");
+}
+
+// A journal that outgrows its kept room again and again, cut off before every change and with
+// every call failing: a commit that was acknowledged stands, and no older one comes back.
+class CGrowingJournal {
+public:
+    explicit CGrowingJournal(CFileSystem& files) : m_journal(files) {
+        m_journal.SetRooms({.step = 4096, .kept = 2 * 4096, .checkpoint = 4 * 4096});
+    }
+    // True: all was acknowledged.
+    bool Run() {
+        if (m_journal.Attach(kFolder, 7) != Result::Ok) return false;
+        for (int number = 1; number <= 8; ++number) {
+            CBracketScope bracket(m_journal);
+            const std::string text = std::to_string(100 + number);
+            // Alternating, so that a few old commits alone leave the two files at odds.
+            const bool written = bracket.Begun() && WriteText(m_journal, "all.dat", 0, text) &&
+                                 WriteText(m_journal, number % 2 == 0 ? "even.dat" : "odd.dat", 0,
+                                           text + std::string(3000, 'x'));
+            attempted = number;
+            if (!written || !bracket.Commit()) return false;
+            acknowledged = number;
+        }
+        return m_journal.Detach();
+    }
+    static DiskImage Before() {
+        return {{{"db/all.dat", Text("100")},
+                 {"db/even.dat", Text("100")},
+                 {"db/odd.dat", Text("099")}},
+                {"db"}};
+    }
+    void ExpectRight(const DiskImage& image) const {
+        CMemoryFileSystem files;
+        files.Restore(image.files);
+        CJournal journal(files);
+        EXPECT_EQ(journal.Attach(kFolder, 7), Result::Ok);
+        const int found = std::stoi(ReadText(journal, "all.dat")) - 100;
+        EXPECT_TRUE(found == acknowledged || found == attempted)
+            << found << " instead of " << acknowledged << " or " << attempted;
+        const auto last = [&](const char* name) { return ReadText(journal, name).substr(0, 3); };
+        EXPECT_EQ(last(found % 2 == 0 ? "even.dat" : "odd.dat"), std::to_string(100 + found));
+        EXPECT_EQ(last(found % 2 == 0 ? "odd.dat" : "even.dat"),
+                  found > 0 ? std::to_string(99 + found) : "099");
+    }
+
+    int acknowledged = 0;
+    int attempted = 0;
+
+private:
+    CJournal m_journal;
+};
+
+TEST(Journal, EmptyingMayBeStoppedAnywhere) {
+    CPowerCutDisk disk(CGrowingJournal::Before());
+    CGrowingJournal work(disk);
+    disk.OnChange([&](const std::string& call) {
+        disk.ForEachCut({.mostSteps = 2, .subsets = 0},
+                        [&](const DiskImage& image, const std::string& what) {
+                            SCOPED_TRACE("before " + call + ", " + what);
+                            work.ExpectRight(image);
+                        });
+    });
+    EXPECT_TRUE(work.Run());
+}
+
+TEST(Journal, EmptyingMayFailAnywhere) {
+    for (const bool forEver : {false, true}) {
+        bool failed = true;
+        for (int64_t at = 1; failed; ++at) {
+            CPowerCutDisk disk(CGrowingJournal::Before());
+            disk.FailAt({.at = at, .forEver = forEver, .halfDone = true});
+            CGrowingJournal work(disk);
+            EXPECT_TRUE(work.Run() || disk.HasFailed());
+            failed = disk.HasFailed();
+            SCOPED_TRACE(disk.FailedCall() + (forEver ? " for ever, call " : ", call ") +
+                         std::to_string(at));
+            disk.StopFailing();
+            work.ExpectRight(disk.Everything());
+            constexpr CutPlan kFew{.mostSteps = 1, .subsets = 1, .everySubset = false};
+            disk.ForEachCut(kFew, [&](const DiskImage& image, const std::string& what) {
+                SCOPED_TRACE(what);
+                work.ExpectRight(image);
+            });
+        }
+    }
 }
 
 // Random edits of files in brackets against a plain oracle.
