@@ -51,29 +51,51 @@ bool IsBinary(std::span<const uint8_t> bytes) {
     return controls * 10 > count;
 }
 
-void JudgeEightBit(std::span<const uint8_t> bytes, CharsetFinding& finding) {
+// Whether the broken sequence from `start` to `end` is the beginning of a whole one that
+// the end of its line, element or file cut off.
+bool IsCutOff(std::string_view text, size_t start, size_t end) {
+    const uint8_t lead = static_cast<uint8_t>(text[start]);
+    if (lead < 0xC2 || lead > 0xF4) return false;
+    return end == text.size() || text[end] == '\n' || text[end] == '\r' || text[end] == '<';
+}
+
+// `isMarked`: a mark says that it is UTF-8, and it takes more than a broken character to
+// make it something else.
+void JudgeEightBit(std::span<const uint8_t> bytes, bool isMarked, CharsetFinding& finding) {
     const std::string_view text = AsText(bytes);
-    const auto above =
-        std::find_if(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte >= 0x80; });
-    if (above == bytes.end()) return;
-    const size_t first = static_cast<size_t>(above - bytes.begin());
-    finding.line = LineAt(text, first);
+    finding.line = FirstLineBeyondAscii(bytes);
+    if (finding.line == 0) return;
     int64_t good = 0;
-    int64_t bad = 0;
-    for (size_t at = first; at < text.size();) {
+    int64_t cut = 0;
+    int64_t broken = 0;
+    bool endsCut = false;
+    for (size_t at = 0; at < text.size();) {
         if (static_cast<uint8_t>(text[at]) < 0x80) {
             ++at;
             continue;
         }
         const size_t start = at;
         const char32_t code = DecodeUtf8(text, at);
-        const bool written = text.compare(start, 3, "\xEF\xBF\xBD") == 0;
-        ++(code == kReplacementCharacter && !written ? bad : good);
+        if (code != kReplacementCharacter || text.compare(start, 3, "\xEF\xBF\xBD") == 0) {
+            ++good;
+        } else if (IsCutOff(text, start, at)) {
+            ++cut;
+            endsCut = at == text.size();
+        } else {
+            ++broken;
+        }
     }
-    if (bad > good) {
+    if (isMarked ? broken + cut > good : broken > 0) {
+        finding.charset = Charset::Windows1252;
+        return;
+    }
+    // At the end of a line a letter of Windows-1252 looks like a cut sequence.
+    constexpr int64_t kGoodForOneCut = 10;
+    const bool isFileCut = cut == 1 && endsCut;
+    if (!isMarked && (isFileCut ? good == 0 : good < cut * kGoodForOneCut)) {
         finding.charset = Charset::Windows1252;
     } else {
-        finding.badBytes = bad;
+        finding.badBytes = cut + broken;
     }
 }
 
@@ -107,6 +129,13 @@ int64_t LineAt(std::string_view text, size_t offset) {
     return 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(offset), '\n');
 }
 
+int64_t FirstLineBeyondAscii(std::span<const uint8_t> text) {
+    const auto above =
+        std::find_if(text.begin(), text.end(), [](uint8_t byte) { return byte >= 0x80; });
+    if (above == text.end()) return 0;
+    return LineAt(AsText(text), static_cast<size_t>(above - text.begin()));
+}
+
 CharsetFinding DetectCharset(std::span<const uint8_t> bytes) {
     CharsetFinding finding;
     for (const Mark& mark : kMarks) {
@@ -117,7 +146,7 @@ CharsetFinding DetectCharset(std::span<const uint8_t> bytes) {
         finding.line = 1;
         if (mark.charset == Charset::Utf8) {
             const std::span<const uint8_t> text = bytes.subspan(mark.length);
-            if (!IsValidUtf8(AsText(text))) JudgeEightBit(text, finding);
+            if (!IsValidUtf8(AsText(text))) JudgeEightBit(text, true, finding);
             finding.line = 1;
             finding.binary = IsBinary(text);
         }
@@ -129,7 +158,7 @@ CharsetFinding DetectCharset(std::span<const uint8_t> bytes) {
         return finding;
     }
     finding.binary = IsBinary(bytes);
-    if (!finding.binary) JudgeEightBit(bytes, finding);
+    if (!finding.binary) JudgeEightBit(bytes, false, finding);
     return finding;
 }
 
@@ -152,6 +181,23 @@ void NoteCharset(const CharsetFinding& finding, CImportNotes& notes, std::string
                   std::to_string(finding.badBytes) +
                       " broken characters were replaced by a question mark sign.");
     }
+}
+
+bool BreakAtReturns(std::span<uint8_t> text) {
+    const auto isLone = [text](size_t at) {
+        return text[at] == '\r' && (at + 1 == text.size() || text[at + 1] != '\n');
+    };
+    size_t lone = 0;
+    size_t breaks = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+        breaks += text[i] == '\n';
+        lone += isLone(i);
+    }
+    if (lone <= breaks) return false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        if (isLone(i)) text[i] = '\n';
+    }
+    return true;
 }
 
 bool NeedsConversion(const CharsetFinding& finding) {

@@ -18,9 +18,10 @@ struct CharsetFinding {
     bool binary = false;    // no text at all
 };
 
-// Marks first, then the pattern of zero bytes, then whether the bytes above 0x7F form
-// UTF-8 (a few broken sequences among many good ones are a cut name, not another
-// character set). Anything else is Windows-1252.
+// Marks first, then the pattern of zero bytes, then whether all bytes above 0x7F form
+// UTF-8. Anything else is Windows-1252, which gives every byte a letter of its own. Only
+// what a program cut off, a sequence at the end of the file or (one among ten or more) of
+// a line, does not make UTF-8 another character set.
 CharsetFinding DetectCharset(std::span<const uint8_t> bytes);
 
 // The text without its mark, in UTF-8. Empty when it is UTF-8 already: then the bytes
@@ -31,6 +32,13 @@ bool NeedsConversion(const CharsetFinding& finding);
 // Notes the line that proves the character set, and what the file's header says otherwise.
 void NoteCharset(const CharsetFinding& finding, CImportNotes& notes,
                  std::string_view declared = {});
+
+// Where CRs end the lines and LFs do not, CRs become LFs: true. A CR in front of an LF
+// stays. `text` has bytes for units.
+bool BreakAtReturns(std::span<uint8_t> text);
+
+// The line (from 1) of the first character beyond ASCII; 0: there is none.
+int64_t FirstLineBeyondAscii(std::span<const uint8_t> text);
 
 // Lines (from 1) that begin before `offset`.
 int64_t LineAt(std::string_view text, size_t offset);

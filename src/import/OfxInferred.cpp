@@ -109,12 +109,6 @@ struct RawLine {
     bool closed = true;
 };
 
-std::string InQuotes(std::string_view text) {
-    constexpr size_t kShown = 60;
-    std::string quoted = "\"" + std::string(text.substr(0, kShown));
-    return quoted + (text.size() > kShown ? "...\"" : "\"");
-}
-
 class CInferredOfx {
 public:
     CInferredOfx(std::string_view text, int64_t today, const ImportOptions& options,
@@ -130,7 +124,7 @@ public:
         Walk();
         m_dialect.dateOrder = DateOrder::YearMonthDay;
         m_dialect.years = YearRule::AsWritten;
-        m_amounts.Decide(m_options.decimal, m_dialect, m_notes);
+        m_marks = m_amounts.Decide(m_options.decimal, m_dialect, m_notes);
         m_contents.records.reserve(m_raw.size());
         for (const RawLine& raw : m_raw) ReadLine(raw);
         MarkRepeated();
@@ -364,6 +358,10 @@ private:
         ReadAmountOf(raw, record);
         ReadTypeOf(raw, record);
         ReadCheckOf(raw, record);
+        // Money that goes out under a check's number is a check.
+        if (record.check != 0 && record.amount < 0 && record.electronic == kElectronicEft) {
+            record.electronic = {};
+        }
         record.memo = raw.memo;
         record.payee = raw.name.empty() ? raw.memo : raw.name;
         if (record.payee.empty() && m_notes.Wants(Kind::Payee)) {
@@ -407,25 +405,17 @@ private:
             m_notes.Add(Kind::Amount, raw.line, "No amount: entered as 0.");
             return;
         }
-        const AmountReading reading = ReadAmount(
-            raw.amount, m_dialect.decimal, m_dialect.decimal == DecimalMark::Comma, record.amount);
-        const bool odd = reading != AmountReading::Clean || Contains(raw.amount, "$");
-        const bool commaIgnored = m_dialect.decimal == DecimalMark::Point && !m_options.decimal &&
-                                  Contains(raw.amount, ",") &&
+        AmountReading reading = ReadAmount(raw.amount, m_marks, record.amount);
+        const bool commaIgnored = reading == AmountReading::Clean && !m_marks.own &&
+                                  !m_options.decimal && Contains(raw.amount, ",") &&
                                   EvidenceOf(raw.amount) != AmountEvidence::GroupedPoint;
-        if ((!odd && !commaIgnored) || !m_notes.Wants(Kind::Amount)) return;
-        const std::string quoted = "The amount " + InQuotes(raw.amount);
-        std::string text = quoted +
-                           " is not written as statements write amounts; what it says "
-                           "was read.";
-        if (commaIgnored) {
-            text = quoted + " was read with its comma as a thousands mark.";
-        } else if (reading == AmountReading::OtherMark) {
-            text = quoted + " was read with a decimal point, unlike the others.";
-        } else if (reading == AmountReading::Partly) {
-            text = quoted + " is not a clean number: its beginning was read.";
-        } else if (reading == AmountReading::Failed) {
-            text = quoted + " cannot be read: entered as 0.";
+        if (commaIgnored) reading = AmountReading::Thousands;
+        const bool odd = reading != AmountReading::Clean || Contains(raw.amount, "$");
+        if (!odd || !m_notes.Wants(Kind::Amount)) return;
+        std::string text = AmountNote(raw.amount, reading);
+        if (text.empty()) {
+            text = "The amount " + InQuotes(raw.amount) +
+                   " is not written as statements write amounts; what it says was read.";
         }
         m_notes.Add(Kind::Amount, raw.line, std::move(text));
     }
@@ -548,6 +538,7 @@ private:
     std::vector<RawLine> m_raw;
     std::unordered_map<int64_t, int64_t> m_made;  // lines without an identifier, by hash
     CAmountInference m_amounts;
+    AmountMarks m_marks;
 };
 
 }  // namespace

@@ -33,11 +33,9 @@ bool CQIFImportManager::ReadPlain() {
 bool CQIFImportManager::ReadInferred() {
     std::vector<uint8_t> bytes;
     if (!LoadFile(bytes)) return false;
-    const CharsetFinding finding = DetectCharset(bytes);
+    CharsetFinding finding = DetectCharset(bytes);
     if (finding.binary) return Fail("It is not a text file.");
     m_result.dialect.charset = finding.charset;
-    NoteCharset(finding, m_notes);
-
     // The reader gets UTF-8 with its mark: accents in the first bytes are text then.
     const std::string converted = ConvertToUtf8(bytes, finding);
     const std::span<const uint8_t> behindMark =
@@ -50,14 +48,17 @@ bool CQIFImportManager::ReadInferred() {
     std::memcpy(block.get(), kUtf8Mark, sizeof kUtf8Mark);
     if (size > 0) std::memcpy(block.get() + sizeof kUtf8Mark, source, size);
     bytes = {};
+    const std::span<uint8_t> text(block.get() + sizeof kUtf8Mark, size);
+    if (BreakAtReturns(text) && finding.line > 1) finding.line = FirstLineBeyondAscii(text);
+    NoteCharset(finding, m_notes);
     const TextFileStatus status =
         m_text.AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));
     if (status != TextFileStatus::Ok) return Fail("It cannot be split into lines.");
 
     ReadInferredQif(m_text, TodayFileTime(), m_options, m_result.dialect, m_notes, m_contents);
     if (!m_contents.records.empty()) return true;
-    const std::span<const uint8_t> text = m_text.Bytes();
-    return Refuse({reinterpret_cast<const char*>(text.data()), text.size()});
+    const std::span<const uint8_t> whole = m_text.Bytes();
+    return Refuse({reinterpret_cast<const char*>(whole.data()), whole.size()});
 }
 
 // Nothing to enter: says what the file is instead.

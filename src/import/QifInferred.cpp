@@ -63,12 +63,6 @@ const CashAction* FindCashAction(std::string_view name) {
     return nullptr;
 }
 
-std::string InQuotes(std::string_view text) {
-    constexpr size_t kShown = 60;
-    std::string quoted = "\"" + std::string(text.substr(0, kShown));
-    return quoted + (text.size() > kShown ? "...\"" : "\"");
-}
-
 class CInferredQif {
 public:
     CInferredQif(const CReadOnlyTextFileManager& text, int64_t today, const ImportOptions& options,
@@ -87,7 +81,7 @@ public:
         }
         CloseRecord(false, true);
         m_dates.Decide(m_options.dateOrder, m_dialect, m_notes);
-        m_amounts.Decide(m_options.decimal, m_dialect, m_notes);
+        m_marks = m_amounts.Decide(m_options.decimal, m_dialect, m_notes);
         m_contents.records.reserve(m_raw.size());
         for (const RawRecord& raw : m_raw) ReadRecord(raw);
         NoteSections();
@@ -272,7 +266,7 @@ private:
         if (!raw.amount.empty()) m_amounts.Add(raw.amount, raw.amountLine);
         for (uint32_t i = 0; i < raw.splits; ++i) {
             const FieldLine& split = m_splits[raw.firstSplit + i];
-            m_amounts.Add(split.text, split.line);
+            m_amounts.Add(split.text, split.line, raw.amount.empty());
         }
         m_raw.push_back(raw);
     }
@@ -374,42 +368,20 @@ private:
             m_notes.Add(Kind::Amount, raw.line, "No amount: entered as 0.");
             return;
         }
-        const bool ownMarks = m_dialect.decimal == DecimalMark::Comma;
         if (raw.amount.empty() && raw.splits > 0) {
             for (uint32_t i = 0; i < raw.splits; ++i) {
                 double part = 0.0;
-                ReadAmount(m_splits[raw.firstSplit + i].text, m_dialect.decimal, ownMarks, part);
+                ReadAmount(m_splits[raw.firstSplit + i].text, m_marks, part);
                 record.amount += part;
             }
             m_notes.Add(Kind::Amount, raw.line,
                         "No amount of its own: entered with the sum of its splits.");
             return;
         }
-        const AmountReading reading =
-            ReadAmount(raw.amount, m_dialect.decimal, ownMarks, record.amount);
-        const bool commaIgnored = reading == AmountReading::Clean && !ownMarks &&
-                                  !m_options.decimal && LooksLikeComma(raw.amount);
-        if (reading == AmountReading::Clean && !commaIgnored) return;
-        if (!m_notes.Wants(Kind::Amount)) return;
-        const std::string quoted = "The amount " + InQuotes(raw.amount);
-        if (commaIgnored) {
-            m_notes.Add(Kind::Amount, raw.amountLine,
-                        quoted + " was read with its comma as a thousands mark.");
-        } else if (reading == AmountReading::OtherMark) {
-            m_notes.Add(Kind::Amount, raw.amountLine,
-                        quoted + " was read with a decimal point, unlike the others.");
-        } else {
-            m_notes.Add(Kind::Amount, raw.amountLine,
-                        quoted + (reading == AmountReading::Partly
-                                      ? " is not a clean number: its beginning was read."
-                                      : " cannot be read: entered as 0."));
+        const AmountReading reading = ReadAmount(raw.amount, m_marks, record.amount);
+        if (reading != AmountReading::Clean && m_notes.Wants(Kind::Amount)) {
+            m_notes.Add(Kind::Amount, raw.amountLine, AmountNote(raw.amount, reading));
         }
-    }
-
-    static bool LooksLikeComma(std::string_view amount) {
-        if (!Contains(amount, ",")) return false;
-        const AmountEvidence evidence = EvidenceOf(amount);
-        return evidence == AmountEvidence::Comma || evidence == AmountEvidence::GroupedComma;
     }
 
     void ReadNumberOf(const RawRecord& raw, ImportRecord& record) {
@@ -480,6 +452,7 @@ private:
     std::vector<RawRecord> m_raw;
     CDateInference m_dates;
     CAmountInference m_amounts;
+    AmountMarks m_marks;
 };
 
 }  // namespace

@@ -38,6 +38,16 @@ bool IsDigits(std::string_view text) {
            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+std::string InQuotes(std::string_view text) {
+    constexpr size_t kShown = 60;  // bytes
+    size_t size = std::min(text.size(), kShown);
+    while (size < text.size() && size > 0 &&
+           (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) {
+        --size;
+    }
+    return "\"" + std::string(text.substr(0, size)) + (size < text.size() ? "...\"" : "\"");
+}
+
 bool EqualsAsciiCase(std::string_view a, std::string_view b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
                return LowerAscii(x) == LowerAscii(y);

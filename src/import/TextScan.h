@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -16,6 +17,8 @@ inline bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 bool IsDigits(std::string_view text);  // at least one, and nothing else
+// In quotation marks for a note; of a long one the beginning.
+std::string InQuotes(std::string_view text);
 bool EqualsAsciiCase(std::string_view a, std::string_view b);
 
 // A decimal number at the start of `text`: blanks, a sign, digits. What follows is
