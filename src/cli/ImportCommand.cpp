@@ -24,6 +24,7 @@ struct ImportCommandOptions {
     std::string dialect = "auto";
     std::string dateOrder;
     std::string decimal;
+    std::string notes = "summed";
     bool dryRun = false;
 };
 
@@ -37,8 +38,8 @@ ImportOptions ReadOptions(const ImportCommandOptions& given) {
     for (const DecimalMark mark : {DecimalMark::Point, DecimalMark::Comma}) {
         if (given.decimal == NameOf(mark)) options.decimal = mark;
     }
+    options.everyNote = given.notes == "all";
     options.dryRun = given.dryRun;
-    options.keepRows = given.dryRun;
     return options;
 }
 
@@ -46,22 +47,30 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
                 const ImportResult& result) {
     Json notes = Json::array();
     for (const ImportNote& note : result.notes) {
-        notes.push_back({{"line", note.line}, {"text", note.text}});
+        Json row = {{"line", note.line}, {"text", note.text}};
+        if (note.count > 1) {
+            row["count"] = note.count;
+            row["lastLine"] = note.lastLine;
+        }
+        notes.push_back(std::move(row));
     }
-    return {{"file", given.file},
-            {"account", account.name.ToUtf8()},
-            {"read", result.read},
-            {"imported", result.imported},
-            {"duplicates", result.duplicates},
-            {"categoriesCreated", result.categoriesCreated},
-            {"payeesCreated", result.payeesCreated},
-            {"dialect",
-             {{"dateOrder", NameOf(result.dialect.dateOrder)},
-              {"years", NameOf(result.dialect.years)},
-              {"decimal", NameOf(result.dialect.decimal)},
-              {"charset", NameOf(result.dialect.charset)}}},
-            {"notes", notes},
-            {"message", result.message}};
+    Json json = {{"file", given.file},
+                 {"account", account.name.ToUtf8()},
+                 {"read", result.read},
+                 {"imported", result.imported},
+                 {"duplicates", result.duplicates},
+                 {"categoriesCreated", result.categoriesCreated},
+                 {"payeesCreated", result.payeesCreated},
+                 {"dialect",
+                  {{"dateOrder", NameOf(result.dialect.dateOrder)},
+                   {"years", NameOf(result.dialect.years)},
+                   {"decimal", NameOf(result.dialect.decimal)},
+                   {"charset", NameOf(result.dialect.charset)}}},
+                 {"notes", notes},
+                 {"message", result.message}};
+    if (given.dryRun) json["dryRun"] = true;
+    if (result.cancelled) json["cancelled"] = true;
+    return json;
 }
 
 const char* OutcomeText(RowOutcome outcome) {
@@ -138,6 +147,7 @@ void PrintResult(CCommandContext& context, const ImportResult& result, bool dryR
 
 void Import(CCommandContext& context, Format format, const ImportCommandOptions& given) {
     ImportOptions options = ReadOptions(given);
+    options.keepRows = given.dryRun && !context.WantsJson();
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), given.account);
     if (!account.active) {
@@ -200,6 +210,11 @@ void AddImportCommand(CLI::App& program, CCommandContext& context) {
             ->check(CLI::IsMember({"mdy", "dmy", "ymd"}));
         import->add_option("--decimal", options->decimal, "Mark of the decimals")
             ->check(CLI::IsMember({"point", "comma"}));
+        import
+            ->add_option("--notes", options->notes,
+                         "summed: one note for many lines of one cause; all: every one")
+            ->check(CLI::IsMember({"summed", "all"}))
+            ->capture_default_str();
         import->callback([&context, format, options] {
             context.work = [&context, format, options] { Import(context, format, *options);
     };

@@ -23,13 +23,34 @@ bool WriteWholeFile(CFileSystem& files, const std::string& path, std::span<const
     return !sync || file->Sync();
 }
 
-bool ReplaceWholeFile(CFileSystem& files, const std::string& path, std::span<const uint8_t> bytes) {
-    const std::string temporary = path + ".new";
+namespace {
+
+bool ReplaceThrough(CFileSystem& files, const std::string& temporary, const std::string& path,
+                    std::span<const uint8_t> bytes) {
     if (!WriteWholeFile(files, temporary, bytes, true) || !files.Rename(temporary, path)) {
         if (files.Exists(temporary)) (void)files.Remove(temporary);
         return false;
     }
     return files.SyncFolder(ParentFolder(path));
+}
+
+}  // namespace
+
+std::string FreeNameBeside(CFileSystem& files, const std::string& path) {
+    for (int number = 1; number <= 1000; ++number) {
+        std::string name = path + "." + std::to_string(number) + ".new";
+        if (!files.Exists(name) && !files.FolderExists(name)) return name;
+    }
+    return {};
+}
+
+bool ReplaceWholeFile(CFileSystem& files, const std::string& path, std::span<const uint8_t> bytes) {
+    const std::string temporary = FreeNameBeside(files, path);
+    return !temporary.empty() && ReplaceThrough(files, temporary, path, bytes);
+}
+
+bool ReplaceStoreFile(CFileSystem& files, const std::string& path, std::span<const uint8_t> bytes) {
+    return ReplaceThrough(files, path + ".new", path, bytes);
 }
 
 std::string WithTrailingSeparator(std::string folder) {

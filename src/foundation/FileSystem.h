@@ -87,8 +87,16 @@ CFileSystem& PlatformFileSystem();
 // Writes a new file, or empties and writes an old one; synced when asked.
 [[nodiscard]] bool WriteWholeFile(CFileSystem& files, const std::string& path,
                                   std::span<const uint8_t> bytes, bool sync = false);
-// Writes `path` + ".new", syncs it and renames it over `path`: the old contents or the new.
+// A name beside `path` that no file and no folder has: `path` + ".1.new" and upwards. Empty when a
+// thousand are taken.
+std::string FreeNameBeside(CFileSystem& files, const std::string& path);
+// Writes a new file under a free name beside `path`, syncs it and renames it over `path`: the old
+// contents or the new, and no neighbour is touched.
 [[nodiscard]] bool ReplaceWholeFile(CFileSystem& files, const std::string& path,
+                                    std::span<const uint8_t> bytes);
+// The same through `path` + ".new" alone, whatever has that name: for files of the store, in
+// folders of its own, whose opening knows a copy that was not finished by that name.
+[[nodiscard]] bool ReplaceStoreFile(CFileSystem& files, const std::string& path,
                                     std::span<const uint8_t> bytes);
 
 // Path helpers. Both "/" and "\" count as separators on Windows, "/" alone elsewhere.

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "import/ImportNotes.h"
 
 namespace quillon {
 
@@ -41,16 +42,13 @@ struct ImportOptions {
     std::optional<DecimalMark> decimal;
     // Reads and compares, but enters nothing and leaves the file as it is.
     bool dryRun = false;
+    // Every note by itself, instead of one for many lines that say the same.
+    bool everyNote = false;
     // Fills ImportResult::rows, for a preview.
     bool keepRows = false;
     // Called between batches with the records done and all there are; false stops the
     // import there. What was entered stays.
     std::function<bool(int64_t done, int64_t total)> progress;
-};
-
-struct ImportNote {
-    int64_t line = 0;  // from 1 in the file as it lies on disk; 0: the file as a whole
-    std::string text;
 };
 
 enum class RowOutcome {
@@ -86,39 +84,6 @@ struct ImportResult {
     Dialect dialect;
     std::vector<ImportNote> notes;  // in file order; those of the whole file first
     std::vector<ImportRow> rows;    // only with ImportOptions::keepRows
-};
-
-// Collects notes. What happens on many lines is listed for the first of them and then
-// counted, so that a damaged file of a million lines does not become a million notes.
-class CImportNotes {
-public:
-    enum class Kind {
-        Dialect,
-        File,
-        Date,
-        Amount,
-        Payee,
-        Number,
-        Identifier,
-        Transfer,
-        Splits,
-        Skipped,
-        Repeated,
-        Differs,
-        Record,
-        kCount,
-    };
-    static constexpr int64_t kListedPerKind = 100;
-
-    void Add(Kind kind, int64_t line, std::string text);
-    // True while Add() would still list a note of that kind: saves building the text.
-    bool Wants(Kind kind);
-    // The notes in file order, with a closing count for every kind that ran over.
-    std::vector<ImportNote> Take();
-
-private:
-    std::vector<ImportNote> m_notes;
-    std::array<int64_t, static_cast<size_t>(Kind::kCount)> m_counts{};
 };
 
 }  // namespace quillon

@@ -39,14 +39,14 @@ CImportManager::~CImportManager() = default;
 
 ImportResult CImportManager::Import() {
     m_result = ImportResult();
-    m_notes = CImportNotes();
+    m_notes = CImportNotes(m_options.everyNote);
     m_stored.clear();
     m_payees.clear();
     m_categories.clear();
     m_newNames.clear();
     try {
         Run();
-        if (m_result.failed) m_result.notes = m_notes.Take();
+        if (m_result.failed) m_result.notes = m_notes.Take(m_result.read);
     } catch (const std::bad_alloc&) {
         FailForMemory();
     }
@@ -63,10 +63,30 @@ void CImportManager::Run() {
     if (!EnterAll(records)) return;
     // What is entered stays entered: want of memory for the words is no failure any more.
     (void)FalseWhenOutOfMemory([this] {
-        m_result.message = Report();
-        m_result.notes = m_notes.Take();
+        m_result.message = Message();
+        m_result.notes = m_notes.Take(m_result.read);
         return true;
     });
+}
+
+std::string CImportManager::Counters() const {
+    return "\n\nTotal transactions in file:   " + std::to_string(m_result.read) +
+           "\nTransactions imported:     " + std::to_string(m_result.imported);
+}
+
+std::string CImportManager::Message() const {
+    if (m_options.dryRun) {
+        return "Nothing was entered from '" + PathText() + "': it was only tried." +
+               "\n\nTotal transactions in file:   " + std::to_string(m_result.read) +
+               "\nTransactions to enter:     " + std::to_string(m_result.imported);
+    }
+    if (!m_result.cancelled) return Report();
+    return "The import of '" + PathText() +
+           "' was stopped before its end; what was entered stays." +
+           (IdentifierUse() == Identifiers::Kept
+                ? " Importing the file again adds the rest."
+                : " Importing the file again would enter that twice.") +
+           Counters();
 }
 
 bool CImportManager::Fail(std::string_view reason) {

@@ -56,6 +56,8 @@ protected:
 
     bool IsPlain() const { return m_options.dialect == DialectMode::Plain; }
     std::string PathText() const { return m_path.ToUtf8(); }
+    // "\n\nTotal transactions in file: ..." and how many were imported.
+    std::string Counters() const;
     // Sets the error and returns false. `reason` follows the importer's own sentence.
     bool Fail(std::string_view reason = {});
     bool FailWith(std::string error);
@@ -100,6 +102,8 @@ private:
     };
 
     void Run();
+    // What is said at the end, however the import ended.
+    std::string Message() const;
     void FailForMemory() noexcept;
     bool LoadRules();
     bool LoadStoredLines();

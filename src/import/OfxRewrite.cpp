@@ -110,21 +110,4 @@ std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes) {
     return text;
 }
 
-bool ReplaceThroughNewFile(CFileSystem& files, const std::string& path,
-                           std::span<const uint8_t> bytes) {
-    std::string beside;
-    for (int number = 1; number < 1000; ++number) {
-        beside = path + "." + std::to_string(number) + ".new";
-        if (!files.Exists(beside) && !files.FolderExists(beside)) break;
-        beside.clear();
-    }
-    if (beside.empty()) return false;
-    if (!WriteWholeFile(files, beside, bytes, true) || !files.Rename(beside, path)) {
-        if (files.Exists(beside)) (void)files.Remove(beside);
-        return false;
-    }
-    (void)files.SyncFolder(ParentFolder(path));
-    return true;
-}
-
 }  // namespace quillon

@@ -2,10 +2,7 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
-
-#include "foundation/FileSystem.h"
 
 namespace quillon {
 
@@ -14,10 +11,5 @@ namespace quillon {
 // Bytes of marked 16-bit text are taken two at a time. Repeating it changes nothing more
 // in a file without blank lines.
 std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes);
-
-// Replaces the file's contents through a new file beside it and a rename: after a failure
-// the old contents are there whole.
-[[nodiscard]] bool ReplaceThroughNewFile(CFileSystem& files, const std::string& path,
-                                         std::span<const uint8_t> bytes);
 
 }  // namespace quillon

@@ -58,7 +58,7 @@ bool CQFXImportManager::LoadNormal(std::vector<uint8_t>& normal, bool& changed,
 }
 
 void CQFXImportManager::Rewrite(std::span<const uint8_t> normal) {
-    if (m_options.dryRun || ReplaceThroughNewFile(m_files, PathText(), normal)) return;
+    if (m_options.dryRun || ReplaceWholeFile(m_files, PathText(), normal)) return;
     m_notes.Add(Kind::File, 0,
                 "The file could not be rewritten with every element on a line of its own; it "
                 "was left as it is. Line numbers count the lines it would have.");
@@ -123,11 +123,7 @@ bool CQFXImportManager::Refuse() {
 }
 
 std::string CQFXImportManager::Report() const {
-    const std::string counters =
-        "\n\nTotal transactions in file:   " + std::to_string(m_result.read) +
-        "\nTransactions imported:     " + std::to_string(m_result.imported);
-    if (m_options.dryRun) return "Nothing was entered from '" + PathText() + "'." + counters;
-    return "The QFX data file '" + PathText() + "' was imported successfully." + counters;
+    return "The QFX data file '" + PathText() + "' was imported successfully." + Counters();
 }
 
 std::string CQFXImportManager::FailureMessage() const {

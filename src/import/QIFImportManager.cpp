@@ -84,12 +84,8 @@ bool CQIFImportManager::Refuse(std::string_view text) {
 }
 
 std::string CQIFImportManager::Report() const {
-    const std::string counters =
-        "\n\nTotal transactions in file:   " + std::to_string(m_result.read) +
-        "\nTransactions imported:     " + std::to_string(m_result.imported) +
-        "\nCategories created:          " + std::to_string(m_result.categoriesCreated);
-    if (m_options.dryRun) return "Nothing was entered from '" + PathText() + "'." + counters;
-    return "The QIF data file '" + PathText() + "' was imported successfully." + counters;
+    return "The QIF data file '" + PathText() + "' was imported successfully." + Counters() +
+           "\nCategories created:          " + std::to_string(m_result.categoriesCreated);
 }
 
 std::string CQIFImportManager::FailureMessage() const {

@@ -24,7 +24,6 @@ public:
         : m_files(files),
           m_folder(WithTrailingSeparator(std::move(folder))),
           m_path(std::move(path)),
-          m_temporary(m_path + ".new"),
           m_report(report),
           m_options(options) {}
     ~CBackupWriter() {
@@ -55,7 +54,7 @@ private:
     CFileSystem& m_files;
     const std::string m_folder;
     const std::string m_path;
-    const std::string m_temporary;
+    std::string m_temporary;  // beside m_path
     BackupReport& m_report;
     const BackupOptions& m_options;
 
@@ -117,6 +116,7 @@ BackupCode CBackupWriter::Start(size_t fileCount, const std::string& passwordHas
     if (!m_cipher.Start(m_header, passwordHash, m_options.keyCost)) {
         return BackupCode::EncryptionFailed;
     }
+    m_temporary = FreeNameBeside(m_files, m_path);
     m_container = m_files.Open(m_temporary, OpenMode::Create);
     if (!m_container) return Fail(BackupCode::WriteFailed, m_temporary);
     m_temporaryMade = true;

@@ -25,7 +25,7 @@ struct BackupReport {
 };
 
 // `names` are files in `folder` that carry a database's names, each once. They must not
-// change meanwhile. The container is written to `path` + ".new" first.
+// change meanwhile. The container is written under a free name beside `path` first.
 [[nodiscard]] BackupCode WriteBackupOfFiles(CFileSystem& files, const std::string& folder,
                                             const std::vector<std::string>& names,
                                             const std::string& path,

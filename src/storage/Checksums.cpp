@@ -151,7 +151,7 @@ bool CChecksums::Save(uint64_t databaseId) {
     }
     if (!m_dirty) return true;
     const std::string path = m_folder + kChecksumsName;
-    if (ReplaceWholeFile(m_base, path, ChecksumFile::Encode(m_databaseId, m_files))) {
+    if (ReplaceStoreFile(m_base, path, ChecksumFile::Encode(m_databaseId, m_files))) {
         m_dirty = false;
     } else if (m_base.Exists(path) && (!m_base.Remove(path) || !m_base.SyncFolder(m_folder))) {
         return false;

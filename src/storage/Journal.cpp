@@ -462,7 +462,7 @@ CJournal::AttachResult CJournal::Attach(const std::string& folder, uint64_t data
         // set aside gets a successor at once, so that no later opening misses it.
         m_header.databaseId = databaseId;
         if ((databaseId == 0 && !RandomNumber(m_header.databaseId)) ||
-            !RandomNumber(m_header.salt) || !ReplaceWholeFile(m_base, path, m_header.Encode())) {
+            !RandomNumber(m_header.salt) || !ReplaceStoreFile(m_base, path, m_header.Encode())) {
             result = AttachResult::Failed;
         }
     }

@@ -38,7 +38,7 @@ std::string ReadMark(CFileSystem& files, const std::string& folder) {
 
 bool WriteMark(CFileSystem& files, const std::string& folder, std::string_view mark) {
     const auto* bytes = reinterpret_cast<const uint8_t*>(mark.data());
-    return ReplaceWholeFile(files, MarkPath(folder), std::span(bytes, mark.size()));
+    return ReplaceStoreFile(files, MarkPath(folder), std::span(bytes, mark.size()));
 }
 
 bool RemoveIfThere(CFileSystem& files, const std::string& path) {

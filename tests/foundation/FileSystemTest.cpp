@@ -215,6 +215,26 @@ TEST_P(FileSystemTest, ReplaceLeavesNoTemporaryFileBehind) {
     EXPECT_EQ(names, std::vector<std::string>{"data"});
 }
 
+// The file is the old one or the new one whatever call fails, and the neighbours stay.
+TEST(ReplaceWholeFile, AFailureLeavesTheOldFile) {
+    using Call = CMemoryFileSystem::Call;
+    const Bytes own = Text("the user's own");
+    for (const Call call : {Call::Create, Call::Write, Call::Sync, Call::Rename}) {
+        CMemoryFileSystem files;
+        files.Bytes("d/x") = Text("old");
+        files.Bytes("d/x.new") = files.Bytes("d/x.1.new") = own;
+        files.FailNth(call, 1);
+        EXPECT_FALSE(ReplaceWholeFile(files, "d/x", Text("new")));
+        files.StopFailing();
+        EXPECT_EQ(files.Bytes("d/x"), Text("old"));
+        EXPECT_TRUE(ReplaceWholeFile(files, "d/x", Text("new")));
+        EXPECT_EQ(files.Bytes("d/x"), Text("new"));
+        EXPECT_EQ(files.Snapshot().size(), 3U);
+        EXPECT_EQ(files.Bytes("d/x.new"), own);
+        EXPECT_EQ(files.Bytes("d/x.1.new"), own);
+    }
+}
+
 TEST(PlatformFileSystem, ModificationTimeCountsFrom1601) {
     const CTemporaryFolder folder;
     CFileSystem& files = PlatformFileSystem();

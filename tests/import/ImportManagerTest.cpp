@@ -329,6 +329,10 @@ TEST_F(ImportManager, CancellingKeepsWholeBatches) {
     const ImportResult result = ImportQfx(ManyLines(7000), options);
     EXPECT_TRUE(result.cancelled);
     EXPECT_EQ(result.imported, 4000);
+    EXPECT_EQ(result.message,
+              "The import of 'in.qfx' was stopped before its end; what was entered stays. "
+              "Importing the file again adds the rest.\n\nTotal transactions in file:   7000\n"
+              "Transactions imported:     4000");
     EXPECT_NEAR(Balance(), -4400, 0.001);
     ExpectBalancesInOrder();
     const ImportResult rest = ImportQfx(ManyLines(7000), Inferred());

@@ -7,7 +7,6 @@
 #include "import/OfxRewrite.h"
 #include "import/OfxTags.h"
 #include "support/Bytes.h"
-#include "support/MemoryFileSystem.h"
 
 namespace quillon {
 namespace {
@@ -326,25 +325,6 @@ TEST(OfxRewrite, PutsEveryElementOnALineOfItsOwn) {
         if (!Contains(row.name, "halved")) {
             EXPECT_EQ(NormaliseStatement(row.normal), row.normal);
         }
-    }
-}
-
-// The download is the old file or the new one, whatever call fails.
-TEST(OfxRewrite, AFailureLeavesTheOldFile) {
-    using Call = CMemoryFileSystem::Call;
-    const Bytes old = Text("old");
-    for (const Call call : {Call::Create, Call::Write, Call::Sync, Call::Rename}) {
-        CMemoryFileSystem files;
-        files.Bytes("d/x.qfx") = old;
-        files.Bytes("d/x.qfx.1.new") = Text("the user's own");
-        files.FailNth(call, 1);
-        EXPECT_FALSE(ReplaceThroughNewFile(files, "d/x.qfx", Text("new")));
-        files.StopFailing();
-        EXPECT_EQ(files.Bytes("d/x.qfx"), old);
-        EXPECT_EQ(files.Snapshot().size(), 2U);
-        EXPECT_TRUE(ReplaceThroughNewFile(files, "d/x.qfx", Text("new")));
-        EXPECT_EQ(files.Bytes("d/x.qfx"), Text("new"));
-        EXPECT_EQ(files.Bytes("d/x.qfx.1.new"), Text("the user's own"));
     }
 }
 

@@ -473,17 +473,47 @@ TEST(TextScan, NumbersAreReadFromTheStart) {
     EXPECT_EQ(number, INT64_MAX);
 }
 
-TEST(ImportNotes, ManyOfAKindAreCounted) {
-    CImportNotes notes;
-    for (int64_t line = 1000; line > 0; --line) {
-        if (notes.Wants(CImportNotes::Kind::Date)) notes.Add(CImportNotes::Kind::Date, line, "d");
+TEST(ImportNotes, OneCauseOnManyLinesIsOneNote) {
+    using Kind = CImportNotes::Kind;
+    const auto shown = [](CImportNotes& notes, int64_t records) {
+        std::vector<std::string> lines;
+        for (const ImportNote& note : notes.Take(records)) {
+            lines.push_back(std::to_string(note.line) + "-" + std::to_string(note.lastLine) + " " +
+                            std::to_string(note.count) + " " + note.text);
+        }
+        return lines;
+    };
+    for (const bool every : {false, true}) {
+        CImportNotes notes(every);
+        for (int64_t line = 300; line > 0; --line) {
+            notes.Add(Kind::Record, line, "Unclosed.");
+            notes.Add(Kind::Number, line, "The number \"" + std::to_string(line) + "\" is none.");
+            if (line <= 120) notes.Add(Kind::Date, line, "Day " + std::to_string(line));
+        }
+        notes.Add(Kind::Record, 7, "Another.");
+        notes.Add(Kind::File, 0, "f");
+        const std::vector<std::string> lines = shown(notes, 300);
+        if (every) {
+            EXPECT_EQ(lines.size(), 722U);
+            continue;
+        }
+        ASSERT_EQ(lines.size(), 105U) << "of 120 dates 100 are listed";
+        EXPECT_EQ(lines[0], "0-0 1 f");
+        EXPECT_EQ(lines[1], "1-300 300 Unclosed. (300 such, lines 1 to 300)");
+        EXPECT_EQ(lines[2], "1-300 300 The number \"300\" is none. (300 such, lines 1 to 300)");
+        EXPECT_EQ(lines[3], "1-20 20 Day 20 (20 such, lines 1 to 20)");
+        EXPECT_EQ(lines[4], "7-0 1 Another.");
+        EXPECT_EQ(lines[104], "120-0 1 Day 120");
     }
-    notes.Add(CImportNotes::Kind::File, 0, "f");
-    const std::vector<ImportNote> taken = notes.Take();
-    ASSERT_EQ(taken.size(), 102U);
-    EXPECT_EQ(taken.front().text, "f");
-    EXPECT_EQ(taken[1].line, 901);
-    EXPECT_EQ(taken.back().text, "And 900 more dates that needed a note.");
+    CImportNotes few;
+    for (int64_t line = 1; line <= 10; ++line) few.Add(Kind::Record, line, "Unclosed.");
+    EXPECT_EQ(shown(few, 10).size(), 10U);
+    // Wordings without end are counted by their kind.
+    CImportNotes many;
+    for (int64_t line = 1; line <= 5000; ++line) {
+        many.Add(Kind::Payee, line, std::string(static_cast<size_t>(line), 'x'));
+    }
+    EXPECT_LE(shown(many, 5000).size(), 400U);
 }
 
 }  // namespace

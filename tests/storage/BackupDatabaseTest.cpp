@@ -96,7 +96,7 @@ TEST(BackupDatabase, RefusalsWriteNothing) {
               BackupCode::IntegrityFailed);
     EXPECT_FALSE(report.detail.empty());
     EXPECT_FALSE(disk.Exists("b.dat"));
-    EXPECT_FALSE(disk.Exists("b.dat.new"));
+    EXPECT_FALSE(disk.Exists("b.dat.1.new"));
 }
 
 // Whoever opens the folder after a stopped restore gets a whole database.

@@ -104,12 +104,14 @@ TEST(Backup, AFailedOneLeavesTheEarlierOne) {
         PutFiles(disk, "ledger", SmallDatabase());
         ASSERT_EQ(BackUp(disk, "ledger", "b.dat"), BackupCode::Done);
         PutFiles(disk, "ledger", later);
+        disk.Bytes("b.dat.new") = Text("the user's own");
         disk.FailNth(Call::AnyChangeOrSync, failAt, FileError::NoSpace);
         const BackupCode code = BackUp(disk, "ledger", "b.dat");
         const bool failed = disk.HasFailed();
         disk.StopFailing();
         EXPECT_EQ(code, failed ? BackupCode::WriteFailed : BackupCode::Done);
-        EXPECT_FALSE(disk.Exists("b.dat.new"));
+        EXPECT_FALSE(disk.Exists("b.dat.1.new"));
+        EXPECT_EQ(disk.Bytes("b.dat.new"), Text("the user's own"));
         ASSERT_EQ(Restore(disk, "b.dat", "restored"), RestoreCode::Done);
         const FileMap restored = FilesIn(disk, "restored");
         EXPECT_TRUE(restored == later || (failed && restored == SmallDatabase()));
