@@ -4,6 +4,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -85,6 +86,8 @@ public:
     CAskingChild(const CAskingChild&) = delete;
     CAskingChild& operator=(const CAskingChild&) = delete;
 
+    // False, and errno tells why: the machine has no pseudo-terminal.
+    bool IsRunning() const { return m_child > 0; }
     // Reads what the terminal shows until it shows `wanted` or nothing more.
     std::string ReadUntil(const std::string& wanted) {
         std::string shown;
@@ -112,33 +115,32 @@ private:
 };
 
 TEST(ConsolePosix, PasswordIsReadUnseenAndTheEchoComesBack) {
-    CAskingChild child;
-    EXPECT_EQ(child.ReadUntil("Password: "), "Password: ");
-    ASSERT_TRUE(child.Type("gehéim 1\n"));
-    EXPECT_EQ(child.ReadUntil(""), "\r\n");
-    const int status = child.Wait();
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 1 + 2);
-}
-
-TEST(ConsolePosix, BreakingOffEndsTheProgramAsUsual) {
-    CAskingChild child;
-    child.ReadUntil("Password: ");
-    ASSERT_TRUE(child.Type("half\x03"));
-    child.ReadUntil("");
-    const int status = child.Wait();
-    ASSERT_TRUE(WIFSIGNALED(status));
-    EXPECT_EQ(WTERMSIG(status), SIGINT);
-}
-
-TEST(ConsolePosix, EndOfInputIsNoPassword) {
-    CAskingChild child;
-    child.ReadUntil("Password: ");
-    ASSERT_TRUE(child.Type("\x04"));
-    child.ReadUntil("");
-    const int status = child.Wait();
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 4 + 2);
+    const struct {
+        const char* name;
+        const char* typed;
+        const char* shown;
+        int signal;  // that ends the child, or 0
+        int status;
+    } rows[] = {
+        {"typed", "gehéim 1\n", "\r\n", 0, 1 + 2},
+        {"broken off", "half\x03", nullptr, SIGINT, 0},
+        {"end of input", "\x04", nullptr, 0, 4 + 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CAskingChild child;
+        if (!child.IsRunning()) GTEST_SKIP() << "no pseudo-terminal: " << std::strerror(errno);
+        EXPECT_EQ(child.ReadUntil("Password: "), "Password: ");
+        ASSERT_TRUE(child.Type(row.typed));
+        const std::string shown = child.ReadUntil("");
+        if (row.shown) {
+            EXPECT_EQ(shown, row.shown);
+        }
+        const int status = child.Wait();
+        ASSERT_EQ(WIFSIGNALED(status), row.signal != 0);
+        EXPECT_EQ(row.signal != 0 ? WTERMSIG(status) : WEXITSTATUS(status),
+                  row.signal != 0 ? row.signal : row.status);
+    }
 }
 
 }  // namespace
