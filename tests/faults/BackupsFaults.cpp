@@ -318,6 +318,12 @@ private:
             const std::string name =
                 Name("failing call of kind " + std::to_string(static_cast<int>(kind)), failAt);
             if (!failed && code != RestoreCode::Done) m_report.Fault(name + ": failed by itself");
+            const bool isTakenBack = !disk.FolderExists("db.restoring") &&
+                                     !disk.FolderExists("db.old") &&
+                                     !disk.Exists("db/Restore.mark");
+            if (code != RestoreCode::Done && !isTakenBack) {
+                m_report.Fault(name + ": not taken back at once");
+            }
             Look(disk.Snapshot(), code == RestoreCode::Done, name);
         }
     }

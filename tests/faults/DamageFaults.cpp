@@ -188,7 +188,7 @@ private:
             ++m_counts.reported;
             return isFirst ? Named(damage, tables, pages) : std::string();
         }
-        const std::string content = ContentOf(database, Stamps::Kept);
+        const std::string content = ContentText(database, Stamps::Kept);
         if (content == m_sample->content) {
             ++m_counts.harmless;
             const bool maySay = MaySaySilent(damage) || !m_sample->earlier.empty();

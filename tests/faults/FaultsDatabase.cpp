@@ -19,33 +19,15 @@ void Must(bool done, const char* what) {
     if (!done) throw std::runtime_error(std::string("a sample could not be made: ") + what);
 }
 
-std::string WordyText(int number) {
-    const std::string text = "Groceries, household and the weekly market " + std::to_string(number);
-    return text + "; " + text + "; " + text;
-}
-
 void AddStoreRow(CDatabaseManager& database, int number) {
-    Must(database.BeginRow("Ledger"), "row");
-    database.SetText("Name", "Row " + std::to_string(number));
-    database.SetBoolean("Open", number % 2 == 1);
-    database.SetInt32("Check", number);
-    database.SetInt64("Account", number * int64_t{1'000'000'007});
-    database.SetDouble("Amount", -0.5 * number);
-    database.SetDateTime("Date", 133'000'000'000'000'000 + number);
-    database.SetText("Memo", number % 3 == 0 ? WordyText(number) : number % 3 == 1 ? "short" : "");
-    Must(database.CommitRow() >= 0, "row");
+    const char* const memo = number % 3 == 1 ? "short" : "";
+    Must(AddLedgerRow(database, {"Row " + std::to_string(number), number, -0.5 * number,
+                                 number % 3 == 0 ? WordyText(number) : memo}) >= 0,
+         "row");
 }
 
 void MakeStore(CDatabaseManager& database) {
-    Must(database.CreateTable("Ledger") &&
-             database.AddColumn("Ledger", "Name", ColumnType::Text, true, true) &&
-             database.AddColumn("Ledger", "Open", ColumnType::Boolean, true, false) &&
-             database.AddColumn("Ledger", "Check", ColumnType::Int32, false, false) &&
-             database.AddColumn("Ledger", "Account", ColumnType::Int64, true, false) &&
-             database.AddColumn("Ledger", "Amount", ColumnType::Double, true, true) &&
-             database.AddColumn("Ledger", "Date", ColumnType::DateTime, true, true) &&
-             database.AddColumn("Ledger", "Memo", ColumnType::Text, false, false) &&
-             database.CreateTable("Empty") &&
+    Must(MakeLedgerTable(database) && database.CreateTable("Empty") &&
              database.AddColumn("Empty", "Nothing", ColumnType::Text, true, false),
          "tables");
     for (int number = 1; number <= 12; ++number) AddStoreRow(database, number);
@@ -134,10 +116,10 @@ void AddSamples(const std::string& name, CMemoryFileSystem& files, Make make, Ch
     make();
     Must(store().Flush(), "flush");
     const Disk flushed = files.Snapshot();
-    std::vector<std::string> contents{ContentOf(store(), Stamps::Kept)};
+    std::vector<std::string> contents{ContentText(store(), Stamps::Kept)};
     for (int step = 0; step < kSteps; ++step) {
         change(step);
-        contents.push_back(ContentOf(store(), Stamps::Kept));
+        contents.push_back(ContentText(store(), Stamps::Kept));
     }
     Disk killed = files.Snapshot();
     TrimJournal(killed.at("db/Journal.dat"));
@@ -200,7 +182,7 @@ bool ReadSound(CFileSystem& files, const std::string& folder, std::string& conte
               (pages.empty() ? ", no page known" : ", page of " + pages.front().file);
         return false;
     }
-    content = ContentOf(database, Stamps::Kept);
+    content = ContentText(database, Stamps::Kept);
     return database.Close();
 }
 

@@ -25,7 +25,7 @@ inline constexpr const char* kFaultsPassword = "correct horse";
 struct FaultsSample {
     std::string name;
     Disk disk;
-    std::string content;  // ContentOf, with the stamps
+    std::string content;  // ContentText, with the stamps
     // What earlier commits had made of it, when the journal still holds the later ones.
     std::vector<std::string> earlier;
 };

@@ -28,7 +28,7 @@ Found FoundOn(const DiskFiles& files, Level level, const char* folder = kMemoryF
     Found found;
     found.opened = OpenWorld(world, level, folder);
     if (!found.opened) return found;
-    found.content = ContentOf(DatabaseOf(world, level));
+    found.content = ContentText(DatabaseOf(world, level));
     found.disorder = DisorderOf(world, level);
     return found;
 }
@@ -101,7 +101,7 @@ private:
                 const CAllocationPause pause;
                 world = std::make_unique<World>(files);
                 done = PrepareWorld(*world, work);
-                if (!work.opens) unfailed.before = ContentOf(DatabaseOf(*world, work.level));
+                if (!work.opens) unfailed.before = ContentText(DatabaseOf(*world, work.level));
             }
             const int64_t allocated = gauge.Allocations();
             done = done && work.act(*world);
@@ -111,7 +111,7 @@ private:
             if (!DatabaseOf(*world, work.level).IsOpen()) {
                 done = OpenWorld(*world, work.level) && done;
             }
-            unfailed.after = ContentOf(DatabaseOf(*world, work.level));
+            unfailed.after = ContentText(DatabaseOf(*world, work.level));
             if (work.opens) unfailed.before = unfailed.after;
             done = done && DisorderOf(*world, work.level).empty();
             world.reset();
@@ -184,7 +184,7 @@ private:
             Reopen(world, work, unfailed.after);
         } else if (open && !refuses) {
             database.RollbackBatch();
-            const std::string content = ContentOf(database);
+            const std::string content = ContentText(database);
             const std::string& expected = said ? unfailed.after : unfailed.before;
             if (content != expected) Fault(Difference(content, expected));
             const std::string disorder = DisorderOf(world, work.level);
@@ -206,7 +206,7 @@ private:
             Fault("does not open again");
             return;
         }
-        const std::string content = ContentOf(DatabaseOf(world, work.level));
+        const std::string content = ContentText(DatabaseOf(world, work.level));
         if (content != expected) Fault("opened again: " + Difference(content, expected));
         const std::string disorder = DisorderOf(world, work.level);
         if (!disorder.empty()) Fault("opened again: " + disorder);

@@ -1,27 +1,13 @@
 #include "StoreContent.h"
 
 #include <functional>
-#include <map>
-#include <string_view>
 
 #include "finance/Ledger.h"
 #include "storage/Checksums.h"
-#include "support/Bytes.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon {
 namespace {
-
-std::string ValueText(const CTableRowUpdateInfoValue& value) {
-    if (!value.isSet) return "none";
-    if (value.type == ColumnType::Text) return '"' + value.text.ToUtf8() + '"';
-    return std::to_string(value.Key());
-}
-
-std::string ColumnText(const CTableColumn& column) {
-    return column.name.ToUtf8() + " " + std::to_string(static_cast<int>(column.type)) +
-           (column.indexed ? " indexed" : "") + (column.indexAttribute ? " by range" : "");
-}
 
 std::string TextOf(const std::vector<TableIntegrity>& tables, IntegrityCode code) {
     std::string text = "verify gives " + std::to_string(static_cast<int>(code));
@@ -37,37 +23,19 @@ std::string ProblemText(DatabaseProblem problem, const std::string& detail) {
 
 }  // namespace
 
-std::string ContentOf(CDatabaseManager& database, Stamps stamps) {
-    std::map<std::string, std::string> tables;  // in whatever order they were made
-    std::vector<uint8_t> bytes;
-    for (const auto& table : database.Tables()) {
-        std::string& content = tables[table->Name().ToUtf8()];
-        content += "table " + table->Name().ToUtf8() + '\n';
-        for (const CTableColumn& column : table->Columns()) content += ColumnText(column) + ' ';
-        table->WalkRows([&](int64_t rowId) {
-            content += '\n' + std::to_string(rowId);
-            const bool readable = table->ReadRecord(rowId, bytes);
-            for (const CTableColumn& column : table->Columns()) {
-                const std::string_view name = column.name.View();
-                const bool isStamp =
-                    name == kCreationStampColumn || name == kModificationStampColumn;
-                if (isStamp && stamps == Stamps::LeftOut) continue;
-                CTableRowUpdateInfoValue value;
-                const bool read = readable && table->ValueFromRecord(bytes, column, value);
-                content += ' ';
-                content += read ? ValueText(value) : "unreadable";
-            }
-            return true;
-        });
-        content += '\n';
+std::string ContentText(CDatabaseManager& database, Stamps stamps) {
+    LeftOut leftOut;
+    if (stamps == Stamps::LeftOut) leftOut = {kCreationStampColumn, kModificationStampColumn};
+    std::string text;
+    for (const auto& [table, rows] : ContentOf(database, 8, leftOut)) {
+        text += "table " + table;
+        for (const auto& [row, values] : rows) {
+            text += '\n' + std::to_string(row);
+            for (const std::string& value : values) text += ' ' + value;
+        }
+        text += '\n';
     }
-    std::string content;
-    for (const auto& [name, rows] : tables) content += rows;
-    for (int64_t id = 0; id < 8; ++id) {
-        if (!database.ReadBlob(id, bytes)) continue;
-        content += "BLOB " + std::to_string(id) + ' ' + std::string(bytes.begin(), bytes.end());
-    }
-    return content;
+    return text;
 }
 
 StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance) {
@@ -81,7 +49,7 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
         look.problem = "page " + std::to_string(pages.front().page) + " of " + pages.front().file +
                        " is not as it was written";
     }
-    look.content = std::hash<std::string>{}(ContentOf(database));
+    look.content = std::hash<std::string>{}(ContentText(database));
     if (!finance || !look.problem.empty()) return look;
     CLedger ledger(*finance);
     std::vector<BalanceMismatch> mismatches;
@@ -115,10 +83,7 @@ StoreLook LookAtFolder(CFileSystem& files, bool isFinance) {
 
 StoreLook LookAtImage(const DiskImage& image, bool isFinance) {
     CMemoryFileSystem files;
-    files.Restore(image.files);
-    for (const std::string& folder : image.folders) {
-        if (!files.MakeFolder(folder)) return {.problem = "no folder " + folder};
-    }
+    files.Restore(image);
     return LookAtFolder(files, isFinance);
 }
 

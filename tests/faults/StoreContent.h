@@ -5,21 +5,22 @@
 
 #include "finance/QuillonDatabaseInterface.h"
 #include "support/PowerCutDisk.h"
+#include "support/SampleStore.h"
 
 namespace quillon {
 
 // What a look at a store found.
 struct StoreLook {
     std::string problem;   // not opened, or not in order: why; empty when all is well
-    uint64_t content = 0;  // hash of ContentOf
+    uint64_t content = 0;  // hash of ContentText
     bool IsSound() const { return problem.empty(); }
 };
 
+// Stamps of rows differ from run to run.
 enum class Stamps { LeftOut, Kept };
 
-// Everything that the database holds, its columns among it; tables by name, since one that
-// could not be made at first comes later than others. Stamps of rows differ from run to run.
-std::string ContentOf(CDatabaseManager& database, Stamps stamps = Stamps::LeftOut);
+// ContentOf as one text.
+std::string ContentText(CDatabaseManager& database, Stamps stamps = Stamps::LeftOut);
 
 // Verifies an open store, the balances too when there is a ledger in it.
 StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance);

@@ -1,14 +1,12 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "finance/QuillonDatabaseInterface.h"
 #include "foundation/CalendarDate.h"
-#include "support/MemoryFileSystem.h"
+#include "support/OpenStore.h"
 
 namespace quillon {
 
@@ -25,17 +23,8 @@ std::vector<int64_t> IdsOf(const COwnedList<Entry>& list) {
 }
 
 // A fresh ledger on a disk in memory.
-class FinanceFixture : public testing::Test {
+class FinanceFixture : public COpenStore<CQuillonDatabaseInterface> {
 protected:
-    static constexpr const char* kFolder = "ledger";
-
-    FinanceFixture() { EXPECT_TRUE(database.Open(kFolder).opened); }
-
-    void Reopen() {
-        ASSERT_TRUE(database.Close());
-        ASSERT_TRUE(database.Open(kFolder).opened);
-    }
-
     int64_t AddAccount(const char* name, AccountType type = AccountType::Checking) {
         CAccountEntry account;
         account.name = name;
@@ -59,9 +48,6 @@ protected:
         EXPECT_TRUE(database.ReadAccount(account, entry));
         return entry.currentBalance;
     }
-
-    CMemoryFileSystem disk;
-    CQuillonDatabaseInterface database{disk};
 };
 
 }  // namespace quillon

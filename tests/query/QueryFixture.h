@@ -1,30 +1,24 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <vector>
 
 #include "query/NoSQLDatabaseInterface.h"
 #include "storage/DatabaseManager.h"
-#include "support/MemoryFileSystem.h"
+#include "support/OpenStore.h"
 
 namespace quillon {
 
 using Ids = std::vector<int64_t>;
 
-// An empty database on a disk in memory.
-class QueryFixture : public testing::Test {
+// An empty database on a disk in memory, and a query of it.
+class QueryFixture : public COpenStore<CDatabaseManager> {
 protected:
-    static constexpr const char* kFolder = "ledger";
-
-    QueryFixture() { EXPECT_TRUE(database.Open(kFolder)); }
     ~QueryFixture() override { database.Close(); }
 
     void Reopen() {
         query.Reset();
-        ASSERT_TRUE(database.Close());
-        ASSERT_TRUE(database.Open(kFolder));
+        COpenStore::Reopen();
     }
 
     // The rows that the clause built so far finds.
@@ -33,8 +27,6 @@ protected:
         return query.Results().RowIds();
     }
 
-    CMemoryFileSystem disk;
-    CDatabaseManager database{disk};
     CNoSQLDatabaseInterface query{database};
 };
 

@@ -155,7 +155,7 @@ TEST(LockFile, ByteForByte) {
 TEST(Table, FilesByteForByte) {
     CLedgerDisk disk;
     ASSERT_TRUE(disk.database.BeginRow("Ledger"));
-    SetLedgerRow(disk.database, {"Bo", 3, -0.5, "x"});
+    ASSERT_TRUE(SetLedgerRow(disk.database, {"Bo", 3, -0.5, "x"}));
     ASSERT_EQ(disk.database.CommitRow(), 0);
     ASSERT_TRUE(disk.database.Close());
 
@@ -312,7 +312,7 @@ TEST(Table, AddingAndRemovingColumnsKeepsRows) {
                                const char* initial) {
         ASSERT_TRUE(disk.database.AddColumn("Ledger", name, type, indexed, false));
         edit([&](auto& values) { values.emplace_back(initial); });
-        expected[-1].back() = name;
+        expected[-1].back() = ColumnText(*disk.Table().FindColumn(name));
     };
     const auto removeColumn = [&](const char* name, std::ptrdiff_t at) {
         ASSERT_TRUE(disk.database.RemoveColumn("Ledger", name));
@@ -345,7 +345,7 @@ TEST(Table, AddingAndRemovingColumnsKeepsRows) {
         removeColumn(column, 0);
     }
     check("nearly all removed");
-    ASSERT_EQ(expected[-1], (std::vector<std::string>{"Flag", "Note"}));
+    ASSERT_EQ(expected[-1], (std::vector<std::string>{"Flag 1 indexed", "Note 0 indexed"}));
 }
 
 TEST(Table, WithoutColumnsItHasNoFiles) {
