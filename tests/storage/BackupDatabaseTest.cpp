@@ -60,19 +60,6 @@ TEST(BackupDatabase, ComesBackWholeAndOpens) {
     EXPECT_FALSE(disk.FolderExists("ledger.old"));
 }
 
-TEST(BackupDatabase, AnEmptyOneToo) {
-    CMemoryFileSystem disk;
-    CDatabaseManager database(disk);
-    ASSERT_TRUE(database.Open("ledger"));
-    BackupReport report;
-    ASSERT_EQ(WriteBackup(database, "b.dat", kHash, report, QuickOptions()), BackupCode::Done)
-        << report.detail;
-    EXPECT_TRUE(report.isProtected);
-    ASSERT_EQ(Restore(disk, "b.dat", "copy"), RestoreCode::Done);
-    CDatabaseManager copy(disk);
-    EXPECT_TRUE(copy.Open("copy"));
-}
-
 TEST(BackupDatabase, RefusalsWriteNothing) {
     CMemoryFileSystem disk;
     CDatabaseManager database(disk);
@@ -97,37 +84,6 @@ TEST(BackupDatabase, RefusalsWriteNothing) {
     EXPECT_FALSE(report.detail.empty());
     EXPECT_FALSE(disk.Exists("b.dat"));
     EXPECT_FALSE(disk.Exists("b.dat.1.new"));
-}
-
-// Whoever opens the folder after a stopped restore gets a whole database.
-TEST(BackupDatabase, OpeningFinishesAnInterruptedRestore) {
-    CMemoryFileSystem disk;
-    {
-        CDatabaseManager database(disk);
-        ASSERT_TRUE(database.Open("ledger"));
-        ASSERT_TRUE(FillDatabase(database, 5));
-        BackupReport report;
-        ASSERT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::Done);
-        ASSERT_TRUE(database.DeleteRow("Account", 0));
-    }
-    const auto before = disk.Snapshot();
-    int whole = 0;
-    for (int64_t stopAt = 1; whole < 2; ++stopAt) {
-        SCOPED_TRACE(stopAt);
-        ASSERT_LT(stopAt, 1'000);
-        disk.Restore(before);
-        disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, stopAt, FileError::Other,
-                     CMemoryFileSystem::Times::ForEver);
-        const RestoreCode code = Restore(disk, "b.dat", "ledger", true, "");
-        whole += disk.HasFailed() ? 0 : 1;
-        disk.StopFailing();
-        CDatabaseManager database(disk);
-        ASSERT_TRUE(database.Open("ledger"));
-        const int64_t rows = RowCount(database);
-        EXPECT_TRUE(rows == 5 || (rows == 4 && code != RestoreCode::Done)) << rows;
-        EXPECT_FALSE(disk.FolderExists("ledger.old"));
-        EXPECT_FALSE(disk.FolderExists("ledger.restoring"));
-    }
 }
 
 }  // namespace

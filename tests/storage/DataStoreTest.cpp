@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 #include <new>
-#include <random>
 
 #include "StoreFixture.h"
 
@@ -164,30 +162,6 @@ TEST(DataStore, OpensWhatItKnows) {
             EXPECT_EQ(disk.files.Bytes(kData), row.afterClose);
             EXPECT_FALSE(disk.files.Exists(kData + "_tmp"));
         }
-    }
-}
-
-// A conversion that is stopped anywhere leaves the old file or the new one.
-TEST(DataStore, ConversionStoppedAnywhere) {
-    const Bytes old = Join(Signature("Data"), Le32(1), Text("8 bytes!"), Text("the blocks"));
-    for (int64_t failAt = 1;; ++failAt) {
-        ASSERT_LT(failAt, 100);
-        SCOPED_TRACE(failAt);
-        CStoreDisk disk;
-        disk.files.Bytes(kData) = old;
-        disk.files.FailNth(Call::AnyChangeOrSync, failAt, FileError::NoSpace);
-        (void)disk.store.Open();
-        const bool failed = disk.files.HasFailed();
-        disk.files.StopFailing();
-        const Bytes& now = disk.files.Bytes(kData);
-        EXPECT_TRUE(now == old || now == DataFile(2, Text("the blocks")));
-
-        CStoreDisk again(false);
-        again.files.Restore(disk.files.Snapshot());
-        ASSERT_EQ(again.journal.Attach(kFolder, 7), CJournal::AttachResult::Ok);
-        ASSERT_TRUE(again.store.Open());
-        EXPECT_EQ(again.Get(10, 0), Text("the blocks"));
-        if (!failed) break;
     }
 }
 
@@ -428,86 +402,6 @@ TEST(DataStore, RunningOutOfMemoryLeavesTheListAsItWas) {
                     EXPECT_EQ(BlocksOf(list), before);
                 }
             }
-        }
-    }
-}
-
-// The owner's view of a store: live blocks by position.
-class COwner {
-public:
-    // Every live block is where it was put, and none touches another.
-    void Check(CDataStore& store) const {
-        int64_t end = 0;
-        for (const auto& [position, block] : live) {
-            EXPECT_GE(position, end) << "live blocks overlap";
-            Bytes read(block.size());
-            const auto size = static_cast<int64_t>(block.size());
-            EXPECT_TRUE(store.ReadAt(read.data(), size, position));
-            EXPECT_EQ(read, block);
-            end = position + size;
-        }
-    }
-    std::map<int64_t, Bytes> live;
-};
-
-// Random work with flushes, brackets, rollbacks, restarts and crashes: what is live stays
-// as it was written, so no live block was ever handed out again.
-TEST(DataStore, NeverHandsOutALiveBlock) {
-    for (uint32_t seed = 1; seed <= 12; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        const bool attach = seed % 3 != 0;
-        auto disk = std::make_unique<CStoreDisk>(attach);
-        ASSERT_TRUE(disk->store.Open());
-        COwner owner;
-        uint8_t stamp = 0;
-        const auto work = [&](int steps) {
-            for (int i = 0; i < steps; ++i) {
-                if (owner.live.empty() || random() % 5 < 3) {
-                    Bytes block(1 + random() % 40, ++stamp);
-                    const int64_t position = disk->Put(block);
-                    EXPECT_TRUE(owner.live.emplace(position, block).second);
-                } else {
-                    auto victim = std::next(owner.live.begin(),
-                                            static_cast<int>(random() % owner.live.size()));
-                    EXPECT_TRUE(disk->store.FreeBlock(static_cast<int64_t>(victim->second.size()),
-                                                      victim->first));
-                    owner.live.erase(victim);
-                }
-            }
-        };
-        for (int round = 0; round < 120 && !::testing::Test::HasFailure(); ++round) {
-            const COwner before = owner;
-            if (attach) {
-                ASSERT_TRUE(disk->journal.BeginBracket());
-            }
-            work(static_cast<int>(random() % 12));
-            if (attach && random() % 4 == 0) {
-                disk->journal.RollbackBracket();
-                owner = before;
-            } else if (attach) {
-                ASSERT_TRUE(disk->journal.CommitBracket());
-            }
-            const auto fate = random() % 10;
-            if (fate == 0) {
-                ASSERT_TRUE(disk->store.Flush());
-            }
-            if (fate == 1 && attach) {
-                ASSERT_TRUE(disk->journal.Checkpoint());
-            }
-            if (fate == 2 || fate == 3) {
-                if (fate == 2) {
-                    ASSERT_TRUE(disk->store.Close());
-                }
-                auto next = std::make_unique<CStoreDisk>(false);
-                next->files.Restore(disk->files.Snapshot());
-                if (attach) {
-                    ASSERT_EQ(next->journal.Attach(kFolder, 7), CJournal::AttachResult::Ok);
-                }
-                ASSERT_TRUE(next->store.Open());
-                disk = std::move(next);
-            }
-            owner.Check(disk->store);
         }
     }
 }

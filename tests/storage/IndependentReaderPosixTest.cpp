@@ -10,7 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include "StoreFixture.h"
-#include "storage/Compression.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillon {
@@ -202,54 +201,6 @@ TEST(IndependentReader, ReplaysTheJournal) {
     CDatabaseManager replayed;
     ASSERT_TRUE(replayed.Open(crashed));
     EXPECT_EQ(ContentOf(replayed), ContentOf(database));
-}
-
-TEST(IndependentReader, ExpandsEveryKindOfStream) {
-    if (!HasPython()) GTEST_SKIP() << "no python3";
-    CTemporaryFolder folder;
-    const std::string path = folder.File("ledger");
-    std::string text = WordyText(1);
-    for (int code = 1; code < 0x800; code += 3) {
-        if (code < 0x80) {
-            text += static_cast<char>(code);
-        } else {
-            text += static_cast<char>(0xC0 | code >> 6);
-            text += static_cast<char>(0x80 | (code & 0x3F));
-        }
-    }
-    for (const int far : {700, 1'500, 3'000})
-        text += WordyText(far) + std::string(static_cast<size_t>(far), '-') + text.substr(0, 600);
-    {
-        CDatabaseManager database;
-        ASSERT_TRUE(database.Open(path) && MakeLedgerTable(database, true));
-        ASSERT_EQ(AddLedgerRow(database, {text, 1, 1, ""}), 0);
-    }
-    CFileSystem& files = PlatformFileSystem();
-    const std::string dataPath = path + "/Table_1_textdata.dat";
-    const std::string dictPath = path + "/Table_1_textdict.dat";
-    for (const bool ascii : {false, true}) {
-        for (const int bits : {4, 5, 6}) {
-            SCOPED_TRACE(Nth(ascii ? "ASCII, dictionary" : "binary, dictionary", bits));
-            // The files are written by hand, and not as the last commit had them.
-            ASSERT_TRUE(files.Remove(path + "/Checksums.dat"));
-            const Bytes plain = TextZ(text);
-            Bytes stream;
-            ASSERT_TRUE(Implode(plain, stream, plain.size(),
-                                {.asciiLiterals = ascii, .dictionaryBits = bits}));
-            const Bytes record = Join({1, 0}, Le64(static_cast<int64_t>(plain.size())), stream);
-            ASSERT_TRUE(WriteWholeFile(files, dataPath, Join(Signature("Data"), Le32(2), record)));
-            const auto size = static_cast<int64_t>(record.size());
-            ASSERT_TRUE(WriteWholeFile(files, dictPath,
-                                       Join(Signature("Dictionary"), Le32(1), Le64(1), Le64(0),
-                                            Le64(62), Le64(0), Le64(size), Le32(0))));
-            const json found = ReadApart(path);
-            ASSERT_FALSE(found.is_null());
-            EXPECT_EQ(found["tables"][0]["rows"][0]["values"][0], text);
-            CDatabaseManager database;
-            ASSERT_TRUE(database.Open(path));
-            EXPECT_EQ(JsonOf(database, 0), found);
-        }
-    }
 }
 
 }  // namespace

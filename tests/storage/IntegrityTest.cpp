@@ -1,11 +1,9 @@
-// Every code of the integrity check, reached by damaging files, and stores that are
-// damaged or cut anywhere.
+// Every code of the integrity check, reached by damaging files.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
-#include <random>
 #include <set>
 
 #include "StoreFixture.h"
@@ -202,117 +200,6 @@ TEST(Integrity, EachCodeHasItsSentence) {
     EXPECT_STREQ(IntegrityMessage(IntegrityCode::DeletedEntriesRemain),
                  "The database integrity check found that deleted entries still exist after "
                  "processing.");
-}
-
-// --- files cut and flipped anywhere
-
-// Opens, checks, reads and works on a damaged database. True when it is reported, or when
-// all that it holds is as it was.
-bool IsReportedOrHarmless(CMemoryFileSystem& files, const DatabaseContent& content) {
-    CDatabaseManager database(files);
-    if (!database.Open(kFolder)) {
-        EXPECT_NE(database.Problem(), DatabaseProblem::None);
-        return true;
-    }
-    const bool reported = CodeOf(database) != 0;
-    const bool harmless = ContentOf(database) == content;
-    // Work goes on, one way or the other, without harm to the program.
-    if (CTableManager* table = database.FindTable("Ledger")) {
-        std::vector<int64_t> rows;
-        table->WalkRows([&](int64_t row) {
-            rows.push_back(row);
-            return true;
-        });
-        for (const int64_t row : rows) {
-            if (database.BeginRowUpdate("Ledger", row)) {
-                (void)database.SetText("Name", "changed");
-                (void)database.SetText("Memo", WordyText(9));
-                (void)database.CommitRow();
-            }
-            if (row % 2 == 0) (void)database.DeleteRow("Ledger", row);
-        }
-        if (database.BeginRow("Ledger")) (void)database.CommitRow();
-    }
-    (void)database.ReplaceBlob(0, Text("another picture"));
-    (void)database.DeleteBlob(1);
-    (void)database.RemoveDeleted();
-    (void)database.AddColumn("Ledger", "More", ColumnType::Text, true, true);
-    (void)database.RemoveColumn("Ledger", "Open");
-    return reported || harmless;
-}
-
-// Journal and lock do not belong to the content; damage to definitions and BLOB bytes, and to the
-// header of a BLOB dictionary, cannot always be told from a change.
-bool CanTellDamage(const std::string& path) {
-    return path != "db/Table_1.dat" && path != "db/DatabaseSchema.dat" &&
-           path.find("blob") == std::string::npos;
-}
-
-TEST(DamagedStore, FilesCutAnywhere) {
-    const auto intact = MakeSmallLedger(true);
-    int code = 0;
-    const DatabaseContent content = ContentAfterCrash(intact, code);
-    ASSERT_EQ(code, 0);
-    for (const auto& [path, bytes] : intact) {
-        std::set<size_t> lengths = {0, 1, 49, 50, 53, 54, 58, 61, 62, 70, 71, 72};
-        for (size_t back = 1; back <= 60; ++back) {
-            if (back <= bytes.size()) lengths.insert(bytes.size() - back);
-        }
-        for (size_t length = 0; length < bytes.size(); length += 23) lengths.insert(length);
-        for (const size_t length : lengths) {
-            if (length >= bytes.size()) continue;
-            CMemoryFileSystem files;
-            files.Restore(intact);
-            files.Bytes(path).resize(length);
-            const bool told = IsReportedOrHarmless(files, content);
-            EXPECT_TRUE(told || path.find("blob") != std::string::npos)
-                << path << " cut to " << length;
-        }
-        CMemoryFileSystem files;
-        files.Restore(intact);
-        ASSERT_TRUE(files.Remove(path));
-        EXPECT_TRUE(IsReportedOrHarmless(files, content)) << path << " missing";
-    }
-}
-
-TEST(DamagedStore, BytesFlippedAnywhere) {
-    const auto intact = MakeSmallLedger(true);
-    int code = 0;
-    const DatabaseContent content = ContentAfterCrash(intact, code);
-    std::mt19937 random(1);
-    for (const auto& [path, bytes] : intact) {
-        for (size_t at = 0; at < bytes.size(); ++at) {
-            // Names are long runs of zeros: a sample of them will do.
-            if (path == "db/Table_1.dat" && bytes[at] == 0 && at % 7 != 0) continue;
-            CMemoryFileSystem files;
-            files.Restore(intact);
-            files.Bytes(path)[at] ^= static_cast<uint8_t>(1U << random() % 8);
-            const bool told = IsReportedOrHarmless(files, content);
-            EXPECT_TRUE(told || !CanTellDamage(path)) << path << ", byte " << at;
-        }
-    }
-}
-
-TEST(DamagedStore, RandomBytesEverywhere) {
-    const auto intact = MakeSmallLedger(true);
-    std::mt19937 random(2);
-    for (int round = 0; round < 400; ++round) {
-        CMemoryFileSystem files;
-        files.Restore(intact);
-        for (const auto& [path, bytes] : intact) {
-            if (bytes.size() <= 54 || random() % 3 != 0) continue;
-            // Behind the signature, where numbers are believed or not.
-            for (int i = 0; i < 4; ++i) {
-                const size_t at = 54 + random() % (bytes.size() - 54);
-                const int kind = static_cast<int>(random() % 4);
-                files.Bytes(path)[at] = static_cast<uint8_t>(kind == 0   ? 0
-                                                             : kind == 1 ? 0xFF
-                                                             : kind == 2 ? 0x7F
-                                                                         : random());
-            }
-        }
-        (void)IsReportedOrHarmless(files, {});
-    }
 }
 
 }  // namespace

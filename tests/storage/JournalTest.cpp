@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <random>
-
 #include "StoreFixture.h"
 #include "foundation/ByteCodec.h"
 #include "foundation/FileInterface.h"
@@ -377,60 +374,6 @@ TEST(Journal, AfterAFailedSyncNothingIsAcknowledged) {
     }
 }
 
-TEST(Journal, FullDiskFailsTheCommitAndNoMore) {
-    for (const size_t written : {size_t{0}, size_t{30}, size_t{60}}) {
-        SCOPED_TRACE(written);
-        CJournalDisk disk;
-        disk.files.Bytes("db/a.dat") = Text("aaaa");
-        ASSERT_TRUE(WriteText(disk.journal, "a.dat", 0, "1"));
-        disk.files.FailNth(Call::Write, 1, FileError::NoSpace, CMemoryFileSystem::Times::ForEver,
-                           written);
-        EXPECT_FALSE(WriteText(disk.journal, "a.dat", 1, std::string(5'000, '2')));
-        EXPECT_EQ(disk.journal.FailureKind(), FileError::NoSpace);
-        EXPECT_EQ(ReadText(disk.journal, "a.dat"), "1aaa");
-        EXPECT_FALSE(disk.journal.IsBroken());
-        disk.files.StopFailing();
-        EXPECT_TRUE(WriteText(disk.journal, "a.dat", 2, "3"));
-        EXPECT_EQ(ReadText(disk.journal, "a.dat"), "1a3a");
-        CMemoryFileSystem crashed;
-        crashed.Restore(disk.files.Snapshot());
-        CJournal again(crashed);
-        ASSERT_EQ(again.Attach(kFolder, 7), Result::Ok);
-        EXPECT_EQ(ReadText(again, "a.dat"), "1a3a");
-    }
-}
-
-// The commit stands when its group is synced: what then fails is made up for.
-TEST(Journal, FilesThatCannotBeWrittenAreReadFromMemory) {
-    CJournalDisk disk;
-    disk.files.Bytes("db/a.dat") = Text("aaaa");
-    ASSERT_TRUE(WriteText(disk.journal, "a.dat", 0, "1"));
-    ASSERT_TRUE(disk.journal.BeginBracket());
-    ASSERT_TRUE(WriteText(disk.journal, "a.dat", 1, "2"));
-    ASSERT_TRUE(WriteWholeFile(disk.journal, "db/new.dat", Text("new")));
-    // The group is the first write (its room was made before), the files are next.
-    disk.files.FailNth(Call::Write, 2, FileError::NoSpace, CMemoryFileSystem::Times::ForEver);
-    EXPECT_TRUE(disk.journal.CommitBracket());
-    EXPECT_EQ(ReadText(disk.journal, "a.dat"), "12aa");
-    EXPECT_EQ(ReadText(disk.journal, "new.dat"), "new");
-    EXPECT_FALSE(WriteText(disk.journal, "a.dat", 2, "3"));
-    EXPECT_FALSE(disk.journal.Checkpoint());
-    const auto crash = disk.files.Snapshot();
-    disk.files.StopFailing();
-    EXPECT_TRUE(WriteText(disk.journal, "a.dat", 2, "3"));
-    const int64_t folderSyncs = disk.files.Count(Call::SyncFolder);
-    EXPECT_TRUE(disk.journal.Checkpoint());
-    EXPECT_EQ(disk.files.Count(Call::SyncFolder), folderSyncs + 1) << "new.dat's name";
-    EXPECT_EQ(FilesOf(disk.files),
-              (std::map<std::string, std::string>{{"a.dat", "123a"}, {"new.dat", "new"}}));
-    CMemoryFileSystem crashed;
-    crashed.Restore(crash);
-    CJournal again(crashed);
-    ASSERT_EQ(again.Attach(kFolder, 7), Result::Ok);
-    EXPECT_EQ(ReadText(again, "a.dat"), "12aa");
-    EXPECT_EQ(ReadText(again, "new.dat"), "new");
-}
-
 // A journal that outgrows its kept room again and again, cut off before every change and with
 // every call failing: a commit that was acknowledged stands, and no older one comes back.
 class CGrowingJournal {
@@ -499,7 +442,9 @@ TEST(Journal, EmptyingMayFailAnywhere) {
         bool failed = true;
         for (int64_t at = 1; failed; ++at) {
             CPowerCutDisk disk(CGrowingJournal::Before());
-            disk.FailAt({.at = at, .forEver = forEver, .halfDone = true});
+            disk.FailNth(Call::Any, at, FileError::Other,
+                         forEver ? CPowerCutDisk::Times::ForEver : CPowerCutDisk::Times::Once,
+                         CPowerCutDisk::kHalf);
             CGrowingJournal work(disk);
             EXPECT_TRUE(work.Run() || disk.HasFailed());
             failed = disk.HasFailed();
@@ -512,80 +457,6 @@ TEST(Journal, EmptyingMayFailAnywhere) {
                 SCOPED_TRACE(what);
                 work.ExpectRight(image);
             });
-        }
-    }
-}
-
-// Random edits of files in brackets against a plain oracle.
-TEST(Journal, RandomBracketsAgainstAnOracle) {
-    using Files = std::map<std::string, std::string>;
-    for (uint32_t seed = 1; seed <= 10; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        auto disk = std::make_unique<CJournalDisk>();
-        Files oracle;
-        const auto edit = [&](Files& files) {
-            const std::string name(1, static_cast<char>('a' + random() % 4));
-            const std::string path = kFolder + name;
-            const auto at = static_cast<int64_t>(random() % 40);
-            const std::string text(random() % 20 + 1, static_cast<char>('A' + random() % 26));
-            switch (random() % 6) {
-                case 0:
-                    EXPECT_EQ(disk->journal.Remove(path), files.erase(name) == 1);
-                    break;
-                case 1:
-                    EXPECT_TRUE(WriteWholeFile(disk->journal, path, Text(text)));
-                    files[name] = text;
-                    break;
-                case 2: {
-                    CFileInterface file(disk->journal);
-                    EXPECT_EQ(file.OpenExisting(path) && file.SetSize(at), files.contains(name));
-                    if (files.contains(name)) files[name].resize(static_cast<size_t>(at));
-                    break;
-                }
-                default:
-                    EXPECT_EQ(WriteText(disk->journal, name, at, text), files.contains(name));
-                    if (!files.contains(name)) break;
-                    std::string& content = files[name];
-                    content.resize(std::max(content.size(), static_cast<size_t>(at) + text.size()));
-                    content.replace(static_cast<size_t>(at), text.size(), text);
-                    break;
-            }
-        };
-        const auto check = [&](const Files& files) {
-            for (const char* name : {"a", "b", "c", "d"}) {
-                const auto found = files.find(name);
-                ASSERT_EQ(ReadText(disk->journal, name),
-                          found == files.end() ? "(none)" : found->second);
-                ASSERT_EQ(disk->journal.Exists(std::string(kFolder) + name), found != files.end());
-            }
-        };
-        for (int round = 0; round < 150 && !::testing::Test::HasFailure(); ++round) {
-            Files inside = oracle;
-            ASSERT_TRUE(disk->journal.BeginBracket());
-            for (auto edits = random() % 6; edits > 0; --edits) {
-                edit(inside);
-                check(inside);
-            }
-            if (random() % 3 == 0) {
-                disk->journal.RollbackBracket();
-            } else {
-                ASSERT_TRUE(disk->journal.CommitBracket());
-                oracle = inside;
-            }
-            check(oracle);
-            const auto fate = random() % 8;
-            if (fate == 0) {
-                ASSERT_TRUE(disk->journal.Checkpoint());
-            }
-            if (fate == 1) {  // a crash: the journal alone brings the files back
-                auto files = disk->files.Snapshot();
-                auto next = std::make_unique<CJournalDisk>(false);
-                next->files.Restore(files);
-                ASSERT_EQ(next->journal.Attach(kFolder, 7), Result::Ok);
-                disk = std::move(next);
-            }
-            ASSERT_EQ(FilesOf(disk->files), oracle);
         }
     }
 }

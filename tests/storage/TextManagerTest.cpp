@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
 #include <random>
 
 #include "StoreFixture.h"
@@ -145,67 +144,6 @@ TEST(Texts, ReadsOtherWriters) {
         EXPECT_EQ(disk.Get(0) + disk.Get(1), "bettermore");
         EXPECT_EQ(disk.files.Bytes(kTextData).size(), 54U + 20 + 17 + 15);
         EXPECT_TRUE(disk.texts.Delete(0));
-    }
-}
-
-TEST(Texts, RandomWorkAgainstATree) {
-    for (uint32_t seed = 1; seed <= 6; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        auto disk = std::make_unique<CTextDisk>();
-        ASSERT_TRUE(disk->texts.Open());
-        std::map<int64_t, std::string> oracle;
-        int64_t next = 0;
-        const auto randomText = [&] {
-            return random() % 2
-                       ? WordyText(static_cast<int>(random() % 99))
-                       : std::string(random() % 50, static_cast<char>('a' + random() % 26));
-        };
-        for (int step = 0; step < 400; ++step) {
-            const std::string text = randomText();
-            const int64_t id = static_cast<int64_t>(random()) % (next + 1);
-            const bool live = oracle.contains(id);
-            switch (random() % 8) {
-                case 0:
-                case 1:
-                case 2:
-                    EXPECT_EQ(disk->texts.Add(CKeelString(text)), next);
-                    oracle[next++] = text;
-                    break;
-                case 3:
-                case 4:
-                    EXPECT_EQ(disk->texts.Replace(id, CKeelString(text)), live);
-                    if (live) oracle[id] = text;
-                    break;
-                case 5:
-                    EXPECT_EQ(disk->texts.Delete(id), live);
-                    oracle.erase(id);
-                    break;
-                case 6:
-                    if (random() % 8 == 0) {
-                        EXPECT_TRUE(disk->texts.Compact());
-                    }
-                    break;
-                default:
-                    if (random() % 4 == 0) {
-                        EXPECT_TRUE(disk->texts.Flush());
-                    }
-                    if (random() % 8 == 0) {
-                        auto reopened = std::make_unique<CTextDisk>();
-                        reopened->journal.Detach();
-                        reopened->files.Restore(disk->files.Snapshot());
-                        ASSERT_EQ(reopened->journal.Attach(kFolder, 7), CJournal::AttachResult::Ok);
-                        ASSERT_TRUE(reopened->texts.Open());
-                        disk = std::move(reopened);
-                    }
-                    break;
-            }
-        }
-        for (int64_t id = 0; id < next; ++id) {
-            const auto found = oracle.find(id);
-            EXPECT_EQ(disk->Get(id), found == oracle.end() ? "(unreadable)" : found->second);
-        }
-        EXPECT_EQ(disk->texts.Dictionary().LiveCount(), static_cast<int64_t>(oracle.size()));
     }
 }
 
