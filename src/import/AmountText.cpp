@@ -376,7 +376,7 @@ std::string AmountNote(std::string_view text, AmountReading reading) {
         case AmountReading::Clean:
             return {};
         case AmountReading::OtherMark:
-            return note + " has another decimal mark than most: it was read by its own.";
+            return note + " has the other decimal mark: it was read by its own.";
         case AmountReading::Thousands:
             return note + " was read with its mark as a thousands mark; it could be a decimal one.";
         case AmountReading::Partly:
@@ -429,7 +429,7 @@ AmountMarks CAmountInference::Decide(std::optional<DecimalMark> asked, Dialect& 
     const Proof& comma = Commas();
     if (comma.count == 0) return marks;
     const Proof& point = Points();
-    constexpr int64_t kClearly = 4;
+    constexpr int64_t kClearly = 2;
     const int64_t points = m_point.count + m_groupedPoint.count;
     const int64_t commas = m_comma.count + m_groupedComma.count;
     const bool mostlyPoints = m_groupedPoint.count > 0 || points > commas * kClearly;

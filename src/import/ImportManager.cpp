@@ -1,5 +1,6 @@
 #include "import/ImportManager.h"
 
+#include <algorithm>
 #include <cmath>
 #include <new>
 #include <utility>
@@ -27,6 +28,12 @@ std::string_view Shortened(std::string_view text) {
 
 bool SameMoney(double a, double b) {
     return std::fabs(a - b) < kHalfCent;
+}
+
+// A file of which no date can be read was not understood.
+bool HasDates(const std::vector<ImportRecord>& records) {
+    return records.empty() || std::any_of(records.begin(), records.end(),
+                                          [](const auto& record) { return record.dateRead; });
 }
 
 }  // namespace
@@ -60,6 +67,10 @@ void CImportManager::Run() {
     }
     std::vector<ImportRecord> records;
     if (!ReadRecords(records)) return;
+    if (!IsPlain() && !HasDates(records)) {
+        Fail("None of its dates can be read.");
+        return;
+    }
     if (!EnterAll(records)) return;
     // What is entered stays entered: want of memory for the words is no failure any more.
     (void)FalseWhenOutOfMemory([this] {

@@ -1,5 +1,6 @@
 #include "import/QIFImportManager.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -61,22 +62,28 @@ bool CQIFImportManager::ReadInferred() {
     return Refuse({reinterpret_cast<const char*>(whole.data()), whole.size()});
 }
 
-// Nothing to enter: says what the file is instead.
+// Nothing to enter: says what the file is instead. What it holds is not shown.
 bool CQIFImportManager::Refuse(std::string_view text) {
+    const QifOutline& outline = m_contents.outline;
     if (m_contents.skippedInvestments > 0) {
         return Fail("It holds only investment actions (" +
                     std::to_string(m_contents.skippedInvestments) +
-                    "): they move shares, not the account's money.");
+                    ") that move none of the account's own money.");
     }
-    if (m_contents.registers > 0) return Fail("Its registers hold no transactions.");
-    if (m_contents.hasHeader) {
+    if (m_contents.read > 0 || outline.incomplete > 0) {
+        return Fail("None of its records (" +
+                    std::to_string(std::max(m_contents.read, outline.incomplete)) +
+                    ") has a date and an amount.");
+    }
+    if (outline.registers > 0) return Fail("Its registers hold no transactions.");
+    if (!outline.lists.empty()) {
         std::string lists;
-        for (const std::string& list : m_contents.lists) {
-            lists += (lists.empty() ? "" : ", ") + list;
+        for (const std::string_view list : outline.lists) {
+            lists += (lists.empty() ? "" : ", ") + std::string(list);
         }
-        if (lists.empty()) return Fail("It holds no register of transactions.");
         return Fail("It holds only lists (" + lists + ") and no register of transactions.");
     }
+    if (outline.hasHeading) return Fail("It holds no register of transactions.");
     if (Contains(text, "<OFX") || Contains(text, "OFXHEADER") || Contains(text, "<STMTTRN")) {
         return Fail("It is an OFX statement: import it as QFX.");
     }

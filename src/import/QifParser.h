@@ -1,13 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "import/Dialect.h"
 #include "import/ImportRecord.h"
+#include "import/QifRecords.h"
 #include "import/TextFileManager.h"
 #include "import/TextScan.h"
 
@@ -21,11 +19,8 @@ struct QifContents {
     CTextArena arena;
 
     // The inferred reader only:
-    bool hasHeader = false;             // a line that begins with "!"
-    std::vector<std::string> lists;     // sections that are no registers, each once
-    std::vector<std::string> accounts;  // named by !Account blocks in front of registers
-    int64_t registers = 0;              // headers of sections that count
-    int64_t skippedInvestments = 0;     // actions that move shares, not money
+    QifOutline outline;
+    int64_t skippedInvestments = 0;  // actions that move none of the account's money
 };
 
 // The plain rules, line by line. `today` stands in for dates that cannot be read.
@@ -34,7 +29,8 @@ void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder
 
 // Reads the file as a person would: only what stands in registers is a transaction,
 // splits and account blocks are understood, and the dialect is inferred from all of it.
-// `text` must hold UTF-8. `dialect` is set, but for its character set.
+// Amounts come out as whole cents. `text` must hold UTF-8. `dialect` is set, but for its
+// character set.
 void ReadInferredQif(const CReadOnlyTextFileManager& text, int64_t today,
                      const ImportOptions& options, Dialect& dialect, CImportNotes& notes,
                      QifContents& contents);

@@ -10,7 +10,8 @@ namespace {
 
 const int64_t kToday = FileTimeFromDate(2030, 5, 6);
 
-// "2021-01-02 -12.5 Shop [Food] #7 EFT" for each record; parts that are empty are left out.
+// "2021-01-02 -12.5 Shop [Food] #7 EFT (memo)" for each record; parts that are empty are left
+// out, and a memo that is the payee.
 std::vector<std::string> Shown(const std::vector<ImportRecord>& records) {
     std::vector<std::string> lines;
     for (const ImportRecord& record : records) {
@@ -21,6 +22,8 @@ std::vector<std::string> Shown(const std::vector<ImportRecord>& records) {
         if (!record.category.empty()) line.append(" [").append(record.category).append("]");
         if (record.check != 0) line += " #" + std::to_string(record.check);
         if (!record.electronic.empty()) line.append(" ").append(record.electronic);
+        if (!record.memo.empty() && record.memo != record.payee)
+            line.append(" (").append(record.memo).append(")");
         lines.push_back(line);
     }
     return lines;
@@ -184,10 +187,10 @@ TEST(InferredQif, ReadsARegisterAsAPersonWould) {
          "!Type:Bank\nD1/31/15\nT1\nNATM\n^\nD1/31/15\nT1\nN12\n^\nD1/31/15\nT1\nNN/A\n^\n",
          {"2015-01-31 1 ATM", "2015-01-31 1 #12", "2015-01-31 1"},
          nullptr},
-        {"text number",
-         "!Type:Bank\nD1/31/15\nT1\nNINV-1\n^\n",
-         {"2015-01-31 1"},
-         "2: The number \"INV-1\" is no check number"},
+        {"a reference for a number",
+         "!Type:Bank\nD1/31/15\nT1\nNINV-1\n^\nD1/31/15\nT1\nPA\nMB\nN12345678901234\n^\n",
+         {"2015-01-31 1 (INV-1)", "2015-01-31 1 A (B 12345678901234)"},
+         "2: The number \"INV-1\" is no check number: it went to the memo."},
         {"unreadable date",
          "!Type:Bank\nDsoon\nT1\n^\n",
          {"2030-05-06 1"},
@@ -197,10 +200,26 @@ TEST(InferredQif, ReadsARegisterAsAPersonWould) {
          {"2015-01-31 0 A"},
          "2: No amount: entered as 0."},
         {"cash of an investment account",
-         "!Type:Invst\nD1/31/15\nNMiscExp\nT3\n^\nD1/31/15\nNBuy\nYX\nT9\n^\nD1/31/"
-         "15\nNDiv\nT4\n^\n",
-         {"2015-01-31 -3", "2015-01-31 4"},
-         "6: Investment action \"Buy\" moves shares"},
+         "!Type:Invst\nD1/31/15\nNMiscExp\nT3\n^\nD1/31/15\nNDiv\nYX\nT4\n^\n",
+         {"2015-01-31 -3", "2015-01-31 4 X"},
+         nullptr},
+        {"trades settled in the account's own cash",
+         "!Account\nNMe\n^\n!Type:Invst\nD1/31/15\nNBuy\nYX\nT9\n^\n"
+         "D1/31/15\nNsell\nYX\nT8\nL[Me]\n^\n",
+         {"2015-01-31 -9 X", "2015-01-31 8 X"},
+         "5: Investment action \"Buy\" is settled in the account's own cash"},
+        {"trades settled elsewhere",
+         "!Type:Invst\nD1/31/15\nNBuyX\nYX\nT9\nL[A]\n$9\n^\nD1/31/15\nNBuy\nYX\nT9\nL[A]\n^\n",
+         {},
+         "2: Investment action \"BuyX\" is settled with another account; not entered."},
+        {"shares alone",
+         "!Type:Invst\nD1/31/15\nNShrsIn\nYX\nT9\n^\nD1/31/15\nNFoo\nYX\nT9\n^\n",
+         {},
+         "2: Investment action \"ShrsIn\" moves shares only; not entered."},
+        {"a bank's record among investments",
+         "!Type:Invst\nD1/31/15\nN101\nPA\nT-9\n^\n",
+         {"2015-01-31 -9 A"},
+         nullptr},
         {"forgotten end",
          "!Type:Bank\nD1/31/15\nT1\nPA\n\nD1/30/15\nT2\nPB\n^\n",
          {"2015-01-31 1 A", "2015-01-30 2 B"},
@@ -241,10 +260,74 @@ TEST(InferredQif, ReadsARegisterAsAPersonWould) {
         {"contradicting amounts",
          "!Type:Bank\nD1/31/15\nT1,234.50\n^\nD1/31/15\nT12,50\n^\n",
          {"2015-01-31 1234.5", "2015-01-31 12.5"},
-         "6: The amount \"12,50\" has another decimal mark than most"},
+         "6: The amount \"12,50\" has the other decimal mark"},
         {"text before the header",
          "# T1\nD1/31/15\n^\n!Type:Bank\nD1/31/15\nT1\n^\n",
          {"2015-01-31 1"},
+         "2: In no register, and without a date and an amount: not entered."},
+        {"records before the header",
+         "Statement of\nPeter\n\nD1/31/15\nT1\n^\n!Type:Bank\nD1/30/15\nT2\n^\n",
+         {"2015-01-31 1", "2015-01-30 2"},
+         "4: No heading says what register this is: read as a bank register."},
+        {"no header and no end",
+         "D1/31/15\nT1\nPA\n\nD1/30/15\nT2\nPB\n",
+         {"2015-01-31 1 A", "2015-01-30 2 B"},
+         nullptr},
+        {"a register goes on behind an account block",
+         "!Type:Bank\nD1/31/15\nT1\n^\n!Account\nNA\nDMine\nTCCard\n^\nD1/30/15\nT2\n^\n"
+         "D1/29/15\nT3\n^\nD1/28/15\nPno amount\n^\n",
+         {"2015-01-31 1", "2015-01-30 2", "2015-01-29 3", "2015-01-28 0 no amount"},
+         nullptr},
+        {"an account block is all the header there is",
+         "!Account\nNA\nTInvst\n^\nD1/31/15\nNBuy\nYX\nT9\n^\n",
+         {"2015-01-31 -9 X"},
+         nullptr},
+        {"a type that is not known",
+         "!Type:Credit Card\nD1/31/15\nT1\n^\nD1/30/15\nPA\n^\n!Type:Checking\nNlist\n^\n",
+         {"2015-01-31 1", "2015-01-30 0 A"},
+         "2: The type \"Credit Card\" is not known, but holds dates and amounts"},
+        {"investments of a type that is not known",
+         "!Type:401(k)\nD1/31/15\nNShrsIn\nYX\nT9\n^\nD1/31/15\nNDiv\nYX\nT1\n^\n",
+         {"2015-01-31 1 X"},
+         "read as an investment register."},
+        {"indented", "  !Type:Bank\n  D1/31/15\n\tT1\n  PA\n  ^\n", {"2015-01-31 1 A"}, nullptr},
+        {"a text that goes on does not take the amount away",
+         "!Type:Bank\nD1/31/15\nT1\nMlong\nText\nDivided\n^\n",
+         {"2015-01-31 1 long"},
+         nullptr},
+        {"classes",
+         "!Type:Bank\nD1/31/15\nT1\nLFood:Fun/Trip\n^\nD1/31/15\nT1\nL[A/B]/Trip\n^\n"
+         "D1/31/15\nT1\nL/Trip\n^\n",
+         {"2015-01-31 1 [Food:Fun]", "2015-01-31 1 [Transfer]", "2015-01-31 1"},
+         "2: The class \"Trip\" behind the category was left out."},
+        {"a category with a stroke in its name",
+         "!Type:Bank\nD1/31/15\nT1\nLCar/Taxi/Trip\n^\n!Type:Cat\nNCar/Taxi\nE\n^\n",
+         {"2015-01-31 1 [Car/Taxi]"},
+         nullptr},
+        {"one part smaller than the whole",
+         "!Type:Bank\nD1/31/15\nT-7\nL--Split--\nSFood\n$-5\n^\n",
+         {"2015-01-31 -7"},
+         "2: Split into one part and a rest: entered as one, without a category."},
+        {"which way the money goes",
+         "!Type:Bank\nD1/31/15\nT45.00 DR\n^\nD1/31/15\nT45.00 CR\n^\n",
+         {"2015-01-31 -45", "2015-01-31 45"},
+         nullptr},
+        {"another currency",
+         "!Type:Bank\nD1/31/15\nT4 EUR\n^\nD1/31/15\nT5 USD\n^\n",
+         {"2015-01-31 4", "2015-01-31 5"},
+         "6: The amount \"5 USD\" is not in \"EUR\""},
+        {"neither date nor amount can be read",
+         "!Type:Bank\nD1/31/15\nT1\n^\nDsoon\nTmuch\n^\n",
+         {"2015-01-31 1"},
+         "5: Neither its date nor its amount can be read: not entered."},
+        {"more decimals, up to the balance of the account",
+         "!Account\nNA\n$3.01\n^\n!Type:Bank\nD1/31/15\nT1.003\n^\nD1/31/15\nT1.004\n^\n"
+         "D1/31/15\nT1.0033\n^\n",
+         {"2015-01-31 1", "2015-01-31 1.01", "2015-01-31 1"},
+         "9: The amount 1.004 has more than two decimals: entered as 1.01."},
+        {"more decimals without a balance",
+         "!Type:Bank\nD1/31/15\nT1.003\n^\nD1/31/15\nT1.004\n^\nD1/31/15\nT1.005\n^\n",
+         {"2015-01-31 1", "2015-01-31 1", "2015-01-31 1.01"},
          nullptr},
     };
     for (const auto& row : rows) {
