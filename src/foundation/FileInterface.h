@@ -12,7 +12,7 @@ namespace quillon {
 // One open file with a read/write offset.
 //
 //   Sizes     bytes, signed 64-bit.
-//   Errors    false or -1; nothing throws.
+//   Errors    false or -1; std::bad_alloc passes through.
 //   Ownership Borrows the file system, which must outlive it.
 class CFileInterface {
 public:

@@ -10,7 +10,9 @@ void CReentrantLock::Take() {
     std::unique_lock guard(m_guard);
     while (m_owned) {
         ++m_waiting;
+        ++s_waiting;
         m_released.wait(guard, [this] { return m_signalled; });
+        --s_waiting;
         --m_waiting;
     }
     m_lock.lock();  // free: its owner left it before it cleared m_owned

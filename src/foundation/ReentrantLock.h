@@ -28,11 +28,17 @@ public:
     // Undoes one Take(). Of a thread that is not the owner: nothing.
     virtual void Release();
 
+    // Threads of the program that wait in Take() at this moment, for any lock: by it a test
+    // sees that a call has to wait.
+    static int32_t WaitingThreads() { return s_waiting.load(); }
+
     bool IsOwnedByCaller() const {
         return m_owner.load(std::memory_order_relaxed) == std::this_thread::get_id();
     }
 
 private:
+    static inline std::atomic<int32_t> s_waiting{0};
+
     std::mutex m_guard;  // the fields below
     std::mutex m_lock;   // the lock proper, held by the owner
     std::condition_variable m_released;

@@ -101,6 +101,8 @@ bool CNoSQLDatabaseResults::FetchFrom(const CTableColumn& column, int64_t rowId,
     if (column.index && column.type != ColumnType::Text) {
         return m_table->ReadValue(rowId, column, value);  // from memory
     }
+    // The record and the count of changes that it belongs to.
+    const CLockScope lock(m_database->Lock());
     const uint64_t changeCount = m_database->Journal().ChangeCount();
     if (m_recordRow != rowId || m_recordChangeCount != changeCount) {
         m_recordRow = -1;

@@ -16,6 +16,7 @@ namespace quillon {
 //           times. NaN stands behind every number. A row that cannot be read, one deleted
 //           meanwhile among them, sorts as its type's zero or empty value.
 //   Ties    Equal values compare as zero.
+//   Errors  The constructor throws std::bad_alloc when memory runs out.
 class CNoSQLDatabaseResultsSortManager final : public CSortManager {
 public:
     CNoSQLDatabaseResultsSortManager(const CNoSQLDatabaseResults& results, std::string_view column,

@@ -8,7 +8,7 @@
 namespace quillon {
 
 // Tests values against a segment and combines sets of rows. A set of rows is a vector of row
-// identifiers, ascending and without duplicates.
+// identifiers, ascending and without duplicates. std::bad_alloc passes through.
 class CNoSQLEvaluator {
 public:
     // The operator's test. A text that is absent reads as the empty text. False as well when

@@ -93,6 +93,7 @@ std::vector<int64_t> AllRows(const CTableManager& table) {
 bool CNoSQLProcessor::Run(CNoSQLDatabaseResults& results) {
     results.Release();
     if (!m_clause.IsComplete()) return false;
+    const CLockScope lock(m_clause.Database()->Lock());
     return FalseWhenOutOfMemory([&] {
         const CTableManager& table = *m_clause.Table();
         const auto& segments = m_clause.Segments();

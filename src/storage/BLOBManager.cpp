@@ -9,6 +9,7 @@ CBLOBManager::CBLOBManager(CJournal& journal)
     : m_journal(journal), m_dictionary(journal), m_data(journal) {}
 
 void CBLOBManager::SetBasePath(const std::string& base) {
+    const CLockScope lock(m_lock);
     m_dictionary.SetPath(CKeelString(WithSuffix(base, "_blobdict")));
     m_data.SetPath(CKeelString(WithSuffix(base, "_blobdata")));
 }
@@ -74,6 +75,7 @@ bool CBLOBManager::Delete(int64_t id) {
 }
 
 bool CBLOBManager::NeedsCompaction() const {
+    const CLockScope lock(m_lock);
     return m_dictionary.NeedsCompaction() || m_data.FreeList().Count() > 0;
 }
 

@@ -13,7 +13,7 @@ namespace quillon {
 
 // Byte blocks by id, stored as they are. An empty block takes no room in the data store.
 //
-//   Errors   false or -1; nothing throws.
+//   Errors   false or -1. std::bad_alloc passes through.
 //   Threads  Each public call holds the store's own CReentrantLock.
 class CBLOBManager {
 public:

@@ -2,8 +2,9 @@
 // the PKWARE Data Compression Library, written and read by code of our own.
 //
 //   Sizes      Bytes.
-//   Errors     false, with `out` left empty. Nothing here throws, logs or prints;
-//              running out of memory is a false like any other.
+//   Errors     false, with `out` left empty. Nothing here logs or prints. Without memory
+//              Implode gives false, for the input can be kept as it is; Explode throws
+//              std::bad_alloc.
 //   Ownership  Input is borrowed for the call; `out` belongs to the caller and
 //              must not share memory with the input.
 //   Threads    No shared state: calls on different buffers may run in parallel.

@@ -33,6 +33,16 @@ void CDataStore::SetPath(const CKeelString& path) {
     m_path = path;
 }
 
+std::string CDataStore::Path() const {
+    const CLockScope lock(m_lock);
+    return m_path.ToUtf8();
+}
+
+bool CDataStore::IsOpen() const {
+    const CLockScope lock(m_lock);
+    return m_file.IsOpen();
+}
+
 std::vector<uint8_t> CDataStore::FreshHeader() {
     std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
     StoreText(bytes, 0, 50, kSignature);
@@ -272,6 +282,7 @@ bool CDataStore::ClearFreeList() {
 }
 
 int64_t CDataStore::BlockAreaSize() const {
+    const CLockScope lock(m_lock);
     return std::max<int64_t>(m_file.Size() - kHeaderSize, 0);
 }
 
@@ -297,12 +308,14 @@ bool CDataStore::ReopenReplaced() {
 }
 
 bool CDataStore::OnBracketCommitted() {
+    const CLockScope lock(m_lock);
     m_touched = false;
     m_freeList.ForgetMark();
     return ReopenReplaced();
 }
 
 bool CDataStore::OnBracketRolledBack() {
+    const CLockScope lock(m_lock);
     m_touched = false;
     m_freeList.UndoToMark();
     // A list that equals what the last save wrote needs no saving; one that was

@@ -18,7 +18,7 @@ class CJournal;
 // or tag: the caller remembers position and size.
 //
 //   Positions  Bytes from the start of the block area (54 bytes into the file).
-//   Errors     false or 0; nothing throws.
+//   Errors     false or 0. std::bad_alloc passes through, but not from Close.
 //   Threads    Each public call holds the store's own CReentrantLock.
 class CDataStore final : public CBracketParticipant {
 public:
@@ -30,7 +30,7 @@ public:
     // version, or no access. A version 1 file is converted (never inside a
     // bracket); whether that worked IsOpen() tells.
     [[nodiscard]] bool Open();
-    bool IsOpen() const { return m_file.IsOpen(); }
+    bool IsOpen() const;
     // Saves the free list, rewrites the header, closes. False: nothing was open, or one of the
     // two could not be written.
     bool Close();
@@ -54,7 +54,7 @@ public:
     // Bytes of the block area; 0 when not open.
     int64_t BlockAreaSize() const;
     const CDeletedBlockManager& FreeList() const { return m_freeList; }
-    std::string Path() const { return m_path.ToUtf8(); }
+    std::string Path() const;
 
     // Puts `temporaryPath` (a complete data file) in this one's place when the bracket commits,
     // with an empty free list. The store can be used again when the bracket has ended.

@@ -79,6 +79,26 @@ bool CDatabaseManager::FailFromDamage(const std::string& path) {
     return Fail(DatabaseProblem::DamagedFile, path);
 }
 
+bool CDatabaseManager::IsOpen() const {
+    const CLockScope lock(m_lock);
+    return m_open;
+}
+
+DatabaseProblem CDatabaseManager::Problem() const {
+    const CLockScope lock(m_lock);
+    return m_problem;
+}
+
+int64_t CDatabaseManager::SchemaChangeTime() const {
+    const CLockScope lock(m_lock);
+    return m_schemaChangeTime;
+}
+
+bool CDatabaseManager::InBatch() const {
+    const CLockScope lock(m_lock);
+    return m_journal.InBracket();
+}
+
 bool CDatabaseManager::FolderHoldsDatabase(CFileSystem& files, const std::string& folder) {
     return files.Exists(WithTrailingSeparator(folder) + "DatabaseSchema_blobdict.dat");
 }
@@ -257,7 +277,7 @@ bool CDatabaseManager::SyncOwnName() {
 }
 
 bool CDatabaseManager::OpenTable(int32_t number, const std::string& name) {
-    auto table = std::make_unique<CTableManager>(m_journal, m_folder, number);
+    auto table = std::make_unique<CTableManager>(m_journal, m_lock, m_folder, number);
     if (!table->Create(name)) return false;
     if (!table->Open()) return FailFromDamage(table->FailedFile());
     m_tables.push_back(std::move(table));
@@ -384,7 +404,8 @@ CTableManager* CDatabaseManager::CreateTable(std::string_view name) {
     }
     const bool created = InBracket([&] {
         NoteSchemaChange();
-        auto table = std::make_unique<CTableManager>(m_journal, m_folder, m_nextTableNumber);
+        auto table =
+            std::make_unique<CTableManager>(m_journal, m_lock, m_folder, m_nextTableNumber);
         if (!table->Create(name)) return false;
         ++m_nextTableNumber;
         m_tables.push_back(std::move(table));

@@ -49,11 +49,13 @@ struct TableIntegrity {
 //   Promise    A change that returned success is on disk; a bracket is all or
 //              nothing. See docs/architecture.md.
 //   Errors     false, -1, null or empty; Problem() and ProblemDetail() tell why.
-//              Nothing here throws, logs or prompts.
+//              Nothing here logs, prompts or throws; only the constructor and
+//              FolderHoldsDatabase may throw std::bad_alloc.
 //   Ownership  Owns its tables and stores; pointers to tables live until Close
 //              or a failed bracket's roll back.
 //   Threads    Each public call holds the manager's own CReentrantLock; the
-//              timers run where the host calls them.
+//              timers run where the host calls them. What is returned by
+//              reference is the caller's to guard, who holds Lock() meanwhile.
 class CDatabaseManager {
 public:
     explicit CDatabaseManager(CFileSystem& files = PlatformFileSystem());
@@ -65,15 +67,15 @@ public:
     // Opens the database in `folder`, making folder and schema file when missing.
     // Takes the folder's lock; replays the journal first.
     [[nodiscard]] bool Open(const std::string& folder);
-    bool IsOpen() const { return m_open; }
+    bool IsOpen() const;
     // Flushes and closes every file. False: something could not be written (the journal
     // still holds it, and the next Open brings it in).
     bool Close();
     // With a separator at its end; empty when closed.
     const std::string& Folder() const { return m_folder; }
-    // The one call that may throw, std::bad_alloc.
+    // May throw std::bad_alloc: without memory nobody knows.
     static bool FolderHoldsDatabase(CFileSystem& files, const std::string& folder);
-    DatabaseProblem Problem() const { return m_problem; }
+    DatabaseProblem Problem() const;
     // File concerned, or empty.
     const std::string& ProblemDetail() const { return m_problemDetail; }
     // Set when Open kept a damaged journal aside.
@@ -90,14 +92,14 @@ public:
     [[nodiscard]] bool RemoveColumn(std::string_view table, std::string_view column);
     [[nodiscard]] bool RemoveTable(std::string_view table);
     // File time of the last change of the schema in this run; 0 when there was none.
-    int64_t SchemaChangeTime() const { return m_schemaChangeTime; }
+    int64_t SchemaChangeTime() const;
 
     // --- brackets: changes between Begin and Commit are one commit. They nest; the
     // outermost decides, and a roll back inside makes the outer commit fail.
     [[nodiscard]] bool BeginBatch();
     [[nodiscard]] bool CommitBatch();
     void RollbackBatch();
-    bool InBatch() const { return m_journal.InBracket(); }
+    bool InBatch() const;
 
     // --- rows: begin, set by column name, commit. One row at a time.
     [[nodiscard]] bool BeginRow(std::string_view table);
@@ -147,6 +149,8 @@ public:
     // Call often; `nowMs` is any steady clock. Flush and RemoveDeleted run when due.
     void RunTimers(int64_t nowMs);
 
+    // Shared with the tables. Whoever holds it makes one of several calls, as a query does.
+    CReentrantLock& Lock() const { return m_lock; }
     CFileSystem& Files() { return m_baseFiles; }
     CJournal& Journal() { return m_journal; }
 
@@ -198,7 +202,7 @@ private:
     bool SetValue(std::string_view column, ColumnType type, Set set);
 
     CFileSystem& m_baseFiles;
-    CReentrantLock m_lock;
+    mutable CReentrantLock m_lock;
     CJournal m_journal;
     std::string m_folder;
     bool m_open = false;

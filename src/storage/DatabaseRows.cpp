@@ -17,6 +17,7 @@ bool CDatabaseManager::BeginRow(std::string_view table) {
 }
 
 bool CDatabaseManager::BeginRowUpdate(std::string_view table, int64_t rowId) {
+    const CLockScope lock(m_lock);
     if (!BeginRow(table)) return false;
     if (!m_rowTable->RowExists(rowId)) {
         AbandonRow();
@@ -35,6 +36,7 @@ CTableRowUpdateInfoValue* CDatabaseManager::RowValue(std::string_view column, Co
 // `set(value)` takes the new value in.
 template <typename Set>
 bool CDatabaseManager::SetValue(std::string_view column, ColumnType type, Set set) {
+    const CLockScope lock(m_lock);
     const bool done = Guarded([&] {
         CTableRowUpdateInfoValue* target = RowValue(column, type);
         if (target) set(*target);
@@ -69,6 +71,7 @@ bool CDatabaseManager::SetDateTime(std::string_view column, int64_t value) {
 }
 
 void CDatabaseManager::AbandonRow() {
+    const CLockScope lock(m_lock);
     m_rowTable = nullptr;
     m_row.Reset();
 }

@@ -26,7 +26,30 @@ bool AnyOverlap(std::vector<DeletedBlockEntry> blocks) {
 
 }  // namespace
 
+void CDeletedBlockManager::SetPath(const std::string& path) {
+    const CLockScope lock(m_lock);
+    m_path = path;
+}
+
+int32_t CDeletedBlockManager::Count() const {
+    const CLockScope lock(m_lock);
+    return m_count;
+}
+
+void CDeletedBlockManager::Mark() {
+    const CLockScope lock(m_lock);
+    m_undo.clear();
+    m_marked = true;
+}
+
+void CDeletedBlockManager::ForgetMark() {
+    const CLockScope lock(m_lock);
+    m_undo.clear();
+    m_marked = false;
+}
+
 void CDeletedBlockManager::Clear() {
+    const CLockScope lock(m_lock);
     if (m_marked) {
         m_undo.reserve(m_undo.size() + static_cast<size_t>(m_count));
         // Smallest first, oldest first among equals: undoing backwards restores the order.
@@ -71,12 +94,14 @@ void CDeletedBlockManager::Pop(std::map<int64_t, std::vector<int64_t>>::iterator
 }
 
 bool CDeletedBlockManager::Add(int64_t position, int64_t size) {
+    const CLockScope lock(m_lock);
     if (size <= 0 || position < 0) return false;
     Push({position, size});
     return true;
 }
 
 bool CDeletedBlockManager::Take(int64_t size, int64_t& position) {
+    const CLockScope lock(m_lock);
     if (size <= 0) return false;
     const auto bucket = m_bySize.lower_bound(size);
     if (bucket == m_bySize.end() || !DropStaleFile()) return false;
@@ -97,6 +122,7 @@ bool CDeletedBlockManager::DropStaleFile() {
 }
 
 void CDeletedBlockManager::UndoToMark() {
+    const CLockScope lock(m_lock);
     m_marked = false;
     m_fileMayExist = true;
     while (!m_undo.empty()) {
@@ -112,18 +138,21 @@ void CDeletedBlockManager::UndoToMark() {
 }
 
 void CDeletedBlockManager::Walk(const std::function<void(const DeletedBlockEntry&)>& visit) const {
+    const CLockScope lock(m_lock);
     for (const auto& [size, positions] : m_bySize) {
         for (auto it = positions.rbegin(); it != positions.rend(); ++it) visit({*it, size});
     }
 }
 
 int64_t CDeletedBlockManager::GetFileSize() const {
+    const CLockScope lock(m_lock);
     CFileInterface file(m_files);
     if (m_path.empty() || !m_files.Exists(m_path) || !file.OpenExistingForReading(m_path)) return 0;
     return std::max<int64_t>(file.Size(), 0);
 }
 
 bool CDeletedBlockManager::Save() {
+    const CLockScope lock(m_lock);
     if (m_path.empty()) return false;
     if (m_count == 0) return !m_files.Exists(m_path) || m_files.Remove(m_path);
 
@@ -143,6 +172,7 @@ bool CDeletedBlockManager::Save() {
 }
 
 bool CDeletedBlockManager::Load(int64_t dataSize) {
+    const CLockScope lock(m_lock);
     Clear();
     m_fileMayExist = true;
     std::vector<uint8_t> bytes;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/FileInterface.h"
+#include "foundation/ReentrantLock.h"
 
 namespace quillon {
 
@@ -21,12 +22,13 @@ struct DeletedBlockEntry {
 // most recently freed comes first. Neighbouring blocks are never merged.
 //
 //   Errors   false; std::bad_alloc, with the list as it was.
-//   Threads  Runs under the owning store's lock.
+//   Threads  Each public call holds the list's own CReentrantLock. Its store calls it under the
+//            store's lock, and nothing here calls back.
 class CDeletedBlockManager {
 public:
     explicit CDeletedBlockManager(CFileSystem& files) : m_files(files) {}
 
-    void SetPath(const std::string& path) { m_path = path; }
+    void SetPath(const std::string& path);
     const std::string& Path() const { return m_path; }
 
     // A missing or invalid file leaves the list empty and gives false. Blocks that do not lie
@@ -41,14 +43,14 @@ public:
     // Best fit, split from the front: the rest stays free. False: nothing large enough.
     bool Take(int64_t size, int64_t& position);
 
-    int32_t Count() const { return m_count; }
+    int32_t Count() const;
     int64_t GetFileSize() const;
     // Smallest first.
     void Walk(const std::function<void(const DeletedBlockEntry&)>& visit) const;
 
     // --- brackets: changes since the mark can be taken back.
-    void Mark() { m_undo.clear(), m_marked = true; }
-    void ForgetMark() { m_undo.clear(), m_marked = false; }
+    void Mark();
+    void ForgetMark();
     // Throws std::bad_alloc with the rest still to be undone.
     void UndoToMark();
 
@@ -66,6 +68,7 @@ private:
     bool DropStaleFile();
 
     CFileSystem& m_files;
+    mutable CReentrantLock m_lock;
     std::string m_path;
     bool m_fileMayExist = true;
     std::map<int64_t, std::vector<int64_t>> m_bySize;  // size -> positions, last freed at the back

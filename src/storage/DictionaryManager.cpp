@@ -39,6 +39,36 @@ CDictionaryManager::~CDictionaryManager() {
     m_journal.Leave(*this);
 }
 
+void CDictionaryManager::SetPath(const CKeelString& path) {
+    const CLockScope lock(m_lock);
+    m_path = path;
+}
+
+bool CDictionaryManager::IsOpen() const {
+    const CLockScope lock(m_lock);
+    return m_file.IsOpen();
+}
+
+bool CDictionaryManager::LoadFailed() const {
+    const CLockScope lock(m_lock);
+    return m_loadFailed;
+}
+
+int64_t CDictionaryManager::NextId() const {
+    const CLockScope lock(m_lock);
+    return m_nextId;
+}
+
+int64_t CDictionaryManager::LiveCount() const {
+    const CLockScope lock(m_lock);
+    return m_liveCount;
+}
+
+int64_t CDictionaryManager::EntryCount() const {
+    const CLockScope lock(m_lock);
+    return m_recordCount;
+}
+
 bool CDictionaryManager::Open() {
     const CLockScope lock(m_lock);
     Close();
@@ -91,6 +121,7 @@ bool CDictionaryManager::DeleteFile() {
 }
 
 int64_t CDictionaryManager::GetFileSize() const {
+    const CLockScope lock(m_lock);
     return std::max<int64_t>(m_file.Size(), 0);
 }
 
@@ -209,10 +240,12 @@ bool CDictionaryManager::Move(int64_t id, int64_t position, int64_t size) {
 }
 
 const DictionaryEntry* CDictionaryManager::Find(int64_t id) const {
+    const CLockScope lock(m_lock);
     return id == kUnusableId ? nullptr : m_entries.Find(id);
 }
 
 const DictionaryEntry* CDictionaryManager::FindLive(int64_t id) const {
+    const CLockScope lock(m_lock);
     const DictionaryEntry* entry = Find(id);
     return entry && !entry->deleted ? entry : nullptr;
 }
@@ -226,6 +259,7 @@ bool CDictionaryManager::SkipIdsBelow(int64_t id) {
 }
 
 bool CDictionaryManager::NeedsCompaction() const {
+    const CLockScope lock(m_lock);
     return m_recordCount > 0 && m_liveCount < m_recordCount;
 }
 
@@ -278,11 +312,13 @@ void CDictionaryManager::ForgetEntries() {
 }
 
 bool CDictionaryManager::OnBracketCommitted() {
+    const CLockScope lock(m_lock);
     m_touched = false;
     return true;
 }
 
 bool CDictionaryManager::OnBracketRolledBack() {
+    const CLockScope lock(m_lock);
     m_touched = false;
     m_loadFailed = !FalseWhenOutOfMemory(
         [this] { return m_file.OpenExisting(m_path.ToUtf8()) && CheckHeader() && Load(); });

@@ -28,19 +28,20 @@ using CEntryMap = CRowMap<DictionaryEntry>;
 // Maps ids, handed out in sequence, to blocks of a data store. Every entry is kept
 // in memory; the file holds one 36-byte entry each, in order of creation.
 //
-//   Errors   false, -1 or null; nothing throws.
-//   Threads  Each public call holds the dictionary's own CReentrantLock.
+//   Errors   false, -1 or null. std::bad_alloc passes through, but not from Close.
+//   Threads  Each public call holds the dictionary's own CReentrantLock, Walk through all of its
+//            visits. An entry that Find gives is read under the caller's own care.
 class CDictionaryManager final : public CBracketParticipant {
 public:
     explicit CDictionaryManager(CJournal& journal);
     ~CDictionaryManager() override;
 
-    void SetPath(const CKeelString& path) { m_path = path; }
+    void SetPath(const CKeelString& path);
     // Opens or makes the file. False: no path, not a dictionary, a newer version, or no
     // access. A load that stops early still opens: LoadFailed() tells.
     [[nodiscard]] bool Open();
-    bool IsOpen() const { return m_file.IsOpen(); }
-    bool LoadFailed() const { return m_loadFailed; }
+    bool IsOpen() const;
+    bool LoadFailed() const;
     bool Close();
     // Empties file and map; the next id is 0.
     [[nodiscard]] bool Reset();
@@ -62,14 +63,15 @@ public:
     // Every entry in order of id, deleted ones included; stops when the visitor returns false.
     template <typename Visit>
     void Walk(Visit visit) const {
+        const CLockScope lock(m_lock);
         m_entries.Walk(visit);
     }
 
-    int64_t NextId() const { return m_nextId; }
+    int64_t NextId() const;
     // The next id becomes `id` unless it is higher already.
     [[nodiscard]] bool SkipIdsBelow(int64_t id);
-    int64_t LiveCount() const { return m_liveCount; }
-    int64_t EntryCount() const { return m_recordCount; }
+    int64_t LiveCount() const;
+    int64_t EntryCount() const;
     bool NeedsCompaction() const;
     // Rewrites the file with live entries only. Unless forced, only when there is something to
     // drop.

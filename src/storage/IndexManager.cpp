@@ -82,6 +82,21 @@ bool CIndexManager::DeleteFile() {
     return !m_journal.Exists(m_path) || m_journal.Remove(m_path);
 }
 
+bool CIndexManager::NeedsCompaction() const {
+    const CLockScope lock(m_lock);
+    return m_recordCount > m_liveCount;
+}
+
+bool CIndexManager::AttributeInFile() const {
+    const CLockScope lock(m_lock);
+    return m_fileAttribute;
+}
+
+int64_t CIndexManager::Count() const {
+    const CLockScope lock(m_lock);
+    return m_liveCount;
+}
+
 void CIndexManager::ResetMemory() {
     m_entries.Clear();
     m_order.Clear();
@@ -282,6 +297,7 @@ void CIndexManager::NoteErased(int64_t rowId, int64_t key) {
 }
 
 int64_t CIndexManager::FileSize() const {
+    const CLockScope lock(m_lock);
     return std::max<int64_t>(m_file.Size(), 0);
 }
 
@@ -344,11 +360,13 @@ void CIndexManager::Touch() {
 }
 
 bool CIndexManager::OnBracketCommitted() {
+    const CLockScope lock(m_lock);
     m_touched = false;
     return true;
 }
 
 bool CIndexManager::OnBracketRolledBack() {
+    const CLockScope lock(m_lock);
     m_touched = false;
     m_headerStale = FalseWhenOutOfMemory(
         [this] { return m_file.OpenExisting(m_path) && ReadHeader() && Load(); });

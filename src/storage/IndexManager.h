@@ -25,7 +25,7 @@ class CJournal;
 //              A hash narrows a search only: callers confirm the text.
 //   Order      Rows are kept sorted by value (doubles numerically) and, among
 //              equal values, by row id; the sorting is done at the first search.
-//   Errors     false; nothing throws.
+//   Errors     false. std::bad_alloc passes through, but not from Close.
 //   Threads    Each public call holds the index's own CReentrantLock.
 class CIndexManager final : public CBracketParticipant {
 public:
@@ -42,7 +42,7 @@ public:
     [[nodiscard]] bool DeleteFile();
     // Rewrites the file with live records only; false leaves the bracket to roll back.
     [[nodiscard]] bool Compact();
-    bool NeedsCompaction() const { return m_recordCount > m_liveCount; }
+    bool NeedsCompaction() const;
 
     [[nodiscard]] bool Add(int64_t rowId, int64_t key);
     [[nodiscard]] bool Remove(int64_t rowId);
@@ -51,9 +51,9 @@ public:
 
     bool Attribute() const { return m_attribute; }
     // The flag that the file's header held when it was opened.
-    bool AttributeInFile() const { return m_fileAttribute; }
+    bool AttributeInFile() const;
     ColumnType Type() const { return m_type; }
-    int64_t Count() const { return m_liveCount; }
+    int64_t Count() const;
     int64_t DistinctKeys() const;
     int64_t FileSize() const;
     const std::string& Path() const { return m_path; }

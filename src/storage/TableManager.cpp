@@ -8,8 +8,10 @@
 
 namespace quillon {
 
-CTableManager::CTableManager(CJournal& journal, std::string folder, int32_t number)
+CTableManager::CTableManager(CJournal& journal, CReentrantLock& lock, std::string folder,
+                             int32_t number)
     : m_journal(journal),
+      m_lock(lock),
       m_folder(std::move(folder)),
       m_definitionPath(m_folder + TableDefinition::FileName(number)),
       m_number(number),
@@ -31,6 +33,7 @@ void CTableManager::SetStorePaths() {
 }
 
 bool CTableManager::Create(std::string_view name) {
+    const CLockScope lock(m_lock);
     m_name = CKeelString(name);
     return true;
 }
@@ -55,6 +58,7 @@ bool CTableManager::OpenStores() {
 }
 
 bool CTableManager::Open() {
+    const CLockScope lock(m_lock);
     m_failedFile = m_definitionPath;
     m_rebuiltIndexes.clear();
     if (!m_journal.Exists(m_definitionPath)) {
@@ -151,6 +155,7 @@ bool CTableManager::IsDamaged(int64_t rowId, const CTableColumn& column) const {
 }
 
 bool CTableManager::RebuildIndexes() {
+    const CLockScope lock(m_lock);
     for (CTableColumn& column : m_columns) {
         if (!column.index) continue;
         const std::string path = column.index->Path();
@@ -160,6 +165,7 @@ bool CTableManager::RebuildIndexes() {
 }
 
 bool CTableManager::Close() {
+    const CLockScope lock(m_lock);
     bool closed = m_indexes.Close();
     if (m_storesOpen) {
         closed = m_rows.Close() && closed;
@@ -171,11 +177,13 @@ bool CTableManager::Close() {
 }
 
 bool CTableManager::Flush() {
+    const CLockScope lock(m_lock);
     if (!m_storesOpen) return true;
     return m_indexes.Flush() && m_rows.Flush() && m_rowData.Flush() && m_texts.Flush();
 }
 
 bool CTableManager::SaveDefinition() {
+    const CLockScope lock(m_lock);
     if (m_columns.empty()) return true;
     TableDefinition definition;
     definition.number = m_number;
@@ -209,6 +217,7 @@ int64_t CTableManager::NextColumnId() const {
 
 bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool indexed,
                               bool attribute) {
+    const CLockScope lock(m_lock);
     if (!ColumnDefinition::IsName(name) || FindColumn(name) || !OpenStores()) return false;
     const int32_t oldSize = m_recordSize;
     CTableColumn column;
@@ -239,6 +248,7 @@ bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool index
 }
 
 bool CTableManager::RemoveColumn(std::string_view name) {
+    const CLockScope lock(m_lock);
     const auto found =
         std::find_if(m_columns.begin(), m_columns.end(),
                      [&](const CTableColumn& column) { return column.name.View() == name; });
@@ -313,10 +323,12 @@ bool CTableManager::RewriteRows(
 }
 
 bool CTableManager::SkipRowIdsBelow(int64_t rowId) {
+    const CLockScope lock(m_lock);
     return OpenStores() && m_rows.SkipIdsBelow(rowId);
 }
 
 bool CTableManager::DeleteFiles() {
+    const CLockScope lock(m_lock);
     if (!m_indexes.DeleteFiles()) return false;
     if (m_storesOpen &&
         !(m_rows.DeleteFile() && m_rowData.DeleteFiles() && m_texts.DeleteFiles())) {
@@ -327,11 +339,13 @@ bool CTableManager::DeleteFiles() {
 }
 
 bool CTableManager::NeedsCompaction() const {
+    const CLockScope lock(m_lock);
     return m_storesOpen &&
            (m_rows.NeedsCompaction() || m_texts.NeedsCompaction() || m_indexes.NeedsCompaction());
 }
 
 bool CTableManager::RemoveDeleted() {
+    const CLockScope lock(m_lock);
     if (!m_storesOpen) return true;
     {
         CBracketScope bracket(m_journal);
@@ -344,6 +358,7 @@ bool CTableManager::RemoveDeleted() {
 }
 
 void CTableManager::ListFiles(std::vector<std::string>& names) const {
+    const CLockScope lock(m_lock);
     const auto add = [&](const std::string& path) {
         if (m_journal.Exists(path)) names.push_back(FileNameOf(path));
     };
@@ -356,6 +371,7 @@ void CTableManager::ListFiles(std::vector<std::string>& names) const {
 }
 
 IntegrityCode CTableManager::Verify(std::string& detail) const {
+    const CLockScope lock(m_lock);
     return CTableVerifier(*this).Run(detail);
 }
 

@@ -9,6 +9,7 @@
 
 #include "foundation/KeelMap.h"
 #include "foundation/KeelString.h"
+#include "foundation/ReentrantLock.h"
 #include "storage/ColumnType.h"
 #include "storage/DataStore.h"
 #include "storage/DictionaryManager.h"
@@ -35,12 +36,15 @@ struct CTableColumn {
 // A table: definition, rows, texts and indexes.
 //
 //   Rows       Fixed-size records known by the id that the row dictionary gave.
-//   Errors     false, -1 or empty; nothing throws. A failed change leaves the
-//              bracket to be rolled back by its owner (CDatabaseManager).
-//   Threads    Callers hold the database manager's lock.
+//   Errors     false, -1 or empty. A failed change leaves the bracket to be rolled back by
+//              its owner (CDatabaseManager), and so does std::bad_alloc, which passes through.
+//   Threads    Each public call holds the database's CReentrantLock, which all tables of a
+//              database share with its manager: reading a row looks through the journal's
+//              bracket. What is returned by reference is the caller's to guard.
 class CTableManager {
 public:
-    CTableManager(CJournal& journal, std::string folder, int32_t number);
+    // `lock`: the database's, which must outlive the table.
+    CTableManager(CJournal& journal, CReentrantLock& lock, std::string folder, int32_t number);
     ~CTableManager();
     CTableManager(const CTableManager&) = delete;
     CTableManager& operator=(const CTableManager&) = delete;
@@ -81,7 +85,7 @@ public:
     const CTableColumn* FindColumn(std::string_view name) const;
     const CTableColumn* FindColumnById(int64_t columnId) const;
 
-    int64_t RowCount() const { return m_rows.LiveCount(); }
+    int64_t RowCount() const;
     bool RowExists(int64_t rowId) const;
     // Row ids in order of creation; stops when the visitor returns false.
     void WalkRows(const std::function<bool(int64_t rowId)>& visit) const;
@@ -94,7 +98,7 @@ public:
     // The same out of a record that was read before.
     [[nodiscard]] bool ValueFromRecord(std::span<const uint8_t> record, const CTableColumn& column,
                                        CTableRowUpdateInfoValue& value) const;
-    int32_t RecordSize() const { return m_recordSize; }
+    int32_t RecordSize() const;
 
     // Checks texts, rows and indexes; where it stops, `detail` says what and where.
     IntegrityCode Verify(std::string& detail) const;
@@ -137,6 +141,7 @@ private:
     bool IsDamaged(int64_t rowId, const CTableColumn& column) const;
 
     CJournal& m_journal;
+    CReentrantLock& m_lock;
     std::string m_folder;
     std::string m_definitionPath;
     int32_t m_number;

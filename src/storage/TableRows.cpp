@@ -10,21 +10,35 @@
 namespace quillon {
 
 const CTableColumn* CTableManager::FindColumn(std::string_view name) const {
+    const CLockScope lock(m_lock);
     return static_cast<const CTableColumn*>(m_columnsByName.Value(name));
 }
 
 const CTableColumn* CTableManager::FindColumnById(int64_t columnId) const {
+    const CLockScope lock(m_lock);
     for (const CTableColumn& column : m_columns) {
         if (column.id == columnId) return &column;
     }
     return nullptr;
 }
 
+int32_t CTableManager::RecordSize() const {
+    const CLockScope lock(m_lock);
+    return m_recordSize;
+}
+
+int64_t CTableManager::RowCount() const {
+    const CLockScope lock(m_lock);
+    return m_rows.LiveCount();
+}
+
 bool CTableManager::RowExists(int64_t rowId) const {
+    const CLockScope lock(m_lock);
     return m_rows.FindLive(rowId) != nullptr;
 }
 
 void CTableManager::WalkRows(const std::function<bool(int64_t rowId)>& visit) const {
+    const CLockScope lock(m_lock);
     m_rows.Walk(
         [&](int64_t rowId, const DictionaryEntry& entry) { return entry.deleted || visit(rowId); });
 }
@@ -75,6 +89,7 @@ bool CTableManager::WriteValue(const CTableColumn& column, const CTableRowUpdate
 }
 
 int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
+    const CLockScope lock(m_lock);
     if (!m_storesOpen || m_recordSize == 0) return -1;
     std::vector<uint8_t> record(static_cast<size_t>(m_recordSize));
     std::vector<int64_t> keys(m_columns.size());
@@ -98,6 +113,7 @@ int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
 }
 
 bool CTableManager::UpdateRow(const CTableRowUpdateInfo& row) {
+    const CLockScope lock(m_lock);
     const DictionaryEntry* entry = m_rows.FindLive(row.RowId());
     std::vector<uint8_t> record;
     if (!entry || !ReadRecord(row.RowId(), record)) return false;
@@ -114,6 +130,7 @@ bool CTableManager::UpdateRow(const CTableRowUpdateInfo& row) {
 }
 
 bool CTableManager::DeleteRow(int64_t rowId) {
+    const CLockScope lock(m_lock);
     const DictionaryEntry* found = m_rows.FindLive(rowId);
     if (!found) return false;
     const DictionaryEntry entry = *found;
@@ -133,6 +150,7 @@ bool CTableManager::DeleteRow(int64_t rowId) {
 }
 
 bool CTableManager::ReadRecord(int64_t rowId, std::vector<uint8_t>& record) const {
+    const CLockScope lock(m_lock);
     const DictionaryEntry* entry = m_rows.FindLive(rowId);
     if (!entry || entry->size != m_recordSize) return false;
     record.resize(static_cast<size_t>(m_recordSize));
@@ -183,6 +201,7 @@ int64_t KeyFromField(ColumnType type, std::span<const uint8_t> field) {
 
 bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
                               CTableRowUpdateInfoValue& value) const {
+    const CLockScope lock(m_lock);
     int64_t key = 0;
     if (column.index && column.type != ColumnType::Text && column.index->KeyOf(rowId, key)) {
         return ValueFromKey(column.type, key, value);
@@ -208,6 +227,7 @@ bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
 
 bool CTableManager::ValueFromRecord(std::span<const uint8_t> record, const CTableColumn& column,
                                     CTableRowUpdateInfoValue& value) const {
+    const CLockScope lock(m_lock);
     if (record.size() != static_cast<size_t>(m_recordSize)) return false;
     const auto field = record.subspan(static_cast<size_t>(column.offset),
                                       static_cast<size_t>(ColumnWidth(column.type)));

@@ -22,6 +22,7 @@ CTextManager::CTextManager(CJournal& journal)
     : m_journal(journal), m_dictionary(journal), m_data(journal) {}
 
 void CTextManager::SetBasePath(const std::string& base) {
+    const CLockScope lock(m_lock);
     m_dictionary.SetPath(CKeelString(WithSuffix(base, "_textdict")));
     m_data.SetPath(CKeelString(WithSuffix(base, "_textdata")));
 }
@@ -125,6 +126,7 @@ bool CTextManager::Delete(int64_t id) {
 }
 
 bool CTextManager::NeedsCompaction() const {
+    const CLockScope lock(m_lock);
     return m_dictionary.NeedsCompaction() || m_data.FreeList().Count() > 0;
 }
 

@@ -14,7 +14,7 @@ namespace quillon {
 // Texts by id: a dictionary and a data store. A text of 33 serialised bytes or more
 // is compressed when that makes it smaller.
 //
-//   Errors   false or -1; nothing throws. Nothing is prompted or logged.
+//   Errors   false or -1. std::bad_alloc passes through. Nothing is prompted or logged.
 //   Threads  Each public call holds the store's own CReentrantLock.
 class CTextManager {
 public:
