@@ -24,6 +24,7 @@ struct ImportCommandOptions {
     std::string dialect = "auto";
     std::string dateOrder;
     std::string decimal;
+    std::string source;
     std::string notes = "summed";
     bool dryRun = false;
 };
@@ -38,9 +39,20 @@ ImportOptions ReadOptions(const ImportCommandOptions& given) {
     for (const DecimalMark mark : {DecimalMark::Point, DecimalMark::Comma}) {
         if (given.decimal == NameOf(mark)) options.decimal = mark;
     }
+    options.allSources = given.source == "all";
+    if (!options.allSources) options.source = given.source;
     options.everyNote = given.notes == "all";
     options.dryRun = given.dryRun;
     return options;
+}
+
+Json SourcesJson(const ImportResult& result) {
+    Json sources = Json::array();
+    for (const ImportSource& source : result.sources) {
+        sources.push_back(
+            {{"name", source.name}, {"lines", source.lines}, {"chosen", source.chosen}});
+    }
+    return sources;
 }
 
 Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
@@ -66,6 +78,7 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
                    {"years", NameOf(result.dialect.years)},
                    {"decimal", NameOf(result.dialect.decimal)},
                    {"charset", NameOf(result.dialect.charset)}}},
+                 {"sources", SourcesJson(result)},
                  {"notes", notes},
                  {"message", result.message}};
     if (given.dryRun) json["dryRun"] = true;
@@ -147,6 +160,11 @@ void PrintResult(CCommandContext& context, const ImportResult& result, bool dryR
 
 void Import(CCommandContext& context, Format format, const ImportCommandOptions& given) {
     ImportOptions options = ReadOptions(given);
+    if (options.dialect == DialectMode::Plain && !given.source.empty()) {
+        throw CFailure(
+            "By the plain rules a file is one account's; --source works with --dialect auto.",
+            ExitStatus::WrongUsage);
+    }
     options.keepRows = given.dryRun && !context.WantsJson();
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), given.account);
@@ -172,6 +190,15 @@ void Import(CCommandContext& context, Format format, const ImportCommandOptions&
         } else {
             run(std::make_unique<CQFXImportManager>(session.Database(), account, path, files));
         }
+    }
+    if (result.needsSource) {
+        if (context.WantsJson()) {
+            context.Print({{"file", given.file},
+                           {"account", account.name.ToUtf8()},
+                           {"sources", SourcesJson(result)}});
+        }
+        throw CFailure(result.error +
+                       " Give --source NAME for one of them, or --source all for all.");
     }
     if (result.failed) throw CFailure(result.error);
     if (context.WantsJson()) {
@@ -210,6 +237,9 @@ void AddImportCommand(CLI::App& program, CCommandContext& context) {
             ->check(CLI::IsMember({"mdy", "dmy", "ymd"}));
         import->add_option("--decimal", options->decimal, "Mark of the decimals")
             ->check(CLI::IsMember({"point", "comma"}));
+        import->add_option("--source", options->source,
+                           "Which account of a file that holds several: its name or number, "
+                           "or all");
         import
             ->add_option("--notes", options->notes,
                          "summed: one note for many lines of one cause; all: every one")

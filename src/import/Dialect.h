@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "import/ImportNotes.h"
+#include "import/ImportSource.h"
 
 namespace quillon {
 
@@ -42,6 +43,10 @@ struct ImportOptions {
     std::optional<DecimalMark> decimal;
     // Reads and compares, but enters nothing and leaves the file as it is.
     bool dryRun = false;
+    // The account of the file whose lines are entered, where it holds several. Empty: the
+    // file's only one, or the one that the account carries.
+    std::string source;
+    bool allSources = false;  // all of them
     // Every note by itself, instead of one for many lines that say the same.
     bool everyNote = false;
     // Fills ImportResult::rows, for a preview.
@@ -74,6 +79,9 @@ struct ImportResult {
     // The report for the user, in several lines; empty when failed.
     std::string message;
     bool cancelled = false;
+    // The file holds several accounts, and which one was meant is not clear: nothing was
+    // entered. ImportOptions::source tells, or allSources.
+    bool needsSource = false;
 
     int64_t read = 0;        // records or statement lines in the file
     int64_t imported = 0;    // of these, entered (in a dry run: to be entered)
@@ -82,8 +90,9 @@ struct ImportResult {
     int64_t payeesCreated = 0;
 
     Dialect dialect;
-    std::vector<ImportNote> notes;  // in file order; those of the whole file first
-    std::vector<ImportRow> rows;    // only with ImportOptions::keepRows
+    std::vector<ImportSource> sources;  // the accounts of the file; none by the plain rules
+    std::vector<ImportNote> notes;      // in file order; those of the whole file first
+    std::vector<ImportRow> rows;        // only with ImportOptions::keepRows
 };
 
 }  // namespace quillon

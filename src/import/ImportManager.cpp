@@ -1,6 +1,5 @@
 #include "import/ImportManager.h"
 
-#include <algorithm>
 #include <cmath>
 #include <new>
 #include <utility>
@@ -9,7 +8,6 @@
 #include "finance/Ledger.h"
 #include "finance/QuillonDatabaseInterface.h"
 #include "foundation/OutOfMemory.h"
-#include "foundation/VLStringManager.h"
 
 namespace quillon {
 
@@ -28,12 +26,6 @@ std::string_view Shortened(std::string_view text) {
 
 bool SameMoney(double a, double b) {
     return std::fabs(a - b) < kHalfCent;
-}
-
-// A file of which no date can be read was not understood.
-bool HasDates(const std::vector<ImportRecord>& records) {
-    return records.empty() || std::any_of(records.begin(), records.end(),
-                                          [](const auto& record) { return record.dateRead; });
 }
 
 }  // namespace
@@ -65,13 +57,9 @@ void CImportManager::Run() {
         FailWith("The import file '" + PathText() + "' does not exist.");
         return;
     }
-    std::vector<ImportRecord> records;
-    if (!ReadRecords(records)) return;
-    if (!IsPlain() && !HasDates(records)) {
-        Fail("None of its dates can be read.");
-        return;
-    }
-    if (!EnterAll(records)) return;
+    if (!Survey() || !ChooseSources() || !Prepare()) return;
+    NoteSources();
+    if (!EnterAll()) return;
     // What is entered stays entered: want of memory for the words is no failure any more.
     (void)FalseWhenOutOfMemory([this] {
         m_result.message = Message();
@@ -133,6 +121,70 @@ bool CImportManager::LoadFile(std::vector<uint8_t>& bytes) {
     return true;
 }
 
+// --- the accounts of the file
+
+bool CImportManager::ChooseSources() {
+    std::vector<ImportSource>& sources = m_result.sources;
+    if (m_options.allSources) {
+        for (ImportSource& source : sources) source.chosen = source.lines > 0;
+        return true;
+    }
+    const CKeelString& description = m_account.description;
+    switch (
+        ChooseSource(sources, m_options.source, m_account.name.ToUtf8(), description.ToUtf8())) {
+        case SourceChoice::Made:
+            return true;
+        case SourceChoice::Unclear:
+            m_result.needsSource = true;
+            return FailWith("The file '" + PathText() +
+                            "' holds several accounts: " + ListOfSources(sources) +
+                            ". Nothing was entered; say which of them is meant.");
+        case SourceChoice::Unknown:
+            break;
+    }
+    m_result.needsSource = true;
+    return FailWith("The file '" + PathText() + "' holds no account '" + m_options.source +
+                    "', but " + (sources.empty() ? "none by name" : ListOfSources(sources)) + ".");
+}
+
+void CImportManager::NoteSources() {
+    std::vector<ImportSource> chosen;
+    std::vector<ImportSource> others;
+    std::string currencies;
+    for (const ImportSource& source : m_result.sources) {
+        if (source.lines == 0) continue;
+        (source.chosen ? chosen : others).push_back(source);
+        if (!source.chosen) continue;
+        const bool card = source.kind == SourceKind::Card;
+        const bool toCard = m_account.accountType == AccountType::Credit;
+        if (card ? !toCard && m_account.accountType != AccountType::Loan
+                 : toCard && source.kind == SourceKind::Bank) {
+            m_notes.Add(Kind::File, 0,
+                        "'" + source.name + "' is " +
+                            (card ? "a card's statement, but the account is no credit account."
+                                  : "a bank account's statement, but the account is a credit "
+                                    "account."));
+        }
+        if (!source.currency.empty() && !Contains(currencies, source.currency)) {
+            currencies += (currencies.empty() ? "" : ", ") + source.currency;
+        }
+    }
+    if (!others.empty()) {
+        m_notes.Add(Kind::File, 0,
+                    "Only " + ListOfSources(chosen) +
+                        " was read; left out: " + ListOfSources(others) + ".");
+    } else if (chosen.size() > 1) {
+        m_notes.Add(Kind::File, 0,
+                    "The file holds several accounts; the lines of all of them go into this one: " +
+                        ListOfSources(chosen) + ".");
+    }
+    if (Contains(currencies, ",")) {
+        m_notes.Add(Kind::Currency, 0,
+                    "The accounts of the file are kept in several currencies (" + currencies +
+                        "); all amounts were entered as they are.");
+    }
+}
+
 // --- steps of a record
 
 bool CImportManager::LoadRules() {
@@ -154,11 +206,19 @@ std::string CImportManager::ApplyRenamingRules(std::string_view text) const {
     return renamed;
 }
 
+CImportManager::NamedRow* CImportManager::Cached(NameCache& cache, std::string_view name,
+                                                 bool& isNew) {
+    if (cache.size() >= kMostNames) cache.clear();
+    const auto [place, added] = cache.try_emplace(std::string(name));
+    isNew = added;
+    return &place->second;
+}
+
 const CImportManager::NamedRow& CImportManager::PayeeOf(const ImportRecord& record) {
     static const NamedRow kNobody;
     if (record.payee.empty() && !IsPlain()) return kNobody;
-    const auto [place, isNew] = m_payees.try_emplace(record.payee);
-    NamedRow& payee = place->second;
+    bool isNew = false;
+    NamedRow& payee = *Cached(m_payees, record.payee, isNew);
     if (!isNew) return payee;
     payee.name = ApplyRenamingRules(record.payee);
     if (m_options.dryRun) {
@@ -179,8 +239,8 @@ const CImportManager::NamedRow& CImportManager::PayeeOf(const ImportRecord& reco
 const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& record) {
     static const NamedRow kNone;
     if (record.category.empty()) return kNone;
-    const auto [place, isNew] = m_categories.try_emplace(record.category);
-    NamedRow& category = place->second;
+    bool isNew = false;
+    NamedRow& category = *Cached(m_categories, record.category, isNew);
     if (!isNew) return category;
     category.name = ApplyRenamingRules(record.category);
     if (category.name.empty()) return category;
@@ -201,8 +261,8 @@ const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& r
 
 void CImportManager::LimitTexts(ImportRecord& record) {
     for (std::string_view* text : {&record.payee, &record.category, &record.memo}) {
-        // Before names are counted: a preview counts those that will be.
-        *text = CVLStringManager::StoredPart(*text);
+        // A stored text ends there: cut before, a preview counts the names that will be.
+        *text = text->substr(0, text->find('\0'));
         if (text->size() <= kLongestText) continue;
         *text = Shortened(*text);
         m_notes.Add(Kind::Record, record.line,
@@ -254,12 +314,10 @@ bool CImportManager::IsKnown(ImportRecord& record) {
 
 // --- entering
 
-bool CImportManager::EnterAll(std::vector<ImportRecord>& records) {
+bool CImportManager::EnterAll() {
     const bool loaded = LoadRules() && (IdentifierUse() == Identifiers::None || LoadStoredLines());
     if (!loaded) return Fail("The account's transactions cannot be read.");
-    if (m_options.dryRun) {
-        return TryAll(records) || Fail("The account's transactions cannot be read.");
-    }
+    if (m_options.dryRun) return TryAll() || Fail("The account's transactions cannot be read.");
     CLedger ledger(m_database);
     CLedgerImport import(ledger, m_account.id);
     switch (import.Begin()) {
@@ -272,7 +330,7 @@ bool CImportManager::EnterAll(std::vector<ImportRecord>& records) {
     }
     CreatedNames safe;
     try {
-        if (EnterBatches(records, import, safe)) return true;
+        if (EnterBatches(import, safe)) return true;
     } catch (const std::bad_alloc&) {
         m_result.imported = import.Committed();
         m_result.payeesCreated = safe.payees;
@@ -284,76 +342,79 @@ bool CImportManager::EnterAll(std::vector<ImportRecord>& records) {
     return FailStored(import.Committed());
 }
 
-bool CImportManager::TryAll(std::vector<ImportRecord>& records) {
-    for (ImportRecord& record : records) {
-        LimitTexts(record);
-        if (IsKnown(record)) {
-            ++m_result.duplicates;
-            AddRow(record, RowOutcome::Duplicate);
-        } else if (std::fabs(record.amount) > kLargestAmount) {
-            NoteBadAmount(record);
-            AddRow(record, RowOutcome::Skipped);
-        } else {
-            if (PayeeOf(record).failed || CategoryOf(record).failed) return false;
-            ++m_result.imported;
-            AddRow(record, RowOutcome::Entered);
-        }
+bool CImportManager::IsWanted(ImportRecord& record) {
+    LimitTexts(record);
+    if (IsKnown(record)) {
+        ++m_result.duplicates;
+        AddRow(record, RowOutcome::Duplicate);
+        return false;
+    }
+    if (std::fabs(record.amount) > kLargestAmount) {
+        NoteBadAmount(record);
+        AddRow(record, RowOutcome::Skipped);
+        return false;
     }
     return true;
 }
 
-bool CImportManager::EnterBatches(std::vector<ImportRecord>& records, CLedgerImport& import,
-                                  CreatedNames& safe) {
-    const int64_t total = static_cast<int64_t>(records.size());
-    int64_t done = 0;
-    int64_t committed = 0;
-    CTransactionEntry entry;
-    for (ImportRecord& record : records) {
-        ++done;
-        LimitTexts(record);
-        if (IsKnown(record)) {
-            ++m_result.duplicates;
-            AddRow(record, RowOutcome::Duplicate);
-            continue;
-        }
-        if (std::fabs(record.amount) > kLargestAmount) {
-            NoteBadAmount(record);
-            AddRow(record, RowOutcome::Skipped);
-            continue;
-        }
-        // Category and payee in the order in which they are created.
-        const NamedRow& category = CategoryOf(record);
-        const NamedRow& payee = PayeeOf(record);
-        if (category.failed || payee.failed) return false;
-        entry.id = kNoRow;
-        entry.serviceDate = record.date;
-        entry.electronicPayment = record.electronic;
-        entry.check = record.check;
-        entry.transactionType = TypeForSignedAmount(record.amount, m_account.accountType);
-        entry.payeeId = payee.id;
-        entry.categoryId = category.id;
-        entry.amount = std::fabs(record.amount);
-        entry.fitId = IdentifierUse() == Identifiers::Kept ? record.fitId : 0;
-        entry.memo = record.memo;
-        const LedgerStatus status = import.Enter(entry);
-        if (status == LedgerStatus::BadAmount) {
-            NoteBadAmount(record);
-            AddRow(record, RowOutcome::Skipped);
-            continue;
-        }
-        if (status != LedgerStatus::Ok) return false;
+bool CImportManager::TryAll() {
+    bool readable = true;
+    ReadRecords([&](ImportRecord& record) {
+        if (!IsWanted(record)) return true;
+        readable = !PayeeOf(record).failed && !CategoryOf(record).failed;
+        if (!readable) return false;
         ++m_result.imported;
         AddRow(record, RowOutcome::Entered);
-        if (import.Committed() == committed) continue;
+        return true;
+    });
+    return readable;
+}
+
+bool CImportManager::EnterBatches(CLedgerImport& import, CreatedNames& safe) {
+    const int64_t total = m_result.read;
+    int64_t done = 0;
+    int64_t committed = 0;
+    bool entered = true;
+    ReadRecords([&](ImportRecord& record) {
+        ++done;
+        if (!IsWanted(record)) return true;
+        entered = EnterRecord(record, import);
+        if (!entered || import.Committed() == committed) return entered;
         committed = import.Committed();
         safe = {m_result.payeesCreated, m_result.categoriesCreated};
-        if (m_options.progress && !m_options.progress(done, total)) {
-            m_result.cancelled = true;
-            break;
-        }
-    }
-    if (!import.Finish()) return false;
+        m_result.cancelled = m_options.progress && !m_options.progress(done, total);
+        return !m_result.cancelled;
+    });
+    if (!entered || !import.Finish()) return false;
     if (m_options.progress && !m_result.cancelled) m_options.progress(total, total);
+    return true;
+}
+
+bool CImportManager::EnterRecord(const ImportRecord& record, CLedgerImport& import) {
+    // Category and payee in the order in which they are created.
+    const NamedRow& category = CategoryOf(record);
+    const NamedRow& payee = PayeeOf(record);
+    if (category.failed || payee.failed) return false;
+    CTransactionEntry& entry = m_entry;
+    entry.id = kNoRow;
+    entry.serviceDate = record.date;
+    entry.electronicPayment = record.electronic;
+    entry.check = record.check;
+    entry.transactionType = TypeForSignedAmount(record.amount, m_account.accountType);
+    entry.payeeId = payee.id;
+    entry.categoryId = category.id;
+    entry.amount = std::fabs(record.amount);
+    entry.fitId = IdentifierUse() == Identifiers::Kept ? record.fitId : 0;
+    entry.memo = record.memo;
+    const LedgerStatus status = import.Enter(entry);
+    if (status == LedgerStatus::BadAmount) {
+        NoteBadAmount(record);
+        AddRow(record, RowOutcome::Skipped);
+        return true;
+    }
+    if (status != LedgerStatus::Ok) return false;
+    ++m_result.imported;
+    AddRow(record, RowOutcome::Entered);
     return true;
 }
 

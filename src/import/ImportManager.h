@@ -45,9 +45,14 @@ protected:
         Kept,  // a line whose identifier the account holds is a duplicate
     };
 
-    // Fills m_result.read, the dialect and `records`, whose views must live until the end
-    // of the import. False after Fail().
-    virtual bool ReadRecords(std::vector<ImportRecord>& records) = 0;
+    // The first look at the file: sets the dialect, m_result.sources and, by the plain rules,
+    // m_result.read. False after Fail().
+    virtual bool Survey() = 0;
+    // Before anything is entered, with the sources chosen: sets m_result.read. False after
+    // Fail(), when there is nothing to enter.
+    virtual bool Prepare() = 0;
+    // Hands over the records of the chosen sources in file order.
+    virtual void ReadRecords(const RecordSink& sink) = 0;
     virtual Identifiers IdentifierUse() const = 0;
     // The report of a finished import.
     virtual std::string Report() const = 0;
@@ -93,7 +98,9 @@ private:
         std::string search;
         std::string replacement;
     };
-    using NameCache = std::unordered_map<std::string_view, NamedRow>;
+    using NameCache = std::unordered_map<std::string, NamedRow>;
+    // Names looked up once are kept up to here, then forgotten: a file may hold a million.
+    static constexpr size_t kMostNames = 20'000;
 
     // Names that were made, as far as the last commit made them safe.
     struct CreatedNames {
@@ -107,22 +114,29 @@ private:
     void FailForMemory() noexcept;
     bool LoadRules();
     bool LoadStoredLines();
-    bool EnterAll(std::vector<ImportRecord>& records);
+    bool ChooseSources();
+    // What a person would want to know of the choice.
+    void NoteSources();
+    bool EnterAll();
     // False: not all of them were entered.
-    bool EnterBatches(std::vector<ImportRecord>& records, CLedgerImport& import,
-                      CreatedNames& safe);
+    bool EnterBatches(CLedgerImport& import, CreatedNames& safe);
+    bool EnterRecord(const ImportRecord& record, CLedgerImport& import);
     // What an import would find. False: the database could not be read.
-    bool TryAll(std::vector<ImportRecord>& records);
+    bool TryAll();
+    // Duplicates and amounts that the ledger cannot hold. False: the record stays out.
+    bool IsWanted(ImportRecord& record);
     // Plain and inferred rule of what the account holds already.
     bool IsKnown(ImportRecord& record);
     // Cuts texts that the ledger cannot hold or no screen could show.
     void LimitTexts(ImportRecord& record);
     const NamedRow& PayeeOf(const ImportRecord& record);
     const NamedRow& CategoryOf(const ImportRecord& record);
+    static NamedRow* Cached(NameCache& cache, std::string_view name, bool& isNew);
     void AddRow(const ImportRecord& record, RowOutcome outcome);
     bool FailStored(int64_t committed);
     void NoteBadAmount(const ImportRecord& record);
 
+    CTransactionEntry m_entry;  // kept for its memory
     std::vector<RenamingRule> m_rules;
     std::unordered_map<int64_t, StoredLine> m_stored;  // by statement identifier
     NameCache m_payees;

@@ -74,8 +74,9 @@ void CImportNotes::Add(Kind kind, int64_t line, std::string_view text) {
 }
 
 bool CImportNotes::IsOneNote(const Cause& cause, int64_t records) const {
-    if (cause.count <= kListedPerCause) return false;
-    return cause.sameText || cause.count >= records - cause.count;
+    const bool isHalf = cause.count >= records - cause.count;
+    if (cause.count > kListedPerCause) return cause.sameText || isHalf;
+    return cause.sameText && isHalf && cause.count > kListedOfAll;
 }
 
 std::vector<ImportNote> CImportNotes::Take(int64_t records) {

@@ -22,8 +22,9 @@ struct ImportNote {
 // of a million lines, is told of in a few lines and nothing is left uncounted.
 //
 //   Causes     Notes of one kind whose texts are the same but for numbers and quoted pieces.
-//   One note   A cause whose texts are all equal, on more lines than kListedPerCause; and
-//              one with changing texts that at least half of the file's records have.
+//   One note   A cause on more lines than kListedPerCause, where its texts are all equal or
+//              at least half of the file's records have it; where both hold, on more than
+//              kListedOfAll.
 //   Listed     Everything else line by line, up to kListedPerKind notes of a kind; the rest
 //              is summed by cause.
 //   Memory     Bounded, but where every note is asked for.
@@ -49,6 +50,7 @@ public:
     };
     static constexpr int64_t kListedPerKind = 100;
     static constexpr int64_t kListedPerCause = 10;
+    static constexpr int64_t kListedOfAll = 3;
 
     // With `every` each note is kept by itself.
     explicit CImportNotes(bool every = false) : m_every(every) {}

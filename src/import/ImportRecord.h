@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string_view>
 
 namespace quillon {
 
-// One transaction read from a bank file, ready to be entered. Texts are views into the
-// reader's buffer or arena.
+// One transaction read from a bank file, ready to be entered. Texts are views that live
+// while the record is handed over.
 struct ImportRecord {
     int64_t line = 0;     // where it begins, from 1
     int64_t date = 0;     // midnight UTC; today when the file gives none that can be read
@@ -24,5 +25,8 @@ struct ImportRecord {
     bool idShared = false;    // other lines of the file, of different content, have fitId
     bool saidBefore = false;  // the same line, said again
 };
+
+// Takes one record after the other; false stops the reader.
+using RecordSink = std::function<bool(ImportRecord&)>;
 
 }  // namespace quillon

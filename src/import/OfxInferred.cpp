@@ -1,16 +1,14 @@
+#include "import/OfxInferred.h"
+
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 
 #include "finance/FinanceCodes.h"
+#include "foundation/CurrencyFormat.h"
 #include "foundation/TextHash.h"
-#include "import/AmountText.h"
 #include "import/DateText.h"
 #include "import/OfxParser.h"
-#include "import/OfxTags.h"
 
 namespace quillon {
 
@@ -18,535 +16,383 @@ namespace {
 
 using Kind = CImportNotes::Kind;
 
-enum class Element {
-    Other,
-    Ofx,
-    StatementLine,
-    TransactionList,
-    Statement,
-    AccountFrom,
-    Status,
-    InvestmentAction,
-    // Those with a value:
-    Date,
-    UserDate,
-    Amount,
-    Type,
-    Id,
-    Check,
-    Name,
-    Memo,
-    CorrectId,
-    CorrectAction,
-    AccountId,
-    Balance,
-    Code,
-    Severity,
-    Message,
-};
-
-struct ElementName {
-    std::string_view name;
-    Element element;
-};
-constexpr ElementName kElements[] = {
-    {"OFX", Element::Ofx},
-    {"STMTTRN", Element::StatementLine},
-    {"BANKTRANLIST", Element::TransactionList},
-    {"STMTRS", Element::Statement},
-    {"CCSTMTRS", Element::Statement},
-    {"INVSTMTRS", Element::Statement},
-    {"BANKACCTFROM", Element::AccountFrom},
-    {"CCACCTFROM", Element::AccountFrom},
-    {"INVACCTFROM", Element::AccountFrom},
-    {"STATUS", Element::Status},
-    {"INVTRAN", Element::InvestmentAction},
-    {"DTPOSTED", Element::Date},
-    {"DTUSER", Element::UserDate},
-    {"TRNAMT", Element::Amount},
-    {"TRNTYPE", Element::Type},
-    {"FITID", Element::Id},
-    {"CHECKNUM", Element::Check},
-    {"NAME", Element::Name},
-    {"MEMO", Element::Memo},
-    {"CORRECTFITID", Element::CorrectId},
-    {"CORRECTACTION", Element::CorrectAction},
-    {"ACCTID", Element::AccountId},
-    {"BALAMT", Element::Balance},
-    {"CODE", Element::Code},
-    {"SEVERITY", Element::Severity},
-    {"MESSAGE", Element::Message},
-};
-
-// Names are upper case; some programs write them otherwise.
-Element ElementOf(std::string_view name) {
-    char upper[16];
-    if (name.empty() || name.size() > sizeof upper) return Element::Other;
-    for (size_t i = 0; i < name.size(); ++i) {
-        const char c = name[i];
-        upper[i] = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+std::string UpperType(std::string_view text) {
+    std::string type(text.substr(0, 32));
+    for (char& c : type) {
+        if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
     }
-    const std::string_view text(upper, name.size());
-    for (const ElementName& row : kElements) {
-        if (row.name == text) return row.element;
-    }
-    return Element::Other;
+    return type;
 }
 
-// A statement line's values before they are read.
-struct RawLine {
-    int64_t line = 0;
-    std::string_view date;
-    std::string_view userDate;
-    std::string_view amount;
-    std::string_view type;
-    std::string_view id;
-    std::string_view check;
-    std::string_view name;
-    std::string_view memo;
-    std::string_view correctId;
-    std::string_view correctAction;
-    bool closed = true;
+// Which way the money goes by the type alone: -1 out, 1 in, 0 either.
+int DirectionOf(std::string_view type) {
+    for (const std::string_view out : {"DEBIT", "DIRECTDEBIT", "CHECK", "CASH", "SRVCHG", "FEE"}) {
+        if (type == out) return -1;
+    }
+    for (const std::string_view in : {"CREDIT", "DEP", "DIRECTDEP"}) {
+        if (type == in) return 1;
+    }
+    return 0;
+}
+
+std::optional<int64_t> ReadAnyDate(std::string_view text) {
+    if (const std::optional<int64_t> date = ReadStatementDate(text)) return date;
+    DateParts parts;
+    if (text.size() < 10 || text.size() > 40 || !SplitDate(text.substr(0, 10), parts) ||
+        !parts.YearFirst()) {
+        return {};
+    }
+    return ReadDate(parts, DateOrder::YearMonthDay);
+}
+
+std::optional<int64_t> DateOf(const OfxLine& line) {
+    const std::optional<int64_t> date = ReadAnyDate(line.date);
+    return date ? date : ReadAnyDate(line.userDate);
+}
+
+// A rate of exchange groups no thousands. Nothing when it is none, or not above 0.
+std::optional<double> ReadRate(std::string_view text) {
+    std::string plain(TrimBlanks(text).substr(0, 40));
+    std::replace(plain.begin(), plain.end(), ',', '.');
+    double rate = 0.0;
+    std::string_view rest;
+    if (!ScanDouble(plain, rate, &rest) || !rest.empty() || rate <= 0.0) return {};
+    return rate;
+}
+
+// What the currency of a line means for its amount.
+enum class Foreign {
+    No,         // it is the statement's own
+    Convert,    // at the rate that stands with it
+    Converted,  // by the bank already
+    NoRate,     // nothing to convert it with
 };
 
-class CInferredOfx {
-public:
-    CInferredOfx(std::string_view text, int64_t today, const ImportOptions& options,
-                 Dialect& dialect, CImportNotes& notes, OfxContents& contents)
-        : m_text(text),
-          m_today(today),
-          m_options(options),
-          m_dialect(dialect),
-          m_notes(notes),
-          m_contents(contents) {}
-
-    void Run() {
-        Walk();
-        m_dialect.dateOrder = DateOrder::YearMonthDay;
-        m_dialect.years = YearRule::AsWritten;
-        m_marks = m_amounts.Decide(m_options.decimal, m_dialect, m_notes);
-        m_contents.records.reserve(m_raw.size());
-        for (const RawLine& raw : m_raw) ReadLine(raw);
-        MarkRepeated();
-        NoteStatements();
+Foreign ForeignOf(const OfxLine& line, std::string_view statementCurrency) {
+    if (line.currency.empty() && line.rate.empty()) return Foreign::No;
+    if (!statementCurrency.empty() && EqualsAsciiCase(line.currency, statementCurrency)) {
+        return Foreign::No;
     }
+    const std::optional<double> rate = ReadRate(line.rate);
+    const bool isOne = rate && *rate == 1.0;
+    if (isOne && (line.currency.empty() || statementCurrency.empty())) return Foreign::No;
+    if (line.converted) return Foreign::Converted;
+    return rate && !isOne ? Foreign::Convert : Foreign::NoRate;
+}
 
-private:
-    // --- elements
-    void Walk() {
-        COfxTags tags(m_text);
-        OfxTag tag;
-        Element open = Element::Other;
-        size_t valueStart = 0;
-        while (tags.Next(tag)) {
-            if (open != Element::Other) {
-                TakeValue(open, m_text.substr(valueStart, tag.start - valueStart));
-            }
-            open = Element::Other;
-            const Element element = ElementOf(tag.name);
-            if (element == Element::Other) continue;
-            if (element >= Element::Date) {
-                if (tag.closing || tag.empty) continue;
-                open = element;
-                valueStart = tag.end;
-            } else {
-                TakeAggregate(element, tag);
-            }
-        }
-        if (!m_inLine) {
-            if (open != Element::Other) TakeValue(open, m_text.substr(valueStart));
-            return;
-        }
-        // A value that was open is lost with its line.
-        ++m_contents.read;
-        m_notes.Add(Kind::Skipped, m_line.line,
-                    "The file ends inside this statement line; it was not entered. Downloading "
-                    "the statement again brings it.");
-    }
-
-    void TakeAggregate(Element element, const OfxTag& tag) {
-        switch (element) {
-            case Element::Ofx:
-                m_contents.hasBody = true;
-                if (tag.closing) EndLine(false);
-                break;
-            case Element::StatementLine:
-                m_contents.hasBody = true;
-                if (tag.closing) {
-                    EndLine(true);
-                } else if (!tag.empty) {
-                    EndLine(false);
-                    BeginLine(tag.start);
-                }
-                break;
-            case Element::TransactionList:
-                if (tag.closing) EndLine(false);
-                break;
-            case Element::Statement:
-                if (tag.closing) {
-                    EndLine(false);
-                } else {
-                    ++m_contents.statements;
-                }
-                break;
-            case Element::AccountFrom:
-                m_inAccount = !tag.closing;
-                break;
-            case Element::Status:
-                if (!tag.closing) {
-                    m_code = m_severity = {};
-                    m_inStatus = true;
-                } else {
-                    m_inStatus = false;
-                }
-                break;
-            case Element::InvestmentAction:
-                m_contents.investmentActions += !tag.closing;
-                break;
-            default:
-                break;
-        }
-    }
-
-    void BeginLine(size_t at) {
-        m_lineNumber += std::count(m_text.begin() + static_cast<std::ptrdiff_t>(m_counted),
-                                   m_text.begin() + static_cast<std::ptrdiff_t>(at), '\n');
-        m_counted = at;
-        m_line = RawLine();
-        m_line.line = m_lineNumber;
-        m_inLine = true;
-    }
-
-    void EndLine(bool closed) {
-        if (!m_inLine) return;
-        m_inLine = false;
-        m_line.closed = closed;
-        m_raw.push_back(m_line);
-        if (!m_line.amount.empty()) m_amounts.Add(m_line.amount, m_line.line);
-    }
-
-    std::string_view Clean(std::string_view raw, LineBreaks breaks) {
-        bool changed = false;
-        const std::string value = CleanOfxValue(raw, breaks, changed);
-        return changed ? m_contents.arena.Keep(value) : TrimBlanks(raw);
-    }
-
-    void TakeValue(Element element, std::string_view raw) {
-        const bool isText =
-            element == Element::Name || element == Element::Memo || element == Element::Message;
-        const std::string_view value =
-            Clean(raw, isText ? LineBreaks::AreBlanks : LineBreaks::AreNothing);
-        if (value.empty()) return;
-        if (!m_inLine) {
-            TakeOutside(element, value);
-            return;
-        }
-        switch (element) {
-            case Element::Date:
-                m_line.date = value;
-                break;
-            case Element::UserDate:
-                m_line.userDate = value;
-                break;
-            case Element::Amount:
-                m_line.amount = value;
-                break;
-            case Element::Type:
-                m_line.type = value;
-                break;
-            case Element::Id:
-                m_line.id = value;
-                break;
-            case Element::Check:
-                m_line.check = value;
-                break;
-            case Element::Name:
-                if (m_line.name.empty()) m_line.name = value;
-                break;
-            case Element::Memo:
-                if (m_line.memo.empty()) m_line.memo = value;
-                break;
-            case Element::CorrectId:
-                m_line.correctId = value;
-                break;
-            case Element::CorrectAction:
-                m_line.correctAction = value;
-                break;
-            default:
-                break;
-        }
-    }
-
-    void TakeOutside(Element element, std::string_view value) {
-        switch (element) {
-            case Element::AccountId:
-                if (m_inAccount) RememberAccount(value);
-                break;
-            case Element::Balance:
-                m_amounts.Add(value, LineOf(value));
-                break;
-            case Element::Code:
-                m_code = value;
-                break;
-            case Element::Severity:
-                m_severity = value;
-                if (m_inStatus && EqualsAsciiCase(value, "ERROR")) {
-                    m_contents.problem = "error " + std::string(m_code.substr(0, 20));
-                }
-                break;
-            case Element::Message:
-                if (m_inStatus && EqualsAsciiCase(m_severity, "ERROR")) {
-                    m_contents.problem += ": " + std::string(value.substr(0, 300));
-                }
-                break;
-            default:
-                break;
-        }
-    }
-
-    // Balances are few; the line count is brought up to the place.
-    int64_t LineOf(std::string_view value) {
-        if (value.data() < m_text.data() || value.data() > m_text.data() + m_text.size()) {
-            return m_lineNumber;
-        }
-        const size_t at = static_cast<size_t>(value.data() - m_text.data());
-        if (at > m_counted) {
-            m_lineNumber += std::count(m_text.begin() + static_cast<std::ptrdiff_t>(m_counted),
-                                       m_text.begin() + static_cast<std::ptrdiff_t>(at), '\n');
-            m_counted = at;
-        }
-        return m_lineNumber;
-    }
-
-    void RememberAccount(std::string_view id) {
-        auto& accounts = m_contents.accounts;
-        if (accounts.size() >= 20) return;
-        if (std::find(accounts.begin(), accounts.end(), id) == accounts.end()) {
-            accounts.emplace_back(id.substr(0, 60));
-        }
-    }
-
-    void NoteStatements() {
-        if (m_contents.investmentActions > 0) {
-            m_notes.Add(Kind::File, 0,
-                        "Skipped: " + std::to_string(m_contents.investmentActions) +
-                            " actions on securities, which are no bank-style lines.");
-        }
-        if (m_contents.statements < 2) return;
-        std::string names;
-        for (const std::string& name : m_contents.accounts) {
-            names += (names.empty() ? "" : ", ") + InQuotes(name);
-        }
-        m_notes.Add(Kind::File, 0,
-                    "The file holds " + std::to_string(m_contents.statements) +
-                        " statements (accounts " + names +
-                        "); the lines of all of them go into this one account.");
-    }
-
-    // --- values
-    void ReadLine(const RawLine& raw) {
-        ++m_contents.read;
-        if (EqualsAsciiCase(raw.correctAction, "DELETE")) {
-            m_notes.Add(Kind::Skipped, raw.line,
-                        "The bank withdraws its line " + InQuotes(raw.correctId) +
-                            ": nothing was entered; delete that transaction by hand.");
-            return;
-        }
-        ImportRecord record;
-        record.line = raw.line;
-        ReadDateOf(raw, record);
-        ReadAmountOf(raw, record);
-        ReadTypeOf(raw, record);
-        ReadCheckOf(raw, record);
-        // Money that goes out under a check's number is a check.
-        if (record.check != 0 && record.amount < 0 && record.electronic == kElectronicEft) {
-            record.electronic = {};
-        }
-        record.memo = raw.memo;
-        record.payee = raw.name.empty() ? raw.memo : raw.name;
-        if (record.payee.empty() && m_notes.Wants(Kind::Payee)) {
-            m_notes.Add(Kind::Payee, raw.line, "No name and no memo: entered without a payee.");
-        }
-        ReadIdOf(raw, record);
-        if (!raw.closed) {
-            m_notes.Add(Kind::Record, raw.line,
-                        "This statement line has no </STMTTRN>; it was entered as it is.");
-        }
-        m_contents.records.push_back(record);
-    }
-
-    static std::optional<int64_t> ReadAnyDate(std::string_view text) {
-        if (const std::optional<int64_t> date = ReadStatementDate(text)) return date;
-        DateParts parts;
-        if (text.size() < 10 || text.size() > 40 || !SplitDate(text.substr(0, 10), parts) ||
-            !parts.YearFirst()) {
-            return {};
-        }
-        return ReadDate(parts, DateOrder::YearMonthDay);
-    }
-
-    void ReadDateOf(const RawLine& raw, ImportRecord& record) {
-        std::optional<int64_t> date = ReadAnyDate(raw.date);
-        if (!date) {
-            date = ReadAnyDate(raw.userDate);
-            const std::string what =
-                raw.date.empty() ? "No date" : "The date " + InQuotes(raw.date) + " cannot be read";
-            m_notes.Add(Kind::Date, raw.line,
-                        what + (date ? ": entered under the date of use, " +
-                                           std::string(raw.userDate.substr(0, 8)) + "."
-                                     : ": entered under today's."));
-        }
-        record.date = date.value_or(m_today);
-        record.dateRead = date.has_value();
-    }
-
-    void ReadAmountOf(const RawLine& raw, ImportRecord& record) {
-        if (raw.amount.empty()) {
-            m_notes.Add(Kind::Amount, raw.line, "No amount: entered as 0.");
-            return;
-        }
-        AmountReading reading = ReadAmount(raw.amount, m_marks, record.amount);
-        const bool commaIgnored = reading == AmountReading::Clean && !m_marks.own &&
-                                  !m_options.decimal && Contains(raw.amount, ",") &&
-                                  EvidenceOf(raw.amount) != AmountEvidence::GroupedPoint;
-        if (commaIgnored) reading = AmountReading::Thousands;
-        const bool odd = reading != AmountReading::Clean || Contains(raw.amount, "$");
-        if (!odd || !m_notes.Wants(Kind::Amount)) return;
-        std::string text = AmountNote(raw.amount, reading);
-        if (text.empty()) {
-            text = "The amount " + InQuotes(raw.amount) +
-                   " is not written as statements write amounts; what it says was read.";
-        }
-        m_notes.Add(Kind::Amount, raw.line, std::move(text));
-    }
-
-    static void ReadTypeOf(const RawLine& raw, ImportRecord& record) {
-        std::string type(raw.type.substr(0, 32));
-        for (char& c : type) {
-            if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 32);
-        }
-        if (type == "ATM") {
-            record.electronic = kElectronicAtm;
-        } else if (Contains(type, "PAYMENT")) {
-            record.electronic = kElectronicEft;
-        } else if (Contains(type, "CREDIT") || Contains(type, "DIRECTDEP")) {
-            return;
-        } else if (Contains(type, "DEBIT")) {
-            record.electronic = kElectronicEft;
-        } else if (Contains(type, "XFER")) {
-            record.electronic = kElectronicTransfer;
-        }
-    }
-
-    void ReadCheckOf(const RawLine& raw, ImportRecord& record) {
-        if (raw.check.empty()) return;
-        int64_t number = 0;
-        if (IsDigits(raw.check) && ScanLong(raw.check, number) && number <= INT32_MAX) {
-            record.check = static_cast<int32_t>(number);
-        } else if (m_notes.Wants(Kind::Number)) {
-            m_notes.Add(
-                Kind::Number, raw.line,
-                "The number " + InQuotes(raw.check) + " is no check number and was left out.");
-        }
-    }
-
-    // --- identifiers
-    void ReadIdOf(const RawLine& raw, ImportRecord& record) {
-        record.fitId = StatementId(raw.id);
-        if (!raw.correctId.empty()) {
-            m_notes.Add(Kind::Identifier, raw.line,
-                        "The bank corrects its line " + InQuotes(raw.correctId) +
-                            (raw.correctId == raw.id
-                                 ? " by this one."
-                                 : " by this one: if the old one is in the account, delete it."));
-        }
-        if (record.fitId != 0) return;
-        std::string joined(raw.date);
-        joined.append(raw.amount).append(record.payee);
-        const int64_t hash = TextHash(joined);
-        const int64_t occurrence = ++m_made[hash];
-        record.fitId = occurrence == 1
-                           ? StatementId(joined.empty() || IsDigits(joined) ? "#" + joined : joined)
-                           : StatementId(joined + "#" + std::to_string(occurrence));
-        if (m_notes.Wants(Kind::Identifier)) {
-            m_notes.Add(Kind::Identifier, raw.line,
-                        "No identifier: one was made from date, amount and name.");
-        }
-    }
-
-    static int64_t OwnId(const ImportRecord& record) {
-        char amount[40];
-        const std::to_chars_result end =
-            std::to_chars(amount, amount + sizeof amount, record.amount);
-        std::string text = std::to_string(record.fitId) + "|";
-        if (record.dateRead) text += std::to_string(record.date);
-        text.append("|").append(amount, end.ptr).append("|").append(record.payee);
-        return StatementId(text);
-    }
-
-    // The same identifier with the same date, amount and name is one line said twice; with
-    // other contents it is another line, which needs an identifier of its own.
-    void MarkRepeated() {
-        std::unordered_map<int64_t, size_t> first;
-        std::unordered_set<int64_t> seen;
-        auto& records = m_contents.records;
-        first.reserve(records.size());
-        for (size_t i = 0; i < records.size(); ++i) {
-            ImportRecord& record = records[i];
-            const auto [place, isNew] = first.try_emplace(record.fitId, i);
-            if (isNew) continue;
-            ImportRecord& earlier = records[place->second];
-            if (earlier.ownId == 0) {
-                earlier.ownId = OwnId(earlier);
-                seen.insert(earlier.ownId);
-            }
-            record.ownId = OwnId(record);
-            if (!seen.insert(record.ownId).second) {
-                record.saidBefore = true;
-                if (m_notes.Wants(Kind::Repeated)) {
-                    m_notes.Add(Kind::Repeated, record.line,
-                                "The same line as in line " + std::to_string(earlier.line) +
-                                    ", said again; entered once.");
-                }
-                continue;
-            }
-            record.idShared = earlier.idShared = true;
-            if (m_notes.Wants(Kind::Repeated)) {
-                m_notes.Add(Kind::Repeated, record.line,
-                            "Line " + std::to_string(earlier.line) +
-                                " has the same identifier, but another date, amount or name: "
-                                "both count.");
-            }
-        }
-    }
-
-    std::string_view m_text;
-    int64_t m_today;
-    const ImportOptions& m_options;
-    Dialect& m_dialect;
-    CImportNotes& m_notes;
-    OfxContents& m_contents;
-
-    bool m_inLine = false;
-    bool m_inAccount = false;
-    bool m_inStatus = false;
-    std::string_view m_code;
-    std::string_view m_severity;
-    RawLine m_line;            // the one being read
-    int64_t m_lineNumber = 1;  // of the place up to which lines were counted
-    size_t m_counted = 0;      // that place
-    std::vector<RawLine> m_raw;
-    std::unordered_map<int64_t, int64_t> m_made;  // lines without an identifier, by hash
-    CAmountInference m_amounts;
-    AmountMarks m_marks;
-};
+bool IsWithdrawn(const OfxLine& line) {
+    return EqualsAsciiCase(line.correctAction, "DELETE");
+}
 
 }  // namespace
 
-void ReadInferredOfx(std::string_view text, int64_t today, const ImportOptions& options,
-                     Dialect& dialect, CImportNotes& notes, OfxContents& contents) {
-    CInferredOfx reader(text, today, options, dialect, notes, contents);
-    reader.Run();
+CInferredOfx::CInferredOfx(std::string_view text, int64_t today, const ImportOptions& options,
+                           Dialect& dialect, CImportNotes& notes)
+    : m_text(text), m_today(today), m_options(options), m_dialect(dialect), m_notes(notes) {}
+
+void CInferredOfx::Note(Kind kind, int64_t line, std::string_view text) {
+    if (m_speaks) m_notes.Add(kind, line, text);
+}
+
+// --- the whole file
+
+void CInferredOfx::Survey() {
+    CAmountInference amounts;
+    std::vector<int64_t> ids;
+    COfxStatements statements(
+        m_text, [&](std::string_view amount, int64_t line) { amounts.Add(amount, line); });
+    m_made.clear();
+    for (OfxLine line; statements.Next(line);) {
+        if (m_counts.size() <= line.statement) m_counts.resize(line.statement + 1);
+        Counts& counts = m_counts[line.statement];
+        ++counts.read;
+        if (!line.cutOff && !line.amount.empty()) amounts.Add(line.amount, line.line);
+        if (!IsRecord(line)) continue;
+        ++counts.records;
+        counts.dated += DateOf(line).has_value();
+        ids.push_back(IdOf(line, line.name.empty() ? line.memo : line.name));
+    }
+    m_survey = statements.Survey();
+    m_dialect.dateOrder = DateOrder::YearMonthDay;
+    m_dialect.years = YearRule::AsWritten;
+    m_marks = amounts.Decide(m_options.decimal, m_dialect, m_notes);
+
+    std::sort(ids.begin(), ids.end());
+    for (size_t i = 1; i < ids.size(); ++i) {
+        if (ids[i] == ids[i - 1]) m_shared.try_emplace(ids[i]);
+    }
+}
+
+CInferredOfx::Counts CInferredOfx::Count(const std::vector<ImportSource>& sources) const {
+    Counts sum;
+    for (size_t i = 0; i < m_counts.size(); ++i) {
+        if (m_counts[i].read == 0 || !sources[m_survey.sourceOf[i]].chosen) continue;
+        sum.read += m_counts[i].read;
+        sum.records += m_counts[i].records;
+        sum.dated += m_counts[i].dated;
+    }
+    return sum;
+}
+
+// What no line of the others would lack: one without date, amount and identifier says
+// nothing that could be entered.
+bool CInferredOfx::IsRecord(const OfxLine& line) {
+    if (line.cutOff) {
+        Note(Kind::Skipped, line.line,
+             "The file ends inside this statement line; it was not entered. Downloading the "
+             "statement again brings it.");
+        return false;
+    }
+    if (IsWithdrawn(line)) {
+        Note(Kind::Skipped, line.line,
+             "The bank withdraws its line " + InQuotes(line.correctId) +
+                 ": nothing was entered; delete that transaction by hand.");
+        return false;
+    }
+    if (line.date.empty() && line.userDate.empty() && line.amount.empty() && line.id.empty()) {
+        Note(Kind::Skipped, line.line,
+             "Neither date, amount nor identifier: this line was not entered.");
+        return false;
+    }
+    return true;
+}
+
+// Before anything is handed over: what lines with one identifier say, and what the amounts
+// add up to.
+void CInferredOfx::LookAgain(const std::vector<ImportSource>& sources) {
+    m_made.clear();
+    m_rounding.assign(sources.size(), {});
+    COfxStatements statements(m_text);
+    for (OfxLine line; statements.Next(line);) {
+        const size_t source = SourceOf(line);
+        if (!sources[source].chosen || !IsRecord(line)) continue;
+        ImportRecord record;
+        ReadRecord(line, record);
+        m_rounding[source].Add(record.amount);
+        const auto found = m_shared.find(record.fitId);
+        if (found == m_shared.end()) continue;
+        SharedId& shared = found->second;
+        if (shared.firstLine == 0) {
+            shared = {record.line, source, 0, false, false};
+            shared.ownId = OwnIdOf(record, source, shared);
+        } else if (OwnIdOf(record, source, shared) != shared.ownId) {
+            shared.differs = true;
+        }
+    }
+    for (size_t i = 0; i < sources.size(); ++i) {
+        if (m_survey.hasBalance[i]) m_rounding[i].KeepSum();
+    }
+}
+
+void CInferredOfx::Read(const std::vector<ImportSource>& sources, const RecordSink& sink) {
+    LookAgain(sources);
+    m_speaks = true;
+    m_said.clear();
+    m_made.clear();
+    if (m_survey.investmentActions > 0) {
+        Note(Kind::File, 0,
+             "Skipped: " + std::to_string(m_survey.investmentActions) +
+                 " actions on securities, which are no bank-style lines.");
+    }
+    COfxStatements statements(m_text);
+    for (OfxLine line; statements.Next(line);) {
+        const size_t source = SourceOf(line);
+        if (!sources[source].chosen || !IsRecord(line)) continue;
+        ImportRecord record;
+        ReadRecord(line, record);
+        MarkShared(source, record);
+        const double written = record.amount;
+        record.amount = m_rounding[source].Round(written);
+        NoteMoney(line, sources[source], written, record.amount);
+        if (!sink(record)) break;
+    }
+    m_speaks = false;
+}
+
+// --- values
+
+void CInferredOfx::ReadRecord(const OfxLine& line, ImportRecord& record) {
+    record.line = line.line;
+    ReadDateOf(line, record);
+    ReadAmountOf(line, record);
+    ReadTypeAndCheckOf(line, record);
+    record.memo = line.memo;
+    record.payee = line.name.empty() ? line.memo : line.name;
+    if (record.payee.empty()) {
+        Note(Kind::Payee, line.line, "No name and no memo: entered without a payee.");
+    }
+    if (!line.correctId.empty()) {
+        Note(Kind::Identifier, line.line,
+             "The bank corrects its line " + InQuotes(line.correctId) +
+                 (line.correctId == line.id
+                      ? " by this one."
+                      : " by this one: if the old one is in the account, delete it."));
+    }
+    record.fitId = IdOf(line, record.payee);
+    if (!line.closed) {
+        Note(Kind::Record, line.line,
+             "This statement line has no </STMTTRN>; it was entered as it is.");
+    }
+}
+
+void CInferredOfx::ReadDateOf(const OfxLine& line, ImportRecord& record) {
+    std::optional<int64_t> date = ReadAnyDate(line.date);
+    if (!date) {
+        date = ReadAnyDate(line.userDate);
+        const std::string what =
+            line.date.empty() ? "No date" : "The date " + InQuotes(line.date) + " cannot be read";
+        Note(Kind::Date, line.line,
+             what + (date ? ": entered under the date of use, " +
+                                std::string(line.userDate.substr(0, 8)) + "."
+                          : ": entered under today's."));
+    }
+    record.date = date.value_or(m_today);
+    record.dateRead = date.has_value();
+}
+
+// The amount in the statement's currency, with all its decimals.
+void CInferredOfx::ReadAmountOf(const OfxLine& line, ImportRecord& record) {
+    if (line.amount.empty()) {
+        Note(Kind::Amount, line.line, "No amount: entered as 0.");
+        return;
+    }
+    const AmountReading reading = ReadAmount(line.amount, m_marks, record.amount);
+    if (m_speaks) NoteReading(line, reading);
+    if (ForeignOf(line, m_survey.sources[SourceOf(line)].currency) == Foreign::Convert) {
+        record.amount *= ReadRate(line.rate).value_or(1.0);
+    }
+}
+
+void CInferredOfx::NoteReading(const OfxLine& line, AmountReading reading) {
+    const bool commaIgnored = reading == AmountReading::Clean && !m_marks.own &&
+                              !m_options.decimal && Contains(line.amount, ",") &&
+                              EvidenceOf(line.amount) != AmountEvidence::GroupedPoint;
+    if (commaIgnored) reading = AmountReading::Thousands;
+    if (reading == AmountReading::Clean && !Contains(line.amount, "$")) return;
+    const std::string text = AmountNote(line.amount, reading);
+    Note(Kind::Amount, line.line,
+         !text.empty() ? text
+                       : "The amount " + InQuotes(line.amount) +
+                             " is not written as statements write amounts; what it says was read.");
+}
+
+// What became of an amount that is not entered as it is written, or that the rest of the
+// line contradicts.
+void CInferredOfx::NoteMoney(const OfxLine& line, const ImportSource& source, double written,
+                             double entered) {
+    const std::string quoted = InQuotes(line.amount);
+    const std::string home = source.currency.empty() ? "" : " " + source.currency;
+    const std::string symbol(line.currency.empty() ? "another currency" : line.currency);
+    switch (ForeignOf(line, source.currency)) {
+        case Foreign::Convert:
+            Note(Kind::Currency, line.line,
+                 "The amount " + quoted + " in " + symbol + " was entered as " +
+                     FormatCurrency(entered) + home + ", at the rate " + InQuotes(line.rate) +
+                     " that stands with it.");
+            break;
+        case Foreign::Converted:
+            Note(Kind::Currency, line.line,
+                 "The bank converted this line from " + symbol + "; its amount " + quoted +
+                     " was entered as it is.");
+            break;
+        case Foreign::NoRate:
+            Note(Kind::Currency, line.line,
+                 "The amount " + quoted + " is in " + symbol +
+                     (source.currency.empty() ? "" : ", not in " + source.currency) +
+                     ", and no rate stands with it: it was entered as it is.");
+            break;
+        case Foreign::No:
+            if (HasWholeCents(written)) break;
+            Note(Kind::Amount, line.line,
+                 "The amount " + quoted + " has more than two decimals: entered as " +
+                     FormatCurrency(entered) + ".");
+            break;
+    }
+    const std::string type = UpperType(line.type);
+    const int direction = DirectionOf(type);
+    if (direction * entered >= 0) return;
+    Note(Kind::Type, line.line,
+         "The type " + InQuotes(type) +
+             (direction < 0 ? " says that money goes out, but the amount comes in; the amount's "
+                              "sign counts."
+                            : " says that money comes in, but the amount goes out; the amount's "
+                              "sign counts."));
+}
+
+void CInferredOfx::ReadTypeAndCheckOf(const OfxLine& line, ImportRecord& record) {
+    const std::string type = UpperType(line.type);
+    if (type == "ATM") {
+        record.electronic = kElectronicAtm;
+    } else if (Contains(type, "PAYMENT")) {
+        record.electronic = kElectronicEft;
+    } else if (Contains(type, "CREDIT") || Contains(type, "DIRECTDEP")) {
+        // Marks for coming in; the sign of the amount decides.
+    } else if (Contains(type, "DEBIT")) {
+        record.electronic = kElectronicEft;
+    } else if (Contains(type, "XFER")) {
+        record.electronic = kElectronicTransfer;
+    }
+    if (line.check.empty()) return;
+    int64_t number = 0;
+    if (!IsDigits(line.check) || !ScanLong(line.check, number) || number > INT32_MAX) {
+        Note(Kind::Number, line.line,
+             "The number " + InQuotes(line.check) + " is no check number and was left out.");
+        return;
+    }
+    record.check = static_cast<int32_t>(number);
+    // Money that goes out under a check's number is a check.
+    if (record.check != 0 && record.amount < 0 && record.electronic == kElectronicEft) {
+        record.electronic = {};
+    }
+}
+
+// --- identifiers
+
+int64_t CInferredOfx::IdOf(const OfxLine& line, std::string_view payee) {
+    const int64_t id = StatementId(line.id);
+    if (id != 0) return id;
+    Note(Kind::Identifier, line.line, "No identifier: one was made from date, amount and name.");
+    std::string joined(line.date);
+    joined.append(line.amount).append(payee);
+    const int64_t occurrence = ++m_made[TextHash(joined)];
+    if (occurrence > 1) return StatementId(joined + "#" + std::to_string(occurrence));
+    return StatementId(joined.empty() || IsDigits(joined) ? "#" + joined : joined);
+}
+
+// Of a line whose identifier others have too. What another account of the file says is
+// another line, even where it says the same.
+int64_t CInferredOfx::OwnIdOf(const ImportRecord& record, size_t source, const SharedId& shared) {
+    char amount[40];
+    const std::to_chars_result end = std::to_chars(amount, amount + sizeof amount, record.amount);
+    std::string text = std::to_string(record.fitId) + "|";
+    if (record.dateRead) text += std::to_string(record.date);
+    text.append("|").append(amount, end.ptr).append("|").append(record.payee);
+    if (source != shared.source) text.append("|").append(m_survey.sources[source].name);
+    return StatementId(text);
+}
+
+// The same identifier with the same date, amount and name is one line said twice; with
+// other contents it is another line, which needs an identifier of its own.
+void CInferredOfx::MarkShared(size_t source, ImportRecord& record) {
+    const auto found = m_shared.find(record.fitId);
+    if (found == m_shared.end()) return;
+    SharedId& shared = found->second;
+    const bool isFirst = !std::exchange(shared.seen, true);
+    record.ownId = OwnIdOf(record, source, shared);
+    if (!m_said.insert(record.ownId).second) {
+        record.saidBefore = true;
+        Note(Kind::Repeated, record.line,
+             "The same line as in line " + std::to_string(shared.firstLine) +
+                 ", said again; entered once.");
+        return;
+    }
+    record.idShared = shared.differs;
+    if (isFirst) return;
+    Note(Kind::Repeated, record.line,
+         "Line " + std::to_string(shared.firstLine) +
+             (source == shared.source
+                  ? " has the same identifier, but another date, amount or name: both count."
+                  : " has the same identifier, but is another account's: both count."));
 }
 
 }  // namespace quillon

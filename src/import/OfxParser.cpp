@@ -9,6 +9,7 @@
 #include "foundation/Unicode.h"
 #include "import/AmountText.h"
 #include "import/DateText.h"
+#include "import/TextScan.h"
 
 namespace quillon {
 
@@ -87,7 +88,8 @@ int64_t StatementId(std::string_view text) {
     return NeverZero(TextHash(text));
 }
 
-void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, OfxContents& contents) {
+void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, const RecordSink& sink) {
+    CTextArena arena;  // of the record being read
     const std::span<const uint8_t> bytes = text.Bytes();
     const bool wide = text.Kind() == TextKind::Marked && text.Encoding() != TextEncoding::Utf8;
     const bool foreign =
@@ -104,9 +106,9 @@ void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, OfxConten
     for (int64_t i = 0; i < text.LineCount(); ++i) {
         std::string_view line = text.LineBytes(i);
         if (wide) {
-            line = contents.arena.Keep(text.LineText(i));
+            line = arena.Keep(text.LineText(i));
         } else if (foreign && !IsAscii(line)) {
-            line = contents.arena.Keep(Windows1252ToUtf8(line));
+            line = arena.Keep(Windows1252ToUtf8(line));
         }
         std::string_view value;
         switch (KindOf(TrimBlanks(line), value)) {
@@ -120,7 +122,7 @@ void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, OfxConten
                 break;
             case TagKind::Name:
                 written.name = value;
-                record.payee = Decoded(value, contents.arena);
+                record.payee = Decoded(value, arena);
                 break;
             case TagKind::Amount:
                 written.amount = value;
@@ -139,7 +141,7 @@ void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, OfxConten
                 break;
             }
             case TagKind::Memo:
-                record.memo = Decoded(value, contents.arena);
+                record.memo = Decoded(value, arena);
                 break;
             case TagKind::End: {
                 if (record.fitId == 0 && !written.name.empty()) {
@@ -150,8 +152,8 @@ void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, OfxConten
                     if (occurrence > 1) joined.append("#").append(std::to_string(occurrence));
                     record.fitId = NeverZero(occurrence > 1 ? TextHash(joined) : hash);
                 }
-                ++contents.read;
-                contents.records.push_back(record);
+                if (!sink(record)) return;
+                arena.Reset();
                 record = fresh(i + 2);
                 written = {};
                 break;

@@ -26,9 +26,11 @@ bool StartsAt(std::string_view text, size_t at, std::string_view with) {
     return text.compare(at, with.size(), with) == 0;
 }
 
-// Keeping a file on disk in its normal form puts CR LF in front of every "<", also of
-// those inside a CDATA section.
-void AppendCdata(std::string& value, std::string_view text) {
+// Keeping a file on disk in its normal form puts CR LF in front of every "<", also of those
+// that begin no element: the value is the same in both forms.
+std::string WithoutInsertedBreaks(std::string_view text) {
+    std::string value;
+    value.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
         if (StartsAt(text, i, "\r\n<")) {
             ++i;
@@ -36,6 +38,7 @@ void AppendCdata(std::string& value, std::string_view text) {
             value += text[i];
         }
     }
+    return value;
 }
 
 std::string Unwrapped(std::string_view raw) {
@@ -53,7 +56,7 @@ std::string Unwrapped(std::string_view raw) {
         const size_t from = special + (comment ? kComment.size() : kCdata.size());
         const std::string_view end = comment ? kCommentEnd : kCdataEnd;
         const size_t close = raw.find(end, from);
-        if (!comment) AppendCdata(value, raw.substr(from, close - from));
+        if (!comment) value += raw.substr(from, close - from);
         if (close == std::string_view::npos) break;
         at = close + end.size();
     }
@@ -155,7 +158,7 @@ std::string CleanOfxValue(std::string_view raw, LineBreaks breaks, bool& changed
         return c == '<' || c == '&' || static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
     });
     if (!changed) return {};
-    const std::string value = WithoutBreaks(Unwrapped(trimmed), breaks);
+    const std::string value = WithoutBreaks(Unwrapped(WithoutInsertedBreaks(trimmed)), breaks);
     return std::string(TrimBlanks(value));
 }
 

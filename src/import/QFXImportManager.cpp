@@ -1,11 +1,10 @@
 #include "import/QFXImportManager.h"
 
-#include <algorithm>
-#include <cstring>
-#include <utility>
+#include <memory>
 
 #include "foundation/platform/Clock.h"
 #include "import/Charset.h"
+#include "import/OfxParser.h"
 #include "import/OfxRewrite.h"
 
 namespace quillon {
@@ -34,37 +33,11 @@ std::string DeclaredCharset(std::string_view text) {
 
 }  // namespace
 
-bool CQFXImportManager::ReadRecords(std::vector<ImportRecord>& records) {
-    m_contents = OfxContents();
-    if (!(IsPlain() ? ReadPlain() : ReadInferred())) return false;
-    m_result.read = m_contents.read;
-    records = std::move(m_contents.records);
-    return true;
+bool CQFXImportManager::Survey() {
+    return IsPlain() ? SurveyPlain() : SurveyInferred();
 }
 
-bool CQFXImportManager::LoadNormal(std::vector<uint8_t>& normal, bool& changed,
-                                   CharsetFinding& finding) {
-    std::vector<uint8_t> bytes;
-    if (!LoadFile(bytes)) return false;
-    finding = DetectCharset(bytes);
-    normal = NormaliseStatement(bytes);
-    changed = normal != bytes;
-    if (m_options.dryRun && !IsPlain()) {
-        normal = std::move(bytes);
-    } else if (changed && finding.line > 0) {
-        finding.line = std::max<int64_t>(DetectCharset(normal).line, 1);
-    }
-    return true;
-}
-
-void CQFXImportManager::Rewrite(std::span<const uint8_t> normal) {
-    if (m_options.dryRun || ReplaceWholeFile(m_files, PathText(), normal)) return;
-    m_notes.Add(Kind::File, 0,
-                "The file could not be rewritten with every element on a line of its own; it "
-                "was left as it is. Line numbers count the lines it would have.");
-}
-
-bool CQFXImportManager::ReadPlain() {
+bool CQFXImportManager::SurveyPlain() {
     std::vector<uint8_t> bytes;
     if (!ReadWholeFile(m_files, PathText(), bytes)) return Fail();
     std::vector<uint8_t> normal = NormaliseStatement(bytes);
@@ -72,18 +45,15 @@ bool CQFXImportManager::ReadPlain() {
     bytes = {};
     const TextFileStatus status =
         m_text.LoadBlock(normal.data(), static_cast<int64_t>(normal.size()));
-    normal = {};
     if (status != TextFileStatus::Ok) return Fail();
     m_result.dialect.dateOrder = DateOrder::YearMonthDay;
     m_result.dialect.years = YearRule::AsWritten;
-    ReadPlainOfx(m_text, TodayFileTime(), m_contents);
     return true;
 }
 
-bool CQFXImportManager::ReadInferred() {
-    bool changed = false;
-    CharsetFinding finding;
-    if (!LoadNormal(m_bytes, changed, finding)) return false;
+bool CQFXImportManager::SurveyInferred() {
+    if (!LoadFile(m_bytes)) return false;
+    CharsetFinding finding = DetectCharset(m_bytes);
     if (finding.binary) return Fail("It is not a text file.");
     m_converted = ConvertToUtf8(m_bytes, finding);
     std::string_view text = m_converted;
@@ -98,25 +68,59 @@ bool CQFXImportManager::ReadInferred() {
     }
     m_result.dialect.charset = finding.charset;
     NoteCharset(finding, m_notes, declared);
-
-    ReadInferredOfx(text, TodayFileTime(), m_options, m_result.dialect, m_notes, m_contents);
-    if (m_contents.records.empty()) return Refuse();
-    if (changed) Rewrite(m_bytes);
+    m_inferred =
+        std::make_unique<CInferredOfx>(text, TodayFileTime(), m_options, m_result.dialect, m_notes);
+    m_inferred->Survey();
+    m_result.sources = m_inferred->Found().sources;
     return true;
+}
+
+bool CQFXImportManager::Prepare() {
+    if (IsPlain()) {
+        ReadPlainOfx(m_text, TodayFileTime(),
+                     [this](ImportRecord&) { return ++m_result.read > 0; });
+        return true;
+    }
+    const CInferredOfx::Counts counts = m_inferred->Count(m_result.sources);
+    m_result.read = counts.read;
+    if (counts.records == 0) return Refuse();
+    // A file of which no date can be read was not understood.
+    if (counts.dated == 0) return Fail("None of its dates can be read.");
+    if (m_inferred->Found().unnamedStatements > 1) {
+        m_notes.Add(Kind::File, 0,
+                    "Several statements of the file name no account; they count as one.");
+    }
+    return true;
+}
+
+void CQFXImportManager::ReadRecords(const RecordSink& sink) {
+    if (IsPlain()) {
+        ReadPlainOfx(m_text, TodayFileTime(), sink);
+        return;
+    }
+    const std::vector<uint8_t> normal = NormaliseStatement(m_bytes);
+    if (normal != m_bytes) Rewrite(normal);
+    m_inferred->Read(m_result.sources, sink);
+}
+
+// The lines that notes tell are those of the file as it was, as in a preview.
+void CQFXImportManager::Rewrite(std::span<const uint8_t> normal) {
+    if (m_options.dryRun || ReplaceWholeFile(m_files, PathText(), normal)) return;
+    m_notes.Add(Kind::File, 0,
+                "The file could not be rewritten with every element on a line of its own; it was "
+                "left as it is.");
 }
 
 // Nothing to enter: says what the file is instead.
 bool CQFXImportManager::Refuse() {
-    if (!m_contents.hasBody) {
+    const OfxSurvey& found = m_inferred->Found();
+    if (!found.hasBody) {
         return Fail("It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>.");
     }
-    if (m_contents.read > 0) return Fail("No statement line in it is complete.");
-    if (!m_contents.problem.empty()) {
-        return Fail("The bank sent no statement but " + m_contents.problem);
-    }
-    if (m_contents.investmentActions > 0) {
-        return Fail("It is an investment statement (" +
-                    std::to_string(m_contents.investmentActions) +
+    if (m_result.read > 0) return Fail("No statement line in it is complete.");
+    if (!found.problem.empty()) return Fail("The bank sent no statement but " + found.problem);
+    if (found.investmentActions > 0) {
+        return Fail("It is an investment statement (" + std::to_string(found.investmentActions) +
                     " actions on securities) without bank-style lines.");
     }
     return Fail("Its statements hold no lines.");

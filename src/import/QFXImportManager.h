@@ -1,8 +1,12 @@
 #pragma once
 
-#include "import/Charset.h"
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "import/ImportManager.h"
-#include "import/OfxParser.h"
+#include "import/OfxInferred.h"
+#include "import/TextFileManager.h"
 
 namespace quillon {
 
@@ -17,24 +21,23 @@ public:
     using CImportManager::CImportManager;
 
 protected:
-    bool ReadRecords(std::vector<ImportRecord>& records) override;
+    bool Survey() override;
+    bool Prepare() override;
+    void ReadRecords(const RecordSink& sink) override;
     Identifiers IdentifierUse() const override { return Identifiers::Kept; }
     std::string Report() const override;
     std::string FailureMessage() const override;
 
 private:
-    // The file's normal form in `normal`; true in `changed` when it is not on disk so. The
-    // character set is that of the file on disk, so that a preview and an import agree.
-    bool LoadNormal(std::vector<uint8_t>& normal, bool& changed, CharsetFinding& finding);
+    bool SurveyPlain();
+    bool SurveyInferred();
     void Rewrite(std::span<const uint8_t> normal);
-    bool ReadPlain();
-    bool ReadInferred();
     bool Refuse();
 
-    CReadOnlyTextFileManager m_text{m_files};
-    std::vector<uint8_t> m_bytes;  // of an inferred import that need not be converted
-    std::string m_converted;       // of one that is
-    OfxContents m_contents;
+    CReadOnlyTextFileManager m_text{m_files};  // by the plain rules
+    std::vector<uint8_t> m_bytes;              // by the inferred dialect: as on disk,
+    std::string m_converted;                   // and in UTF-8 where that is another text
+    std::unique_ptr<CInferredOfx> m_inferred;
 };
 
 }  // namespace quillon

@@ -16,22 +16,42 @@ constexpr uint8_t kUtf8Mark[] = {0xEF, 0xBB, 0xBF};
 
 }  // namespace
 
-bool CQIFImportManager::ReadRecords(std::vector<ImportRecord>& records) {
+bool CQIFImportManager::Survey() {
     m_contents = QifContents();
-    if (!(IsPlain() ? ReadPlain() : ReadInferred())) return false;
-    m_result.read = m_contents.read;
-    records = std::move(m_contents.records);
-    return true;
+    return IsPlain() ? SurveyPlain() : SurveyInferred();
 }
 
-bool CQIFImportManager::ReadPlain() {
+bool CQIFImportManager::SurveyPlain() {
     if (m_text.Open(m_path) != TextFileStatus::Ok || m_text.LineCount() == 0) return Fail();
     m_result.dialect.dateOrder = m_options.dateOrder.value_or(DateOrder::MonthDayYear);
-    ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder, m_contents);
     return true;
 }
 
-bool CQIFImportManager::ReadInferred() {
+bool CQIFImportManager::Prepare() {
+    if (IsPlain()) {
+        ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder,
+                     [this](ImportRecord&) { return ++m_result.read > 0; });
+        return true;
+    }
+    m_result.read = m_contents.read;
+    // A file of which no date can be read was not understood.
+    const auto& records = m_contents.records;
+    return std::any_of(records.begin(), records.end(),
+                       [](const ImportRecord& record) { return record.dateRead; }) ||
+           Fail("None of its dates can be read.");
+}
+
+void CQIFImportManager::ReadRecords(const RecordSink& sink) {
+    if (IsPlain()) {
+        ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder, sink);
+        return;
+    }
+    for (ImportRecord& record : m_contents.records) {
+        if (!sink(record)) return;
+    }
+}
+
+bool CQIFImportManager::SurveyInferred() {
     std::vector<uint8_t> bytes;
     if (!LoadFile(bytes)) return false;
     CharsetFinding finding = DetectCharset(bytes);

@@ -13,14 +13,16 @@ public:
     using CImportManager::CImportManager;
 
 protected:
-    bool ReadRecords(std::vector<ImportRecord>& records) override;
+    bool Survey() override;
+    bool Prepare() override;
+    void ReadRecords(const RecordSink& sink) override;
     Identifiers IdentifierUse() const override { return Identifiers::None; }
     std::string Report() const override;
     std::string FailureMessage() const override;
 
 private:
-    bool ReadPlain();
-    bool ReadInferred();
+    bool SurveyPlain();
+    bool SurveyInferred();
     bool Refuse(std::string_view text);
 
     CReadOnlyTextFileManager m_text{m_files};

@@ -58,8 +58,9 @@ void ReadPlainNumber(std::string_view value, ImportRecord& record) {
 }  // namespace
 
 void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder order,
-                  QifContents& contents) {
-    CLineTexts lines(text, contents.arena);
+                  const RecordSink& sink) {
+    CTextArena arena;  // of the record being read
+    CLineTexts lines(text, arena);
     const auto fresh = [today](int64_t line) {
         ImportRecord record;
         record.date = today;
@@ -79,8 +80,8 @@ void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder
         const std::string_view value = TrimBlanks(line.substr(1));
         switch (line.front()) {
             case '^':
-                ++contents.read;
-                contents.records.push_back(record);
+                if (!sink(record)) return;
+                arena.Reset();
                 record = fresh(i + 2);
                 break;
             case 'D': {

@@ -11,21 +11,20 @@
 
 namespace quillon {
 
-// What the two QIF readers give back. Views in the records are valid as long as this
-// and the text file manager that was read.
+// What the inferred reader gives back. Views in the records are valid as long as this and
+// the text file manager that was read.
 struct QifContents {
-    int64_t read = 0;  // records counted: plain, every "^" that counts; else registers'
+    int64_t read = 0;  // records of registers
     std::vector<ImportRecord> records;
     CTextArena arena;
 
-    // The inferred reader only:
     QifOutline outline;
     int64_t skippedInvestments = 0;  // actions that move none of the account's money
 };
 
 // The plain rules, line by line. `today` stands in for dates that cannot be read.
 void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder order,
-                  QifContents& contents);
+                  const RecordSink& sink);
 
 // Reads the file as a person would: only what stands in registers is a transaction,
 // splits and account blocks are understood, and the dialect is inferred from all of it.

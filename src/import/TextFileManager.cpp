@@ -117,13 +117,7 @@ TextFileStatus CReadOnlyTextFileManager::Index() {
         DetectKind();
         BuildTerminator();
         if (m_kind == TextKind::Binary) return TextFileStatus::NotText;
-        LineEnds ends;
-        if (IsSixteenBit()) {
-            ends.step = 2;
-            ends.width = m_encoding >= TextEncoding::HighFirstLong ? 4 : 2;
-            ends.highFirst = HighByteFirst(m_encoding);
-        }
-        SplitLines(ends);
+        SplitLines();
     } catch (const std::bad_alloc&) {
         m_lines.clear();
         return TextFileStatus::Failed;
@@ -165,7 +159,13 @@ void CReadOnlyTextFileManager::BuildTerminator() {
     }
 }
 
-void CReadOnlyTextFileManager::SplitLines(const LineEnds& ends) {
+CReadOnlyTextFileManager::LineEnds CReadOnlyTextFileManager::Ends() const {
+    if (!IsSixteenBit()) return {};
+    return {2, m_encoding >= TextEncoding::HighFirstLong ? 4 : 2, HighByteFirst(m_encoding)};
+}
+
+void CReadOnlyTextFileManager::SplitLines() {
+    const LineEnds ends = Ends();
     const uint8_t* const bytes = m_buffer.get();
     int64_t start = MarkLength();
     const auto forEachBreak = [&](auto&& found) {
@@ -192,37 +192,30 @@ void CReadOnlyTextFileManager::SplitLines(const LineEnds& ends) {
     forEachBreak([&](int64_t) { ++breaks; });
     m_lines.reserve(breaks + 1);
     forEachBreak([&](int64_t at) {
-        AddLine(start, at, ends);
+        m_lines.push_back(start);
         start = at + ends.width;
     });
     m_endsWithBreak = breaks > 0 && start >= m_size;
-    if (start < m_size) AddLine(start, m_size, ends);
-}
-
-void CReadOnlyTextFileManager::AddLine(int64_t start, int64_t end, const LineEnds& ends) {
-    const uint8_t* const bytes = m_buffer.get();
-    while (end - start >= ends.width) {
-        const uint8_t* const last = bytes + end - ends.width;
-        if (!ends.Is(last, '\n') && !ends.Is(last, '\r')) break;
-        end -= ends.width;
-    }
-    CReadOnlyTextFileLineEntry line;
-    line.offset = start;
-    line.length = end - start;
-    line.checksum = Crc64({bytes + start, static_cast<size_t>(line.length)});
-    m_lines.push_back(line);
-}
-
-const CReadOnlyTextFileLineEntry* CReadOnlyTextFileManager::Line(int64_t index) const {
-    if (!m_buffer || index < 0 || index >= LineCount()) return nullptr;
-    return &m_lines[static_cast<size_t>(index)];
+    if (start < m_size) m_lines.push_back(start);
 }
 
 std::string_view CReadOnlyTextFileManager::LineBytes(int64_t index) const {
-    const CReadOnlyTextFileLineEntry* const line = Line(index);
-    if (!line) return {};
-    return {reinterpret_cast<const char*>(m_buffer.get() + line->offset),
-            static_cast<size_t>(line->length)};
+    if (!m_buffer || index < 0 || index >= LineCount()) return {};
+    const int64_t start = m_lines[static_cast<size_t>(index)];
+    int64_t end = index + 1 < LineCount() ? m_lines[static_cast<size_t>(index) + 1] : m_size;
+    const uint8_t* const bytes = m_buffer.get();
+    for (const LineEnds ends = Ends(); end - start >= ends.width; end -= ends.width) {
+        const uint8_t* const last = bytes + end - ends.width;
+        if (!ends.Is(last, '\n') && !ends.Is(last, '\r')) break;
+    }
+    return {reinterpret_cast<const char*>(bytes + start), static_cast<size_t>(end - start)};
+}
+
+std::optional<CReadOnlyTextFileLineEntry> CReadOnlyTextFileManager::Line(int64_t index) const {
+    if (!m_buffer || index < 0 || index >= LineCount()) return {};
+    const std::string_view bytes = LineBytes(index);
+    return CReadOnlyTextFileLineEntry{m_lines[static_cast<size_t>(index)],
+                                      static_cast<int64_t>(bytes.size()), Crc64(AsBytes(bytes))};
 }
 
 std::string CReadOnlyTextFileManager::LineText(int64_t index) const {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -59,7 +60,8 @@ struct CReadOnlyTextFileLineEntry {
 //   Kinds      Without a mark the first 100 bytes decide: a byte of 0x80 or above,
 //              or a control character other than LF, CR and TAB, makes it binary.
 //   Errors     Status codes; nothing throws. A failed load leaves nothing loaded.
-//   Ownership  Owns the buffer; entries and views live until the next load or Close.
+//   Memory     The file's size and eight bytes a line.
+//   Ownership  Owns the buffer; views live until the next load or Close.
 class CReadOnlyTextFileManager {
 public:
     // As many bytes are looked at for telling text from binary.
@@ -80,8 +82,8 @@ public:
     TextFileStatus Index();
 
     int64_t LineCount() const { return static_cast<int64_t>(m_lines.size()); }
-    // Null: no such line, or nothing loaded.
-    const CReadOnlyTextFileLineEntry* Line(int64_t index) const;
+    // Nothing: no such line, or nothing loaded.
+    std::optional<CReadOnlyTextFileLineEntry> Line(int64_t index) const;
     // The line's bytes as they are in the buffer; empty for no such line.
     std::string_view LineBytes(int64_t index) const;
     // The line in UTF-8, converted when the text has 16-bit units.
@@ -126,12 +128,12 @@ protected:
     std::vector<uint8_t> m_terminator{13, 10};
     bool m_endsWithBreak = false;
     bool m_modified = false;
-    std::vector<CReadOnlyTextFileLineEntry> m_lines;
+    std::vector<int64_t> m_lines;  // where each starts
 
 private:
     struct LineEnds;
-    void SplitLines(const LineEnds& ends);
-    void AddLine(int64_t start, int64_t end, const LineEnds& ends);
+    LineEnds Ends() const;
+    void SplitLines();
 };
 
 // One line of an editable text: its own copy of the bytes, without a line end.

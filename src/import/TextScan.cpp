@@ -89,4 +89,11 @@ std::string_view CTextArena::Keep(std::string_view text) {
     return {kept, text.size()};
 }
 
+void CTextArena::Reset() {
+    if (m_blocks.empty()) return;
+    m_blocks.resize(1);
+    m_free = m_blocks.front().get();
+    m_left = kBlock;  // the least that a block holds
+}
+
 }  // namespace quillon

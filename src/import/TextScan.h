@@ -31,11 +31,12 @@ bool EqualsAsciiCase(std::string_view a, std::string_view b);
                               std::string_view* rest = nullptr);
 
 // Keeps texts made while reading a file for as long as the views into them are used.
-// A million of them cost a few large blocks.
 class CTextArena {
 public:
-    // A copy of `text`; valid as long as the arena.
+    // A copy of `text`; valid until the arena is reset or goes.
     std::string_view Keep(std::string_view text);
+    // All texts go; a block of memory stays for the next ones.
+    void Reset();
 
 private:
     static constexpr size_t kBlock = 256 * 1024;

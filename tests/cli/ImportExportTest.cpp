@@ -32,7 +32,7 @@ TEST_F(ImportExport, StatementsEnterOnce) {
     const auto result = Json(import);
     EXPECT_EQ(CliRun::Keys(result),
               (Keys{"file", "account", "read", "imported", "duplicates", "categoriesCreated",
-                    "payeesCreated", "dialect", "notes", "message"}));
+                    "payeesCreated", "dialect", "sources", "notes", "message"}));
     EXPECT_EQ(CliRun::Keys(result.at("dialect")),
               (Keys{"dateOrder", "years", "decimal", "charset"}));
     EXPECT_GT(result.at("imported"), 40);

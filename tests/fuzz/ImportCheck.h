@@ -15,16 +15,14 @@ namespace quillon::fuzz {
 
 constexpr int64_t kTicksPerDay = 864'000'000'000;
 
-// What holds for the records of every reader. `lines`: of the text it read.
-inline void CheckRecords(const std::vector<ImportRecord>& records, int64_t lines) {
-    for (const ImportRecord& record : records) {
-        FUZZ_CHECK(std::isfinite(record.amount), "amounts are finite");
-        FUZZ_CHECK(record.date % kTicksPerDay == 0, "dates are midnights");
-        FUZZ_CHECK(record.line >= 1 && record.line <= lines, "a record begins in the file");
-        for (const std::string_view text :
-             {record.payee, record.category, record.memo, record.electronic}) {
-            Touch(text);
-        }
+// What holds for a record of any reader. `lines`: of the text it read.
+inline void CheckRecord(const ImportRecord& record, int64_t lines) {
+    FUZZ_CHECK(std::isfinite(record.amount), "amounts are finite");
+    FUZZ_CHECK(record.date % kTicksPerDay == 0, "dates are midnights");
+    FUZZ_CHECK(record.line >= 1 && record.line <= lines, "a record begins in the file");
+    for (const std::string_view text :
+         {record.payee, record.category, record.memo, record.electronic}) {
+        Touch(text);
     }
 }
 

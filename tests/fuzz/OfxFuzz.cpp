@@ -4,6 +4,8 @@
 #include "ImportCheck.h"
 #include "foundation/platform/Clock.h"
 #include "import/Charset.h"
+#include "import/OfxInferred.h"
+#include "import/OfxParser.h"
 #include "import/OfxRewrite.h"
 #include "import/OfxTags.h"
 #include "import/QFXImportManager.h"
@@ -33,11 +35,11 @@ void CheckPlain(std::span<const uint8_t> bytes) {
     if (text.LoadBlock(normal.data(), static_cast<int64_t>(normal.size())) != TextFileStatus::Ok) {
         return;
     }
-    OfxContents contents;
-    ReadPlainOfx(text, TodayFileTime(), contents);
-    CheckRecords(contents.records, text.LineCount());
-    FUZZ_CHECK(static_cast<int64_t>(contents.records.size()) <= contents.read,
-               "every line is counted");
+    const int64_t lines = text.LineCount();
+    ReadPlainOfx(text, TodayFileTime(), [lines](ImportRecord& record) {
+        CheckRecord(record, lines);
+        return true;
+    });
 }
 
 // How many of a file's lines have no identifier and are entered each time.
@@ -48,21 +50,31 @@ int64_t CheckInferred(std::span<const uint8_t> bytes) {
     const Bytes rest = Slice(CopyOf(bytes), finding.markLength);
     const std::string text = NeedsConversion(finding) ? converted : ToString(rest);
     CheckTags(text);
-    OfxContents contents;
     CImportNotes notes;
     Dialect dialect;
-    ReadInferredOfx(text, TodayFileTime(), {}, dialect, notes, contents);
-    CheckRecords(contents.records, LineAt(text, text.size()) + 1);
-    FUZZ_CHECK(static_cast<int64_t>(contents.records.size()) <= contents.read,
-               "every line is counted");
+    const ImportOptions options;
+    CInferredOfx reader(text, TodayFileTime(), options, dialect, notes);
+    reader.Survey();
+    std::vector<ImportSource> sources = reader.Found().sources;
+    for (ImportSource& source : sources) source.chosen = true;
+    const CInferredOfx::Counts counts = reader.Count(sources);
+    const int64_t lines = LineAt(text, text.size()) + 1;
+    int64_t records = 0;
     int64_t nameless = 0;
-    for (const ImportRecord& record : contents.records) nameless += record.fitId == 0;
+    reader.Read(sources, [&](ImportRecord& record) {
+        CheckRecord(record, lines);
+        ++records;
+        nameless += record.fitId == 0;
+        return true;
+    });
+    FUZZ_CHECK(records == counts.records && records <= counts.read, "every line is counted");
     return nameless;
 }
 
 void CheckImport(std::span<const uint8_t> bytes, DialectMode mode) {
     ImportOptions options;
     options.dialect = mode;
+    options.allSources = true;
     ImportResult second;
     const ImportResult first = ImportBench().Run<CQFXImportManager>(bytes, options, second);
     const Bytes& file = ImportBench().File();

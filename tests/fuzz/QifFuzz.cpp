@@ -16,11 +16,11 @@ void CheckPlain(std::span<const uint8_t> bytes) {
     }
     for (const DateOrder order :
          {DateOrder::MonthDayYear, DateOrder::DayMonthYear, DateOrder::YearMonthDay}) {
-        QifContents contents;
-        ReadPlainQif(text, TodayFileTime(), order, contents);
-        CheckRecords(contents.records, text.LineCount());
-        FUZZ_CHECK(static_cast<int64_t>(contents.records.size()) <= contents.read,
-                   "every record is counted");
+        const int64_t lines = text.LineCount();
+        ReadPlainQif(text, TodayFileTime(), order, [lines](ImportRecord& record) {
+            CheckRecord(record, lines);
+            return true;
+        });
     }
 }
 
@@ -41,7 +41,9 @@ void CheckInferred(std::span<const uint8_t> bytes) {
     CImportNotes notes;
     Dialect dialect;
     ReadInferredQif(lines, TodayFileTime(), {}, dialect, notes, contents);
-    CheckRecords(contents.records, std::max<int64_t>(lines.LineCount(), 1));
+    for (const ImportRecord& record : contents.records) {
+        CheckRecord(record, std::max<int64_t>(lines.LineCount(), 1));
+    }
     FUZZ_CHECK(static_cast<int64_t>(contents.records.size()) <= contents.read,
                "every record is counted");
     int64_t line = 0;

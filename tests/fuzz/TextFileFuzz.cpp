@@ -14,7 +14,7 @@ void CheckLines(const CReadOnlyTextFileManager& text, std::span<const uint8_t> b
     FUZZ_CHECK(std::ranges::equal(text.Bytes(), bytes), "the buffer is the file");
     int64_t end = text.MarkLength();
     for (int64_t i = 0; i < text.LineCount(); ++i) {
-        const CReadOnlyTextFileLineEntry* line = text.Line(i);
+        const std::optional<CReadOnlyTextFileLineEntry> line = text.Line(i);
         FUZZ_CHECK(line && line->length >= 0, "every line is there");
         FUZZ_CHECK(line->offset >= end, "lines do not overlap");
         end = line->offset + line->length;
@@ -33,7 +33,7 @@ void CheckLines(const CReadOnlyTextFileManager& text, std::span<const uint8_t> b
         FUZZ_CHECK(content.find('\n') == std::string_view::npos, "a line holds no line feed");
         FUZZ_CHECK(content.empty() || content.back() != '\r', "line ends are trimmed");
     }
-    FUZZ_CHECK(text.Line(-1) == nullptr && text.Line(text.LineCount()) == nullptr, "no others");
+    FUZZ_CHECK(!text.Line(-1) && !text.Line(text.LineCount()), "no others");
 }
 
 Bytes ExportOf(CTextFileManager& text) {

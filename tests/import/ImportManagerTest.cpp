@@ -270,8 +270,53 @@ TEST_F(ImportManager, ADuplicateThatDiffersIsListed) {
     const ImportResult changed = ImportQfx(StatementLine("7", "20210315", "2", "A"), Inferred());
     EXPECT_EQ(changed.duplicates, 1);
     ASSERT_EQ(changed.notes.size(), 1U);
-    EXPECT_EQ(changed.notes[0].line, 2);
+    EXPECT_EQ(changed.notes[0].line, 1);
     EXPECT_DOUBLE_EQ(Balance(), 1);
+}
+
+// Two accounts whose bank numbers lines from 1 in each.
+TEST_F(ImportManager, AFileOfSeveralAccountsEntersTheOneThatIsMeant) {
+    const auto statement = [](const char* element, const char* number, const std::string& lines) {
+        return std::string("<") + element + "><CURDEF>USD<BANKACCTFROM><ACCTID>" + number +
+               "</BANKACCTFROM>" + lines + "</" + element + ">";
+    };
+    const std::string same = StatementLine("1", "20210315", "-5", "A");
+    const std::string text =
+        "<OFX>" + statement("STMTRS", "1114711", same + StatementLine("2", "20210316", "-7", "B")) +
+        statement("CCSTMTRS", "2224712", same);
+    ImportOptions options = Inferred();
+    const ImportResult unclear = ImportQfx(text, options);
+    EXPECT_TRUE(unclear.failed && unclear.needsSource);
+    EXPECT_EQ(unclear.error,
+              "The file 'in.qfx' holds several accounts: '1114711' (2 lines), '2224712' (1 line). "
+              "Nothing was entered; say which of them is meant.");
+    EXPECT_EQ(ToString(m_files.Bytes("in.qfx")), text) << "nothing was rewritten";
+
+    options.source = "2224712";
+    const ImportResult card = ImportQfx(text, options);
+    EXPECT_EQ(card.imported, 1);
+    EXPECT_EQ(card.read, 1);
+    ASSERT_EQ(card.notes.size(), 2U);
+    EXPECT_EQ(card.notes[0].text,
+              "'2224712' is a card's statement, but the account is no credit account.");
+    EXPECT_EQ(card.notes[1].text,
+              "Only '2224712' (1 line) was read; left out: '1114711' (2 lines).");
+
+    OpenLedger(AccountType::Savings);
+    options = Inferred();
+    options.allSources = true;
+    EXPECT_EQ(ImportQfx(text, options).imported, 3) << "the same line in two accounts is two";
+    EXPECT_EQ(ImportQfx(text, options).imported, 0);
+    EXPECT_DOUBLE_EQ(Balance(), -17);
+
+    OpenLedger(AccountType::Credit);
+    m_account.description = "ends in 4711";
+    const ImportResult carried = ImportQfx(text, Inferred());
+    EXPECT_EQ(carried.imported, 2);
+    ASSERT_EQ(carried.sources.size(), 2U);
+    EXPECT_TRUE(carried.sources[0].chosen && !carried.sources[1].chosen);
+    EXPECT_EQ(carried.notes[0].text,
+              "'1114711' is a bank account's statement, but the account is a credit account.");
 }
 
 TEST_F(ImportManager, DryRunTouchesNothing) {

@@ -4,6 +4,7 @@
 
 #include "foundation/CalendarDate.h"
 #include "foundation/TextHash.h"
+#include "import/OfxInferred.h"
 #include "import/OfxRewrite.h"
 #include "import/OfxTags.h"
 #include "support/Bytes.h"
@@ -30,19 +31,17 @@ std::string Shown(const ImportRecord& record) {
 struct Read {
     Lines records;
     std::vector<int64_t> ids;
-    int64_t read = 0;
+    std::vector<ImportRecord> kept;  // the texts are gone
     std::string notes;
-    OfxContents contents;
-    Dialect dialect;
-};
+    OfxSurvey survey;
 
-void Show(Read& read) {
-    for (const ImportRecord& record : read.contents.records) {
-        read.records.push_back(Shown(record));
-        read.ids.push_back(record.fitId);
+    bool Take(const ImportRecord& record) {
+        records.push_back(Shown(record));
+        ids.push_back(record.fitId);
+        kept.push_back(record);
+        return true;
     }
-    read.read = read.contents.read;
-}
+};
 
 Read ReadPlain(std::string_view text) {
     const Bytes bytes = NormaliseStatement(Text(text));
@@ -50,16 +49,21 @@ Read ReadPlain(std::string_view text) {
     EXPECT_EQ(lines.LoadBlock(bytes.data(), static_cast<int64_t>(bytes.size())),
               TextFileStatus::Ok);
     Read read;
-    ReadPlainOfx(lines, kToday, read.contents);
-    Show(read);
+    ReadPlainOfx(lines, kToday, [&](ImportRecord& record) { return read.Take(record); });
     return read;
 }
 
+// All accounts of the text.
 Read ReadInferred(std::string_view text) {
     Read read;
     CImportNotes notes;
-    ReadInferredOfx(text, kToday, {}, read.dialect, notes, read.contents);
-    Show(read);
+    Dialect dialect;
+    const ImportOptions options;
+    CInferredOfx reader(text, kToday, options, dialect, notes);
+    reader.Survey();
+    read.survey = reader.Found();
+    for (ImportSource& source : read.survey.sources) source.chosen = true;
+    reader.Read(read.survey.sources, [&](ImportRecord& record) { return read.Take(record); });
     for (const ImportNote& note : notes.Take()) {
         read.notes += std::to_string(note.line) + ": " + note.text + "\n";
     }
@@ -230,11 +234,49 @@ TEST(InferredOfx, ReadsElementsWhereverTheyStand) {
          "<!-- <STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>A</STMTTRN>",
          {"2021-03-15 2 A"},
          nullptr},
-        {"two statements",
-         "<STMTRS><BANKACCTFROM><ACCTID>1</BANKACCTFROM></STMTRS><CCSTMTRS><CCACCTFROM><ACCTID>2"
-         "</CCACCTFROM></CCSTMTRS>",
+        {"nothing to enter",
+         "<STMTTRN><NAME>A</STMTTRN>",
          {},
-         "0: The file holds 2 statements (accounts \"1\", \"2\")"},
+         "1: Neither date, amount nor identifier"},
+        {"another currency, converted here",
+         "<STMTRS><CURDEF>USD<STMTTRN><DTPOSTED>20210315<TRNAMT>-10.00<FITID>3<NAME>A<CURRENCY>"
+         "<CURRATE>1,255<CURSYM>EUR</CURRENCY></STMTTRN></STMTRS>",
+         {"2021-03-15 -12.55 A"},
+         "1: The amount \"-10.00\" in EUR was entered as -12.55 USD, at the rate \"1,255\""},
+        {"another currency, converted by the bank",
+         "<STMTRS><CURDEF>USD<STMTTRN><DTPOSTED>20210315<TRNAMT>-10.00<FITID>3<NAME>A"
+         "<ORIGCURRENCY><CURRATE>1.25<CURSYM>EUR</ORIGCURRENCY></STMTTRN></STMTRS>",
+         {"2021-03-15 -10 A"},
+         "1: The bank converted this line from EUR"},
+        {"another currency without a rate",
+         "<STMTRS><CURDEF>USD<STMTTRN><DTPOSTED>20210315<TRNAMT>-10.00<FITID>3<NAME>A<CURRENCY>EUR"
+         "</CURRENCY></STMTTRN></STMTRS>",
+         {"2021-03-15 -10 A"},
+         "1: The amount \"-10.00\" is in EUR, not in USD, and no rate stands with it"},
+        {"the statement's own currency",
+         "<STMTRS><CURDEF>USD<STMTTRN><DTPOSTED>20210315<TRNAMT>-10<FITID>3<NAME>A<CURRENCY>"
+         "<CURRATE>1.00<CURSYM>USD</CURRENCY></STMTTRN></STMTRS>",
+         {"2021-03-15 -10 A"},
+         nullptr},
+        {"a type against the sign",
+         "<STMTTRN><TRNTYPE>DEBIT<DTPOSTED>20210315<TRNAMT>10<FITID>3<NAME>A</STMTTRN>",
+         {"2021-03-15 10 A EFT"},
+         "1: The type \"DEBIT\" says that money goes out"},
+        {"more decimals add up to the balance",
+         "<STMTRS><STMTTRN><DTPOSTED>20210315<TRNAMT>0.334<FITID>3</STMTTRN><STMTTRN>"
+         "<DTPOSTED>20210315<TRNAMT>0.333<FITID>4</STMTTRN><STMTTRN><DTPOSTED>20210315"
+         "<TRNAMT>0.333<FITID>5</STMTTRN><LEDGERBAL><BALAMT>1.00</LEDGERBAL></STMTRS>",
+         {"2021-03-15 0.33", "2021-03-15 0.34", "2021-03-15 0.33"},
+         "1: The amount \"0.334\" has more than two decimals: entered as 0.33."},
+        {"more decimals without a balance",
+         "<STMTRS><STMTTRN><DTPOSTED>20210315<TRNAMT>0.334<FITID>3</STMTTRN><STMTTRN>"
+         "<DTPOSTED>20210315<TRNAMT>0.335<FITID>4</STMTTRN></STMTRS>",
+         {"2021-03-15 0.33", "2021-03-15 0.34"},
+         nullptr},
+        {"a break in front of a stray <",
+         "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<NAME>a<b and c</STMTTRN>",
+         {"2021-03-15 2 a<b and c"},
+         "1: No identifier"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -273,7 +315,7 @@ TEST(InferredOfx, IdentifiersNeverFallTogether) {
     const Read repeated =
         ReadInferred(line("42", "20210315", "1", "A") + line("42", "20210315", "1.00", "A") +
                      line("42", "20210315", "1", "B"));
-    const auto& records = repeated.contents.records;
+    const auto& records = repeated.kept;
     EXPECT_TRUE(records[1].saidBefore);
     EXPECT_FALSE(records[1].idShared);
     EXPECT_FALSE(records[2].saidBefore);
@@ -287,10 +329,60 @@ TEST(InferredOfx, SaysWhatTheBankReports) {
     const Read read = ReadInferred(
         "<OFX><SONRS><STATUS><CODE>15500<SEVERITY>ERROR<MESSAGE>Wrong password</STATUS></SONRS>"
         "<INVSTMTRS><BUYSTOCK><INVTRAN><FITID>1</INVTRAN></BUYSTOCK></INVSTMTRS></OFX>");
-    EXPECT_TRUE(read.contents.hasBody);
-    EXPECT_EQ(read.contents.problem, "error 15500: Wrong password");
-    EXPECT_EQ(read.contents.investmentActions, 1);
+    EXPECT_TRUE(read.survey.hasBody);
+    EXPECT_EQ(read.survey.problem, "error 15500: Wrong password");
+    EXPECT_EQ(read.survey.investmentActions, 1);
     EXPECT_TRUE(read.records.empty());
+}
+
+TEST(InferredOfx, TellsTheAccountsApart) {
+    const auto statement = [](const char* from, const char* lines) {
+        return "<STMTRS><BANKACCTFROM>" + std::string(from) + "</BANKACCTFROM>" + lines +
+               "</STMTRS>";
+    };
+    const char* const kLine = "<STMTTRN><DTPOSTED>20210315<TRNAMT>2<FITID>3<NAME>A</STMTTRN>";
+    const struct {
+        const char* name;
+        std::string text;
+        const char* sources;
+        size_t records;  // that are no repetition
+    } rows[] = {
+        {"one in two statements", statement("<ACCTID>1", kLine) + statement("<ACCTID>1", kLine),
+         "1:2 ", 1},
+        {"two that say the same", statement("<ACCTID>1", kLine) + statement("<ACCTID>2", kLine),
+         "1:1 2:1 ", 2},
+        {"one number, two kinds",
+         statement("<ACCTID>1<ACCTTYPE>CHECKING", kLine) +
+             statement("<ACCTID>1<ACCTTYPE>SAVINGS", kLine),
+         "1 CHECKING:1 1 SAVINGS:1 ", 2},
+        {"one number at two banks",
+         statement("<BANKID>A<ACCTID>1", kLine) + statement("<BANKID>B<ACCTID>1", kLine),
+         "1 A:1 1 B:1 ", 2},
+        {"without numbers", "<STMTRS>" + std::string(kLine) + "</STMTRS><CCSTMTRS>" + kLine,
+         "bank:1 card:1 ", 2},
+        {"without a statement", std::string("<OFX>") + kLine + "</OFX>", "bank:1 ", 1},
+        {"the number behind the lines",
+         "<STMTRS>" + std::string(kLine) + "<BANKACCTFROM><ACCTID>1</BANKACCTFROM></STMTRS>",
+         "1:1 ", 1},
+        {"statements without lines", statement("<ACCTID>1", "") + statement("<ACCTID>2", kLine),
+         "1:0 2:1 ", 1},
+        {"a statement that is not closed",
+         "<STMTRS><BANKACCTFROM><ACCTID>1</BANKACCTFROM>" + std::string(kLine) +
+             "<BANKACCTFROM><ACCTID>2</BANKACCTFROM>" + kLine,
+         "1:1 2:1 ", 2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Read read = ReadInferred(row.text);
+        std::string sources;
+        for (const ImportSource& source : read.survey.sources) {
+            sources += source.name + ":" + std::to_string(source.lines) + " ";
+        }
+        EXPECT_EQ(sources, row.sources);
+        size_t records = 0;
+        for (const ImportRecord& record : read.kept) records += !record.saidBefore;
+        EXPECT_EQ(records, row.records);
+    }
 }
 
 // Text that never becomes a tag, and openings that never close, cost one pass.
@@ -299,7 +391,7 @@ TEST(InferredOfx, HostileTextIsReadInOnePass) {
         SCOPED_TRACE(piece);
         std::string text = "<STMTTRN><NAME>";
         for (int i = 0; i < 300'000; ++i) text += piece;
-        EXPECT_LE(ReadInferred(text).contents.records.size(), 300'001U);
+        EXPECT_LE(ReadInferred(text).records.size(), 300'001U);
     }
 }
 

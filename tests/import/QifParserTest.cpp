@@ -10,23 +10,20 @@ namespace {
 
 const int64_t kToday = FileTimeFromDate(2030, 5, 6);
 
-// "2021-01-02 -12.5 Shop [Food] #7 EFT (memo)" for each record; parts that are empty are left
+// "2021-01-02 -12.5 Shop [Food] #7 EFT (memo)" of a record; parts that are empty are left
 // out, and a memo that is the payee.
-std::vector<std::string> Shown(const std::vector<ImportRecord>& records) {
-    std::vector<std::string> lines;
-    for (const ImportRecord& record : records) {
-        char amount[40];
-        std::snprintf(amount, sizeof amount, "%.10g", record.amount);
-        std::string line = FormatIsoDate(record.date) + " " + amount;
-        if (!record.payee.empty()) line.append(" ").append(record.payee);
-        if (!record.category.empty()) line.append(" [").append(record.category).append("]");
-        if (record.check != 0) line += " #" + std::to_string(record.check);
-        if (!record.electronic.empty()) line.append(" ").append(record.electronic);
-        if (!record.memo.empty() && record.memo != record.payee)
-            line.append(" (").append(record.memo).append(")");
-        lines.push_back(line);
+std::string Shown(const ImportRecord& record) {
+    char amount[40];
+    std::snprintf(amount, sizeof amount, "%.10g", record.amount);
+    std::string line = FormatIsoDate(record.date) + " " + amount;
+    if (!record.payee.empty()) line.append(" ").append(record.payee);
+    if (!record.category.empty()) line.append(" [").append(record.category).append("]");
+    if (record.check != 0) line += " #" + std::to_string(record.check);
+    if (!record.electronic.empty()) line.append(" ").append(record.electronic);
+    if (!record.memo.empty() && record.memo != record.payee) {
+        line.append(" (").append(record.memo).append(")");
     }
-    return lines;
+    return line;
 }
 
 using Lines = std::vector<std::string>;
@@ -43,9 +40,12 @@ Read ReadPlain(std::string_view text, DateOrder order = DateOrder::MonthDayYear)
     const Bytes bytes = Text(text);
     EXPECT_EQ(lines.LoadBlock(bytes.data(), static_cast<int64_t>(bytes.size())),
               TextFileStatus::Ok);
-    QifContents contents;
-    ReadPlainQif(lines, kToday, order, contents);
-    return {Shown(contents.records), contents.read, {}, {}};
+    Read read;
+    ReadPlainQif(lines, kToday, order, [&](ImportRecord& record) {
+        read.records.push_back(Shown(record));
+        return ++read.read > 0;
+    });
+    return read;
 }
 
 Read ReadInferred(std::string_view text, const ImportOptions& options = {}) {
@@ -57,7 +57,7 @@ Read ReadInferred(std::string_view text, const ImportOptions& options = {}) {
     CImportNotes notes;
     Read read;
     ReadInferredQif(lines, kToday, options, read.dialect, notes, contents);
-    read.records = Shown(contents.records);
+    for (const ImportRecord& record : contents.records) read.records.push_back(Shown(record));
     read.read = contents.read;
     for (const ImportNote& note : notes.Take()) {
         read.notes += std::to_string(note.line) + ": " + note.text + "\n";

@@ -148,15 +148,15 @@ TEST(TextFileManager, LoadingReportsWhatFailed) {
     files.StopFailing();
 
     ASSERT_EQ(Code(text.Open("two.txt")), 0);
-    EXPECT_EQ(text.Line(-1), nullptr);
-    EXPECT_EQ(text.Line(2), nullptr);
-    ASSERT_NE(text.Line(1), nullptr);
+    EXPECT_FALSE(text.Line(-1));
+    EXPECT_FALSE(text.Line(2));
+    ASSERT_TRUE(text.Line(1));
     EXPECT_EQ(text.Line(1)->offset, 2);
     EXPECT_EQ(static_cast<int64_t>(text.Line(1)->checksum), TextHash("b"));
     EXPECT_EQ(static_cast<int64_t>(text.Checksum()), TextHash("a\nb"));
     text.Close();
     EXPECT_EQ(text.LineCount(), 0);
-    EXPECT_EQ(text.Line(0), nullptr);
+    EXPECT_FALSE(text.Line(0));
 }
 
 TEST(TextFileManager, SavingReportsWhatFailed) {

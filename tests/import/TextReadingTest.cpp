@@ -505,9 +505,11 @@ TEST(ImportNotes, OneCauseOnManyLinesIsOneNote) {
         EXPECT_EQ(lines[4], "7-0 1 Another.");
         EXPECT_EQ(lines[104], "120-0 1 Day 120");
     }
-    CImportNotes few;
-    for (int64_t line = 1; line <= 10; ++line) few.Add(Kind::Record, line, "Unclosed.");
-    EXPECT_EQ(shown(few, 10).size(), 10U);
+    for (const auto& [records, expected] : {std::pair(30, 10U), std::pair(20, 1U)}) {
+        CImportNotes few;
+        for (int64_t line = 1; line <= 10; ++line) few.Add(Kind::Record, line, "Unclosed.");
+        EXPECT_EQ(shown(few, records).size(), expected);
+    }
     // Wordings without end are counted by their kind.
     CImportNotes many;
     for (int64_t line = 1; line <= 5000; ++line) {
