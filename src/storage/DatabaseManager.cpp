@@ -103,6 +103,10 @@ bool CDatabaseManager::FolderHoldsDatabase(CFileSystem& files, const std::string
     return files.Exists(WithTrailingSeparator(folder) + "DatabaseSchema_blobdict.dat");
 }
 
+std::string CDatabaseManager::SharedDataName(int64_t databaseId) {
+    return "ZEP_No_SQL_Database_" + std::to_string(databaseId) + "_Data";
+}
+
 bool CDatabaseManager::Open(const std::string& folder) {
     const CLockScope lock(m_lock);
     (void)Close();
@@ -305,8 +309,8 @@ bool CDatabaseManager::Close() {
     m_folderLock.reset();
     m_folder.clear();
     m_open = false;
-    m_flushTimer = {};
-    m_removeDeletedTimer = {};
+    m_flushTimer.Stop();
+    m_removeDeletedTimer.Stop();
     return flushed && emptied;
 }
 
@@ -564,18 +568,11 @@ bool CDatabaseManager::ListFiles(std::vector<std::string>& names) {
 
 // --- timers
 
-bool CDatabaseManager::CTimer::Expired(int64_t now, int64_t period) {
-    if (due < 0) due = now + period;
-    if (now < due) return false;
-    due = now + period;
-    return std::exchange(armed, true);
-}
-
 void CDatabaseManager::RunTimers(int64_t nowMs) {
     const CLockScope lock(m_lock);
     if (!m_open || m_journal.InBracket()) return;
-    if (m_flushTimer.Expired(nowMs, kFlushPeriodMs)) (void)Flush();
-    if (m_removeDeletedTimer.Expired(nowMs, kRemoveDeletedPeriodMs)) (void)RemoveDeleted();
+    m_flushTimer.Run(nowMs);
+    m_removeDeletedTimer.Run(nowMs);
 }
 
 }  // namespace quillon

@@ -11,6 +11,7 @@
 #include "foundation/KeelString.h"
 #include "foundation/ReentrantLock.h"
 #include "storage/BLOBManager.h"
+#include "storage/DatabaseManagerTimers.h"
 #include "storage/IntegrityCode.h"
 #include "storage/Journal.h"
 #include "storage/TableManager.h"
@@ -49,8 +50,8 @@ struct TableIntegrity {
 //   Promise    A change that returned success is on disk; a bracket is all or
 //              nothing. See docs/architecture.md.
 //   Errors     false, -1, null or empty; Problem() and ProblemDetail() tell why.
-//              Nothing here logs, prompts or throws; only the constructor and
-//              FolderHoldsDatabase may throw std::bad_alloc.
+//              Nothing here logs, prompts or throws; only the constructor,
+//              FolderHoldsDatabase and SharedDataName may throw std::bad_alloc.
 //   Ownership  Owns its tables and stores; pointers to tables live until Close
 //              or a failed bracket's roll back.
 //   Threads    Each public call holds the manager's own CReentrantLock; the
@@ -91,6 +92,9 @@ public:
     bool HasColumn(std::string_view table, std::string_view column);
     [[nodiscard]] bool RemoveColumn(std::string_view table, std::string_view column);
     [[nodiscard]] bool RemoveTable(std::string_view table);
+    // The name under which programs of one machine share data about the database with that
+    // identifier. This program shares none; it is here so that whoever does uses the one name.
+    static std::string SharedDataName(int64_t databaseId);
     // File time of the last change of the schema in this run; 0 when there was none.
     int64_t SchemaChangeTime() const;
 
@@ -144,9 +148,8 @@ public:
     bool ListFiles(std::vector<std::string>& names);
 
     // --- timers, driven by the host's event loop
-    static constexpr int32_t kFlushPeriodMs = 30'000;
-    static constexpr int32_t kRemoveDeletedPeriodMs = 1'200'000;
-    // Call often; `nowMs` is any steady clock. Flush and RemoveDeleted run when due.
+    // Call often; `nowMs` is any steady clock. Flush and RemoveDeleted run when due, but not
+    // inside a bracket. Close() stops the timers.
     void RunTimers(int64_t nowMs);
 
     // Shared with the tables. Whoever holds it makes one of several calls, as a query does.
@@ -155,13 +158,6 @@ public:
     CJournal& Journal() { return m_journal; }
 
 private:
-    struct CTimer {
-        int64_t due = -1;  // steady milliseconds; -1: not started
-        bool armed = false;
-        // True when the timer expired and is armed; the first expiry only arms it.
-        bool Expired(int64_t now, int64_t period);
-    };
-
     // Hears of brackets that changed the schema and were rolled back.
     class CSchemaParticipant final : public CBracketParticipant {
     public:
@@ -215,8 +211,8 @@ private:
     CTableManager* m_rowTable = nullptr;  // of the row begun
     CTableRowUpdateInfo m_row;
     bool m_rowFailed = false;
-    CTimer m_flushTimer;
-    CTimer m_removeDeletedTimer;
+    CDatabaseManagerFlushTimer m_flushTimer{*this};
+    CDatabaseManagerRemoveDeletedTimer m_removeDeletedTimer{*this};
     CSchemaParticipant m_schemaParticipant;
     std::unique_ptr<CFileLock> m_folderLock;
 };

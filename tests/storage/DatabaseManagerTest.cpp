@@ -36,6 +36,8 @@ TEST(Database, NewFolderHoldsTheDocumentedFiles) {
     EXPECT_EQ(database.CreateTable("Late"), nullptr);
     EXPECT_EQ(database.AddBlob(Text("late")), -1);
     EXPECT_EQ(CodeOf(database), 13);
+    EXPECT_EQ(CDatabaseManager::SharedDataName(INT64_MIN),
+              "ZEP_No_SQL_Database_-9223372036854775808_Data");
 }
 
 TEST(Database, SaysWhyItDoesNotOpen) {
