@@ -9,9 +9,11 @@
 #include "cli/Values.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/platform/Clock.h"
-#include "storage/Backup.h"
+#include "foundation/platform/Folders.h"
+#include "settings/SettingsNames.h"
 #include "storage/BackupRestore.h"
 #include "storage/Crypto.h"
+#include "storage/DatabaseManager.h"
 
 namespace quillon {
 
@@ -24,11 +26,24 @@ BackupOptions OptionsWith(CCommandContext& context, CProgress& progress) {
     return options;
 }
 
-// In a folder the container gets a name with the day.
-std::string ContainerPath(CFileSystem& files, const std::string& given) {
-    if (given.empty() || !files.FolderExists(given)) return given;
-    return WithTrailingSeparator(given) + "QuillonDatabase_" + FormatIsoDate(TodayFileTime()) +
-           ".dat";
+// In a folder a container is named by the day, from the second one of a day on with its
+// number. Without a name it goes where the last one went; empty when there was none.
+std::string ContainerPath(CCommandContext& context, const std::string& given) {
+    CFileSystem& files = context.Host().files;
+    std::string folder = given;
+    if (given.empty()) {
+        context.Settings().ReadString(settings::kFileFolder, settings::kDatabaseBackupPath, folder);
+        if (folder.empty()) return {};
+    } else if (!files.FolderExists(given)) {
+        return given;
+    }
+    const std::string start =
+        WithTrailingSeparator(folder) + "QuillonDatabase_" + FormatIsoDate(TodayFileTime());
+    std::string path = start + ".dat";
+    for (int number = 2; files.Exists(path); ++number) {
+        path = start + "_" + std::to_string(number) + ".dat";
+    }
+    return path;
 }
 
 // Folders as people write them: on Windows with either separator.
@@ -41,7 +56,7 @@ bool SameFolder(std::string first, std::string second) {
 
 void Backup(CCommandContext& context, const std::string& file) {
     CSession session(context);
-    const std::string path = ContainerPath(context.Host().files, file);
+    const std::string path = ContainerPath(context, file);
     if (!path.empty() && SameFolder(FolderOf(path), session.Database().Database().Folder())) {
         throw CFailure(
             "A backup does not belong into the ledger's own folder; choose another "
@@ -51,8 +66,12 @@ void Backup(CCommandContext& context, const std::string& file) {
     BackupCode code = BackupCode::Other;
     {
         CProgress progress(context.Host(), "Backing up");
-        code = WriteBackup(session.Database().Database(), path, session.PasswordHash(), report,
-                           OptionsWith(context, progress));
+        code = session.Database().Database().Backup(path, session.PasswordHash(), report,
+                                                    OptionsWith(context, progress));
+    }
+    if (code == BackupCode::Done) {
+        context.Settings().WriteString(settings::kFileFolder, settings::kDatabaseBackupPath,
+                                       ParentFolder(AbsolutePath(path)));
     }
     const std::string message = BackupMessage(code, path);
     if (context.WantsJson()) {
@@ -61,6 +80,9 @@ void Backup(CCommandContext& context, const std::string& file) {
     }
     if (code != BackupCode::Done) {
         std::string advice = report.detail.empty() ? "" : " " + report.detail + ".";
+        if (code == BackupCode::NoPath) {
+            advice += " Name a file or a folder; the next backup then needs no name.";
+        }
         if (code == BackupCode::IntegrityFailed) advice += " Run 'verify' to see what is wrong.";
         if (code == BackupCode::WriteFailed) {
             advice += " Check the path " + Quoted(path) + ", its permissions and the free space.";
@@ -124,7 +146,8 @@ void AddBackupCommands(CLI::App& program, CCommandContext& context) {
     CLI::App* const backup = program.add_subcommand(
         "backup", "Write the whole ledger into one compressed, encrypted file");
     const auto file = std::make_shared<std::string>();
-    backup->add_option("file", *file, "The backup's file, or a folder for it")->required();
+    backup->add_option("file", *file,
+                       "The backup's file, or a folder for it; without it the last folder");
     backup->callback(
         [&context, file] { context.work = [&context, file] { Backup(context, *file); }; });
 

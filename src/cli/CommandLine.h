@@ -7,7 +7,7 @@
 
 #include "foundation/FileSystem.h"
 #include "settings/SettingsFile.h"
-#include "storage/BackupCipher.h"
+#include "storage/Encrypt.h"
 
 namespace quillon {
 

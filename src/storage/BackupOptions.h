@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "storage/BackupCipher.h"
+#include "storage/Encrypt.h"
 
 namespace quillon {
 

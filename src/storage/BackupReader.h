@@ -13,9 +13,9 @@
 #include <vector>
 
 #include "foundation/FileSystem.h"
-#include "storage/BackupCipher.h"
 #include "storage/BackupCode.h"
 #include "storage/BackupContainer.h"
+#include "storage/Encrypt.h"
 
 namespace quillon {
 
@@ -52,7 +52,7 @@ private:
     std::unique_ptr<CFile> m_file;
     int64_t m_size = 0;
     BackupHeader m_header;
-    CBackupCipher m_cipher;
+    CEncrypt m_cipher;
     std::vector<BackupEntry> m_entries;
     std::vector<int64_t> m_starts;  // of each file's first chunk
     int64_t m_storedSize = 0;

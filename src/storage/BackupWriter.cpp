@@ -7,10 +7,10 @@
 #include <span>
 
 #include "foundation/ByteCodec.h"
-#include "storage/BackupCipher.h"
 #include "storage/BackupContainer.h"
 #include "storage/Compression.h"
 #include "storage/Crypto.h"
+#include "storage/Encrypt.h"
 
 namespace quillon {
 namespace {
@@ -63,7 +63,7 @@ private:
     int64_t m_end = 0;  // bytes of the container so far
     int64_t m_total = 0;
     BackupHeader m_header;
-    CBackupCipher m_cipher;
+    CEncrypt m_cipher;
     std::vector<BackupEntry> m_entries;
     std::vector<uint8_t> m_plain;
     std::vector<uint8_t> m_packed;

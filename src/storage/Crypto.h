@@ -1,5 +1,5 @@
 // The doors to libgcrypt that several parts need: start-up, random bytes and the
-// MD5 text of passwords. The backup container's cipher is in BackupCipher.h.
+// MD5 text of passwords. The backup container's cipher is in Encrypt.h.
 //
 //   Errors     false or an empty text. Nothing here logs or prints, or throws anything but
 //              std::bad_alloc, and that only Md5Hex.

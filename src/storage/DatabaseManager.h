@@ -11,6 +11,7 @@
 #include "foundation/KeelString.h"
 #include "foundation/ReentrantLock.h"
 #include "storage/BLOBManager.h"
+#include "storage/BackupWriter.h"
 #include "storage/DatabaseManagerTimers.h"
 #include "storage/IntegrityCode.h"
 #include "storage/Journal.h"
@@ -147,6 +148,15 @@ public:
     // Names without folder of every file that makes up the database, sorted.
     bool ListFiles(std::vector<std::string>& names);
 
+    // --- backup
+    // Flushes and checks the database, then writes all of its files into the container at
+    // `path`, as WriteBackupOfFiles does; the lock is held all the while. Nothing is written
+    // unless the check finds everything in order. `passwordHash` is the digest text the
+    // database stores; when it is empty the report's isProtected is false, and the caller has
+    // to say so. RestoreBackup (BackupRestore.h) reads the container back.
+    [[nodiscard]] BackupCode Backup(const std::string& path, const std::string& passwordHash,
+                                    BackupReport& report, const BackupOptions& options = {});
+
     // --- timers, driven by the host's event loop
     // Call often; `nowMs` is any steady clock. Flush and RemoveDeleted run when due, but not
     // inside a bracket. Close() stops the timers.
@@ -180,6 +190,8 @@ private:
     void ReloadIfStale();
     [[nodiscard]] bool SaveSchema();
     [[nodiscard]] bool WriteStoreStates();
+    BackupCode BackupLocked(const std::string& path, const std::string& passwordHash,
+                            BackupReport& report, const BackupOptions& options);
     // Runs a call; running out of memory is a failure like any other at the engine's door.
     template <typename Call>
     bool Guarded(Call call) noexcept;

@@ -2,6 +2,8 @@
 
 #include "cli/CliFixture.h"
 #include "finance/QuillonDatabaseInterface.h"
+#include "foundation/platform/Clock.h"
+#include "foundation/platform/Folders.h"
 
 namespace quillon {
 namespace {
@@ -152,6 +154,22 @@ TEST_F(Store, BackupAndRestore) {
     EXPECT_NE(tampered.Json().at("code"), 0);
     EXPECT_FALSE(m_disk.FolderExists("third"));
     EXPECT_EQ(Run({"backup", "ledger/inside.dat"}).status, 1);
+}
+
+TEST_F(Store, BackupsWithoutANameGoToTheLastFolder) {
+    EXPECT_EQ(Run({"backup"}).err,
+              "quillon-cli: No output file was given for the backup. Name a file or a folder; the "
+              "next backup then needs no name.\n");
+    const CStoppedClock clock(FileTimeFromDate(2026, 7, 1));
+    const std::string folder = AbsolutePath("safe");
+    ASSERT_TRUE(m_disk.MakeFolder(folder));
+    const std::string start = JoinPath(folder, "QuillonDatabase_2026-07-01");
+    for (const Arguments& arguments : {Arguments{"backup", folder}, Arguments{"backup"}}) {
+        EXPECT_EQ(Run(arguments).status, 0);
+    }
+    EXPECT_TRUE(m_disk.Exists(start + ".dat"));
+    EXPECT_TRUE(m_disk.Exists(start + "_2.dat"));
+    EXPECT_EQ(Json({"settings", "get", "FileFolder", "DatabaseBackupPath"}).at("value"), folder);
 }
 
 TEST_F(Store, ProtectedBackupsNeedTheirPassword) {

@@ -12,9 +12,9 @@
 #include "Faults.h"
 #include "FaultsDatabase.h"
 #include "foundation/ByteCodec.h"
-#include "storage/Backup.h"
 #include "storage/BackupContainer.h"
 #include "storage/BackupRestore.h"
+#include "storage/DatabaseManager.h"
 
 namespace quillon {
 namespace {
@@ -84,7 +84,7 @@ struct Material {
 
 Bytes ContainerOf(CMemoryFileSystem& files, CDatabaseManager& database, const std::string& hash) {
     BackupReport report;
-    if (WriteBackup(database, kContainer, hash, report, QuickOptions()) != BackupCode::Done) {
+    if (database.Backup(kContainer, hash, report, QuickOptions()) != BackupCode::Done) {
         throw std::runtime_error("no backup could be made: " + report.detail);
     }
     return files.Bytes(kContainer);

@@ -9,8 +9,8 @@
 #include "import/QFXImportManager.h"
 #include "import/QIFImportManager.h"
 #include "query/NoSQLDatabaseInterface.h"
-#include "storage/Backup.h"
 #include "storage/BackupRestore.h"
+#include "storage/DatabaseManager.h"
 
 namespace quillon {
 namespace {
@@ -253,7 +253,7 @@ bool BackUp(World& world) {
     BackupOptions options;
     options.keyCost = {8, 1};
     const std::string path(kBackupPath);
-    return WriteBackup(world.finance.Database(), path, {}, report, options) == BackupCode::Done;
+    return world.finance.Database().Backup(path, {}, report, options) == BackupCode::Done;
 }
 
 bool RestoreAnew(World& world) {

@@ -6,8 +6,8 @@
 #include "foundation/CalendarDate.h"
 #include "import/QFXImportManager.h"
 #include "import/QIFImportManager.h"
-#include "storage/Backup.h"
 #include "storage/BackupRestore.h"
+#include "storage/DatabaseManager.h"
 #include "support/Bytes.h"
 
 namespace quillon {
@@ -350,7 +350,7 @@ StoreWorkload Restore() {
     const auto prepare = [](CWorkSession& s) {
         if (!PrepareLedger(s)) return false;
         BackupReport report;
-        if (WriteBackup(s.Finance()->Database(), kBackupPath, "", report) != BackupCode::Done) {
+        if (s.Finance()->Database().Backup(kBackupPath, "", report) != BackupCode::Done) {
             return false;
         }
         CTransactionEntry later = Payment(99.0, "after the backup");
@@ -369,7 +369,7 @@ StoreWorkload Restore() {
              {"backup",
               [](CWorkSession& s) {
                   BackupReport report;
-                  return WriteBackup(s.Finance()->Database(), kBackupPath, "", report) ==
+                  return s.Finance()->Database().Backup(kBackupPath, "", report) ==
                          BackupCode::Done;
               },
               0}}};

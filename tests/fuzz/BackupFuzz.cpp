@@ -11,10 +11,10 @@
 
 #include "Fuzz.h"
 #include "foundation/ByteCodec.h"
-#include "storage/BackupCipher.h"
 #include "storage/BackupFixture.h"
 #include "storage/BackupReader.h"
 #include "storage/Compression.h"
+#include "storage/Encrypt.h"
 
 namespace quillon::fuzz {
 namespace {
@@ -80,7 +80,7 @@ Bytes Forged(CInput& input) {
     header.identifier = 0x0807'0605'0403'0201;
     header.fileCount = static_cast<int32_t>(files.size());
     header.directorySize = BackupHeader::DirectorySizeFor(header.fileCount);
-    CBackupCipher cipher;
+    CEncrypt cipher;
     FUZZ_CHECK(cipher.Start(header, kHash, QuickOptions().keyCost), "a key can be made");
     std::array<uint8_t, kBackupNonceSize> nonce{};
     std::array<uint8_t, kBackupTagSize> tag{};

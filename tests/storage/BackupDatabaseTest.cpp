@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "storage/Backup.h"
+#include <chrono>
+#include <thread>
+
 #include "storage/BackupFixture.h"
 #include "storage/DatabaseManager.h"
 
@@ -35,7 +37,7 @@ TEST(BackupDatabase, ComesBackWholeAndOpens) {
     ASSERT_TRUE(database.Open("ledger"));
     ASSERT_TRUE(FillDatabase(database, 50));
     BackupReport report;
-    ASSERT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::Done)
+    ASSERT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::Done)
         << report.detail;
     std::vector<std::string> names;
     ASSERT_TRUE(database.ListFiles(names));
@@ -60,17 +62,42 @@ TEST(BackupDatabase, ComesBackWholeAndOpens) {
     EXPECT_FALSE(disk.FolderExists("ledger.old"));
 }
 
+TEST(BackupDatabase, NobodyChangesTheFilesMeanwhile) {
+    CMemoryFileSystem disk;
+    CDatabaseManager database(disk);
+    ASSERT_TRUE(database.Open("ledger"));
+    ASSERT_TRUE(FillDatabase(database, 5));
+    std::thread other;
+    bool deleted = false;
+    BackupOptions options = QuickOptions();
+    options.progress = [&](int64_t, int64_t) {
+        if (!other.joinable()) {
+            other = std::thread([&] { deleted = database.DeleteRow("Account", 3); });
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    };
+    BackupReport report;
+    EXPECT_EQ(database.Backup("b.dat", "", report, options), BackupCode::Done);
+    other.join();
+    EXPECT_TRUE(deleted);
+    EXPECT_EQ(RowCount(database), 4);
+    ASSERT_EQ(Restore(disk, "b.dat", "copy", false, ""), RestoreCode::Done);
+    CDatabaseManager copy(disk);
+    ASSERT_TRUE(copy.Open("copy"));
+    EXPECT_EQ(RowCount(copy), 5);
+}
+
 TEST(BackupDatabase, RefusalsWriteNothing) {
     CMemoryFileSystem disk;
     CDatabaseManager database(disk);
     BackupReport report;
-    EXPECT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::NoFiles);
+    EXPECT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::NoFiles);
     ASSERT_TRUE(database.Open("ledger"));
     ASSERT_TRUE(FillDatabase(database, 5));
-    EXPECT_EQ(WriteBackup(database, "", "", report, QuickOptions()), BackupCode::NoPath);
+    EXPECT_EQ(database.Backup("", "", report, QuickOptions()), BackupCode::NoPath);
     {
         const CBatchScope batch(database);
-        EXPECT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()), BackupCode::Other);
+        EXPECT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::Other);
     }
     // The texts are damaged while the database is open; its check finds it.
     ASSERT_TRUE(database.Flush());
@@ -79,8 +106,7 @@ TEST(BackupDatabase, RefusalsWriteNothing) {
     ASSERT_GT(texts.size(), 80U);
     std::fill(texts.begin() + 54, texts.end(), uint8_t{0xFF});
     ASSERT_TRUE(database.Open("ledger"));
-    EXPECT_EQ(WriteBackup(database, "b.dat", "", report, QuickOptions()),
-              BackupCode::IntegrityFailed);
+    EXPECT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::IntegrityFailed);
     EXPECT_FALSE(report.detail.empty());
     EXPECT_FALSE(disk.Exists("b.dat"));
     EXPECT_FALSE(disk.Exists("b.dat.1.new"));

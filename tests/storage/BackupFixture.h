@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "storage/BackupCipher.h"
 #include "storage/BackupContainer.h"
 #include "storage/BackupOptions.h"
 #include "storage/BackupRestore.h"
 #include "storage/BackupWriter.h"
+#include "storage/Encrypt.h"
 #include "support/Bytes.h"
 #include "support/MemoryFileSystem.h"
 
@@ -113,7 +113,7 @@ inline Bytes ForgedContainer(Bytes directory, const Bytes& data) {
     header.identifier = 0x0807'0605'0403'0201;
     header.fileCount = static_cast<int32_t>(directory.size() / BackupEntry::kDiskSize);
     header.directorySize = BackupHeader::DirectorySizeFor(header.fileCount);
-    CBackupCipher cipher;
+    CEncrypt cipher;
     std::array<uint8_t, kBackupNonceSize> nonce{};
     std::array<uint8_t, kBackupTagSize> tag{};
     if (!cipher.Start(header, kHash, QuickOptions().keyCost) ||

@@ -14,6 +14,9 @@ std::string ExecutableFolder();
 std::string RoamingDataFolder();
 std::string TemporaryFolder();
 std::string CurrentFolder();
+// What `path` means to this process now, for remembering it beyond. As it stands when the
+// machine does not say.
+std::string AbsolutePath(const std::string& path);
 
 // Empty when the variable is not set.
 std::string EnvironmentVariable(const std::string& name);

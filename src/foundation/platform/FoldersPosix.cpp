@@ -79,6 +79,10 @@ std::string CurrentFolder() {
     return path.data();
 }
 
+std::string AbsolutePath(const std::string& path) {
+    return path.starts_with('/') ? path : JoinPath(CurrentFolder(), path);
+}
+
 std::string EnvironmentVariable(const std::string& name) {
     const char* const value = std::getenv(name.c_str());
     return value ? value : "";

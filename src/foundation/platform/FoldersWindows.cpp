@@ -72,6 +72,14 @@ std::string CurrentFolder() {
         TextOf([](wchar_t* text, DWORD size) { return GetCurrentDirectoryW(size, text); }));
 }
 
+std::string AbsolutePath(const std::string& path) {
+    const std::wstring wide = ToWindows(path);
+    const std::string full = TextOf([&](wchar_t* text, DWORD size) {
+        return GetFullPathNameW(wide.c_str(), size, text, nullptr);
+    });
+    return full.empty() ? path : full;
+}
+
 std::string EnvironmentVariable(const std::string& name) {
     const std::wstring wideName = ToWindows(name);
     return TextOf([&](wchar_t* text, DWORD size) {

@@ -1,17 +1,17 @@
-// How a backup's pieces are sealed: AES-256 in Galois/counter mode under a key made
-// from the password's digest by Argon2id. Both come from libgcrypt.
+// How a backup's pieces are sealed: by CAESEncrypt, under a key made from the password's
+// digest by Argon2id, which comes from libgcrypt.
 //
-//   Errors     false. Nothing here throws, logs or prints.
+//   Errors     false. Nothing here throws but std::bad_alloc, logs or prints.
 //   Ownership  A cipher owns its key and wipes it.
 //   Threads    One thread at a time per cipher.
 #pragma once
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string_view>
 
+#include "storage/AESEncrypt.h"
 #include "storage/BackupContainer.h"
 
 namespace quillon {
@@ -34,13 +34,8 @@ struct BackupPlace {
     uint32_t lengthAndFlags = 0;  // the chunk header's field; 0 for the directory
 };
 
-class CBackupCipher {
+class CEncrypt {
 public:
-    CBackupCipher();
-    ~CBackupCipher();
-    CBackupCipher(const CBackupCipher&) = delete;
-    CBackupCipher& operator=(const CBackupCipher&) = delete;
-
     // Makes the key for the container with that header. `passwordHash` is the digest
     // text as the database stores it; with an empty one everybody can open the backup.
     // False: not enough memory, or the library lacks the cipher.
@@ -59,10 +54,11 @@ public:
                             std::span<const uint8_t, kBackupTagSize> tag);
 
 private:
-    struct State;
-    [[nodiscard]] bool Prepare(const BackupPlace& place, std::span<const uint8_t> nonce);
+    using Authenticated = std::array<uint8_t, BackupHeader::kDiskSize + 16>;
+    Authenticated AuthenticatedAt(const BackupPlace& place) const;
 
-    std::unique_ptr<State> m_state;  // null until Start succeeded
+    CAESEncrypt m_cipher;
+    std::array<uint8_t, BackupHeader::kDiskSize> m_header{};
 };
 
 }  // namespace quillon
