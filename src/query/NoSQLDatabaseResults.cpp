@@ -118,7 +118,7 @@ bool CNoSQLDatabaseResults::Sort(std::string_view column, SortDirection directio
     ColumnType type = ColumnType::Int64;
     if (column != kRowIdColumnName) {
         const CTableColumn* found = m_table->FindColumn(column);
-        if (!found) return false;
+        if (!found || !IsColumnType(found->type)) return false;
         type = found->type;
     }
     return FalseWhenOutOfMemory([&] {

@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-// Column types as stored in table definitions.
+// Column types as stored in table definitions. A definition may hold other numbers.
 enum class ColumnType : int32_t {
     Text = 0,
     Boolean = 1,
@@ -18,8 +18,14 @@ constexpr bool IsColumnType(int32_t code) {
     return code >= 0 && code <= 5;
 }
 
-// Bytes that a value of the type takes in a row record.
+constexpr bool IsColumnType(ColumnType type) {
+    return IsColumnType(static_cast<int32_t>(type));
+}
+
+// Bytes that a value of the type takes in a row record. None for a type of another number: a
+// newer version knows it, this one skips the value.
 constexpr int32_t ColumnWidth(ColumnType type) {
+    if (!IsColumnType(type)) return 0;
     switch (type) {
         case ColumnType::Boolean:
             return 1;

@@ -12,7 +12,7 @@ bool DecodeColumn(std::span<const uint8_t> bytes, ColumnDefinition& out) {
     out.name = LoadText(bytes, 0, ColumnDefinition::kNameSize);
     out.indexFile = LoadText(bytes, 120, ColumnDefinition::kNameSize);
     const auto type = LoadLE<int32_t>(bytes, 240);
-    if (out.name.empty() || !IsColumnType(type)) return false;
+    if (out.name.empty()) return false;
     // A field that is full has lost its zero, and with it where its text ends.
     if (out.name.size() == ColumnDefinition::kNameSize ||
         out.indexFile.size() == ColumnDefinition::kNameSize) {

@@ -58,7 +58,7 @@ struct TableDefinition {
     std::vector<ColumnDefinition> columns;
 
     std::vector<uint8_t> Encode() const;
-    // False: not one of ours, too new, cut off, or a column without name or type.
+    // False: not one of ours, too new, cut off, or a column without name.
     static bool Decode(std::span<const uint8_t> bytes, TableDefinition& out);
 };
 

@@ -97,13 +97,30 @@ bool CTableManager::ApplyDefinition(const TableDefinition& definition) {
         m_columns.push_back(std::move(column));
     }
     LayOutRecord();
+    NoteSkippedColumns(definition);
     return OpenIndexes(definition);
+}
+
+void CTableManager::NoteSkippedColumns(const TableDefinition& definition) {
+    m_skippedIndexes.clear();
+    m_hasSkippedValues = false;
+    if (m_skippedColumns == 0) return;
+    for (const CTableColumn& column : m_columns) {
+        if (IsColumnType(column.type) || !column.indexed) continue;
+        const auto place = static_cast<size_t>(column.id) - 1;
+        m_skippedIndexes.push_back(
+            m_indexes.PathOf(column.id, definition.columns[place].indexFile));
+    }
+    m_rows.Walk([&](int64_t, const DictionaryEntry& entry) {
+        m_hasSkippedValues = !entry.deleted && entry.size > m_recordSize;
+        return !m_hasSkippedValues;
+    });
 }
 
 bool CTableManager::OpenIndexes(const TableDefinition& definition) {
     for (size_t i = 0; i < m_columns.size(); ++i) {
         CTableColumn& column = m_columns[i];
-        if (!column.indexed) continue;
+        if (!column.indexed || !IsColumnType(column.type)) continue;
         const std::string path = m_indexes.PathOf(column.id, definition.columns[i].indexFile);
         column.index = &m_indexes.Add(column.id, column.type, column.indexAttribute);
         if (column.index->Open(path)) continue;
@@ -147,8 +164,10 @@ bool CTableManager::IsDamaged(int64_t rowId, const CTableColumn& column) const {
     if (!m_rowData.ReadAt(bytes.data(), row->size, row->position)) return false;
     CTableRowUpdateInfoValue value;
     if (ValueFromRecord(bytes, column, value)) return false;  // it was the disk, a moment ago
-    if (column.type != ColumnType::Text || row->size != m_recordSize) return true;
-    const auto textId = LoadLE<int64_t>(bytes, static_cast<size_t>(column.offset));
+    const int64_t offset = OffsetIn(bytes.size(), column);
+    if (offset < 0) return !IsRecordSize(row->size);  // else between skipped values
+    if (column.type != ColumnType::Text) return true;
+    const auto textId = LoadLE<int64_t>(bytes, static_cast<size_t>(offset));
     const DictionaryEntry* text = m_texts.Dictionary().FindLive(textId);
     return !isHeld(m_texts.Data(), text) ||
            m_texts.Data().ReadAt(bytes.data(), text->size, text->position);
@@ -198,10 +217,13 @@ bool CTableManager::SaveDefinition() {
 
 void CTableManager::LayOutRecord() {
     m_recordSize = 0;
+    m_skippedColumns = 0;
     m_columnsByName.Clear();
     for (CTableColumn& column : m_columns) {
         column.offset = m_recordSize;
+        column.skippedBefore = m_skippedColumns;
         m_recordSize += ColumnWidth(column.type);
+        m_skippedColumns += IsColumnType(column.type) ? 0 : 1;
         const std::string name = column.name.ToUtf8();
         if (!m_columnsByName.Contains(name)) m_columnsByName.Set(name, &column);
     }
@@ -218,7 +240,10 @@ int64_t CTableManager::NextColumnId() const {
 bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool indexed,
                               bool attribute) {
     const CLockScope lock(m_lock);
-    if (!ColumnDefinition::IsName(name) || FindColumn(name) || !OpenStores()) return false;
+    if (!ColumnDefinition::IsName(name) || !IsColumnType(type) || m_skippedColumns > 0 ||
+        FindColumn(name) || !OpenStores()) {
+        return false;
+    }
     const int32_t oldSize = m_recordSize;
     CTableColumn column;
     column.name = CKeelString(name);
@@ -233,7 +258,7 @@ bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool index
     CTableColumn& added = m_columns.back();
     CTableRowUpdateInfoValue initial(type);
     std::vector<uint8_t> field(static_cast<size_t>(m_recordSize));
-    if (!WriteValue(added, initial, field)) return false;
+    if (!WriteValue(type, initial, FieldOf(added, field))) return false;
     const bool rewritten =
         RewriteRows(oldSize, [&](std::span<const uint8_t> from, std::span<uint8_t> to) {
             std::copy(field.begin(), field.end(), to.begin());
@@ -252,7 +277,7 @@ bool CTableManager::RemoveColumn(std::string_view name) {
     const auto found =
         std::find_if(m_columns.begin(), m_columns.end(),
                      [&](const CTableColumn& column) { return column.name.View() == name; });
-    if (found == m_columns.end()) return false;
+    if (found == m_columns.end() || m_skippedColumns > 0) return false;
     // A table without columns has no files, and rows without columns are nothing.
     if (m_columns.size() == 1) {
         if (!DeleteFiles()) return false;
@@ -330,6 +355,9 @@ bool CTableManager::SkipRowIdsBelow(int64_t rowId) {
 bool CTableManager::DeleteFiles() {
     const CLockScope lock(m_lock);
     if (!m_indexes.DeleteFiles()) return false;
+    for (const std::string& path : m_skippedIndexes) {
+        if (m_journal.Exists(path) && !m_journal.Remove(path)) return false;
+    }
     if (m_storesOpen &&
         !(m_rows.DeleteFile() && m_rowData.DeleteFiles() && m_texts.DeleteFiles())) {
         return false;
@@ -368,6 +396,7 @@ void CTableManager::ListFiles(std::vector<std::string>& names) const {
         add(WithSuffix(m_definitionPath, suffix));
     }
     for (const std::string& path : m_indexes.Paths()) add(path);
+    for (const std::string& path : m_skippedIndexes) add(path);
 }
 
 IntegrityCode CTableManager::Verify(std::string& detail) const {

@@ -30,12 +30,18 @@ struct CTableColumn {
     bool indexAttribute = false;
     int32_t tableNumber = 0;
     int32_t offset = 0;              // of the value in the row record, bytes
+    int32_t skippedBefore = 0;       // columns in front of it whose type is unknown
     CIndexManager* index = nullptr;  // the table's; null when not indexed or lost
 };
 
 // A table: definition, rows, texts and indexes.
 //
 //   Rows       Fixed-size records known by the id that the row dictionary gave.
+//   Skipped    A column whose type this version does not know has no value here and no
+//              index; the others read as ever. A change of a row keeps the bytes that a
+//              newer version wrote for it. Where there are such bytes, or an index that
+//              only the newer version can keep, rows are neither added nor deleted; the
+//              columns of such a table stay as they are.
 //   Errors     false, -1 or empty. A failed change leaves the bracket to be rolled back by
 //              its owner (CDatabaseManager), and so does std::bad_alloc, which passes through.
 //   Threads    Each public call holds the database's CReentrantLock, which all tables of a
@@ -89,6 +95,11 @@ public:
     bool RowExists(int64_t rowId) const;
     // Row ids in order of creation; stops when the visitor returns false.
     void WalkRows(const std::function<bool(int64_t rowId)>& visit) const;
+    // Where the column's value lies in a record of that many bytes; -1 when it is skipped,
+    // lies between skipped ones, or the record is too short.
+    int64_t OffsetIn(size_t recordSize, const CTableColumn& column) const;
+    // Whether records hold bytes of skipped columns.
+    bool HasSkippedValues() const;
     // Fills `record` with the row's bytes. False: no such row or unreadable.
     [[nodiscard]] bool ReadRecord(int64_t rowId, std::vector<uint8_t>& record) const;
     // The column's value. Numbers of indexed columns come from memory. False: no
@@ -118,18 +129,24 @@ public:
 
 private:
     void SetStorePaths();
+    void NoteSkippedColumns(const TableDefinition& definition);
+    bool IsRecordSize(int64_t size) const;
+    // A row added or deleted would be missing, or left over, for whoever knows the types.
+    bool KeepsRows() const { return m_hasSkippedValues || !m_skippedIndexes.empty(); }
+    std::span<uint8_t> FieldOf(const CTableColumn& column, std::span<uint8_t> record) const;
     [[nodiscard]] bool OpenStores();
     [[nodiscard]] bool ApplyDefinition(const TableDefinition& definition);
     [[nodiscard]] bool OpenIndexes(const TableDefinition& definition);
     // Offsets, record size and names, after the columns changed.
     void LayOutRecord();
     int64_t NextColumnId() const;
-    [[nodiscard]] bool SetTextInRecord(const CTableColumn& column, const CKeelString& text,
-                                       std::span<uint8_t> record);
-    [[nodiscard]] bool ChangeTextInRecord(const CTableColumn& column, const CKeelString& text,
-                                          std::span<uint8_t> record);
-    [[nodiscard]] bool WriteValue(const CTableColumn& column, const CTableRowUpdateInfoValue& value,
-                                  std::span<uint8_t> record);
+    // `field`: the column's bytes in a record.
+    [[nodiscard]] bool ValueFromField(ColumnType type, std::span<const uint8_t> field,
+                                      CTableRowUpdateInfoValue& value) const;
+    [[nodiscard]] bool SetTextInField(const CKeelString& text, std::span<uint8_t> field);
+    [[nodiscard]] bool ChangeTextInField(const CKeelString& text, std::span<uint8_t> field);
+    [[nodiscard]] bool WriteValue(ColumnType type, const CTableRowUpdateInfoValue& value,
+                                  std::span<uint8_t> field);
     // The row records as `convert` makes them of the old ones, all at once.
     [[nodiscard]] bool RewriteRows(
         int32_t oldSize,
@@ -149,7 +166,10 @@ private:
     std::vector<CTableColumn> m_columns;
     CKeelMap m_columnsByName;  // of CTableColumn, the first of a name
     CIndexManagerContainer m_indexes;
-    int32_t m_recordSize = 0;
+    int32_t m_recordSize = 0;      // of a record without skipped values
+    int32_t m_skippedColumns = 0;  // columns of unknown types
+    bool m_hasSkippedValues = false;
+    std::vector<std::string> m_skippedIndexes;  // paths
     bool m_storesOpen = false;
     CDictionaryManager m_rows;
     CDataStore m_rowData;

@@ -43,63 +43,88 @@ void CTableManager::WalkRows(const std::function<bool(int64_t rowId)>& visit) co
         [&](int64_t rowId, const DictionaryEntry& entry) { return entry.deleted || visit(rowId); });
 }
 
-bool CTableManager::SetTextInRecord(const CTableColumn& column, const CKeelString& text,
-                                    std::span<uint8_t> record) {
+bool CTableManager::SetTextInField(const CKeelString& text, std::span<uint8_t> field) {
     // An empty text is no text: it takes no room in the text store.
     int64_t textId = CTextManager::kNoText;
     if (!text.IsEmpty()) {
         textId = m_texts.Add(text);
         if (textId < 0) return false;
     }
-    StoreLE<int64_t>(record, static_cast<size_t>(column.offset), textId);
+    StoreLE<int64_t>(field, 0, textId);
     return true;
 }
 
-bool CTableManager::ChangeTextInRecord(const CTableColumn& column, const CKeelString& text,
-                                       std::span<uint8_t> record) {
-    const auto textId = LoadLE<int64_t>(record, static_cast<size_t>(column.offset));
-    if (!m_texts.Dictionary().FindLive(textId)) return SetTextInRecord(column, text, record);
+bool CTableManager::ChangeTextInField(const CKeelString& text, std::span<uint8_t> field) {
+    const auto textId = LoadLE<int64_t>(field, 0);
+    if (!m_texts.Dictionary().FindLive(textId)) return SetTextInField(text, field);
     if (!text.IsEmpty()) return m_texts.Replace(textId, text);
-    return m_texts.Delete(textId) && SetTextInRecord(column, text, record);
+    return m_texts.Delete(textId) && SetTextInField(text, field);
 }
 
-bool CTableManager::WriteValue(const CTableColumn& column, const CTableRowUpdateInfoValue& value,
-                               std::span<uint8_t> record) {
-    const auto offset = static_cast<size_t>(column.offset);
-    switch (column.type) {
+bool CTableManager::WriteValue(ColumnType type, const CTableRowUpdateInfoValue& value,
+                               std::span<uint8_t> field) {
+    switch (type) {
         case ColumnType::Text:
-            return SetTextInRecord(column, value.text, record);
+            return SetTextInField(value.text, field);
         case ColumnType::Boolean:
-            StoreLE<uint8_t>(record, offset, value.boolean ? 1 : 0);
+            StoreLE<uint8_t>(field, 0, value.boolean ? 1 : 0);
             return true;
         case ColumnType::Int32:
-            StoreLE<int32_t>(record, offset, value.int32);
+            StoreLE<int32_t>(field, 0, value.int32);
             return true;
         case ColumnType::Int64:
-            StoreLE<int64_t>(record, offset, value.int64);
+            StoreLE<int64_t>(field, 0, value.int64);
             return true;
         case ColumnType::Double:
-            StoreDoubleLE(record, offset, value.number);
+            StoreDoubleLE(field, 0, value.number);
             return true;
         case ColumnType::DateTime:
-            StoreLE<int64_t>(record, offset, value.dateTime);
+            StoreLE<int64_t>(field, 0, value.dateTime);
             return true;
     }
     return false;
 }
 
+int64_t CTableManager::OffsetIn(size_t recordSize, const CTableColumn& column) const {
+    const CLockScope lock(m_lock);
+    const int64_t excess = static_cast<int64_t>(recordSize) - m_recordSize;
+    if (!IsColumnType(column.type) || excess < 0) return -1;
+    if (excess == 0 || (m_skippedColumns > 0 && column.skippedBefore == 0)) return column.offset;
+    // How many of the bytes too many belong to which skipped column nobody knows.
+    const bool behindAll = m_skippedColumns > 0 && column.skippedBefore == m_skippedColumns;
+    return behindAll ? column.offset + excess : -1;
+}
+
+bool CTableManager::HasSkippedValues() const {
+    const CLockScope lock(m_lock);
+    return m_hasSkippedValues;
+}
+
+std::span<uint8_t> CTableManager::FieldOf(const CTableColumn& column,
+                                          std::span<uint8_t> record) const {
+    const int64_t offset = OffsetIn(record.size(), column);
+    if (offset < 0) return {};
+    return record.subspan(static_cast<size_t>(offset),
+                          static_cast<size_t>(ColumnWidth(column.type)));
+}
+
+bool CTableManager::IsRecordSize(int64_t size) const {
+    return size == m_recordSize || (m_skippedColumns > 0 && size > m_recordSize);
+}
+
 int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
     const CLockScope lock(m_lock);
-    if (!m_storesOpen || m_recordSize == 0) return -1;
+    if (!m_storesOpen || m_recordSize == 0 || KeepsRows()) return -1;
     std::vector<uint8_t> record(static_cast<size_t>(m_recordSize));
     std::vector<int64_t> keys(m_columns.size());
     for (size_t i = 0; i < m_columns.size(); ++i) {
         const CTableColumn& column = m_columns[i];
+        if (!IsColumnType(column.type)) continue;
         const CTableRowUpdateInfoValue* set = row.Find(column.id);
         const CTableRowUpdateInfoValue initial =
             set ? CTableRowUpdateInfoValue() : CTableRowUpdateInfoValue(column.type);
         const CTableRowUpdateInfoValue& value = set ? *set : initial;
-        if (!WriteValue(column, value, record)) return -1;
+        if (!WriteValue(column.type, value, FieldOf(column, record))) return -1;
         if (column.index) keys[i] = value.Key();
     }
     int64_t position = 0;
@@ -120,19 +145,21 @@ bool CTableManager::UpdateRow(const CTableRowUpdateInfo& row) {
     for (CTableColumn& column : m_columns) {
         const CTableRowUpdateInfoValue* value = row.Find(column.id);
         if (!value) continue;
+        const std::span<uint8_t> field = FieldOf(column, record);
+        if (field.empty()) return false;
         const bool written = column.type == ColumnType::Text
-                                 ? ChangeTextInRecord(column, value->text, record)
-                                 : WriteValue(column, *value, record);
+                                 ? ChangeTextInField(value->text, field)
+                                 : WriteValue(column.type, *value, field);
         if (!written) return false;
         if (column.index && !column.index->Update(row.RowId(), value->Key())) return false;
     }
-    return m_rowData.WriteAt(record.data(), m_recordSize, entry->position);
+    return m_rowData.WriteAt(record.data(), entry->size, entry->position);
 }
 
 bool CTableManager::DeleteRow(int64_t rowId) {
     const CLockScope lock(m_lock);
     const DictionaryEntry* found = m_rows.FindLive(rowId);
-    if (!found) return false;
+    if (!found || KeepsRows()) return false;
     const DictionaryEntry entry = *found;
     std::vector<uint8_t> record;
     if (!ReadRecord(rowId, record)) return false;
@@ -152,8 +179,10 @@ bool CTableManager::DeleteRow(int64_t rowId) {
 bool CTableManager::ReadRecord(int64_t rowId, std::vector<uint8_t>& record) const {
     const CLockScope lock(m_lock);
     const DictionaryEntry* entry = m_rows.FindLive(rowId);
-    if (!entry || entry->size != m_recordSize) return false;
-    record.resize(static_cast<size_t>(m_recordSize));
+    if (!entry || !IsRecordSize(entry->size)) return false;
+    // A longer one is believed when the store holds it.
+    if (entry->size != m_recordSize && !m_rowData.Holds(entry->size, entry->position)) return false;
+    record.resize(static_cast<size_t>(entry->size));
     return m_rowData.ReadAt(record.data(), entry->size, entry->position);
 }
 
@@ -199,23 +228,10 @@ int64_t KeyFromField(ColumnType type, std::span<const uint8_t> field) {
 
 }  // namespace
 
-bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
-                              CTableRowUpdateInfoValue& value) const {
-    const CLockScope lock(m_lock);
-    int64_t key = 0;
-    if (column.index && column.type != ColumnType::Text && column.index->KeyOf(rowId, key)) {
-        return ValueFromKey(column.type, key, value);
-    }
-    const DictionaryEntry* entry = m_rows.FindLive(rowId);
-    if (!entry || entry->size != m_recordSize || entry->position < 0 ||
-        entry->position > INT64_MAX - m_recordSize) {
-        return false;
-    }
-    std::array<uint8_t, 8> field{};
-    const int32_t width = ColumnWidth(column.type);
-    if (!m_rowData.ReadAt(field.data(), width, entry->position + column.offset)) return false;
-    if (column.type != ColumnType::Text) {
-        return ValueFromKey(column.type, KeyFromField(column.type, field), value);
+bool CTableManager::ValueFromField(ColumnType type, std::span<const uint8_t> field,
+                                   CTableRowUpdateInfoValue& value) const {
+    if (type != ColumnType::Text) {
+        return ValueFromKey(type, KeyFromField(type, field), value);
     }
     value.type = ColumnType::Text;
     const auto textId = LoadLE<int64_t>(field, 0);
@@ -225,21 +241,33 @@ bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
     return true;
 }
 
+bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
+                              CTableRowUpdateInfoValue& value) const {
+    const CLockScope lock(m_lock);
+    int64_t key = 0;
+    if (column.index && column.type != ColumnType::Text && column.index->KeyOf(rowId, key)) {
+        return ValueFromKey(column.type, key, value);
+    }
+    const DictionaryEntry* entry = m_rows.FindLive(rowId);
+    if (!entry || !IsRecordSize(entry->size) || entry->position < 0 ||
+        entry->position > INT64_MAX - entry->size) {
+        return false;
+    }
+    const int64_t offset = OffsetIn(static_cast<size_t>(entry->size), column);
+    if (offset < 0) return false;
+    std::array<uint8_t, 8> field{};
+    const int32_t width = ColumnWidth(column.type);
+    return m_rowData.ReadAt(field.data(), width, entry->position + offset) &&
+           ValueFromField(column.type, field, value);
+}
+
 bool CTableManager::ValueFromRecord(std::span<const uint8_t> record, const CTableColumn& column,
                                     CTableRowUpdateInfoValue& value) const {
     const CLockScope lock(m_lock);
-    if (record.size() != static_cast<size_t>(m_recordSize)) return false;
-    const auto field = record.subspan(static_cast<size_t>(column.offset),
-                                      static_cast<size_t>(ColumnWidth(column.type)));
-    if (column.type != ColumnType::Text) {
-        return ValueFromKey(column.type, KeyFromField(column.type, field), value);
-    }
-    value.type = ColumnType::Text;
-    const auto textId = LoadLE<int64_t>(field, 0);
-    value.isSet = textId != CTextManager::kNoText;
-    if (value.isSet) return m_texts.Read(textId, value.text);
-    value.text = CKeelString();
-    return true;
+    const int64_t offset = OffsetIn(record.size(), column);
+    if (offset < 0) return false;
+    const auto width = static_cast<size_t>(ColumnWidth(column.type));
+    return ValueFromField(column.type, record.subspan(static_cast<size_t>(offset), width), value);
 }
 
 }  // namespace quillon

@@ -51,7 +51,7 @@ IntegrityCode CTableVerifier::Run(std::string& detail) {
 
 IntegrityCode CTableVerifier::CheckIndexes() {
     for (const CTableColumn& column : m_table.Columns()) {
-        if (!column.indexed) continue;
+        if (!column.indexed || !IsColumnType(column.type)) continue;
         const IntegrityCode code = CheckIndex(column);
         if (code != IntegrityCode::Ok) return code;
     }
@@ -117,7 +117,10 @@ IntegrityCode CTableVerifier::CheckRows() {
 
 IntegrityCode CTableVerifier::CheckRow(int64_t rowId, const std::vector<uint8_t>& record) {
     for (const CTableColumn& column : m_table.Columns()) {
-        const auto offset = static_cast<size_t>(column.offset);
+        if (!IsColumnType(column.type)) continue;
+        const int64_t found = m_table.OffsetIn(record.size(), column);
+        if (found < 0) continue;  // between skipped values
+        const auto offset = static_cast<size_t>(found);
         if (column.type == ColumnType::Boolean && record[offset] > 1) {
             return Report(IntegrityCode::ColumnTypeMismatch, RowText(rowId) + ", column \"" +
                                                                  column.name.ToUtf8() +
@@ -156,6 +159,8 @@ IntegrityCode CTableVerifier::CheckOrphanTexts() {
         return Report(IntegrityCode::TextMismatch,
                       "text " + std::to_string(*shared) + " belongs to two rows");
     }
+    // Skipped values may have texts, too.
+    if (m_table.HasSkippedValues()) return IntegrityCode::Ok;
     IntegrityCode code = IntegrityCode::Ok;
     m_table.Texts().Dictionary().Walk([&](int64_t id, const DictionaryEntry& entry) {
         if (entry.deleted || std::binary_search(m_textIds.begin(), m_textIds.end(), id)) {

@@ -69,8 +69,8 @@ TEST(TableDefinition, ByteForByte) {
         {"bytes behind", Join(bytes, {1}), true},
         {"more columns than there are", WithByte(bytes, 58, 3), false},
         {"negative count", WithByte(bytes, 61, 0x80), false},
-        {"unknown type", WithByte(bytes, 182 + 240, 6), false},
-        {"negative type", WithByte(bytes, 182 + 243, 0x80), false},
+        {"unknown type", WithByte(bytes, 182 + 240, 6), true},
+        {"negative type", WithByte(bytes, 182 + 243, 0x80), true},
         {"column without name", WithByte(bytes, 182, 0), false},
         {"table name without its zero", Join(Prefix(bytes, 62), Bytes(120, 'N'), Slice(bytes, 182)),
          false},
@@ -93,6 +93,97 @@ TEST(TableDefinition, ByteForByte) {
         EXPECT_EQ(decoded.columns[1].type, ColumnType::DateTime);
         EXPECT_FALSE(decoded.columns[1].indexed || decoded.columns[1].indexAttribute);
     }
+}
+
+// Gives columns of the ledger table the type 9, or their own back.
+void SetTypes(CLedgerDisk& disk, const std::vector<size_t>& columns, bool known) {
+    constexpr uint8_t kTypes[] = {0, 1, 2, 3, 4, 5, 0};
+    EXPECT_TRUE(disk.database.Close());
+    for (const size_t column : columns) {
+        disk.files.Bytes(kFolder + std::string("Table_1.dat")).at(182 + 246 * column + 240) =
+            known ? kTypes[column] : 9;
+    }
+    ASSERT_TRUE(disk.database.Open(kFolder));
+}
+
+bool ChangeAccount(CDatabaseManager& database) {
+    return database.BeginRowUpdate("Ledger", 0) && database.SetInt64("Account", 77) &&
+           database.CommitRow() == 0;
+}
+
+// What a newer version wrote is neither read nor harmed.
+TEST(Table, ValuesOfUnknownTypesAreSkippedAndKept) {
+    constexpr size_t kAccount = 3;
+    const struct {
+        const char* name;
+        std::vector<size_t> skipped;
+        bool readsAccount;
+    } rows[] = {
+        {"text in front", {0}, true},          {"number in the middle", {4}, true},
+        {"the last one, no index", {6}, true}, {"neighbours", {4, 5}, true},
+        {"first and last", {0, 6}, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        CLedgerDisk disk;
+        ASSERT_EQ(AddLedgerRow(disk.database, {"a", 1, 1.5, "memo"}), 0);
+        ASSERT_EQ(AddLedgerRow(disk.database, {"b", 2, -2, ""}), 1);
+        TableContent content = ContentOf(disk.Table());
+        std::vector<std::string> files;
+        ASSERT_TRUE(disk.database.ListFiles(files));
+
+        SetTypes(disk, row.skipped, false);
+        EXPECT_EQ(CodeOf(disk.database), 0);
+        TableContent expected = content;
+        for (const int64_t id : {0, 1}) {
+            for (size_t i = 0; i < expected[id].size(); ++i) {
+                const bool between = i > row.skipped.front() && i < row.skipped.back();
+                const bool skipped = i == row.skipped.front() || i == row.skipped.back();
+                if (between || skipped) expected[id][i] = "unreadable";
+            }
+        }
+        expected[-1] = ContentOf(disk.Table())[-1];  // the columns with their types
+        EXPECT_EQ(ContentOf(disk.Table()), expected);
+        EXPECT_EQ(ChangeAccount(disk.database), row.readsAccount);
+        EXPECT_TRUE(disk.database.BeginRow("Ledger"));
+        EXPECT_EQ(disk.database.CommitRow(), -1);
+        EXPECT_FALSE(disk.database.DeleteRow("Ledger", 1));
+        EXPECT_FALSE(disk.database.AddColumn("Ledger", "New", ColumnType::Int32, false, false));
+        std::vector<std::string> kept;
+        ASSERT_TRUE(disk.database.ListFiles(kept));
+        EXPECT_EQ(kept, files) << "a backup holds them all";
+
+        SetTypes(disk, row.skipped, true);
+        if (row.readsAccount) content[0][kAccount] = "77";
+        EXPECT_EQ(ContentOf(disk.Table()), content);
+        EXPECT_EQ(CodeOf(disk.database), 0);
+    }
+}
+
+// Nothing was written for the column yet, so rows without it are all there can be.
+TEST(Table, RowsAreBuiltWithoutValuesOfUnknownTypes) {
+    CMemoryFileSystem files;
+    CDatabaseManager database(files);
+    ASSERT_TRUE(database.Open(kFolder) && database.CreateTable("Notes") &&
+                database.AddColumn("Notes", "When", ColumnType::Int64, true, false) &&
+                database.AddColumn("Notes", "New", ColumnType::Double, false, false) &&
+                database.AddColumn("Notes", "Text", ColumnType::Text, false, false));
+    ASSERT_TRUE(database.Close());
+    files.Bytes(kFolder + std::string("Table_1.dat")).at(182 + 246 + 240) = 9;
+    for (int64_t id = 0; id < 3; ++id) {
+        ASSERT_TRUE(database.Open(kFolder) && database.BeginRow("Notes"));
+        EXPECT_TRUE(database.SetInt64("When", id) && database.SetText("Text", "note"));
+        EXPECT_EQ(database.CommitRow(), id);
+    }
+    EXPECT_TRUE(database.DeleteRow("Notes", 1));
+    ASSERT_TRUE(database.BeginRow("Notes"));
+    EXPECT_FALSE(database.SetDouble("New", 1));
+    database.AbandonRow();
+    EXPECT_EQ(ContentOf(*database.FindTable("Notes")),
+              (TableContent{{-1, {"When 3 indexed", "New 9", "Text 0"}},
+                            {0, {"0", "unreadable", "\"note\""}},
+                            {2, {"2", "unreadable", "\"note\""}}}));
+    EXPECT_EQ(CodeOf(database), 0);
 }
 
 TEST(SchemaFile, ByteForByte) {
