@@ -75,7 +75,10 @@ constexpr Sign kMoneySigns[] = {
     {"\xE2\x82\xBA", "TRY"},
 };
 
-constexpr std::string_view kMinusSign = "\xE2\x88\x92";
+constexpr std::string_view kMinusSigns[] = {
+    "\xE2\x88\x92",  // minus
+    "\xE2\x80\x93",  // dash
+};
 constexpr std::string_view kGroupSigns[] = {
     " ",
     "\t",
@@ -88,6 +91,13 @@ constexpr std::string_view kGroupSigns[] = {
 
 size_t GroupSignAt(std::string_view text) {
     for (const std::string_view sign : kGroupSigns) {
+        if (text.substr(0, sign.size()) == sign) return sign.size();
+    }
+    return 0;
+}
+
+size_t MinusSignAt(std::string_view text) {
+    for (const std::string_view sign : kMinusSigns) {
         if (text.substr(0, sign.size()) == sign) return sign.size();
     }
     return 0;
@@ -148,9 +158,9 @@ private:
             m_at += blank;
         } else if (const Sign* const sign = MoneySignAt(Rest())) {
             TakeCurrency(sign->bytes.size());
-        } else if (Rest().substr(0, kMinusSign.size()) == kMinusSign) {
-            m_out.negative = true;
-            m_at += kMinusSign.size();
+        } else if (const size_t minus = MinusSignAt(Rest()); minus > 0) {
+            TakeSign('-');
+            m_at += minus;
         } else if (IsLetter(c)) {
             TakeWord();
         } else {
@@ -219,6 +229,7 @@ private:
         size_t length = 0;
         while (m_at + length < m_text.size() && IsLetter(m_text[m_at + length]) &&
                !MoneySignAt(m_text.substr(m_at + length)) &&
+               MinusSignAt(m_text.substr(m_at + length)) == 0 &&
                GroupSignAt(m_text.substr(m_at + length)) == 0) {
             ++length;
         }

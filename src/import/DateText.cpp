@@ -196,6 +196,22 @@ std::string_view WithoutFirstWord(std::string_view text) {
     return text.substr(length);
 }
 
+// Without blanks at both ends. `buffer` has room for as many bytes.
+std::string_view WithPlainBlanks(std::string_view text, char* buffer) {
+    constexpr std::string_view kBlanks[] = {"\xC2\xA0", "\xE2\x80\xAF", "\xE2\x80\x89"};
+    if (text.find_first_of("\xC2\xE2") == std::string_view::npos) return TrimBlanks(text);
+    size_t size = 0;
+    for (size_t at = 0; at < text.size();) {
+        size_t length = 0;
+        for (const std::string_view blank : kBlanks) {
+            if (text.substr(at, blank.size()) == blank) length = blank.size();
+        }
+        buffer[size++] = length > 0 ? ' ' : text[at];
+        at += std::max<size_t>(length, 1);
+    }
+    return TrimBlanks({buffer, size});
+}
+
 bool SplitDateAlone(std::string_view text, DateParts& parts) {
     return SplitNumbers(text, parts) || CNamedDate().Split(text, parts) ||
            SplitNumbers(WithoutFirstWord(text), parts);
@@ -218,8 +234,11 @@ std::optional<int64_t> FromCivil(int64_t year, int64_t month, int64_t day) {
 
 bool SplitDate(std::string_view text, DateParts& parts) {
     constexpr size_t kLongest = 64;  // bytes
-    text = TrimBlanks(text);
-    if (text.empty() || text.size() > kLongest) return false;
+    if (text.size() > kLongest) return false;
+    // Blanks that do not break a line are blanks.
+    char plain[kLongest];
+    text = WithPlainBlanks(text, plain);
+    if (text.empty()) return false;
     // Digits alone, with the time of the day in as many or none at all.
     const size_t digits = DigitsAtStart(text);
     if (digits == 8 && WithoutTime(text).size() == 8) return SplitEightDigits(text, parts);

@@ -159,9 +159,15 @@ bool CValues::ReadAction(const QifRecord& raw, bool& isOut) {
     const QifAction* const action = FindQifAction(raw.number);
     QifCash cash = action ? action->cash : QifCash::None;
     if (!action && !raw.hasShares) cash = QifCash::AsWritten;  // a bank's record, with a number
-    const bool isTrade = cash == QifCash::TradeIn || cash == QifCash::TradeOut;
+    bool isTrade = cash == QifCash::TradeIn || cash == QifCash::TradeOut;
     const std::string_view other = OtherAccount(raw.category);
     if (isTrade && !other.empty() && other != raw.account) cash = QifCash::Elsewhere;
+    if (cash == QifCash::Elsewhere && !other.empty() && other == raw.account) {
+        // "BuyX" with the account itself is "Buy".
+        const QifAction* const own = FindQifAction(raw.number.substr(0, raw.number.size() - 1));
+        if (own) cash = own->cash;
+        isTrade = cash == QifCash::TradeIn || cash == QifCash::TradeOut;
+    }
     const std::string name = "Investment action " + InQuotes(raw.number);
     if (cash == QifCash::Elsewhere || cash == QifCash::None) {
         ++m_contents.skippedInvestments;
@@ -237,7 +243,7 @@ void CValues::NoteCurrency(const QifRecord& raw) {
     if (currency.empty()) return;
     if (m_currency.empty()) m_currency = currency;
     if (currency == m_currency) return;
-    m_notes.Add(Kind::Amount, raw.amountLine,
+    m_notes.Add(Kind::Currency, raw.amountLine,
                 "The amount " + InQuotes(raw.amount) + " is not in " + InQuotes(m_currency) +
                     ", as those before: it was entered as it is.");
 }

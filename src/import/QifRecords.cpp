@@ -79,16 +79,19 @@ private:
         if (!text.empty() && text.front() == '!') {
             Close(false);
             TakeHeading(TrimBlanks(text.substr(1)));
-        } else if (m_section == Section::List) {
-            TakeListLine(text);
-        } else if (!text.empty() && text.front() == '^') {
-            Close(true);
-            TakeLine(TrimBlanks(text.substr(1)));  // most often nothing
-        } else if (text == kEndOfFile) {
             return;
-        } else if (!m_open.empty() || !text.empty()) {
-            m_open.push_back({m_line, text});
         }
+        if (m_section == Section::List) {
+            TakeListLine(text);
+            return;
+        }
+        // Behind a "^" stands nothing, most often.
+        while (!text.empty() && text.front() == '^') {
+            Close(true);
+            text = TrimBlanks(text.substr(1));
+        }
+        if (text == kEndOfFile || (text.empty() && m_open.empty())) return;
+        m_open.push_back({m_line, text});
     }
 
     void TakeHeading(std::string_view heading) {
@@ -342,7 +345,8 @@ private:
     void TakeBuilt(bool atEnd) {
         if (m_section == Section::Start || m_section == Section::Unknown) {
             if (!IsWhole(m_record)) {
-                const bool isText = m_section == Section::Start && !m_record.isClosed;
+                const bool isText = m_section == Section::Start && !m_record.isClosed &&
+                                    !IsReadableDate(m_record.date);
                 if (isText) return;
                 ++m_outline.incomplete;
                 m_taker.Skip(QifSkip::NotWhole, m_record.line);

@@ -205,9 +205,13 @@ TEST(InferredQif, ReadsARegisterAsAPersonWould) {
          nullptr},
         {"trades settled in the account's own cash",
          "!Account\nNMe\n^\n!Type:Invst\nD1/31/15\nNBuy\nYX\nT9\n^\n"
-         "D1/31/15\nNsell\nYX\nT8\nL[Me]\n^\n",
+         "D1/31/15\nNsellX\nYX\nT8\nL[Me]\n^\n",
          {"2015-01-31 -9 X", "2015-01-31 8 X"},
          "5: Investment action \"Buy\" is settled in the account's own cash"},
+        {"ends in one line",
+         "!Type:Bank\nD1/31/15\nT1\n^^ ^D1/30/15\nT2\n^\n",
+         {"2015-01-31 1", "2015-01-30 2"},
+         "4: An empty record; not entered."},
         {"trades settled elsewhere",
          "!Type:Invst\nD1/31/15\nNBuyX\nYX\nT9\nL[A]\n$9\n^\nD1/31/15\nNBuy\nYX\nT9\nL[A]\n^\n",
          {},
@@ -351,12 +355,13 @@ TEST(InferredQif, WhatTheUserSaysWins) {
               Lines{"2015-02-01 1250"});
 }
 
-// A group of open lines that grows with the file must not be searched again and again.
+// A group of open lines that grows with the file must not be searched again and again, nor
+// a call wait for each of many ends.
 TEST(InferredQif, AMillionLinesWithoutAnEndAreReadInOnePass) {
     std::string text = "!Type:Bank\n";
     for (int i = 0; i < 200'000; ++i) text += "D1/31/15\nT1\nPA\n\n";
     for (int i = 0; i < 200'000; ++i) text += "D1/31/15\n";
-    text += "T1\n^\n";
+    text += "T1\n^\n" + std::string(200'000, '^');  // as many ends in one line
     const Read read = ReadInferred(text);
     EXPECT_GE(read.records.size(), 200'000U);
 }

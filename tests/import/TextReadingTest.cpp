@@ -83,6 +83,9 @@ TEST(DateText, ReadsTheWaysBanksWriteDates) {
         {"1 de dic de 2026", kMdy, "2026-12-01"},
         {"1\xC2\xBA de mar\xC3\xA7o de 2026", kMdy, "2026-03-01"},
         {"1 giu 2026", kMdy, "2026-06-01"},
+        {"1\xC2\xA0juin\xE2\x80\xAF"
+         "2026\xC2\xA0",
+         kMdy, "2026-06-01"},
         {"1 mrt 2026", kMdy, "2026-03-01"},
         {"1. desember 2026", kMdy, "2026-12-01"},
         {"1. \xC4\x8D"
@@ -284,6 +287,9 @@ TEST(AmountText, ReadsTheWaysBanksWriteAmounts) {
         {"45,00 D", kComma, -45, kClean},
         {"EUR 45.00 CR", kPoint, 45, kClean},
         {"45.00 -", kPoint, -45, kClean},
+        {"\xE2\x80\x93"
+         "45.00",
+         kPoint, -45, kClean},
         {"100,-", kComma, 100, kClean},
         {"US$ -45.00", kPoint, -45, kClean},
         {"45,00 z\xC5\x82", kComma, 45, kClean},
