@@ -36,7 +36,9 @@ struct JournalRooms {
 // appends them to Journal.dat as one checksummed redo group, syncs it, and only
 // then writes the files.
 //
-//   1  No byte reaches a file of the folder before its group is synced.
+//   1  No byte reaches a file of the folder before its group is synced: neither in a
+//      commit, nor when a start replays a group that it can read, which may be so
+//      far in the system's memory alone.
 //   2  The journal is emptied only after the files and the folder are synced.
 //      A new header empties it; until that is on the medium nothing of the old
 //      groups is cut or overwritten, and behind it none of them counts.
@@ -155,6 +157,7 @@ private:
     [[nodiscard]] bool StartNewJournal();
     AttachResult ReplayExisting(uint64_t databaseId);
     bool Replay(const std::vector<uint8_t>& bytes, const JournalHeader& header, bool& damaged);
+    [[nodiscard]] bool SettleGroup(int64_t offset, std::span<const uint8_t> bytes);
     [[nodiscard]] bool ReplayOperation(const JournalOperation& operation);
     [[nodiscard]] bool SyncReplayed();
     bool SetAside();

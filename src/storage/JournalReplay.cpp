@@ -1,11 +1,61 @@
 // What CJournal does with the groups that an earlier run left.
 
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "storage/Checksums.h"
 #include "storage/Journal.h"
 
 namespace quillon {
+namespace {
+
+struct WholeGroup {
+    size_t at = 0;  // in the journal
+    size_t size = 0;
+    std::span<const uint8_t> payload;
+    uint32_t operations = 0;
+};
+
+// The group whose header stands at `at`, whatever its place in a chain.
+bool DecodeWhole(std::span<const uint8_t> journal, size_t at, uint64_t salt,
+                 JournalGroupHeader& header, WholeGroup& group) {
+    if (!JournalGroupHeader::Decode(journal.subspan(at), salt, header)) return false;
+    const auto rest = journal.subspan(at + JournalGroupHeader::kDiskSize);
+    if (header.length > rest.size()) return false;
+    const auto length = static_cast<size_t>(header.length);
+    group = {at, JournalGroupHeader::kDiskSize + length, rest.first(length), header.operations};
+    return JournalChecksum(salt, group.payload) == header.payloadChecksum;
+}
+
+// The groups from the start of the chain to its end. Whatever ends it must be a torn tail:
+// `damaged` when a whole group lies there or behind it.
+std::vector<WholeGroup> ReadChain(std::span<const uint8_t> journal, const JournalHeader& header,
+                                  bool& damaged) {
+    std::vector<WholeGroup> groups;
+    const auto step = static_cast<size_t>(kJournalAlignment);
+    size_t at = step;
+    uint64_t sequence = 1;
+    uint64_t previous = header.salt;
+    JournalGroupHeader head;
+    WholeGroup group;
+    std::vector<JournalOperation> operations;
+    while (at < journal.size() && DecodeWhole(journal, at, header.salt, head, group) &&
+           head.sequence == sequence && head.previous == previous &&
+           ParseJournalOperations(group.payload, group.operations, operations)) {
+        groups.push_back(group);
+        ++sequence;
+        previous = head.checksum;
+        at += static_cast<size_t>(AlignUp(static_cast<int64_t>(group.size), kJournalAlignment));
+    }
+    damaged = false;
+    for (; at < journal.size() && !damaged; at += step) {
+        damaged = DecodeWhole(journal, at, header.salt, head, group) && head.sequence >= sequence;
+    }
+    return groups;
+}
+
+}  // namespace
 
 CJournal::AttachResult CJournal::ReplayExisting(uint64_t databaseId) {
     const std::string path = m_folder + kJournalName;
@@ -36,46 +86,29 @@ CJournal::AttachResult CJournal::ReplayExisting(uint64_t databaseId) {
 
 bool CJournal::Replay(const std::vector<uint8_t>& bytes, const JournalHeader& header,
                       bool& damaged) {
-    const std::span<const uint8_t> all(bytes);
-    auto at = static_cast<size_t>(kJournalAlignment);
-    uint64_t sequence = 1;
-    uint64_t previous = header.salt;
+    const std::vector<WholeGroup> groups = ReadChain(bytes, header, damaged);
+    if (groups.empty()) return true;
+    const WholeGroup& last = groups.back();
+    if (!SettleGroup(static_cast<int64_t>(last.at), std::span(bytes).subspan(last.at, last.size))) {
+        return false;
+    }
     std::vector<JournalOperation> operations;
-    JournalGroupHeader group;
-    while (at < all.size() && JournalGroupHeader::Decode(all.subspan(at), header.salt, group)) {
-        const auto rest = all.subspan(at + JournalGroupHeader::kDiskSize);
-        if (group.sequence != sequence || group.previous != previous ||
-            group.length > rest.size()) {
-            break;
-        }
-        const auto payload = rest.first(static_cast<size_t>(group.length));
-        if (JournalChecksum(header.salt, payload) != group.payloadChecksum ||
-            !ParseJournalOperations(payload, group.operations, operations)) {
-            break;
-        }
+    for (const WholeGroup& group : groups) {
+        if (!ParseJournalOperations(group.payload, group.operations, operations)) return false;
         for (const JournalOperation& operation : operations) {
             if (!ReplayOperation(operation)) return false;
             m_checksums->Replay(operation);
         }
-        ++sequence;
-        previous = group.checksum;
-        at += static_cast<size_t>(AlignUp(
-            static_cast<int64_t>(JournalGroupHeader::kDiskSize + group.length), kJournalAlignment));
-    }
-    // Whatever ends the chain must be a torn tail: no whole group may lie there or behind it.
-    damaged = false;
-    for (; at < all.size(); at += static_cast<size_t>(kJournalAlignment)) {
-        if (!JournalGroupHeader::Decode(all.subspan(at), header.salt, group)) continue;
-        if (group.sequence < sequence) continue;  // of before the break
-        const auto rest = all.subspan(at + JournalGroupHeader::kDiskSize);
-        if (group.length <= rest.size() &&
-            JournalChecksum(header.salt, rest.first(static_cast<size_t>(group.length))) ==
-                group.payloadChecksum) {
-            damaged = true;
-            break;
-        }
     }
     return true;
+}
+
+// The program before may have been killed between writing its last group and the sync, or the
+// sync may have failed: then the group is read here, and the medium may not have it. Written
+// anew, since a system need not try once more to write what it failed to.
+bool CJournal::SettleGroup(int64_t offset, std::span<const uint8_t> bytes) {
+    const std::unique_ptr<CFile> file = m_base.Open(m_folder + kJournalName, OpenMode::ReadWrite);
+    return file && file->WriteAt(offset, bytes) && file->Sync();
 }
 
 bool CJournal::ReplayOperation(const JournalOperation& operation) {

@@ -156,6 +156,7 @@ protected:
     void Settle(FolderNode& folder);
 
     std::shared_ptr<FolderNode> m_root;
+    int64_t m_nextEdit = 0;
     mutable std::recursive_mutex m_mutex;  // an observer looks at the disk
 
 private:
@@ -193,7 +194,6 @@ private:
     std::string m_failedCall;
     std::function<void(const std::string&)> m_observer;
     bool m_observing = false;
-    int64_t m_nextEdit = 0;
     // No test needs more, and an offset out of a damaged file is caught here.
     int64_t m_largestFile = int64_t{1} << 31;
     int64_t m_clock = 133'000'000'000'000'000;

@@ -189,6 +189,44 @@ CPowerCutDisk::CPowerCutDisk(const DiskImage& image) : CPowerCutDisk() {
     Restore(image);
 }
 
+// Copies files and folders, each once, under all of their names.
+class CPowerCutDisk::CCopier {
+public:
+    std::shared_ptr<FolderNode> Copy(const std::shared_ptr<FolderNode>& folder) {
+        std::shared_ptr<FolderNode>& place = m_folders[folder.get()];
+        if (place) return place;
+        const auto copy = place = std::make_shared<FolderNode>();
+        for (const auto& [name, entry] : folder->entries) copy->entries[name] = Copy(entry);
+        for (const auto& [name, entry] : folder->synced) copy->synced[name] = Copy(entry);
+        for (const NameChange& change : folder->pending) {
+            copy->pending.push_back({change.name, Copy(change.entry), change.oldName});
+        }
+        return copy;
+    }
+
+private:
+    Entry Copy(const Entry& entry) {
+        if (entry.folder) return {nullptr, Copy(entry.folder)};
+        if (!entry.file) return {};
+        std::shared_ptr<FileNode>& copy = m_files[entry.file.get()];
+        if (!copy) {
+            copy = std::make_shared<FileNode>(*entry.file);
+            copy->locked = false;
+        }
+        return {copy, nullptr};
+    }
+
+    std::map<const FileNode*, std::shared_ptr<FileNode>> m_files;
+    std::map<const FolderNode*, std::shared_ptr<FolderNode>> m_folders;
+};
+
+std::unique_ptr<CPowerCutDisk> CPowerCutDisk::AfterKill() const {
+    auto disk = std::make_unique<CPowerCutDisk>();
+    disk->m_root = CCopier().Copy(m_root);
+    disk->m_nextEdit = m_nextEdit;
+    return disk;
+}
+
 void CPowerCutDisk::ForEachCut(const CutPlan& plan, const Visitor& visit) const {
     const std::lock_guard guard(m_mutex);
     CCutter(*m_root, plan, visit).Run();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "support/MemoryFileSystem.h"
@@ -30,10 +31,14 @@ public:
     // by full of zeros or rubbish; subsets of the writes. `visit` gets what survived as a text.
     using Visitor = std::function<void(const DiskImage& image, const std::string& what)>;
     void ForEachCut(const CutPlan& plan, const Visitor& visit) const;
+    // A disk of its own as the next program finds it after a kill: all that was written is
+    // read, and what was not synced may still be lost. Nobody holds a lock, nothing fails.
+    std::unique_ptr<CPowerCutDisk> AfterKill() const;
 
 private:
     struct Survival;
     class CCutter;
+    class CCopier;
 };
 
 }  // namespace quillon
