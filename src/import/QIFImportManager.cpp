@@ -17,7 +17,6 @@ constexpr uint8_t kUtf8Mark[] = {0xEF, 0xBB, 0xBF};
 }  // namespace
 
 bool CQIFImportManager::Survey() {
-    m_contents = QifContents();
     return IsPlain() ? SurveyPlain() : SurveyInferred();
 }
 
@@ -33,21 +32,18 @@ bool CQIFImportManager::Prepare() {
                      [this](ImportRecord&) { return ++m_result.read > 0; });
         return true;
     }
-    m_result.read = m_contents.read;
+    const CInferredQif::Counts counts = m_inferred->Count(m_result.sources);
+    m_result.read = counts.read;
+    if (counts.records == 0) return Refuse(counts.investments);
     // A file of which no date can be read was not understood.
-    const auto& records = m_contents.records;
-    return std::any_of(records.begin(), records.end(),
-                       [](const ImportRecord& record) { return record.dateRead; }) ||
-           Fail("None of its dates can be read.");
+    return counts.dated > 0 || Fail("None of its dates can be read.");
 }
 
 void CQIFImportManager::ReadRecords(const RecordSink& sink) {
     if (IsPlain()) {
         ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder, sink);
-        return;
-    }
-    for (ImportRecord& record : m_contents.records) {
-        if (!sink(record)) return;
+    } else {
+        m_inferred->Read(m_result.sources, sink);
     }
 }
 
@@ -76,23 +72,25 @@ bool CQIFImportManager::SurveyInferred() {
         m_text.AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));
     if (status != TextFileStatus::Ok) return Fail("It cannot be split into lines.");
 
-    ReadInferredQif(m_text, TodayFileTime(), m_options, m_result.dialect, m_notes, m_contents);
-    if (!m_contents.records.empty()) return true;
-    const std::span<const uint8_t> whole = m_text.Bytes();
-    return Refuse({reinterpret_cast<const char*>(whole.data()), whole.size()});
+    m_inferred = std::make_unique<CInferredQif>(m_text, TodayFileTime(), m_options,
+                                                m_result.dialect, m_notes);
+    m_inferred->Survey();
+    m_result.sources = m_inferred->Sources();
+    return true;
 }
 
 // Nothing to enter: says what the file is instead. What it holds is not shown.
-bool CQIFImportManager::Refuse(std::string_view text) {
-    const QifOutline& outline = m_contents.outline;
-    if (m_contents.skippedInvestments > 0) {
-        return Fail("It holds only investment actions (" +
-                    std::to_string(m_contents.skippedInvestments) +
+bool CQIFImportManager::Refuse(int64_t investments) {
+    const QifOutline& outline = m_inferred->Outline();
+    const std::span<const uint8_t> bytes = m_text.Bytes();
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (investments > 0) {
+        return Fail("It holds only investment actions (" + std::to_string(investments) +
                     ") that move none of the account's own money.");
     }
-    if (m_contents.read > 0 || outline.incomplete > 0) {
+    if (m_result.read > 0 || outline.incomplete > 0) {
         return Fail("None of its records (" +
-                    std::to_string(std::max(m_contents.read, outline.incomplete)) +
+                    std::to_string(std::max(m_result.read, outline.incomplete)) +
                     ") has a date and an amount.");
     }
     if (outline.registers > 0) return Fail("Its registers hold no transactions.");

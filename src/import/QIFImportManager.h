@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include "import/ImportManager.h"
 #include "import/QifParser.h"
 
@@ -23,10 +25,10 @@ protected:
 private:
     bool SurveyPlain();
     bool SurveyInferred();
-    bool Refuse(std::string_view text);
+    bool Refuse(int64_t investments);
 
     CReadOnlyTextFileManager m_text{m_files};
-    QifContents m_contents;
+    std::unique_ptr<CInferredQif> m_inferred;
 };
 
 }  // namespace quillon

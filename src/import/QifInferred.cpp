@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <functional>
+#include <unordered_map>
 #include <utility>
 
 #include "finance/Balance.h"
@@ -12,6 +14,7 @@
 #include "import/QifActions.h"
 #include "import/QifParser.h"
 #include "import/QifRecords.h"
+#include "import/TextScan.h"
 
 namespace quillon {
 
@@ -39,13 +42,44 @@ bool IsBracketed(std::string_view category) {
     return !category.empty() && category.front() == '[' && Contains(category, "]");
 }
 
-// The first walk: what dates and amounts tell of the file.
+// The accounts of a file in the order of their first register, the same in every walk.
+class CQifSources {
+public:
+    size_t Take(std::string_view account, std::string_view type) {
+        const bool isCard = EqualsAsciiCase(type, "CCard");
+        const bool isInvestment = EqualsAsciiCase(type, "Invst") || EqualsAsciiCase(type, "Port");
+        const bool isBank = EqualsAsciiCase(type, "Bank");
+        ImportSource source;
+        source.name = account.empty() ? std::string(type.empty() ? "Bank" : type)
+                                      : std::string(account.substr(0, kLongestName));
+        const auto [place, isNew] = m_byName.try_emplace(source.name, m_all.size());
+        if (!isNew) return place->second;
+        source.number = account.substr(0, kLongestName);
+        source.kind = isCard         ? SourceKind::Card
+                      : isInvestment ? SourceKind::Investment
+                      : isBank       ? SourceKind::Bank
+                                     : SourceKind::Unknown;
+        m_all.push_back(std::move(source));
+        return m_all.size() - 1;
+    }
+
+    std::vector<ImportSource> m_all;
+
+private:
+    static constexpr size_t kLongestName = 100;  // bytes
+    std::unordered_map<std::string, size_t> m_byName;
+};
+
+// The first walk: what dates and amounts tell of the file, and whose registers it holds.
 class CSurvey final : public CQifTaker {
 public:
-    void BeginRegister() override { m_dates.StartSequence(); }
+    void BeginRegister(std::string_view account, std::string_view type) override {
+        m_dates.StartSequence();
+        m_source = m_sources.Take(account, type);
+    }
 
     void TakeRecord(const QifRecord& record) override {
-        ++m_records;
+        ++m_sources.m_all[m_source].lines;
         m_dates.Add(record.date, record.dateLine);
         const bool ownAmount = !record.amount.empty();
         if (ownAmount) m_amounts.Add(record.amount, record.amountLine);
@@ -58,23 +92,38 @@ public:
 
     CDateInference m_dates;
     CAmountInference m_amounts;
-    size_t m_records = 0;
+    CQifSources m_sources;
+
+private:
+    size_t m_source = 0;
 };
 
-// The second: the values, and a note for what is not as it should be.
+// The later ones: the values, and a note for what is not as it should be.
 class CValues final : public CQifTaker {
 public:
+    // Takes a record and its source.
+    using Sink = std::function<bool(ImportRecord&, size_t)>;
+
     CValues(int64_t today, const Dialect& dialect, const AmountMarks& marks,
-            const QifOutline& outline, CImportNotes& notes, QifContents& contents)
+            const QifOutline& outline, const std::vector<ImportSource>& chosen, CImportNotes& notes,
+            Sink sink)
         : m_today(today),
           m_dialect(dialect),
           m_marks(marks),
           m_outline(outline),
+          m_chosen(chosen),
           m_notes(notes),
-          m_contents(contents) {}
+          m_sink(std::move(sink)) {}
 
+    void BeginRegister(std::string_view account, std::string_view type) override {
+        m_source = m_sources.Take(account, type);
+        m_isChosen = m_chosen[m_source].chosen;
+    }
     void TakeRecord(const QifRecord& raw) override;
     void Skip(QifSkip reason, int64_t line) override;
+    // Records of the chosen ones, and actions among them that move no money.
+    int64_t Records() const { return m_read; }
+    int64_t Investments() const { return m_investments; }
 
 private:
     bool ReadAction(const QifRecord& raw, bool& isOut);
@@ -94,12 +143,21 @@ private:
     const Dialect& m_dialect;
     const AmountMarks& m_marks;
     const QifOutline& m_outline;
+    const std::vector<ImportSource>& m_chosen;
     CImportNotes& m_notes;
-    QifContents& m_contents;
+    Sink m_sink;
+    CQifSources m_sources;
+    size_t m_source = 0;
+    bool m_isChosen = true;  // as is what stands in no register
+    bool m_stopped = false;
+    int64_t m_read = 0;
+    int64_t m_investments = 0;
+    CTextArena m_arena;      // of the record being read
     std::string m_currency;  // of the first amount that has one
 };
 
 void CValues::Skip(QifSkip reason, int64_t line) {
+    if (!m_isChosen || m_stopped) return;
     switch (reason) {
         case QifSkip::Empty:
             return m_notes.Add(Kind::Skipped, line, "An empty record; not entered.");
@@ -110,11 +168,11 @@ void CValues::Skip(QifSkip reason, int64_t line) {
             return m_notes.Add(Kind::Skipped, line,
                                "In no register, and without a date and an amount: not entered.");
         case QifSkip::CutOff:
-            ++m_contents.read;
+            ++m_read;
             return m_notes.Add(Kind::Skipped, line,
                                "The file ends inside this record; it was not entered.");
         case QifSkip::NotClosed:
-            ++m_contents.read;
+            ++m_read;
             return m_notes.Add(Kind::Skipped, line,
                                "This record is not closed by \"^\" and lacks date or amount; it "
                                "was not entered.");
@@ -122,7 +180,8 @@ void CValues::Skip(QifSkip reason, int64_t line) {
 }
 
 void CValues::TakeRecord(const QifRecord& raw) {
-    ++m_contents.read;
+    if (!m_isChosen || m_stopped) return;
+    ++m_read;
     bool isOut = false;
     if (raw.isInvestment && !ReadAction(raw, isOut)) return;
     ImportRecord record;
@@ -151,7 +210,8 @@ void CValues::TakeRecord(const QifRecord& raw) {
                     "This record is not closed by \"^\"; it was entered up to line " +
                         std::to_string(raw.lastLine) + ".");
     }
-    m_contents.records.push_back(record);
+    m_stopped = !m_sink(record, m_source);
+    m_arena.Reset();
 }
 
 // False: it moves none of the account's own money.
@@ -170,7 +230,7 @@ bool CValues::ReadAction(const QifRecord& raw, bool& isOut) {
     }
     const std::string name = "Investment action " + InQuotes(raw.number);
     if (cash == QifCash::Elsewhere || cash == QifCash::None) {
-        ++m_contents.skippedInvestments;
+        ++m_investments;
         m_notes.Add(Kind::Skipped, raw.line,
                     name +
                         (cash == QifCash::Elsewhere ? " is settled with another account"
@@ -270,7 +330,7 @@ void CValues::ReadNumberOf(const QifRecord& raw, ImportRecord& record) {
         if (raw.memo.empty()) {
             record.memo = number;
         } else {
-            record.memo = m_contents.arena.Keep(std::string(raw.memo) + " " + std::string(number));
+            record.memo = m_arena.Keep(std::string(raw.memo) + " " + std::string(number));
         }
         m_notes.Add(Kind::Number, raw.line,
                     "The number " + InQuotes(number) + " is no check number: it went to the memo.");
@@ -347,22 +407,6 @@ std::string_view CValues::TransferOf(const QifRecord& raw, std::string_view cate
 
 // --- the file as a whole
 
-void RoundAmounts(std::vector<ImportRecord>& records, bool hasBalance, CImportNotes& notes) {
-    CAmountRounding rounding;
-    for (const ImportRecord& record : records) rounding.Add(record.amount);
-    if (hasBalance) rounding.KeepSum();
-    for (ImportRecord& record : records) {
-        const double written = record.amount;
-        record.amount = rounding.Round(written);
-        if (HasWholeCents(written)) continue;
-        char text[100];
-        std::snprintf(text, sizeof text,
-                      "The amount %.12g has more than two decimals: entered as %.2f.", written,
-                      record.amount);
-        notes.Add(Kind::Amount, record.line, text);
-    }
-}
-
 void NoteOutline(const QifOutline& outline, CImportNotes& notes) {
     if (!outline.lists.empty() && outline.registers > 0) {
         notes.Add(Kind::File, 0, "Skipped: lists of the type " + AllInQuotes(outline.lists) + ".");
@@ -376,30 +420,60 @@ void NoteOutline(const QifOutline& outline, CImportNotes& notes) {
                             " is not known, but holds dates and amounts: read as " + kind +
                             " register.");
     }
-    if (outline.accounts.size() < 2) return;
-    notes.Add(Kind::File, 0,
-              "The file holds the registers of " + std::to_string(outline.accounts.size()) +
-                  " accounts (" + AllInQuotes(outline.accounts) +
-                  "); all of them go into this one account.");
 }
 
 }  // namespace
 
-void ReadInferredQif(const CReadOnlyTextFileManager& text, int64_t today,
-                     const ImportOptions& options, Dialect& dialect, CImportNotes& notes,
-                     QifContents& contents) {
+CInferredQif::CInferredQif(const CReadOnlyTextFileManager& text, int64_t today,
+                           const ImportOptions& options, Dialect& dialect, CImportNotes& notes)
+    : m_text(text), m_today(today), m_options(options), m_dialect(dialect), m_notes(notes) {}
+
+void CInferredQif::Survey() {
     CSurvey survey;
-    contents.outline = WalkQif(text, survey);
-    survey.m_dates.Decide(options.dateOrder, dialect, notes);
-    const AmountMarks marks = survey.m_amounts.Decide(options.decimal, dialect, notes);
-    contents.records.reserve(survey.m_records);
-    CValues values(today, dialect, marks, contents.outline, notes, contents);
-    (void)WalkQif(text, values);
+    m_outline = WalkQif(m_text, survey);
+    survey.m_dates.Decide(m_options.dateOrder, m_dialect, m_notes);
+    m_marks = survey.m_amounts.Decide(m_options.decimal, m_dialect, m_notes);
+    m_sources = std::move(survey.m_sources.m_all);
+}
+
+CInferredQif::Counts CInferredQif::Count(const std::vector<ImportSource>& sources) {
+    Counts counts;
+    m_rounding.assign(sources.size(), {});
+    CImportNotes unheard;
+    CValues values(m_today, m_dialect, m_marks, m_outline, sources, unheard,
+                   [&](ImportRecord& record, size_t source) {
+                       ++counts.records;
+                       counts.dated += record.dateRead;
+                       m_rounding[source].Add(record.amount);
+                       return true;
+                   });
+    (void)WalkQif(m_text, values);
+    counts.read = values.Records();
+    counts.investments = values.Investments();
     double balance = 0.0;
-    const bool hasBalance =
-        ReadAmount(contents.outline.balance, marks, balance) == AmountReading::Clean;
-    RoundAmounts(contents.records, hasBalance, notes);
-    NoteOutline(contents.outline, notes);
+    if (ReadAmount(m_outline.balance, m_marks, balance) == AmountReading::Clean) {
+        for (CAmountRounding& rounding : m_rounding) rounding.KeepSum();
+    }
+    return counts;
+}
+
+void CInferredQif::Read(const std::vector<ImportSource>& sources, const RecordSink& sink) {
+    CValues values(m_today, m_dialect, m_marks, m_outline, sources, m_notes,
+                   [&](ImportRecord& record, size_t source) {
+                       const double written = record.amount;
+                       record.amount = m_rounding[source].Round(written);
+                       if (!HasWholeCents(written)) {
+                           char text[100];
+                           std::snprintf(
+                               text, sizeof text,
+                               "The amount %.12g has more than two decimals: entered as %.2f.",
+                               written, record.amount);
+                           m_notes.Add(Kind::Amount, record.line, text);
+                       }
+                       return sink(record);
+                   });
+    (void)WalkQif(m_text, values);
+    NoteOutline(m_outline, m_notes);
 }
 
 }  // namespace quillon

@@ -4,6 +4,7 @@
 #include "foundation/Unicode.h"
 #include "import/AmountText.h"
 #include "import/DateText.h"
+#include "import/TextScan.h"
 
 namespace quillon {
 

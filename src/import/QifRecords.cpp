@@ -55,10 +55,42 @@ bool HasDigit(std::string_view text) {
     return text.find_first_of("0123456789") != std::string_view::npos;
 }
 
+// Lines that follow each other, of which the text keeps the contents.
+class COpenLines {
+public:
+    explicit COpenLines(const CReadOnlyTextFileManager& text) : m_text(text) {}
+
+    // `line` follows the last one, if there is any.
+    void Append(int64_t line) {
+        if (m_count++ == 0) m_first = line;
+    }
+    void DropFirst(size_t count) {
+        m_first += static_cast<int64_t>(count);
+        m_count -= count;
+    }
+    void DropLast() { --m_count; }
+    void Clear() { m_count = 0; }
+
+    bool IsEmpty() const { return m_count == 0; }
+    size_t Size() const { return m_count; }
+    int64_t LineOf(size_t index) const { return m_first + static_cast<int64_t>(index); }
+    // What stands in the line behind the ends of earlier records.
+    std::string_view operator[](size_t index) const {
+        std::string_view text = TrimBlanks(m_text.LineBytes(LineOf(index) - 1));
+        while (!text.empty() && text.front() == '^') text = TrimBlanks(text.substr(1));
+        return text;
+    }
+
+private:
+    const CReadOnlyTextFileManager& m_text;
+    int64_t m_first = 0;  // from 1
+    size_t m_count = 0;
+};
+
 class CQifWalk {
 public:
     CQifWalk(const CReadOnlyTextFileManager& text, CQifTaker& taker)
-        : m_text(text), m_taker(taker) {}
+        : m_text(text), m_taker(taker), m_open(text) {}
 
     QifOutline Run() {
         for (int64_t i = 0; i < m_text.LineCount(); ++i) {
@@ -90,8 +122,8 @@ private:
             Close(true);
             text = TrimBlanks(text.substr(1));
         }
-        if (text == kEndOfFile || (text.empty() && m_open.empty())) return;
-        m_open.push_back({m_line, text});
+        if (text == kEndOfFile || (text.empty() && m_open.IsEmpty())) return;
+        m_open.Append(m_line);
     }
 
     void TakeHeading(std::string_view heading) {
@@ -120,9 +152,9 @@ private:
             std::find_if(std::begin(kLists), std::end(kLists),
                          [type](std::string_view known) { return EqualsAsciiCase(type, known); });
         if (IsRegisterType(type)) {
-            OpenRegister(Section::Register);
+            OpenRegister(Section::Register, type);
         } else if (IsInvestmentType(type)) {
-            OpenRegister(Section::Investment);
+            OpenRegister(Section::Investment, type);
         } else if (list != std::end(kLists)) {
             m_section = Section::List;
             m_isCategories = EqualsAsciiCase(type.substr(0, 3), "Cat");
@@ -132,10 +164,11 @@ private:
         }
     }
 
-    void OpenRegister(Section section) {
+    void OpenRegister(Section section, std::string_view type) {
         m_section = m_register = section;
+        m_registerType = type;
         ++m_outline.registers;
-        m_taker.BeginRegister();
+        m_taker.BeginRegister(m_account, type);
     }
 
     void TakeListLine(std::string_view text) {
@@ -146,9 +179,9 @@ private:
 
     // --- what was collected since the last "^"
     void Close(bool closed) {
-        while (!m_open.empty() && m_open.back().text.empty()) m_open.pop_back();
+        while (!m_open.IsEmpty() && m_open[m_open.Size() - 1].empty()) m_open.DropLast();
         const bool isRegister = m_section == Section::Register || m_section == Section::Investment;
-        if (m_open.empty()) {
+        if (m_open.IsEmpty()) {
             if (closed && isRegister) m_taker.Skip(QifSkip::Empty, m_line);
             return;
         }
@@ -158,7 +191,7 @@ private:
             if (m_section == Section::Start) DropPreamble();
             TakePieces(closed);
         }
-        m_open.clear();
+        m_open.Clear();
     }
 
     // A record, or several when a "^" was forgotten.
@@ -169,7 +202,7 @@ private:
             TakeBuilt(false);
             from = next;
         }
-        Build(from, m_open.size(), closed);
+        Build(from, m_open.Size(), closed);
         TakeBuilt(m_atEnd);
     }
 
@@ -178,12 +211,12 @@ private:
     void DropPreamble() {
         constexpr std::string_view kFields = "DTUPNLMCASE$%FXYIQO";
         size_t keep = 0;
-        for (size_t i = 0; i < m_open.size(); ++i) {
-            const std::string_view text = m_open[i].text;
+        for (size_t i = 0; i < m_open.Size(); ++i) {
+            const std::string_view text = m_open[i];
             if (text.empty() || !Contains(kFields, text.substr(0, 1))) {
                 keep = i + 1;
             } else if (text.front() == 'D' && IsReadableDate(text.substr(1))) {
-                m_open.erase(m_open.begin(), m_open.begin() + static_cast<std::ptrdiff_t>(keep));
+                m_open.DropFirst(keep);
                 return;
             }
         }
@@ -191,7 +224,7 @@ private:
 
     // The block names an account; behind its "^" may come another's, or records.
     void CloseInAccount(bool closed) {
-        Build(0, m_open.size(), closed);
+        Build(0, m_open.Size(), closed);
         const bool isRecord = IsWhole(m_record) || (IsReadableDate(m_record.date) &&
                                                     (!m_record.payee.empty() || m_hasMark));
         if (!isRecord) {
@@ -204,11 +237,11 @@ private:
             return;
         }
         if (IsInvestmentType(m_accountType)) {
-            OpenRegister(Section::Investment);
+            OpenRegister(Section::Investment, m_accountType);
         } else if (IsRegisterType(m_accountType)) {
-            OpenRegister(Section::Register);
+            OpenRegister(Section::Register, m_accountType);
         } else if (m_register != Section::Start) {
-            OpenRegister(m_register);
+            OpenRegister(m_register, m_registerType);
         } else {
             m_section = Section::Start;
             m_type = {};
@@ -223,8 +256,8 @@ private:
         bool amount = false;
         bool splits = false;
         size_t lastBlank = 0;
-        for (size_t i = from; i < m_open.size(); ++i) {
-            const std::string_view text = m_open[i].text;
+        for (size_t i = from; i < m_open.Size(); ++i) {
+            const std::string_view text = m_open[i];
             if (text.empty()) {
                 if (date && amount) {
                     lastBlank = i;
@@ -243,8 +276,8 @@ private:
     }
 
     bool HasAmountAfter(size_t at) const {
-        for (size_t i = at + 1; i < m_open.size(); ++i) {
-            const std::string_view text = m_open[i].text;
+        for (size_t i = at + 1; i < m_open.Size(); ++i) {
+            const std::string_view text = m_open[i];
             if (text.empty()) continue;
             if (text.front() == 'T' || text.front() == 'U' || text.front() == '$') return true;
             if (text.front() == 'D') return false;
@@ -254,7 +287,7 @@ private:
 
     // --- records
     void Build(size_t from, size_t to, bool closed) {
-        std::vector<QifLine> splits = std::move(m_record.splitAmounts);
+        std::deque<QifLine> splits = std::move(m_record.splitAmounts);
         splits.clear();
         m_record = QifRecord();
         m_record.splitAmounts = std::move(splits);
@@ -264,11 +297,12 @@ private:
         m_splitCategories = 0;
         m_blockBalance = {};
         for (size_t i = from; i < to; ++i) {
-            const QifLine& field = m_open[i];
-            if (field.text.empty()) continue;
-            if (m_record.line == 0) m_record.line = field.line;
-            m_record.lastLine = field.line;
-            TakeField(field.line, field.text.front(), TrimBlanks(field.text.substr(1)));
+            const std::string_view field = m_open[i];
+            if (field.empty()) continue;
+            const int64_t line = m_open.LineOf(i);
+            if (m_record.line == 0) m_record.line = line;
+            m_record.lastLine = line;
+            TakeField(line, field.front(), TrimBlanks(field.substr(1)));
         }
         m_record.splits = std::max(m_record.splitAmounts.size(), m_splitCategories);
     }
@@ -355,7 +389,7 @@ private:
             const bool isInvestment =
                 m_record.hasShares && FindQifAction(m_record.number) != nullptr;
             Assume(isInvestment);
-            OpenRegister(isInvestment ? Section::Investment : Section::Register);
+            OpenRegister(isInvestment ? Section::Investment : Section::Register, m_type);
         }
         m_record.isInvestment = m_section == Section::Investment;
         const bool noDate = m_record.dateLine == kNoQifLine;
@@ -370,7 +404,6 @@ private:
         } else if (!m_record.isClosed && (isCut || noDate || noAmount)) {
             Refuse(atEnd ? QifSkip::CutOff : QifSkip::NotClosed);
         } else {
-            if (!m_account.empty()) AddName(m_outline.accounts, m_account);
             m_taker.TakeRecord(m_record);
         }
     }
@@ -395,6 +428,7 @@ private:
 
     Section m_section = Section::Start;
     Section m_register = Section::Start;  // the kind of the latest register; Start: none
+    std::string_view m_registerType;      // and its type
     std::string_view m_type;              // of the section, as written
     bool m_isCategories = false;
     std::string_view m_account;  // of the latest block
@@ -405,7 +439,7 @@ private:
     std::string_view m_blockBalance;
     int64_t m_line = 0;
     bool m_atEnd = false;
-    std::vector<QifLine> m_open;  // since the last "^"
+    COpenLines m_open;  // since the last "^"
 
     // --- of the record being built
     QifRecord m_record;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -40,12 +41,12 @@ struct QifRecord {
     std::string_view payee;
     std::string_view category;
     std::string_view memo;
-    std::string_view number;            // or the action of an investment
-    std::string_view security;          // of an investment
-    std::string_view account;           // whose register it stands in
-    std::string_view splitCategory;     // of the first split
-    std::vector<QifLine> splitAmounts;  // of all splits
-    size_t splits = 0;                  // categories or amounts, whichever are more
+    std::string_view number;           // or the action of an investment
+    std::string_view security;         // of an investment
+    std::string_view account;          // whose register it stands in
+    std::string_view splitCategory;    // of the first split
+    std::deque<QifLine> splitAmounts;  // of all splits
+    size_t splits = 0;                 // categories or amounts, whichever are more
     bool isInvestment = false;
     bool hasShares = false;  // a security, a price or a quantity
     bool isClosed = true;    // by "^"
@@ -59,12 +60,11 @@ struct QifOutline {
         bool isInvestment = false;
     };
     bool hasHeading = false;
-    int64_t registers = 0;                   // sections that are one
-    int64_t incomplete = 0;                  // records that are no transactions
-    std::vector<std::string_view> lists;     // known types of lists, each once
-    std::vector<Assumed> assumed;            // registers that no known heading says
-    std::vector<std::string_view> accounts;  // with records, each once
-    std::string_view balance;                // of the only account, as its block states it
+    int64_t registers = 0;                // sections that are one
+    int64_t incomplete = 0;               // records that are no transactions
+    std::vector<std::string_view> lists;  // known types of lists, each once
+    std::vector<Assumed> assumed;         // registers that no known heading says
+    std::string_view balance;             // of the only account, as its block states it
     // Names of categories with a "/" in them, which elsewhere begins a class.
     std::unordered_set<std::string_view> slashed;
 };
@@ -82,8 +82,9 @@ enum class QifSkip {
 class CQifTaker {
 public:
     virtual ~CQifTaker() = default;
-    // Another account's register begins.
-    virtual void BeginRegister() {}
+    // A register begins, or goes on behind an account's block. `account` is empty where no
+    // block names it, `type` as its heading says.
+    virtual void BeginRegister(std::string_view /*account*/, std::string_view /*type*/) {}
     virtual void TakeRecord(const QifRecord& record) = 0;
     virtual void Skip(QifSkip reason, int64_t line) = 0;
 };

@@ -37,15 +37,21 @@ void CheckInferred(std::span<const uint8_t> bytes) {
     FUZZ_CHECK(
         lines.LoadBlock(text.data(), static_cast<int64_t>(text.size())) == TextFileStatus::Ok,
         "what is marked as UTF-8 is text");
-    QifContents contents;
     CImportNotes notes;
     Dialect dialect;
-    ReadInferredQif(lines, TodayFileTime(), {}, dialect, notes, contents);
-    for (const ImportRecord& record : contents.records) {
+    const ImportOptions options;
+    CInferredQif reader(lines, TodayFileTime(), options, dialect, notes);
+    reader.Survey();
+    std::vector<ImportSource> sources = reader.Sources();
+    for (ImportSource& source : sources) source.chosen = true;
+    const CInferredQif::Counts counts = reader.Count(sources);
+    int64_t records = 0;
+    reader.Read(sources, [&](ImportRecord& record) {
         CheckRecord(record, std::max<int64_t>(lines.LineCount(), 1));
-    }
-    FUZZ_CHECK(static_cast<int64_t>(contents.records.size()) <= contents.read,
-               "every record is counted");
+        ++records;
+        return true;
+    });
+    FUZZ_CHECK(records == counts.records && records <= counts.read, "every record is counted");
     int64_t line = 0;
     for (const ImportNote& note : notes.Take()) {
         FUZZ_CHECK(note.line >= 0 && !note.text.empty(), "notes say something");
@@ -58,6 +64,7 @@ void CheckImport(std::span<const uint8_t> bytes) {
     for (const DialectMode mode : {DialectMode::Plain, DialectMode::Auto}) {
         ImportOptions options;
         options.dialect = mode;
+        options.allSources = true;
         ImportResult second;
         const ImportResult first = ImportBench().Run<CQIFImportManager>(bytes, options, second);
         FUZZ_CHECK(ImportBench().File() == CopyOf(bytes), "importing leaves the file alone");

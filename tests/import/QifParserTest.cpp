@@ -31,7 +31,8 @@ using Lines = std::vector<std::string>;
 struct Read {
     Lines records;
     int64_t read = 0;
-    std::string notes;  // "3: text\n"
+    std::string notes;    // "3: text\n"
+    std::string sources;  // "Savings:2 Bank:1 "
     Dialect dialect;
 };
 
@@ -53,12 +54,20 @@ Read ReadInferred(std::string_view text, const ImportOptions& options = {}) {
     const Bytes bytes = Join({0xEF, 0xBB, 0xBF}, Text(text));
     EXPECT_EQ(lines.LoadBlock(bytes.data(), static_cast<int64_t>(bytes.size())),
               TextFileStatus::Ok);
-    QifContents contents;
     CImportNotes notes;
     Read read;
-    ReadInferredQif(lines, kToday, options, read.dialect, notes, contents);
-    for (const ImportRecord& record : contents.records) read.records.push_back(Shown(record));
-    read.read = contents.read;
+    CInferredQif reader(lines, kToday, options, read.dialect, notes);
+    reader.Survey();
+    std::vector<ImportSource> sources = reader.Sources();
+    for (ImportSource& source : sources) {
+        source.chosen = true;
+        read.sources += source.name + ":" + std::to_string(source.lines) + " ";
+    }
+    read.read = reader.Count(sources).read;
+    reader.Read(sources, [&](ImportRecord& record) {
+        read.records.push_back(Shown(record));
+        return true;
+    });
     for (const ImportNote& note : notes.Take()) {
         read.notes += std::to_string(note.line) + ": " + note.text + "\n";
     }
@@ -256,11 +265,6 @@ TEST(InferredQif, ReadsARegisterAsAPersonWould) {
          "!Type:Bank\nD1/31/15\nT1\n!Type:Cat\nNX\n^\n",
          {"2015-01-31 1"},
          "2: This record is not closed"},
-        {"two accounts",
-         "!Account\nNA\n^\n!Type:Bank\nD1/31/15\nT1\n^\n!Account\nNB\n^\n!Type:Bank\nD1/31/"
-         "15\nT2\n^\n",
-         {"2015-01-31 1", "2015-01-31 2"},
-         "0: The file holds the registers of 2 accounts (\"A\", \"B\")"},
         {"contradicting amounts",
          "!Type:Bank\nD1/31/15\nT1,234.50\n^\nD1/31/15\nT12,50\n^\n",
          {"2015-01-31 1234.5", "2015-01-31 12.5"},
@@ -364,6 +368,36 @@ TEST(InferredQif, AMillionLinesWithoutAnEndAreReadInOnePass) {
     text += "T1\n^\n" + std::string(200'000, '^');  // as many ends in one line
     const Read read = ReadInferred(text);
     EXPECT_GE(read.records.size(), 200'000U);
+}
+
+TEST(InferredQif, TellsTheAccountsApart) {
+    const std::string record = "D1/31/15\nT1\n^\n";
+    const auto block = [](const std::string& name) { return "!Account\nN" + name + "\n^\n"; };
+    const struct {
+        const char* name;
+        std::string text;
+        const char* sources;
+    } rows[] = {
+        {"one register", "!Type:Bank\n" + record, "Bank:1 "},
+        {"one register, said twice", "!Type:Bank\n" + record + "!Type:Bank\n" + record, "Bank:2 "},
+        {"no heading", record, "Bank:1 "},
+        {"two kinds", "!Type:Bank\n" + record + "!Type:CCard\n" + record, "Bank:1 CCard:1 "},
+        {"two accounts",
+         block("A") + "!Type:Bank\n" + record + block("B") + "!Type:Bank\n" + record, "A:1 B:1 "},
+        {"back to the first",
+         block("A") + "!Type:Bank\n" + record + block("B") + "!Type:Bank\n" + record + block("A") +
+             "!Type:Bank\n" + record,
+         "A:2 B:1 "},
+        {"records behind the blocks alone", block("A") + record + block("B") + record, "A:1 B:1 "},
+        {"one without a name", "!Type:Bank\n" + record + block("B") + "!Type:Bank\n" + record,
+         "Bank:1 B:1 "},
+        {"a register without records",
+         block("A") + "!Type:Bank\n" + block("B") + "!Type:Bank\n" + record, "A:0 B:1 "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(ReadInferred(row.text).sources, row.sources);
+    }
 }
 
 }  // namespace
