@@ -37,11 +37,10 @@ int DirectionOf(std::string_view type) {
 
 std::optional<int64_t> ReadAnyDate(std::string_view text) {
     if (const std::optional<int64_t> date = ReadStatementDate(text)) return date;
+    // Statements have one order, so only a date that needs none is one.
     DateParts parts;
-    if (text.size() < 10 || text.size() > 40 || !SplitDate(text.substr(0, 10), parts) ||
-        !parts.YearFirst()) {
-        return {};
-    }
+    if (!SplitDate(text, parts) && !SplitDate(text.substr(0, 10), parts)) return {};
+    if (!parts.YearFirst() && !parts.namesMonth) return {};
     return ReadDate(parts, DateOrder::YearMonthDay);
 }
 

@@ -66,7 +66,9 @@ bool CQIFImportManager::SurveyInferred() {
     if (size > 0) std::memcpy(block.get() + sizeof kUtf8Mark, source, size);
     bytes = {};
     const std::span<uint8_t> text(block.get() + sizeof kUtf8Mark, size);
-    if (BreakAtReturns(text) && finding.line > 1) finding.line = FirstLineBeyondAscii(text);
+    if (BreakAtReturns(text) && finding.line > 0 && finding.markLength == 0) {
+        finding.line = std::max<int64_t>(FirstLineBeyondAscii(text), 1);
+    }
     NoteCharset(finding, m_notes);
     const TextFileStatus status =
         m_text.AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));

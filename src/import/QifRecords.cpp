@@ -167,6 +167,7 @@ private:
     void OpenRegister(Section section, std::string_view type) {
         m_section = m_register = section;
         m_registerType = type;
+        m_registerAccount = m_account;
         ++m_outline.registers;
         m_taker.BeginRegister(m_account, type);
     }
@@ -236,6 +237,9 @@ private:
             m_outline.balance = m_blockBalance;
             return;
         }
+        // A register that nobody named is the same one when it goes on.
+        const bool goesOn = m_accountType.empty() || EqualsAsciiCase(m_accountType, m_registerType);
+        if (m_register != Section::Start && m_registerAccount.empty() && goesOn) m_account = {};
         if (IsInvestmentType(m_accountType)) {
             OpenRegister(Section::Investment, m_accountType);
         } else if (IsRegisterType(m_accountType)) {
@@ -429,7 +433,8 @@ private:
     Section m_section = Section::Start;
     Section m_register = Section::Start;  // the kind of the latest register; Start: none
     std::string_view m_registerType;      // and its type
-    std::string_view m_type;              // of the section, as written
+    std::string_view m_registerAccount;
+    std::string_view m_type;  // of the section, as written
     bool m_isCategories = false;
     std::string_view m_account;  // of the latest block
     std::string_view m_accountType;

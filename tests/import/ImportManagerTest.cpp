@@ -209,6 +209,24 @@ TEST_F(ImportManager, FailuresAreSaidInTheImportersWords) {
     EXPECT_TRUE(Register().empty());
 }
 
+TEST_F(ImportManager, ARegisterThatGoesOnBehindAnAccountBlockIsOne) {
+    const ImportResult result = ImportQif(
+        "!Type:Bank\nD1/31/21\nT1\nPA\n^\n!Account\nNGiro\nTBank\n^\nD1/30/21\nT2\nPB\n^\n"
+        "D1/29/21\nT3\nPC\n^\n",
+        Inferred());
+    EXPECT_EQ(result.imported, 3) << result.error;
+    EXPECT_EQ(result.sources.size(), 1U);
+}
+
+TEST_F(ImportManager, ReturnsEndLinesOfAQifFile) {
+    const ImportResult result =
+        ImportQif("!Type:Bank\rD13/1/21\rT-5\rPA\r^\rD14/1/21\rT-6\rPCaf\xE9\r^\r", Inferred());
+    EXPECT_EQ(Register(), (Lines{"2021-01-13 0 5 A", "2021-01-14 0 6 Caf\xC3\xA9"}));
+    EXPECT_EQ(result.dialect.charset, Charset::Windows1252);
+    ASSERT_FALSE(result.notes.empty());
+    EXPECT_EQ(result.notes.back().line, 8);  // where the accent is
+}
+
 TEST_F(ImportManager, QfxIsRewrittenEnteredOnceAndReported) {
     const std::string text =
         "<OFX><STMTTRN><TRNTYPE>DEBIT<DTPOSTED>20210315120000[-5:EST]<TRNAMT>-1,250.00<FITID>7"
