@@ -176,6 +176,18 @@ void PrintTables(CCommandContext& context, const Verification& found) {
     for (const std::string& text : DamageTexts(found.pages)) context.Say(text + ".");
 }
 
+// A ledger that a newer version worked in may hold what this one can only keep.
+void NoteSkippedColumns(CCommandContext& context, CDatabaseManager& database) {
+    for (const auto& table : database.Tables()) {
+        for (const CTableColumn& column : table->Columns()) {
+            if (IsColumnType(column.type)) continue;
+            context.Note("Column " + Quoted(column.name.ToUtf8()) + " of table " +
+                         Quoted(table->Name().ToUtf8()) +
+                         " holds values that this version does not know; they are kept.");
+        }
+    }
+}
+
 Json PagesAsJson(const Verification& found) {
     Json pages = Json::array();
     for (const PageDamage& page : found.pages) {
@@ -193,6 +205,7 @@ void Verify(CCommandContext& context, bool repair) {
     if (repair) Repair(context, session);
     Verification found = Check(session);
     if (repair) AcceptPages(context, session, found);
+    NoteSkippedColumns(context, session.Database().Database());
     if (context.WantsJson()) {
         Json tables = Json::array();
         for (const TableIntegrity& table : found.tables) {

@@ -124,6 +124,25 @@ TEST_F(Store, RepairMakesDamagedIndexesAnew) {
     EXPECT_GT(found, 0);
 }
 
+TEST_F(Store, ValuesOfANewerVersionAreNoted) {
+    for (int number = 1;; ++number) {
+        Bytes& definition = m_disk.Bytes("ledger/Table_" + std::to_string(number) + ".dat");
+        if (std::string_view(reinterpret_cast<const char*>(definition.data()) + 62) !=
+            "BudgetItem") {
+            continue;
+        }
+        definition.at(182 + 240) = 9;
+        break;
+    }
+    const CliRun run = Run({"verify", "--repair"});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(
+        run.out.find(" of table 'BudgetItem' holds values that this version does not know; they "
+                     "are kept."),
+        std::string::npos)
+        << run.out;
+}
+
 TEST_F(Store, BackupAndRestore) {
     const std::string before = RegistersIn("ledger");
     const CliRun backup = Run({"backup", "ledger.backup"});
@@ -169,7 +188,8 @@ TEST_F(Store, BackupsWithoutANameGoToTheLastFolder) {
     }
     EXPECT_TRUE(m_disk.Exists(start + ".dat"));
     EXPECT_TRUE(m_disk.Exists(start + "_2.dat"));
-    EXPECT_EQ(Json({"settings", "get", "FileFolder", "DatabaseBackupPath"}).at("value"), folder);
+    EXPECT_EQ(Json({"settings", "get", "FileFolder", "DatabaseBackupPath"}).at("value"),
+              WithTrailingSeparator(folder));
 }
 
 TEST_F(Store, ProtectedBackupsNeedTheirPassword) {
