@@ -27,17 +27,16 @@ Json CategoryJson(const CCategoryEntry& category) {
 std::string RequireNewName(CQuillonDatabaseInterface& database, const std::string& name) {
     RequireLine(name, "name");
     if (name.empty()) throw CFailure("A category needs a name.");
-    if (database.FindCategoryId(name) != kNoRow) {
+    const std::optional<int64_t> holder = database.FindCategoryId(name);
+    RequireStored(holder.has_value(), database);
+    if (*holder != kNoRow) {
         throw CFailure("There is a category " + Quoted(name) + " already; choose another name.");
     }
     return name;
 }
 
-// The program itself files rows under these two.
-void RequireOrdinary(const CCategoryEntry& category) {
-    const std::string_view name = category.name.View();
-    if (name != kAdjustmentCategory && name != kTransferCategory) return;
-    throw CFailure("The category " + Quoted(std::string(name)) +
+[[noreturn]] void RefuseKept(const std::string& name) {
+    throw CFailure("The category " + Quoted(name) +
                    " is needed by the program and stays as it is.");
 }
 
@@ -72,10 +71,11 @@ void Add(CCommandContext& context, const std::string& name) {
 void Rename(CCommandContext& context, const std::string& from, const std::string& to) {
     CSession session(context);
     CCategoryEntry category = RequireCategory(session.Database(), from);
-    RequireOrdinary(category);
     const std::string old = category.name.ToUtf8();
     category.name = RequireNewName(session.Database(), to);
-    RequireStored(session.Database().UpdateCategory(category), session.Database());
+    const LedgerStatus status = session.Ledger().RenameCategory(category.id, to);
+    if (status == LedgerStatus::CategoryKept) RefuseKept(old);
+    RequireDone(status, session.Database());
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + Quoted(old) + " is " + Quoted(to) + " now.");
 }
@@ -84,20 +84,24 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
     CSession session(context);
     CQuillonDatabaseInterface& database = session.Database();
     const CCategoryEntry category = RequireCategory(database, name);
-    RequireOrdinary(category);
     const std::string shown = Quoted(category.name.ToUtf8());
-    const int64_t uses = CountCategoryUses(database, category.id);
-    CFinanceBatch batch(database);
-    RequireStored(batch.Begun(), database);
-    if (moveTo.Given()) {
-        const CCategoryEntry target = RequireCategory(database, moveTo.value);
-        if (target.id == category.id) throw CFailure("--to names the category itself.");
-        MoveCategoryUses(database, category.id, target.id);
-    } else if (uses > 0) {
-        throw CFailure("The category " + shown + " is used in " + Counted(uses, "place", "places") +
-                       "; give another one for them with --to CATEGORY.");
+    const int64_t target = moveTo.Given() ? RequireCategory(database, moveTo.value).id : kNoRow;
+    switch (const LedgerStatus status = session.Ledger().RemoveCategory(category.id, target)) {
+        case LedgerStatus::CategoryKept:
+            RefuseKept(category.name.ToUtf8());
+        case LedgerStatus::CategoryReserved:
+            throw CFailure("Nothing is moved to " + Quoted(moveTo.value) +
+                           ", under which the program itself files transfers and opening "
+                           "balances; choose another category.");
+        case LedgerStatus::CategoryUsed:
+            throw CFailure("The category " + shown + " is used in " +
+                           Counted(CountCategoryUses(database, category.id), "place", "places") +
+                           "; give another one for them with --to CATEGORY.");
+        case LedgerStatus::SameCategory:
+            throw CFailure("--to names the category itself.");
+        default:
+            RequireDone(status, database);
     }
-    RequireStored(database.DeleteCategory(category.id) && batch.Commit(), database);
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + shown + " was deleted.");
 }

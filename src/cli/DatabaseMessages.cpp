@@ -80,6 +80,19 @@ void RequireDone(LedgerStatus status, const CQuillonDatabaseInterface& database)
             throw CFailure("The account is no longer there; 'account list' shows all.");
         case LedgerStatus::NoSuchTransaction:
             throw CFailure("There is no such transaction; 'transaction list ACCOUNT' shows them.");
+        case LedgerStatus::NoSuchCategory:
+            throw CFailure("The category is no longer there; 'category list' shows all.");
+        case LedgerStatus::AccountClosed:
+            throw CFailure("The account is closed; 'account reopen NAME' takes it into use again.");
+        case LedgerStatus::FractionOfCent:
+            throw CFailure("The amount has more than two decimals; write it in whole cents.");
+        case LedgerStatus::CategoryKept:
+        case LedgerStatus::CategoryReserved:
+            throw CFailure("The program itself files rows under this category; choose another.");
+        case LedgerStatus::CategoryUsed:
+            throw CFailure("Rows are filed under this category; give another one for them.");
+        case LedgerStatus::SameCategory:
+            throw CFailure("Rows of a category go to another one; choose that.");
         case LedgerStatus::SameAccount:
             throw CFailure("A transfer needs two different accounts.");
         case LedgerStatus::BadAmount:
@@ -92,6 +105,10 @@ void RequireDone(LedgerStatus status, const CQuillonDatabaseInterface& database)
             break;
     }
     throw CFailure(StoreMessage(database));
+}
+
+void RequireFound(CLookup found, const CQuillonDatabaseInterface& database) {
+    RequireStored(static_cast<bool>(found), database);
 }
 
 void RequireStored(bool done, const CQuillonDatabaseInterface& database) {

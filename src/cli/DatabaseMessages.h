@@ -17,6 +17,8 @@ std::string StoreMessage(const CQuillonDatabaseInterface& database);
 
 // Throws CFailure unless the ledger's operation was done.
 void RequireDone(LedgerStatus status, const CQuillonDatabaseInterface& database);
+// The same for a row that must be there.
+void RequireFound(CLookup found, const CQuillonDatabaseInterface& database);
 // Throws CFailure when a read or write failed.
 void RequireStored(bool done, const CQuillonDatabaseInterface& database);
 

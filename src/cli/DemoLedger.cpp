@@ -204,6 +204,7 @@ private:
     using Ids = std::unordered_map<std::string, int64_t>;
 
     void Need(bool done) { RequireStored(done, m_database); }
+    void Need(CLookup found) { RequireFound(found, m_database); }
     void Need(LedgerStatus status) { RequireDone(status, m_database); }
 
     int64_t AccountId(DemoAccount account) const {

@@ -12,23 +12,6 @@ std::string CellOf(const Json& value) {
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
-struct CategoryUses {
-    COwnedList<CTransactionEntry> transactions;
-    std::vector<CMemorizedTransactionEntry> memorized;
-    COwnedList<CBudgetItem> budget;
-
-    CategoryUses(CQuillonDatabaseInterface& database, int64_t categoryId) {
-        COwnedList<CMemorizedTransactionEntry> all;
-        RequireStored(database.ListTransactionsByCategory(categoryId, transactions) &&
-                          database.ListMemorizedTransactions(all) &&
-                          database.ListBudgetItemsByCategory(categoryId, budget),
-                      database);
-        for (const CMemorizedTransactionEntry& row : all) {
-            if (row.categoryId == categoryId) memorized.push_back(row);
-        }
-    }
-};
-
 struct PayeeUses {
     COwnedList<CTransactionEntry> transactions;
     COwnedList<CMemorizedTransactionEntry> memorized;
@@ -75,29 +58,21 @@ void PrintRowTable(CCommandContext& context, const Json& rows,
 }
 
 int64_t CountCategoryUses(CQuillonDatabaseInterface& database, int64_t categoryId) {
-    const CategoryUses uses(database, categoryId);
-    return static_cast<int64_t>(uses.memorized.size()) + uses.transactions.Count() +
-           uses.budget.Count();
+    COwnedList<CTransactionEntry> transactions;
+    COwnedList<CMemorizedTransactionEntry> memorized;
+    COwnedList<CBudgetItem> budget;
+    RequireStored(database.ListTransactionsByCategory(categoryId, transactions) &&
+                      database.ListMemorizedTransactions(memorized) &&
+                      database.ListBudgetItemsByCategory(categoryId, budget),
+                  database);
+    int64_t uses = int64_t{transactions.Count()} + budget.Count();
+    for (const CMemorizedTransactionEntry& row : memorized) uses += row.categoryId == categoryId;
+    return uses;
 }
 
 int64_t CountPayeeUses(CQuillonDatabaseInterface& database, int64_t payeeId) {
     const PayeeUses uses(database, payeeId);
     return int64_t{uses.transactions.Count()} + uses.memorized.Count();
-}
-
-void MoveCategoryUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to) {
-    CategoryUses uses(database, from);
-    for (const CTransactionEntry& row : uses.transactions) {
-        RequireStored(database.UpdateTransactionCategory(row.id, to), database);
-    }
-    for (CMemorizedTransactionEntry& row : uses.memorized) {
-        row.categoryId = to;
-        RequireStored(database.UpdateMemorizedTransaction(row), database);
-    }
-    for (CBudgetItem& row : uses.budget) {
-        row.categoryId = to;
-        RequireStored(database.UpdateBudgetItem(row), database);
-    }
 }
 
 void MovePayeeUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to) {

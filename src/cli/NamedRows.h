@@ -25,11 +25,11 @@ void PrintRowTable(CCommandContext& context, const Json& rows,
                    const std::vector<RowColumn>& columns, const std::string& one,
                    const std::string& many);
 
-// Refers rows from one name's row to another's, or counts them. Transactions, memorized
-// transactions and budget items may refer to a category, the first two to a payee.
+// The rows that refer to a name's row. Transactions, memorized transactions and budget items
+// may refer to a category, the first two to a payee.
 int64_t CountCategoryUses(CQuillonDatabaseInterface& database, int64_t categoryId);
 int64_t CountPayeeUses(CQuillonDatabaseInterface& database, int64_t payeeId);
-void MoveCategoryUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to);
+// Refers them to another payee.
 void MovePayeeUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to);
 
 }  // namespace quillon

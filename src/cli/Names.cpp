@@ -96,7 +96,9 @@ std::string Suggestion(const std::string& wanted, const std::vector<std::string>
 
 CAccountEntry RequireAccount(CQuillonDatabaseInterface& database, const std::string& name) {
     CAccountEntry account;
-    if (database.FindAccountByName(name, account)) return account;
+    const CLookup found = database.FindAccountByName(name, account);
+    if (found) return account;
+    RequireStored(!found.HasFailed(), database);
     COwnedList<CAccountEntry> accounts;
     RequireStored(database.ListAccounts(accounts), database);
     if (accounts.IsEmpty()) {
@@ -108,7 +110,9 @@ CAccountEntry RequireAccount(CQuillonDatabaseInterface& database, const std::str
 
 CCategoryEntry RequireCategory(CQuillonDatabaseInterface& database, const std::string& name) {
     CCategoryEntry category;
-    if (database.FindCategoryByName(name, category)) return category;
+    const CLookup found = database.FindCategoryByName(name, category);
+    if (found) return category;
+    RequireStored(!found.HasFailed(), database);
     COwnedList<CCategoryEntry> categories;
     RequireStored(database.ListCategories(categories), database);
     return RequireByName(categories, name, "category", "category list");
@@ -116,7 +120,9 @@ CCategoryEntry RequireCategory(CQuillonDatabaseInterface& database, const std::s
 
 CPayeeEntry RequirePayee(CQuillonDatabaseInterface& database, const std::string& name) {
     CPayeeEntry payee;
-    if (database.FindPayeeByName(name, payee)) return payee;
+    const CLookup found = database.FindPayeeByName(name, payee);
+    if (found) return payee;
+    RequireStored(!found.HasFailed(), database);
     COwnedList<CPayeeEntry> payees;
     RequireStored(database.ListPayees(payees), database);
     return RequireByName(payees, name, "payee", "payee list");

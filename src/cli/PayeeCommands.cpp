@@ -19,7 +19,9 @@ Json PayeeJson(const CPayeeEntry& payee) {
 std::string RequireNewName(CQuillonDatabaseInterface& database, const std::string& name) {
     RequireLine(name, "name");
     if (name.empty()) throw CFailure("A payee needs a name.");
-    if (database.FindPayeeId(name) != kNoRow) {
+    const std::optional<int64_t> holder = database.FindPayeeId(name);
+    RequireStored(holder.has_value(), database);
+    if (*holder != kNoRow) {
         throw CFailure("There is a payee " + Quoted(name) +
                        " already; to join two of them use 'payee delete OLD --to " + name + "'.");
     }

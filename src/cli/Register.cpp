@@ -17,12 +17,14 @@ std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
 
 RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transactionId) {
     CTransactionEntry row;
-    if (!database.ReadTransaction(transactionId, row)) {
+    const CLookup found = database.ReadTransaction(transactionId, row);
+    RequireStored(!found.HasFailed(), database);
+    if (!found) {
         throw CFailure("There is no transaction " + std::to_string(transactionId) +
                        "; 'transaction list ACCOUNT' shows their numbers.");
     }
     CAccountEntry account;
-    RequireStored(database.ReadAccount(row.accountId, account), database);
+    RequireFound(database.ReadAccount(row.accountId, account), database);
     for (RegisterLine& line : ReadRegister(database, account)) {
         if (line.row.id == transactionId) return std::move(line);
     }

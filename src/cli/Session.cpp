@@ -83,8 +83,11 @@ void CSession::RefuseMissing() const {
 
 void CSession::EnterPassword(CCommandContext& context) {
     const std::string password = context.ReadPassword("Password of the ledger: ");
-    if (m_startUp.EnterPassword(password) == PasswordAnswer::Accepted) return;
+    const PasswordAnswer answer = m_startUp.EnterPassword(password);
+    if (answer == PasswordAnswer::Accepted) return;
+    const std::string trouble = StoreMessage(m_database);
     (void)m_startUp.Cancel();
+    if (answer == PasswordAnswer::Unavailable) throw CFailure(trouble);
     throw CFailure(OnOneLine(kWrongPasswordMessage));
 }
 

@@ -85,7 +85,7 @@ void PrintLines(CCommandContext& context, CQuillonDatabaseInterface& database,
     for (const RegisterLine& line : lines) context.Say(what + ": " + Describe(line, names));
     for (const RegisterLine& line : lines) {
         CAccountEntry account;
-        RequireStored(database.ReadAccount(line.row.accountId, account), database);
+        RequireFound(database.ReadAccount(line.row.accountId, account), database);
         context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +
                     FormatCurrency(account.currentBalance));
     }
@@ -112,7 +112,9 @@ void AddTransaction(CCommandContext& context, const EntryOptions& options) {
 class COtherSide {
 public:
     COtherSide(CSession& session, int64_t id, bool both) : m_both(both) {
-        m_found = session.Ledger().FindOtherTransferSide(id, m_other);
+        const CLookup found = session.Ledger().FindOtherTransferSide(id, m_other);
+        RequireStored(!found.HasFailed(), session.Database());
+        m_found = static_cast<bool>(found);
         if (both && !m_found) {
             throw CFailure("Transaction " + std::to_string(id) +
                            " has no other side: it is no transfer, or the other side is gone or "
@@ -126,7 +128,7 @@ public:
     void Mention(CCommandContext& context, CQuillonDatabaseInterface& database) const {
         if (!m_found || m_both) return;
         CAccountEntry account;
-        RequireStored(database.ReadAccount(m_other.accountId, account), database);
+        RequireFound(database.ReadAccount(m_other.accountId, account), database);
         context.Note("This was one side of a transfer; the other, transaction " +
                      std::to_string(m_other.id) + " in " + Quoted(account.name.ToUtf8()) +
                      ", was left as it was (--both does both).");
@@ -157,7 +159,9 @@ void EditTransaction(CCommandContext& context, const EntryOptions& options) {
     CFinanceBatch batch(database);
     RequireStored(batch.Begun(), database);
     FindNames(options, database, row);
-    RequireDone(session.Ledger().ChangeTransaction(row, other.Sides()), database);
+    // A type that was given is meant for the account the row goes to.
+    const auto effect = options.type.Given() ? EffectOnMove::AsGiven : EffectOnMove::Kept;
+    RequireDone(session.Ledger().ChangeTransaction(row, other.Sides(), effect), database);
     RequireStored(batch.Commit(), database);
 
     std::vector<RegisterLine> lines{RequireLineOf(database, id)};
@@ -251,9 +255,12 @@ void AddTransactionCommands(CLI::App& program, CCommandContext& context) {
     CLI::App* const edit = group->add_subcommand("edit", "Change a transaction");
     const auto edited = std::make_shared<EntryOptions>();
     edit->add_option("id", edited->idText, "Its number, from transaction list")->required();
-    AddText(edit, "--account", edited->account, "Move it to this account");
+    AddText(edit, "--account", edited->account,
+            "Move it to this account; the type follows the kind of account");
     AddEntryOptions(edit, *edited, false);
-    edit->add_flag("--both", edited->both, "Give the other side of a transfer date, amount, memo");
+    edit->add_flag("--both", edited->both,
+                   "Change the other side of a transfer to match: date, amount, category, "
+                   "memo, direction");
     edit->callback([&context, edited] {
         context.work = [&context, edited] { EditTransaction(context, *edited); };
     });

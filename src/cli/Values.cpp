@@ -59,6 +59,11 @@ double RequireAmount(const std::string& text) {
     if (amount > kLargestAmount || amount < -kLargestAmount) {
         throw CFailure("The amount " + text + " is too large for the ledger.");
     }
+    // To the last bit: what was typed, not what came out of a sum.
+    if (amount != RoundToCents(amount)) {
+        throw CFailure("The amount " + text +
+                       " has more than two decimals; write it in whole cents, like 1234.50.");
+    }
     return amount;
 }
 

@@ -13,7 +13,7 @@ namespace quillon {
 
 // YYYY-MM-DD, as midnight UTC.
 int64_t RequireDate(const std::string& text);
-// A signed amount that the ledger can hold.
+// A signed amount that the ledger can hold, of two decimals at most.
 double RequireAmount(const std::string& text);
 // The same, 0 or above: `what` tells where the direction comes from.
 double RequireMagnitude(const std::string& text, const std::string& what);

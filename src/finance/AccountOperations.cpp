@@ -39,11 +39,12 @@ bool CQuillonDatabaseInterface::ListAccountsByType(AccountType type,
     });
 }
 
-bool CQuillonDatabaseInterface::ReadAccount(int64_t accountId, CAccountEntry& account) {
+CLookup CQuillonDatabaseInterface::ReadAccount(int64_t accountId, CAccountEntry& account) {
     return m_rows->Read(accountId, account);
 }
 
-bool CQuillonDatabaseInterface::FindAccountByName(std::string_view name, CAccountEntry& account) {
+CLookup CQuillonDatabaseInterface::FindAccountByName(std::string_view name,
+                                                     CAccountEntry& account) {
     return m_rows->ReadByText(account, "Name", name);
 }
 

@@ -28,6 +28,20 @@ constexpr TransactionType TypeForSignedAmount(double signedAmount, AccountType a
     return out ? TransactionType::Payment : TransactionType::Deposit;
 }
 
+// The type with which a row moved between accounts of these kinds keeps its effect: its own
+// where accounts of the new kind have such rows and it still moves money the same way, else
+// the one that bank files are entered with. Transfer is a paying side on every kind.
+constexpr TransactionType TypeAfterMove(TransactionType type, AccountType from, AccountType to) {
+    const bool sameKind = from == to || (!IsDebtAccount(from) && !IsDebtAccount(to));
+    if (sameKind || type == TransactionType::Transfer) return type;
+    return TypeForSignedAmount(BalanceEffect(type, 1.0, from), to);
+}
+
+// The types of the two sides of a transfer.
+constexpr TransactionType TransferType(bool comesIn, AccountType account) {
+    return comesIn ? TypeForSignedAmount(1.0, account) : TransactionType::Transfer;
+}
+
 // Doubles cannot hold most cents exactly, and errors would add up over years of
 // transactions. A sum that is within a ten-thousandth of a cent of a whole cent becomes
 // the double nearest to that cent; any other sum (share prices, exchange rates) is kept.

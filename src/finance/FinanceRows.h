@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "finance/FinanceSchema.h"
+#include "finance/Lookup.h"
 #include "finance/RecordFields.h"
 #include "foundation/KeelList.h"
 #include "foundation/ReentrantLock.h"
@@ -29,19 +30,12 @@ public:
     template <class Work>
     bool Run(Work work) {
         const CLockScope lock(m_section);
-        m_foundNone = false;
         try {
             return work();
         } catch (const std::bad_alloc&) {
             m_database.AbandonRow();
             return false;
         }
-    }
-
-    // The last operation was a read that failed only because no row matches.
-    bool FoundNone() const {
-        const CLockScope lock(m_section);
-        return m_foundNone;
     }
 
     template <class Entry>
@@ -104,30 +98,27 @@ public:
         });
     }
 
-    // The first row that matches. False also when there is none; `entry` is then untouched.
+    // The first row that matches; `entry` is untouched unless there is one.
     template <class Entry, class Where>
-    bool ReadFirst(Entry& entry, Where where) {
-        return Run([&] {
+    CLookup ReadFirst(Entry& entry, Where where) {
+        CLookup answer = CLookup::Failed();
+        Run([&] {
             if (!Select(TableOf<Entry>(), where)) return false;
             Entry read;
             const CNoSQLDatabaseResults& rows = m_query.Results();
-            const bool none = rows.IsEmpty() && rows.UnreadableRows() == 0;
+            const bool none = HasNone(rows);
             const bool found = !rows.IsEmpty() && ReadEntry(PresentFields<Entry>(), 0, read);
             m_query.ReleaseResults();
-            m_foundNone = none;
             if (found) entry = read;
-            return found;
+            if (found || none) answer = found ? CLookup::Found() : CLookup::None();
+            return true;
         });
+        return answer;
     }
 
     template <class Entry>
-    bool Read(int64_t rowId, Entry& entry) {
-        if (rowId <= kNoRow) {
-            return Run([&] {
-                m_foundNone = true;
-                return false;
-            });
-        }
+    CLookup Read(int64_t rowId, Entry& entry) {
+        if (rowId <= kNoRow) return CLookup::None();
         return ReadFirst(entry, [&](CNoSQLDatabaseInterface& query) {
             return query.AddInt64(kRowIdColumnName, WhereOperator::Equal, rowId);
         });
@@ -135,29 +126,34 @@ public:
 
     // The oldest row with that text.
     template <class Entry>
-    bool ReadByText(Entry& entry, const char* column, std::string_view text) {
+    CLookup ReadByText(Entry& entry, const char* column, std::string_view text) {
         return ReadFirst(entry, [&](CNoSQLDatabaseInterface& query) {
             return query.AddText(column, WhereOperator::Equal, text);
         });
     }
 
-    // Identifier of the oldest row with that text, 0 when there is none. False: the
-    // question could not be answered.
-    bool FindByText(const char* table, const char* column, std::string_view text, int64_t& rowId) {
-        return Run([&] {
+    // Identifier of the oldest row with that text, 0 unless there is one.
+    CLookup FindByText(const char* table, const char* column, std::string_view text,
+                       int64_t& rowId) {
+        CLookup answer = CLookup::Failed();
+        rowId = kNoRow;
+        Run([&] {
             if (!Select(table, [&](CNoSQLDatabaseInterface& query) {
                     return query.AddText(column, WhereOperator::Equal, text);
                 })) {
                 return false;
             }
             const CNoSQLDatabaseResults& rows = m_query.Results();
-            rowId = rows.IsEmpty() ? kNoRow : rows.RowIdAt(0);
-            // Among rows that cannot be read may be the one asked for.
-            const bool answered = rowId != kNoRow || rows.UnreadableRows() == 0;
+            if (!rows.IsEmpty()) {
+                rowId = rows.RowIdAt(0);
+                answer = CLookup::Found();
+            } else if (HasNone(rows)) {
+                answer = CLookup::None();
+            }
             m_query.ReleaseResults();
-            m_foundNone = answered && rowId == kNoRow;
-            return answered;
+            return true;
         });
+        return answer;
     }
 
     // The single row of a table that has one: `read(results)` reads from position 0.
@@ -183,6 +179,11 @@ public:
     }
 
 private:
+    // Among rows that cannot be read may be the one asked for.
+    static bool HasNone(const CNoSQLDatabaseResults& rows) {
+        return rows.IsEmpty() && rows.UnreadableRows() == 0;
+    }
+
     bool Abandon() {
         m_database.AbandonRow();
         return false;
@@ -238,10 +239,9 @@ private:
         return true;
     }
 
-    mutable CReentrantLock m_section;
+    CReentrantLock m_section;
     CDatabaseManager& m_database;
     CNoSQLDatabaseInterface m_query;
-    bool m_foundNone = false;
 };
 
 }  // namespace quillon

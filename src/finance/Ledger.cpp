@@ -1,120 +1,98 @@
+// Transactions, and the balances that follow them.
+
 #include "finance/Ledger.h"
 
-#include <cmath>
+#include <algorithm>
 #include <new>
-#include <utility>
+#include <vector>
 
 #include "finance/Balance.h"
 
 namespace quillon {
 
-namespace {
-
-// The type of an opening balance below zero.
-TransactionType OutgoingType(AccountType account) {
-    if (account == AccountType::Credit) return TransactionType::Charge;
-    if (account == AccountType::Loan) return TransactionType::Principal;
-    return TransactionType::Withdrawal;
-}
-
-TransactionType IncomingType(AccountType account) {
-    return IsDebtAccount(account) ? TransactionType::Payment : TransactionType::Deposit;
-}
-
-}  // namespace
-
-LedgerStatus CLedger::CheckAmount(double amount) const {
+LedgerStatus CLedger::CheckMagnitude(double amount) {
     // Written so that a NaN fails too.
     return amount >= 0.0 && amount <= kLargestAmount ? LedgerStatus::Ok : LedgerStatus::BadAmount;
 }
 
+LedgerStatus CLedger::CheckAmount(double amount) {
+    const LedgerStatus status = CheckMagnitude(amount);
+    if (status != LedgerStatus::Ok) return status;
+    return HasWholeCents(amount) ? LedgerStatus::Ok : LedgerStatus::FractionOfCent;
+}
+
 LedgerStatus CLedger::ReadAccount(int64_t accountId, CAccountEntry& account) {
-    if (m_database.ReadAccount(accountId, account)) return LedgerStatus::Ok;
-    return m_database.IsOpen() && m_database.FoundNone() ? LedgerStatus::NoSuchAccount
-                                                         : LedgerStatus::StoreFailed;
+    if (!m_database.IsOpen()) return LedgerStatus::StoreFailed;
+    const CLookup read = m_database.ReadAccount(accountId, account);
+    if (read.HasFailed()) return LedgerStatus::StoreFailed;
+    return read ? LedgerStatus::Ok : LedgerStatus::NoSuchAccount;
 }
 
 LedgerStatus CLedger::ReadTransaction(int64_t transactionId, CTransactionEntry& transaction) {
-    if (m_database.ReadTransaction(transactionId, transaction)) return LedgerStatus::Ok;
-    return m_database.FoundNone() ? LedgerStatus::NoSuchTransaction : LedgerStatus::StoreFailed;
+    const CLookup read = m_database.ReadTransaction(transactionId, transaction);
+    if (read.HasFailed()) return LedgerStatus::StoreFailed;
+    return read ? LedgerStatus::Ok : LedgerStatus::NoSuchTransaction;
 }
 
-LedgerStatus CLedger::NoteEffect(const CTransactionEntry& transaction, double sign,
-                                 Effects& effects) {
-    CAccountEntry account;
-    const LedgerStatus status = ReadAccount(transaction.accountId, account);
+LedgerStatus CLedger::Touch(int64_t accountId, Effects& effects, Touched*& touched) {
+    const auto [place, isNew] = effects.try_emplace(accountId);
+    touched = &place->second;
+    if (!isNew) return LedgerStatus::Ok;
+    const LedgerStatus status = ReadAccount(accountId, touched->account);
+    if (status != LedgerStatus::Ok) effects.erase(place);
+    return status;
+}
+
+LedgerStatus CLedger::NoteGone(const CTransactionEntry& row, Effects& effects) {
+    Touched* touched = nullptr;
+    const LedgerStatus status = Touch(row.accountId, effects, touched);
+    // A row whose account is gone has no effect to take back.
+    if (status == LedgerStatus::NoSuchAccount) return LedgerStatus::Ok;
     if (status != LedgerStatus::Ok) return status;
-    effects[account.id] +=
-        sign * BalanceEffect(transaction.transactionType, transaction.amount, account.accountType);
+    touched->effect -= BalanceEffect(row.transactionType, row.amount, touched->account.accountType);
+    return LedgerStatus::Ok;
+}
+
+LedgerStatus CLedger::NoteEntered(const CTransactionEntry& row, Effects& effects) {
+    Touched* touched = nullptr;
+    const LedgerStatus status = Touch(row.accountId, effects, touched);
+    if (status != LedgerStatus::Ok) return status;
+    touched->effect += BalanceEffect(row.transactionType, row.amount, touched->account.accountType);
+    touched->check = std::max(touched->check, row.check);
     return LedgerStatus::Ok;
 }
 
 LedgerStatus CLedger::ApplyEffects(const Effects& effects) {
-    for (const auto& [accountId, effect] : effects) {
-        CAccountEntry account;
-        const LedgerStatus status = ReadAccount(accountId, account);
-        if (status != LedgerStatus::Ok) return status;
-        const double balance = SettledSum(account.currentBalance + effect);
+    for (const auto& [accountId, touched] : effects) {
+        const CAccountEntry& account = touched.account;
+        const double balance = SettledSum(account.currentBalance + touched.effect);
         if (balance != account.currentBalance &&
             !m_database.UpdateAccountBalance(accountId, balance)) {
             return LedgerStatus::StoreFailed;
         }
-    }
-    return LedgerStatus::Ok;
-}
-
-LedgerStatus CLedger::OpenAccount(CAccountEntry& account, double openingBalance, int64_t date) try {
-    const double magnitude = std::fabs(openingBalance);
-    if (CheckAmount(magnitude) != LedgerStatus::Ok) return LedgerStatus::BadAmount;
-    if (account.name.IsEmpty()) return LedgerStatus::NameMissing;
-    CAccountEntry holder;
-    if (m_database.FindAccountByName(account.name.ToUtf8(), holder)) return LedgerStatus::NameTaken;
-    if (!m_database.FoundNone()) return LedgerStatus::StoreFailed;
-
-    CFinanceBatch batch(m_database);
-    if (!batch.Begun()) return LedgerStatus::StoreFailed;
-    CAccountEntry opened(account);
-    opened.currentBalance = SettledSum(openingBalance);
-    if (!m_database.AddAccount(opened)) return LedgerStatus::StoreFailed;
-    if (magnitude != 0.0) {
-        CTransactionEntry opening;
-        opening.accountId = opened.id;
-        opening.serviceDate = date;
-        opening.transactionType = openingBalance < 0 ? OutgoingType(opened.accountType)
-                                                     : IncomingType(opened.accountType);
-        opening.categoryId = m_database.FindOrAddCategory(kAdjustmentCategory);
-        opening.amount = magnitude;
-        opening.memo = "Opening balance";
-        if (opening.categoryId == kNoRow || !m_database.AddTransaction(opening)) {
+        if (touched.check > account.latestCheckNumber &&
+            !m_database.UpdateAccountLatestCheckNumber(accountId, touched.check)) {
             return LedgerStatus::StoreFailed;
         }
     }
-    if (!batch.Commit()) return LedgerStatus::StoreFailed;
-    account = std::move(opened);
     return LedgerStatus::Ok;
-} catch (const std::bad_alloc&) {
-    return LedgerStatus::StoreFailed;
 }
 
 LedgerStatus CLedger::EnterTransaction(CTransactionEntry& transaction) try {
-    if (CheckAmount(transaction.amount) != LedgerStatus::Ok) return LedgerStatus::BadAmount;
-    CAccountEntry account;
-    LedgerStatus status = ReadAccount(transaction.accountId, account);
+    const CFinanceSection section(m_database);
+    CTransactionEntry entered(transaction);
+    entered.amount = RoundToCents(entered.amount);
+    Effects effects;
+    LedgerStatus status = CheckAmount(transaction.amount);
+    if (status == LedgerStatus::Ok) status = NoteEntered(entered, effects);
     if (status != LedgerStatus::Ok) return status;
+    if (!effects.begin()->second.account.active) return LedgerStatus::AccountClosed;
 
     CFinanceBatch batch(m_database);
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
-    CTransactionEntry entered(transaction);
     if (!m_database.AddTransaction(entered)) return LedgerStatus::StoreFailed;
-    Effects effects;
-    effects[account.id] =
-        BalanceEffect(entered.transactionType, entered.amount, account.accountType);
     status = ApplyEffects(effects);
     if (status != LedgerStatus::Ok) return status;
-    if (entered.check > account.latestCheckNumber &&
-        !m_database.UpdateAccountLatestCheckNumber(account.id, entered.check)) {
-        return LedgerStatus::StoreFailed;
-    }
     if (!batch.Commit()) return LedgerStatus::StoreFailed;
     transaction.id = entered.id;
     return LedgerStatus::Ok;
@@ -124,39 +102,60 @@ LedgerStatus CLedger::EnterTransaction(CTransactionEntry& transaction) try {
 
 LedgerStatus CLedger::ChangeRow(const CTransactionEntry& old, const CTransactionEntry& changed,
                                 Effects& effects) {
-    const LedgerStatus status = NoteEffect(changed, 1.0, effects);
+    LedgerStatus status = NoteEntered(changed, effects);
+    if (status == LedgerStatus::Ok) status = NoteGone(old, effects);
     if (status != LedgerStatus::Ok) return status;
-    // A row whose account is gone has no effect to take back.
-    const LedgerStatus before = NoteEffect(old, -1.0, effects);
-    if (before == LedgerStatus::StoreFailed) return before;
     return m_database.UpdateTransaction(changed) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 }
 
-LedgerStatus CLedger::ChangeTransaction(const CTransactionEntry& changed, TransferSides sides) try {
-    if (CheckAmount(changed.amount) != LedgerStatus::Ok) return LedgerStatus::BadAmount;
-    CTransactionEntry old;
-    LedgerStatus status = ReadTransaction(changed.id, old);
+LedgerStatus CLedger::CheckChange(const CTransactionEntry& old, CTransactionEntry& changed,
+                                  EffectOnMove effect, Effects& effects) {
+    if (changed.amount != old.amount) {
+        const LedgerStatus status = CheckAmount(changed.amount);
+        if (status != LedgerStatus::Ok) return status;
+        changed.amount = RoundToCents(changed.amount);
+    }
+    Touched* to = nullptr;
+    LedgerStatus status = Touch(changed.accountId, effects, to);
     if (status != LedgerStatus::Ok) return status;
-    CAccountEntry account;
-    status = ReadAccount(changed.accountId, account);
+    if (changed.accountId == old.accountId) return LedgerStatus::Ok;
+    if (!to->account.active) return LedgerStatus::AccountClosed;
+    if (effect == EffectOnMove::AsGiven) return LedgerStatus::Ok;
+    Touched* from = nullptr;
+    status = Touch(old.accountId, effects, from);
+    // Of an account that is gone nobody knows the kind.
+    if (status == LedgerStatus::NoSuchAccount) return LedgerStatus::Ok;
+    if (status != LedgerStatus::Ok) return status;
+    changed.transactionType =
+        TypeAfterMove(changed.transactionType, from->account.accountType, to->account.accountType);
+    return LedgerStatus::Ok;
+}
+
+LedgerStatus CLedger::ChangeTransaction(const CTransactionEntry& wanted, TransferSides sides,
+                                        EffectOnMove effect) try {
+    const CFinanceSection section(m_database);
+    CTransactionEntry old;
+    LedgerStatus status = ReadTransaction(wanted.id, old);
+    if (status != LedgerStatus::Ok) return status;
+    CTransactionEntry changed(wanted);
+    Effects effects;
+    status = CheckChange(old, changed, effect, effects);
     if (status != LedgerStatus::Ok) return status;
     CTransactionEntry other;
-    bool both = false;
-    if (sides == TransferSides::Both) status = FindOtherSide(old, other, both);
-    if (status != LedgerStatus::Ok) return status;
-    if (both && other.accountId == changed.accountId) return LedgerStatus::SameAccount;
+    CTransactionEntry changedOther;
+    CLookup both = CLookup::None();
+    if (sides == TransferSides::Both) both = FindOtherSide(old, other);
+    if (both.HasFailed()) return LedgerStatus::StoreFailed;
+    if (both) {
+        changedOther = other;
+        status = Oppose(changed, changedOther, effects);
+        if (status != LedgerStatus::Ok) return status;
+    }
 
     CFinanceBatch batch(m_database);
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
-    Effects effects;
     status = ChangeRow(old, changed, effects);
-    if (status == LedgerStatus::Ok && both) {
-        CTransactionEntry changedOther(other);
-        changedOther.serviceDate = changed.serviceDate;
-        changedOther.amount = changed.amount;
-        changedOther.memo = changed.memo;
-        status = ChangeRow(other, changedOther, effects);
-    }
+    if (status == LedgerStatus::Ok && both) status = ChangeRow(other, changedOther, effects);
     if (status == LedgerStatus::Ok) status = ApplyEffects(effects);
     if (status == LedgerStatus::Ok && !batch.Commit()) status = LedgerStatus::StoreFailed;
     return status;
@@ -165,70 +164,29 @@ LedgerStatus CLedger::ChangeTransaction(const CTransactionEntry& changed, Transf
 }
 
 LedgerStatus CLedger::RemoveTransaction(int64_t transactionId, TransferSides sides) try {
+    const CFinanceSection section(m_database);
     std::vector<CTransactionEntry> rows(1);
     LedgerStatus status = ReadTransaction(transactionId, rows[0]);
-    CTransactionEntry other;
-    bool both = false;
-    if (status == LedgerStatus::Ok && sides == TransferSides::Both) {
-        status = FindOtherSide(rows[0], other, both);
-    }
     if (status != LedgerStatus::Ok) return status;
-    if (both) rows.push_back(other);
-
+    if (sides == TransferSides::Both) {
+        CTransactionEntry other;
+        const CLookup both = FindOtherSide(rows[0], other);
+        if (both.HasFailed()) return LedgerStatus::StoreFailed;
+        if (both) rows.push_back(other);
+    }
     CFinanceBatch batch(m_database);
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
     Effects effects;
     for (const CTransactionEntry& row : rows) {
-        if (NoteEffect(row, -1.0, effects) == LedgerStatus::StoreFailed ||
-            !m_database.DeleteTransaction(row.id)) {
-            return LedgerStatus::StoreFailed;
-        }
+        status = NoteGone(row, effects);
+        if (status != LedgerStatus::Ok) return status;
+        if (!m_database.DeleteTransaction(row.id)) return LedgerStatus::StoreFailed;
     }
     status = ApplyEffects(effects);
     if (status != LedgerStatus::Ok) return status;
     return batch.Commit() ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 } catch (const std::bad_alloc&) {
     return LedgerStatus::StoreFailed;
-}
-
-bool CLedger::VerifyBalances(std::vector<BalanceMismatch>& mismatches) try {
-    mismatches.clear();
-    COwnedList<CAccountEntry> accounts;
-    if (!m_database.ListAccounts(accounts)) return false;
-    struct Sum {
-        AccountType type;
-        CMoneySum money;
-    };
-    std::map<int64_t, Sum> sums;
-    for (const CAccountEntry& account : accounts) sums[account.id].type = account.accountType;
-    const bool walked = m_database.WalkTransactionAmounts(
-        [&](int64_t accountId, TransactionType type, double amount) {
-            const auto sum = sums.find(accountId);
-            if (sum == sums.end()) return;
-            sum->second.money.Add(BalanceEffect(type, amount, sum->second.type));
-        });
-    if (!walked) return false;
-    for (const CAccountEntry& account : accounts) {
-        const double computed = sums[account.id].money.Value();
-        if (std::fabs(account.currentBalance - computed) < kHalfCent) continue;
-        mismatches.push_back({account.id, account.name, account.currentBalance, computed});
-    }
-    return true;
-} catch (const std::bad_alloc&) {
-    return false;
-}
-
-bool CLedger::RepairBalances(std::vector<BalanceMismatch>& repaired) try {
-    if (!VerifyBalances(repaired)) return false;
-    if (repaired.empty()) return true;
-    CFinanceBatch batch(m_database);
-    if (!batch.Begun()) return false;
-    for (const BalanceMismatch& mismatch : repaired) {
-        if (!m_database.UpdateAccountBalance(mismatch.accountId, mismatch.computed)) return false;
-    }
-    return batch.Commit();
-} catch (const std::bad_alloc&) {
-    return false;
 }
 
 }  // namespace quillon

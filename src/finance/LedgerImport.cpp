@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <new>
 
 #include "finance/Balance.h"
@@ -11,24 +12,41 @@ CLedgerImport::~CLedgerImport() {
 
 void CLedgerImport::Abandon() {
     if (m_inBatch) m_ledger.Database().RollbackBatch();
+    Leave();
+}
+
+void CLedgerImport::Leave() {
     m_inBatch = false;
     m_effects = 0.0;
+    m_check = 0;
     m_pending = 0;
+    m_section.reset();
 }
 
 LedgerStatus CLedgerImport::Begin() {
-    const LedgerStatus status = m_ledger.ReadAccount(m_accountId, m_account);
-    if (status != LedgerStatus::Ok) return status;
-    m_inBatch = m_ledger.Database().BeginBatch();
-    m_failed = !m_inBatch;
-    return m_inBatch ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
+    const LedgerStatus status = OpenBatch();
+    m_failed = status != LedgerStatus::Ok;
+    return status;
+}
+
+LedgerStatus CLedgerImport::OpenBatch() {
+    m_section.emplace(m_ledger.Database());
+    // Others may have changed it since the last batch.
+    LedgerStatus status = m_ledger.ReadAccount(m_accountId, m_account);
+    if (status == LedgerStatus::Ok && !m_account.active) status = LedgerStatus::AccountClosed;
+    if (status == LedgerStatus::Ok) {
+        m_inBatch = m_ledger.Database().BeginBatch();
+        if (!m_inBatch) status = LedgerStatus::StoreFailed;
+    }
+    if (status != LedgerStatus::Ok) Leave();
+    return status;
 }
 
 LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) try {
     if (m_failed || !m_inBatch) return LedgerStatus::StoreFailed;
-    if (m_ledger.CheckAmount(transaction.amount) != LedgerStatus::Ok) {
-        return LedgerStatus::BadAmount;
-    }
+    const LedgerStatus status = CLedger::CheckMagnitude(transaction.amount);
+    if (status != LedgerStatus::Ok) return status;
+    transaction.amount = RoundToCents(transaction.amount);
     transaction.accountId = m_accountId;
     if (!m_ledger.Database().AddTransaction(transaction)) {
         m_failed = true;
@@ -37,13 +55,11 @@ LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) try {
     }
     m_effects +=
         BalanceEffect(transaction.transactionType, transaction.amount, m_account.accountType);
+    m_check = std::max(m_check, transaction.check);
     if (++m_pending < m_recordsPerCommit) return LedgerStatus::Ok;
-    if (CommitBatch() && m_ledger.Database().BeginBatch()) {
-        m_inBatch = true;
-        return LedgerStatus::Ok;
-    }
-    m_failed = true;
-    return LedgerStatus::StoreFailed;
+    const LedgerStatus next = CommitBatch() ? OpenBatch() : LedgerStatus::StoreFailed;
+    m_failed = next != LedgerStatus::Ok;
+    return next;
 } catch (const std::bad_alloc&) {
     m_failed = true;
     Abandon();
@@ -51,26 +67,27 @@ LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) try {
 }
 
 bool CLedgerImport::CommitBatch() {
-    // The balance may have been changed by others since the last batch.
-    bool stored = true;
     if (m_pending > 0) {
-        stored = m_ledger.ApplyEffects({{m_accountId, m_effects}}) == LedgerStatus::Ok;
+        // As it is now: the same thread may have entered something else meanwhile.
+        CLedger::Effects effects;
+        CLedger::Touched* touched = nullptr;
+        LedgerStatus status = m_ledger.Touch(m_accountId, effects, touched);
+        if (status == LedgerStatus::Ok) {
+            touched->effect = m_effects;
+            touched->check = m_check;
+            status = m_ledger.ApplyEffects(effects);
+        }
+        if (status != LedgerStatus::Ok) {
+            Abandon();
+            return false;
+        }
+        m_account.currentBalance = SettledSum(touched->account.currentBalance + m_effects);
+        m_account.latestCheckNumber = std::max(touched->account.latestCheckNumber, m_check);
     }
-    if (!stored) {
-        Abandon();
-        return false;
-    }
-    m_inBatch = false;
-    if (!m_ledger.Database().CommitBatch()) {
-        m_effects = 0.0;
-        m_pending = 0;
-        return false;
-    }
-    m_committed += m_pending;
-    m_account.currentBalance = SettledSum(m_account.currentBalance + m_effects);
-    m_effects = 0.0;
-    m_pending = 0;
-    return true;
+    const bool committed = m_ledger.Database().CommitBatch();
+    if (committed) m_committed += m_pending;
+    Leave();
+    return committed;
 }
 
 bool CLedgerImport::Finish() try {

@@ -44,26 +44,28 @@ bool CQuillonDatabaseInterface::ListCategories(COwnedList<CCategoryEntry>& categ
     return m_rows->List(categories);
 }
 
-bool CQuillonDatabaseInterface::ReadCategory(int64_t categoryId, CCategoryEntry& category) {
+CLookup CQuillonDatabaseInterface::ReadCategory(int64_t categoryId, CCategoryEntry& category) {
     return m_rows->Read(categoryId, category);
 }
 
-bool CQuillonDatabaseInterface::FindCategoryByName(std::string_view name,
-                                                   CCategoryEntry& category) {
+CLookup CQuillonDatabaseInterface::FindCategoryByName(std::string_view name,
+                                                      CCategoryEntry& category) {
     return m_rows->ReadByText(category, "Name", name);
 }
 
-int64_t CQuillonDatabaseInterface::FindCategoryId(std::string_view name) {
+std::optional<int64_t> CQuillonDatabaseInterface::FindCategoryId(std::string_view name) {
     int64_t categoryId = kNoRow;
-    return m_rows->FindByText(kCategoryTable, "Name", name, categoryId) ? categoryId : kNoRow;
+    if (m_rows->FindByText(kCategoryTable, "Name", name, categoryId).HasFailed())
+        return std::nullopt;
+    return categoryId;
 }
 
 int64_t CQuillonDatabaseInterface::FindOrAddCategory(std::string_view name, bool* added) {
     SetIfAsked(added, false);
     int64_t categoryId = kNoRow;
     const bool done = m_rows->Run([&] {
-        if (!m_rows->FindByText(kCategoryTable, "Name", name, categoryId)) return false;
-        if (categoryId != kNoRow) return true;
+        const CLookup known = m_rows->FindByText(kCategoryTable, "Name", name, categoryId);
+        if (!known.IsNone()) return !known.HasFailed();
         CCategoryEntry category;
         category.name = CVLStringManager::StoredPart(name);
         category.SetAllFlags(category.name.View() != kAdjustmentCategory &&
@@ -88,7 +90,7 @@ bool CQuillonDatabaseInterface::AddPayee(CPayeeEntry& payee) {
 bool CQuillonDatabaseInterface::RenamePayee(int64_t payeeId, std::string_view name) {
     return m_rows->Run([&] {
         int64_t holder = kNoRow;
-        if (!m_rows->FindByText(kPayeeTable, "Name", name, holder)) return false;
+        if (m_rows->FindByText(kPayeeTable, "Name", name, holder).HasFailed()) return false;
         if (holder != kNoRow && holder != payeeId) return false;
         return m_rows->Change(kPayeeTable, payeeId,
                               [&] { return m_database.SetText("Name", name); });
@@ -103,25 +105,26 @@ bool CQuillonDatabaseInterface::ListPayees(COwnedList<CPayeeEntry>& payees) {
     return m_rows->List(payees);
 }
 
-bool CQuillonDatabaseInterface::ReadPayee(int64_t payeeId, CPayeeEntry& payee) {
+CLookup CQuillonDatabaseInterface::ReadPayee(int64_t payeeId, CPayeeEntry& payee) {
     return m_rows->Read(payeeId, payee);
 }
 
-bool CQuillonDatabaseInterface::FindPayeeByName(std::string_view name, CPayeeEntry& payee) {
+CLookup CQuillonDatabaseInterface::FindPayeeByName(std::string_view name, CPayeeEntry& payee) {
     return m_rows->ReadByText(payee, "Name", name);
 }
 
-int64_t CQuillonDatabaseInterface::FindPayeeId(std::string_view name) {
+std::optional<int64_t> CQuillonDatabaseInterface::FindPayeeId(std::string_view name) {
     int64_t payeeId = kNoRow;
-    return m_rows->FindByText(kPayeeTable, "Name", name, payeeId) ? payeeId : kNoRow;
+    if (m_rows->FindByText(kPayeeTable, "Name", name, payeeId).HasFailed()) return std::nullopt;
+    return payeeId;
 }
 
 int64_t CQuillonDatabaseInterface::FindOrAddPayee(std::string_view name, bool* added) {
     SetIfAsked(added, false);
     int64_t payeeId = kNoRow;
     const bool done = m_rows->Run([&] {
-        if (!m_rows->FindByText(kPayeeTable, "Name", name, payeeId)) return false;
-        if (payeeId != kNoRow) return true;
+        const CLookup known = m_rows->FindByText(kPayeeTable, "Name", name, payeeId);
+        if (!known.IsNone()) return !known.HasFailed();
         CPayeeEntry payee;
         payee.name = name;
         if (!m_rows->Add(payee)) return false;

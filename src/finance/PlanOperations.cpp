@@ -81,15 +81,11 @@ bool CQuillonDatabaseInterface::DeleteCheckFormat(int64_t formatId) {
     return m_rows->Delete(kCheckFormatTable, formatId);
 }
 
-bool CQuillonDatabaseInterface::ReadCheckFormat(int64_t accountId, CCheckPrintFormatEntry& format) {
+CLookup CQuillonDatabaseInterface::ReadCheckFormat(int64_t accountId,
+                                                   CCheckPrintFormatEntry& format) {
     return m_rows->ReadFirst(format, [&](CNoSQLDatabaseInterface& query) {
         return query.AddInt64("AccountID", WhereOperator::Equal, accountId);
     });
-}
-
-bool CQuillonDatabaseInterface::ListCheckFormatsByAccount(
-    int64_t accountId, COwnedList<CCheckPrintFormatEntry>& formats) {
-    return m_rows->ListByReference("AccountID", accountId, formats);
 }
 
 }  // namespace quillon

@@ -54,8 +54,8 @@ void CQuillonDatabaseInterface::RunTimers(int64_t nowMs) {
     });
 }
 
-bool CQuillonDatabaseInterface::FoundNone() const {
-    return m_rows->FoundNone();
+CReentrantLock& CQuillonDatabaseInterface::Section() {
+    return m_rows->Section();
 }
 
 bool CQuillonDatabaseInterface::BeginBatch() {

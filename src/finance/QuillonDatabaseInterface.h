@@ -3,13 +3,16 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "finance/FinanceRecords.h"
 #include "finance/FinanceSchema.h"
+#include "finance/Lookup.h"
 #include "foundation/FileSystem.h"
 #include "foundation/KeelList.h"
+#include "foundation/ReentrantLock.h"
 #include "storage/DatabaseManager.h"
 
 namespace quillon {
@@ -26,16 +29,25 @@ struct FinanceOpenResult {
     std::string setAsideJournal;  // a damaged journal was kept under this name
 };
 
+// How a password compares with the stored one.
+enum class PasswordCheck {
+    Right,
+    Wrong,   // another, an empty one, or the database has none
+    Failed,  // the stored one could not be read
+};
+
 // The one place where the finance program meets its record store.
 //
 //   Results    true when the operation ran; an empty list is a success. False: no
 //              database is open, no such row, a value that cannot be stored, or a
 //              read or write that failed (Database().Problem() tells why). A
 //              failed write changes nothing.
+//   Look-ups   A read of one row answers CLookup: found, none, or failed. Unless it is
+//              found the record is untouched.
 //   Records    Add... sets the record's `id`. Stamps are written by the database
-//              and ignored in what is passed in. A read fills a record or list of
-//              the caller's, which first loses what it held; after a false it is
-//              empty or partly filled and means nothing.
+//              and ignored in what is passed in. A list of the caller's first loses
+//              what it held; after a false it is empty or partly filled and means
+//              nothing.
 //   None       A negative reference is stored as 0, and -1 in the file reads as 0.
 //   Names      Look-ups by name compare the bytes exactly and cost one index seek;
 //              of several rows with the name the oldest is found.
@@ -46,7 +58,7 @@ struct FinanceOpenResult {
 //   Brackets   Every write is a commit of its own unless a batch is open, and then
 //              part of it. See CFinanceBatch.
 //   Threads    Each operation holds the interface's critical section from its first
-//              call of the engine to its last.
+//              call of the engine to its last. CFinanceSection holds it over several.
 class CQuillonDatabaseInterface {
 public:
     explicit CQuillonDatabaseInterface(CFileSystem& files = PlatformFileSystem());
@@ -65,12 +77,11 @@ public:
     // Runs the store's timers when they are due; `nowMs` is any steady clock.
     void RunTimers(int64_t nowMs);
 
-    // Why the last operation found nothing, when it was ReadAccount, FindPayeeId or another
-    // that looks for one row by id or name: true, there is no such row; false, it failed.
-    bool FoundNone() const;
+    CReentrantLock& Section();
 
     // --- batches: everything between begin and commit is one commit. They nest; the
-    // outermost decides, and a roll back inside makes the outer commit fail.
+    // outermost decides, and a roll back inside makes the outer commit fail. What other
+    // threads write meanwhile would belong to it: CFinanceBatch keeps them out.
     [[nodiscard]] bool BeginBatch();
     [[nodiscard]] bool CommitBatch();
     void RollbackBatch();
@@ -83,9 +94,8 @@ public:
     [[nodiscard]] bool SetAccountActive(int64_t accountId, bool active);
     bool ListAccounts(COwnedList<CAccountEntry>& accounts);
     bool ListAccountsByType(AccountType type, COwnedList<CAccountEntry>& accounts);
-    bool ReadAccount(int64_t accountId, CAccountEntry& account);
-    // False also when there is none of that name; `account` is then untouched.
-    bool FindAccountByName(std::string_view name, CAccountEntry& account);
+    CLookup ReadAccount(int64_t accountId, CAccountEntry& account);
+    CLookup FindAccountByName(std::string_view name, CAccountEntry& account);
 
     // --- transactions
     [[nodiscard]] bool AddTransaction(CTransactionEntry& transaction);
@@ -93,7 +103,7 @@ public:
     [[nodiscard]] bool UpdateTransactionCategory(int64_t transactionId, int64_t categoryId);
     [[nodiscard]] bool UpdateTransactionPayee(int64_t transactionId, int64_t payeeId);
     [[nodiscard]] bool DeleteTransaction(int64_t transactionId);
-    bool ReadTransaction(int64_t transactionId, CTransactionEntry& transaction);
+    CLookup ReadTransaction(int64_t transactionId, CTransactionEntry& transaction);
     // Those with a statement identifier (FitID not 0).
     bool ListTransactionsWithStatementIds(int64_t accountId,
                                           COwnedList<CTransactionEntry>& transactions);
@@ -105,6 +115,9 @@ public:
     bool ListTransactionsByPayee(int64_t payeeId, COwnedList<CTransactionEntry>& transactions);
     bool ListTransactionsByCategory(int64_t categoryId,
                                     COwnedList<CTransactionEntry>& transactions);
+    // Of any account: of that date and category, and less than half a cent from `amount`.
+    bool ListTransactionsAlike(int64_t date, double amount, int64_t categoryId,
+                               COwnedList<CTransactionEntry>& transactions);
 
     // --- categories
     [[nodiscard]] bool AddCategory(CCategoryEntry& category);
@@ -114,10 +127,10 @@ public:
     // Rows that refer to it are the caller's to see to.
     [[nodiscard]] bool DeleteCategory(int64_t categoryId);
     bool ListCategories(COwnedList<CCategoryEntry>& categories);
-    bool ReadCategory(int64_t categoryId, CCategoryEntry& category);
-    bool FindCategoryByName(std::string_view name, CCategoryEntry& category);
-    // Row identifier, 0 when there is none.
-    int64_t FindCategoryId(std::string_view name);
+    CLookup ReadCategory(int64_t categoryId, CCategoryEntry& category);
+    CLookup FindCategoryByName(std::string_view name, CCategoryEntry& category);
+    // Row identifier, 0 when there is none. Nothing: a read failed.
+    std::optional<int64_t> FindCategoryId(std::string_view name);
     // Row identifier, 0 on failure. A new one has all flags set, but for "Adjustment"
     // and "Transfer", which have none. `added` (may be null) tells whether it is new.
     int64_t FindOrAddCategory(std::string_view name, bool* added = nullptr);
@@ -130,10 +143,10 @@ public:
     // Rows that refer to it are the caller's to see to.
     [[nodiscard]] bool DeletePayee(int64_t payeeId);
     bool ListPayees(COwnedList<CPayeeEntry>& payees);
-    bool ReadPayee(int64_t payeeId, CPayeeEntry& payee);
-    bool FindPayeeByName(std::string_view name, CPayeeEntry& payee);
-    // Row identifier, 0 when there is none.
-    int64_t FindPayeeId(std::string_view name);
+    CLookup ReadPayee(int64_t payeeId, CPayeeEntry& payee);
+    CLookup FindPayeeByName(std::string_view name, CPayeeEntry& payee);
+    // Row identifier, 0 when there is none. Nothing: a read failed.
+    std::optional<int64_t> FindPayeeId(std::string_view name);
     // Row identifier, 0 on failure. The empty name is a name like any other.
     int64_t FindOrAddPayee(std::string_view name, bool* added = nullptr);
 
@@ -166,10 +179,7 @@ public:
     [[nodiscard]] bool AddCheckFormat(CCheckPrintFormatEntry& format);
     [[nodiscard]] bool UpdateCheckFormat(const CCheckPrintFormatEntry& format);
     [[nodiscard]] bool DeleteCheckFormat(int64_t formatId);
-    // False also when the account has none.
-    bool ReadCheckFormat(int64_t accountId, CCheckPrintFormatEntry& format);
-    // Tells an account that has none (an empty list) from a read that failed.
-    bool ListCheckFormatsByAccount(int64_t accountId, COwnedList<CCheckPrintFormatEntry>& formats);
+    CLookup ReadCheckFormat(int64_t accountId, CCheckPrintFormatEntry& format);
 
     // --- stocks
     [[nodiscard]] bool AddOpenPosition(CStockOpenPositionEntry& position);
@@ -200,9 +210,7 @@ public:
     [[nodiscard]] bool SetPasswordHash(const CKeelString& hash);
     bool ReadSecurityEnabled(bool& enabled);
     [[nodiscard]] bool SetSecurityEnabled(bool enabled);
-    // True when the password is the stored one. An empty password and a database without
-    // a hash are refused.
-    bool CheckPassword(std::string_view password);
+    PasswordCheck CheckPassword(std::string_view password);
     // Stores the password's digest and turns protection on, in one commit. False for an
     // empty password.
     [[nodiscard]] bool SetPassword(std::string_view password);
@@ -221,11 +229,21 @@ private:
     std::unique_ptr<CFinanceRows> m_rows;  // critical section and query
 };
 
-// A batch for a scope: rolled back unless committed.
+// The critical section for a scope: what one operation read is still so when the next one
+// writes. Let go of by the thread that made it; operations inside take it again.
+class [[nodiscard]] CFinanceSection {
+public:
+    explicit CFinanceSection(CQuillonDatabaseInterface& database) : m_scope(database.Section()) {}
+
+private:
+    CLockScope m_scope;
+};
+
+// A batch for a scope: rolled back unless committed. It holds the critical section.
 class CFinanceBatch {
 public:
     explicit CFinanceBatch(CQuillonDatabaseInterface& database)
-        : m_database(database), m_begun(database.BeginBatch()) {}
+        : m_section(database), m_database(database), m_begun(database.BeginBatch()) {}
     ~CFinanceBatch() {
         if (m_begun) m_database.RollbackBatch();
     }
@@ -240,6 +258,7 @@ public:
     }
 
 private:
+    CFinanceSection m_section;
     CQuillonDatabaseInterface& m_database;
     bool m_begun;
 };

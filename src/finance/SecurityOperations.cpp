@@ -40,10 +40,18 @@ bool CQuillonDatabaseInterface::SetSecurityEnabled(bool enabled) {
                                 [&] { return m_database.SetBoolean("SecurityEnabled", enabled); });
 }
 
-bool CQuillonDatabaseInterface::CheckPassword(std::string_view password) {
-    CKeelString hash;
-    if (!ReadPasswordHash(hash) || hash.IsEmpty() || password.empty()) return false;
-    return SameText(Md5Hex(password), hash.ToUtf8());
+PasswordCheck CQuillonDatabaseInterface::CheckPassword(std::string_view password) {
+    PasswordCheck answer = PasswordCheck::Failed;
+    m_rows->Run([&] {
+        CKeelString hash;
+        if (!ReadPasswordHash(hash)) return false;
+        const std::string digest = Md5Hex(password);
+        if (digest.empty()) return false;
+        const bool right = !hash.IsEmpty() && !password.empty() && SameText(digest, hash.ToUtf8());
+        answer = right ? PasswordCheck::Right : PasswordCheck::Wrong;
+        return true;
+    });
+    return answer;
 }
 
 bool CQuillonDatabaseInterface::SetPassword(std::string_view password) {

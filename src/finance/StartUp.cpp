@@ -59,9 +59,16 @@ StartUpStep CStartUp::Fail(StartUpFailure failure) {
 PasswordAnswer CStartUp::EnterPassword(std::string_view password) {
     if (m_step != StartUpStep::EnterPassword) return PasswordAnswer::Unavailable;
     if (password.empty()) return PasswordAnswer::Empty;
-    if (!m_database.CheckPassword(password)) return PasswordAnswer::Wrong;
-    m_step = StartUpStep::Ready;
-    return PasswordAnswer::Accepted;
+    switch (m_database.CheckPassword(password)) {
+        case PasswordCheck::Right:
+            m_step = StartUpStep::Ready;
+            return PasswordAnswer::Accepted;
+        case PasswordCheck::Wrong:
+            return PasswordAnswer::Wrong;
+        case PasswordCheck::Failed:
+            break;
+    }
+    return PasswordAnswer::Unavailable;
 }
 
 PasswordAnswer CStartUp::SetPassword(std::string_view password) {

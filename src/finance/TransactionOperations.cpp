@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "finance/Balance.h"
 #include "finance/FinanceRows.h"
 #include "finance/QuillonDatabaseInterface.h"
 
@@ -52,8 +53,8 @@ bool CQuillonDatabaseInterface::DeleteTransaction(int64_t transactionId) {
     return m_rows->Delete(kTransactionTable, transactionId);
 }
 
-bool CQuillonDatabaseInterface::ReadTransaction(int64_t transactionId,
-                                                CTransactionEntry& transaction) {
+CLookup CQuillonDatabaseInterface::ReadTransaction(int64_t transactionId,
+                                                   CTransactionEntry& transaction) {
     return m_rows->Read(transactionId, transaction);
 }
 
@@ -99,6 +100,19 @@ bool CQuillonDatabaseInterface::ListTransactionsByCategory(
     int64_t categoryId, COwnedList<CTransactionEntry>& transactions) {
     return InRegisterOrder(m_rows->ListByReference("CategoryID", categoryId, transactions),
                            transactions);
+}
+
+bool CQuillonDatabaseInterface::ListTransactionsAlike(int64_t date, double amount,
+                                                      int64_t categoryId,
+                                                      COwnedList<CTransactionEntry>& transactions) {
+    return m_rows->List(transactions, [&](CNoSQLDatabaseInterface& query) {
+        return AddDateRange(query, date, date) && query.AddConnector(WhereConnector::And) &&
+               query.AddDouble("Amount", WhereOperator::Greater, amount - kHalfCent) &&
+               query.AddConnector(WhereConnector::And) &&
+               query.AddDouble("Amount", WhereOperator::Less, amount + kHalfCent) &&
+               query.AddConnector(WhereConnector::And) &&
+               query.AddInt64("CategoryID", WhereOperator::Equal, categoryId);
+    });
 }
 
 bool CQuillonDatabaseInterface::WalkTransactionAmounts(

@@ -222,8 +222,9 @@ const CImportManager::NamedRow& CImportManager::PayeeOf(const ImportRecord& reco
     if (!isNew) return payee;
     payee.name = ApplyRenamingRules(record.payee);
     if (m_options.dryRun) {
-        payee.id = m_database.FindPayeeId(payee.name);
-        payee.failed = payee.id == kNoRow && !m_database.FoundNone();
+        const std::optional<int64_t> known = m_database.FindPayeeId(payee.name);
+        payee.id = known.value_or(kNoRow);
+        payee.failed = !known;
         if (payee.id == kNoRow && m_newNames.insert("P" + payee.name).second) {
             ++m_result.payeesCreated;
         }
@@ -245,8 +246,9 @@ const CImportManager::NamedRow& CImportManager::CategoryOf(const ImportRecord& r
     category.name = ApplyRenamingRules(record.category);
     if (category.name.empty()) return category;
     if (m_options.dryRun) {
-        category.id = m_database.FindCategoryId(category.name);
-        category.failed = category.id == kNoRow && !m_database.FoundNone();
+        const std::optional<int64_t> known = m_database.FindCategoryId(category.name);
+        category.id = known.value_or(kNoRow);
+        category.failed = !known;
         if (category.id == kNoRow && m_newNames.insert("C" + category.name).second) {
             ++m_result.categoriesCreated;
         }
@@ -325,6 +327,8 @@ bool CImportManager::EnterAll() {
             break;
         case LedgerStatus::NoSuchAccount:
             return Fail("The account does not exist.");
+        case LedgerStatus::AccountClosed:
+            return Fail("The account is closed.");
         default:
             return FailStored(0);
     }

@@ -45,12 +45,8 @@ CCheckPrintFormat CCheckLayouts::Defaults() const {
 }
 
 bool CCheckLayouts::Read(int64_t accountId, CCheckPrintFormatEntry& entry) {
-    COwnedList<CCheckPrintFormatEntry> stored;
-    if (!m_database.ListCheckFormatsByAccount(accountId, stored)) return false;
-    if (!stored.IsEmpty()) {
-        entry = *stored.begin();
-        return true;
-    }
+    const CLookup stored = m_database.ReadCheckFormat(accountId, entry);
+    if (!stored.IsNone()) return !stored.HasFailed();
     entry = {};
     entry.accountId = accountId;
     entry.format = Defaults();
@@ -72,6 +68,7 @@ CheckLayoutStatus CCheckLayouts::Store(CCheckPrintFormatEntry& entry) {
         if (ParseCheckPosition(text.ToUtf8(), position)) text = FormatCheckPosition(position);
     }
     // Another window may have made the record since this one was read.
+    const CFinanceSection section(m_database);
     CCheckPrintFormatEntry stored;
     if (!Read(entry.accountId, stored)) return CheckLayoutStatus::StoreFailed;
     entry.id = stored.id;

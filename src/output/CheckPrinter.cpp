@@ -85,9 +85,9 @@ std::string NameOf(CheckField field) {
 
 CheckProblem CCheckPrinter::ReadAccount(int64_t accountId, CAccountEntry& account) {
     CQuillonDatabaseInterface& database = m_ledger.Database();
-    if (!database.ReadAccount(accountId, account)) {
-        return database.IsOpen() ? CheckProblem::NoSuchAccount : CheckProblem::StoreFailed;
-    }
+    const CLookup found = database.ReadAccount(accountId, account);
+    if (found.HasFailed()) return CheckProblem::StoreFailed;
+    if (found.IsNone()) return CheckProblem::NoSuchAccount;
     return account.accountType == AccountType::Checking ? CheckProblem::None
                                                         : CheckProblem::NotChecking;
 }
@@ -139,9 +139,9 @@ CheckTrouble CCheckPrinter::Prepare(const CheckRequest& request, CheckJob& job) 
     CheckProblem problem = ReadAccount(request.accountId, account);
     if (problem != CheckProblem::None) return {problem, {}};
     CTransactionEntry transaction;
-    if (!database.ReadTransaction(request.transactionId, transaction)) {
-        return {CheckProblem::NoSuchTransaction, {}};
-    }
+    const CLookup found = database.ReadTransaction(request.transactionId, transaction);
+    if (found.HasFailed()) return {CheckProblem::StoreFailed, {}};
+    if (found.IsNone()) return {CheckProblem::NoSuchTransaction, {}};
     problem = JudgeTransaction(transaction, account);
     if (problem == CheckProblem::None) {
         problem = ChooseNumber(request, account, transaction, job.number);
@@ -187,16 +187,19 @@ LedgerStatus CCheckPrinter::Record(const CheckJob& job) {
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
     // As they are now: somebody may have gone on working while the check was printed.
     CTransactionEntry transaction;
-    if (!database.ReadTransaction(job.transactionId, transaction)) {
-        return LedgerStatus::NoSuchTransaction;
-    }
-    CAccountEntry account;
-    if (!database.ReadAccount(job.accountId, account)) return LedgerStatus::NoSuchAccount;
+    const CLookup found = database.ReadTransaction(job.transactionId, transaction);
+    if (found.HasFailed()) return LedgerStatus::StoreFailed;
+    if (found.IsNone()) return LedgerStatus::NoSuchTransaction;
     if (transaction.check != job.number) {
         transaction.check = job.number;
         const LedgerStatus status = m_ledger.ChangeTransaction(transaction);
         if (status != LedgerStatus::Ok) return status;
     }
+    // The account that the check was drawn on, also when the row was moved away.
+    CAccountEntry account;
+    const CLookup drawnOn = database.ReadAccount(job.accountId, account);
+    if (drawnOn.HasFailed()) return LedgerStatus::StoreFailed;
+    if (drawnOn.IsNone()) return LedgerStatus::NoSuchAccount;
     if (job.number > account.latestCheckNumber &&
         !database.UpdateAccountLatestCheckNumber(account.id, job.number)) {
         return LedgerStatus::StoreFailed;

@@ -84,6 +84,11 @@ TEST_F(BadInput, Names) {
          {"category", "delete", "Transfer"},
          1,
          "The category 'Transfer' is needed by the program and stays as it is."},
+        {"needed category as a place",
+         {"category", "delete", "Rent", "--to", "Transfer"},
+         1,
+         "Nothing is moved to 'Transfer', under which the program itself files transfers and "
+         "opening balances; choose another category."},
         {"rule",
          {"rule", "delete", "nothing"},
          1,
@@ -114,6 +119,11 @@ TEST_F(BadInput, AmountsDatesAndNumbers) {
          "The amount 99999999999999 is too large for the ledger."},
         {"negative", add("-5", "2024-02-01"), 1,
          "The amount -5 is negative; write it without sign, the type gives the direction."},
+        {"less than a cent", add("0.004", "2024-02-01"), 1,
+         "The amount 0.004 has more than two decimals; write it in whole cents, like 1234.50."},
+        {"a hair above a cent", add("10.000000001", "2024-02-01"), 1,
+         "The amount 10.000000001 has more than two decimals; write it in whole cents, like "
+         "1234.50."},
         {"no such day", add("5", "2023-02-29"), 1,
          "'2023-02-29' is not a date; write YYYY-MM-DD, a day that exists."},
         {"another form", add("5", "2/1/2024"), 1,

@@ -140,6 +140,9 @@ TEST_F(Register, EditsAndDeletes) {
     EXPECT_EQ(moved.at("account"), "Visa");
     EXPECT_EQ(moved.at("balance"), -174.5);
     EXPECT_EQ(BalanceOf("Checking"), 1000);
+    // Without one the type follows the account, and the money keeps its way.
+    EXPECT_EQ(Json({"transaction", "edit", id, "--account", "Checking"}).at("type"), "deposit");
+    EXPECT_EQ(Json({"transaction", "edit", id, "--account", "Visa"}).at("effect"), 25.5);
     // An empty text takes a value away; the others stay.
     const auto cleared = Json({"transaction", "edit", id, "--payee", "", "--category", ""});
     EXPECT_EQ(cleared.at("payee"), "");

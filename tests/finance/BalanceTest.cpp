@@ -48,6 +48,41 @@ TEST(Balance, TypeForSignedAmountKeepsTheSign) {
     }
 }
 
+// Wherever a row moves, it moves money the same way; and it keeps its type where accounts of
+// that kind have such rows.
+TEST(Balance, TypeAfterMove) {
+    for (int from = 0; from < kAccountTypeCount; ++from) {
+        for (int to = 0; to < kAccountTypeCount; ++to) {
+            for (int code = 0; code < kTransactionTypeCount; ++code) {
+                SCOPED_TRACE(testing::Message() << code << " from " << from << " to " << to);
+                const auto type = static_cast<TransactionType>(code);
+                const auto before = static_cast<AccountType>(from);
+                const auto after = static_cast<AccountType>(to);
+                const TransactionType moved = TypeAfterMove(type, before, after);
+                EXPECT_EQ(BalanceEffect(moved, 1, after), BalanceEffect(type, 1, before));
+                EXPECT_EQ(TypeAfterMove(moved, after, after), moved);
+            }
+        }
+    }
+    using A = AccountType;
+    using T = TransactionType;
+    const struct {
+        T type;
+        A from, to;
+        T moved;
+    } rows[] = {
+        {T::Payment, A::Checking, A::Credit, T::Charge},
+        {T::Withdrawal, A::Checking, A::Loan, T::Principal},
+        {T::Withdrawal, A::Checking, A::Savings, T::Withdrawal},
+        {T::Deposit, A::Investment, A::Credit, T::Payment},
+        {T::Payment, A::Credit, A::Checking, T::Deposit},
+        {T::Charge, A::Credit, A::Savings, T::Payment},
+        {T::Principal, A::Loan, A::Credit, T::Charge},
+        {T::Transfer, A::Savings, A::Credit, T::Transfer},
+    };
+    for (const auto& row : rows) EXPECT_EQ(TypeAfterMove(row.type, row.from, row.to), row.moved);
+}
+
 TEST(Balance, SettledSum) {
     const struct {
         double sum, settled;

@@ -1,8 +1,10 @@
 #include "finance/Ledger.h"
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <random>
+#include <thread>
 
 #include "FinanceFixture.h"
 #include "finance/Balance.h"
@@ -36,6 +38,12 @@ protected:
         }
     }
 
+    CAccountEntry Account(int64_t id) {
+        CAccountEntry account;
+        EXPECT_TRUE(database.ReadAccount(id, account));
+        return account;
+    }
+
     int64_t Rows() { return database.RowCount(kTransactionTable); }
 
     TransferRequest Transfer(int64_t from, int64_t to, double amount) {
@@ -64,7 +72,7 @@ TEST_F(Ledger, OpeningBalances) {
         {"card in credit", AccountType::Credit, 20, TransactionType::Payment},
         {"loan", AccountType::Loan, -90000, TransactionType::Principal},
     };
-    const int64_t adjustment = database.FindCategoryId("Adjustment");
+    const auto adjustment = database.FindCategoryId("Adjustment");
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const int64_t account = Open(row.name, row.type, row.balance);
@@ -85,6 +93,7 @@ TEST_F(Ledger, OpeningBalances) {
 TEST_F(Ledger, RefusalsChangeNothing) {
     const int64_t account = Open("A", AccountType::Checking, 10);
     const int64_t row = Enter(account, TransactionType::Payment, 1);
+    const int64_t other = Open("other", AccountType::Checking);
     const auto before = disk.Snapshot();
 
     CAccountEntry again;
@@ -100,6 +109,18 @@ TEST_F(Ledger, RefusalsChangeNothing) {
         bad.id = row;
         EXPECT_EQ(ledger.ChangeTransaction(bad), LedgerStatus::BadAmount);
     }
+    again.name = "";
+    again.id = account;
+    EXPECT_EQ(ledger.ChangeAccount(again), LedgerStatus::NameMissing);
+    again.name = "other";
+    EXPECT_EQ(ledger.ChangeAccount(again), LedgerStatus::NameTaken);
+    again.id = 77;
+    EXPECT_EQ(ledger.ChangeAccount(again), LedgerStatus::NoSuchAccount);
+    CTransactionEntry fraction = Row(account, TransactionType::Payment, 1.005);
+    EXPECT_EQ(ledger.OpenAccount(again, 0.004, 0), LedgerStatus::FractionOfCent);
+    EXPECT_EQ(ledger.EnterTransaction(fraction), LedgerStatus::FractionOfCent);
+    fraction.id = row;
+    EXPECT_EQ(ledger.ChangeTransaction(fraction), LedgerStatus::FractionOfCent);
     CTransactionEntry lost = Row(77, TransactionType::Payment, 1);
     EXPECT_EQ(ledger.EnterTransaction(lost), LedgerStatus::NoSuchAccount);
     lost.id = row;
@@ -112,6 +133,8 @@ TEST_F(Ledger, RefusalsChangeNothing) {
               LedgerStatus::SameAccount);
     EXPECT_EQ(ledger.EnterTransfer(Transfer(account, 77, 1), one, two),
               LedgerStatus::NoSuchAccount);
+    EXPECT_EQ(ledger.EnterTransfer(Transfer(account, other, 0.004), one, two),
+              LedgerStatus::FractionOfCent);
     EXPECT_EQ(disk.Snapshot(), before);
 }
 
@@ -131,10 +154,11 @@ TEST_F(Ledger, EnterChangeMoveRemove) {
     EXPECT_EQ(ledger.ChangeTransaction(row), LedgerStatus::Ok);
     EXPECT_EQ(Balance(checking), 125.5);
 
-    // The same row means something else on a card: a payment comes in there.
+    // Where the type is meant for the new account, a payment comes in on a card.
     row.transactionType = TransactionType::Payment;
     row.accountId = card;
-    EXPECT_EQ(ledger.ChangeTransaction(row), LedgerStatus::Ok);
+    EXPECT_EQ(ledger.ChangeTransaction(row, TransferSides::ThisOnly, EffectOnMove::AsGiven),
+              LedgerStatus::Ok);
     EXPECT_EQ(Balance(checking), 100);
     EXPECT_EQ(Balance(card), 25.5);
 
@@ -146,16 +170,200 @@ TEST_F(Ledger, EnterChangeMoveRemove) {
     ExpectSound();
 }
 
+// However a number comes in, the next check printed on that account must not take it.
 TEST_F(Ledger, CheckNumbersOnlyRise) {
     const int64_t account = Open("A", AccountType::Checking);
-    for (const auto& [check, latest] : {std::pair{5, 5}, {3, 5}, {0, 5}, {6, 6}}) {
-        CTransactionEntry row = Row(account, TransactionType::Payment, 1);
+    const int64_t other = Open("B", AccountType::Checking);
+    const int64_t edited = Enter(account, TransactionType::Payment, 1);
+    const auto enter = [&](int64_t to, int32_t check) {
+        CTransactionEntry row = Row(to, TransactionType::Payment, 1);
         row.check = check;
-        ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
-        CAccountEntry read;
-        ASSERT_TRUE(database.ReadAccount(account, read));
-        EXPECT_EQ(read.latestCheckNumber, latest);
+        return ledger.EnterTransaction(row);
+    };
+    const auto edit = [&](int64_t to, int32_t check) {
+        CTransactionEntry row = Row(to, TransactionType::Payment, 1);
+        row.id = edited;
+        row.check = check;
+        return ledger.ChangeTransaction(row);
+    };
+    const auto transfer = [&](int64_t from, int32_t check) {
+        TransferRequest request = Transfer(from, from == account ? other : account, 1);
+        request.check = check;
+        CTransactionEntry paying, receiving;
+        return ledger.EnterTransfer(request, paying, receiving);
+    };
+    const auto import = [&](int64_t to, int32_t check) {
+        CLedgerImport batch(ledger, to);
+        CTransactionEntry row = Row(to, TransactionType::Payment, 1);
+        row.check = check;
+        const bool done = batch.Begin() == LedgerStatus::Ok &&
+                          batch.Enter(row) == LedgerStatus::Ok && batch.Finish();
+        return done ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
+    };
+    const struct {
+        const char* name;
+        std::function<LedgerStatus(int64_t, int32_t)> way;
+        int64_t account;
+        int32_t check, latest, latestOfOther;
+    } rows[] = {
+        {"entered", enter, account, 5, 5, 0},
+        {"lower", enter, account, 3, 5, 0},
+        {"none", enter, account, 0, 5, 0},
+        {"edited", edit, account, 7, 7, 0},
+        {"edited to lower", edit, account, 6, 7, 0},
+        {"moved", edit, other, 6, 7, 6},
+        {"transferred", transfer, account, 8, 8, 6},
+        {"imported", import, account, 11, 11, 6},
+        {"imported lower", import, account, 9, 11, 6},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(row.way(row.account, row.check), LedgerStatus::Ok);
+        EXPECT_EQ(Account(account).latestCheckNumber, row.latest);
+        EXPECT_EQ(Account(other).latestCheckNumber, row.latestOfOther);
     }
+    ExpectSound();
+}
+
+TEST_F(Ledger, MovingARowKeepsWhatItDoes) {
+    std::vector<int64_t> accounts;
+    for (int kind = 0; kind < kAccountTypeCount; ++kind) {
+        accounts.push_back(Open(std::to_string(kind).c_str(), static_cast<AccountType>(kind)));
+    }
+    for (const int64_t from : accounts) {
+        for (const int64_t to : accounts) {
+            for (int type = 0; type < kTransactionTypeCount; ++type) {
+                SCOPED_TRACE(testing::Message() << type << ": " << from << " to " << to);
+                const double others = Balance(to);
+                CTransactionEntry row = Row(from, static_cast<TransactionType>(type), 50);
+                ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
+                const double effect = Balance(from) - (from == to ? others : 0);
+                row.accountId = to;
+                ASSERT_EQ(ledger.ChangeTransaction(row), LedgerStatus::Ok);
+                EXPECT_EQ(Balance(to), others + effect);
+                ASSERT_EQ(ledger.RemoveTransaction(row.id), LedgerStatus::Ok);
+                EXPECT_EQ(Balance(from), 0);
+            }
+        }
+    }
+    ExpectSound();
+}
+
+TEST_F(Ledger, AnAccountOfAnotherKindHasAnotherBalance) {
+    const int64_t account = Open("A", AccountType::Checking, 100);
+    Enter(account, TransactionType::Payment, 30);
+    CAccountEntry changed = Account(account);
+    EXPECT_EQ(changed.currentBalance, 70);
+    changed.accountType = AccountType::Credit;
+    changed.name = "Card";
+    changed.currentBalance = 12345;  // nobody's to set
+    ASSERT_EQ(ledger.ChangeAccount(changed), LedgerStatus::Ok);
+    EXPECT_EQ(Balance(account), 130);
+    EXPECT_EQ(Account(account).name, "Card");
+    changed.description = "blue";
+    ASSERT_EQ(ledger.ChangeAccount(changed), LedgerStatus::Ok);
+    EXPECT_EQ(Balance(account), 130);
+    ExpectSound();
+}
+
+// Rows from before amounts were looked at keep what they hold until somebody changes it.
+TEST_F(Ledger, OldFractionsOfACent) {
+    const int64_t account = Open("A", AccountType::Checking);
+    CTransactionEntry old = Row(account, TransactionType::Deposit, 12.345);
+    ASSERT_TRUE(database.AddTransaction(old));
+    ASSERT_TRUE(database.UpdateAccountBalance(account, 12.345));
+    old.memo = "shares";
+    EXPECT_EQ(ledger.ChangeTransaction(old), LedgerStatus::Ok);
+    EXPECT_EQ(Balance(account), 12.345);
+    old.amount = 12.344;
+    EXPECT_EQ(ledger.ChangeTransaction(old), LedgerStatus::FractionOfCent);
+    old.amount = 12.34;
+    EXPECT_EQ(ledger.ChangeTransaction(old), LedgerStatus::Ok);
+    ExpectSound();
+}
+
+// Nothing goes into a closed account; what is there can be put right.
+TEST_F(Ledger, ClosedAccounts) {
+    const int64_t open = Open("Open", AccountType::Checking, 100);
+    const int64_t closed = Open("Closed", AccountType::Savings, 10);
+    const int64_t moving = Enter(open, TransactionType::Payment, 1);
+    CTransactionEntry held = Row(closed, TransactionType::Deposit, 5);
+    ASSERT_EQ(ledger.EnterTransaction(held), LedgerStatus::Ok);
+    ASSERT_TRUE(database.SetAccountActive(closed, false));
+
+    CTransactionEntry row = Row(closed, TransactionType::Deposit, 1);
+    EXPECT_EQ(ledger.EnterTransaction(row), LedgerStatus::AccountClosed);
+    row.id = moving;
+    EXPECT_EQ(ledger.ChangeTransaction(row), LedgerStatus::AccountClosed);
+    CTransactionEntry one, two;
+    for (const auto& [from, to] : {std::pair{open, closed}, {closed, open}}) {
+        EXPECT_EQ(ledger.EnterTransfer(Transfer(from, to, 1), one, two),
+                  LedgerStatus::AccountClosed);
+    }
+    CLedgerImport import(ledger, closed);
+    EXPECT_EQ(import.Begin(), LedgerStatus::AccountClosed);
+    EXPECT_FALSE(database.Database().InBatch());
+    EXPECT_EQ(Balance(closed), 15);
+    EXPECT_EQ(Balance(open), 99);
+
+    held.amount = 6;
+    EXPECT_EQ(ledger.ChangeTransaction(held), LedgerStatus::Ok);
+    EXPECT_EQ(Balance(closed), 16);
+    held.accountId = open;
+    EXPECT_EQ(ledger.ChangeTransaction(held), LedgerStatus::Ok);
+    EXPECT_EQ(Balance(open), 105);
+    ExpectSound();
+}
+
+TEST_F(Ledger, Categories) {
+    const int64_t account = Open("A", AccountType::Checking, 1);
+    const auto id = [&](const char* name) { return database.FindOrAddCategory(name); };
+    CTransactionEntry row = Row(account, TransactionType::Payment, 1);
+    row.categoryId = id("Food");
+    ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
+    CMemorizedTransactionEntry monthly;
+    monthly.categoryId = id("Food");
+    ASSERT_TRUE(database.AddMemorizedTransaction(monthly));
+    CBudgetItem item;
+    item.categoryId = id("Food");
+    ASSERT_TRUE(database.AddBudgetItem(item));
+
+    const struct {
+        const char* name;
+        const char* moveTo;
+        LedgerStatus status;
+    } refused[] = {
+        {"Food", nullptr, LedgerStatus::CategoryUsed},
+        {"Food", "Food", LedgerStatus::SameCategory},
+        {"Food", "Transfer", LedgerStatus::CategoryReserved},
+        {"Food", "Adjustment", LedgerStatus::CategoryReserved},
+        {"Transfer", "Food", LedgerStatus::CategoryKept},
+        {"Adjustment", nullptr, LedgerStatus::CategoryKept},
+    };
+    for (const auto& wish : refused) {
+        SCOPED_TRACE(wish.name);
+        EXPECT_EQ(ledger.RemoveCategory(id(wish.name), wish.moveTo ? id(wish.moveTo) : kNoRow),
+                  wish.status);
+    }
+    EXPECT_EQ(ledger.RemoveCategory(99), LedgerStatus::NoSuchCategory);
+    EXPECT_EQ(ledger.RemoveCategory(id("Food"), 99), LedgerStatus::NoSuchCategory);
+    EXPECT_EQ(ledger.RenameCategory(id("Transfer"), "Moves"), LedgerStatus::CategoryKept);
+    EXPECT_EQ(ledger.RenameCategory(id("Food"), "Gas"), LedgerStatus::NameTaken);
+    EXPECT_EQ(ledger.RenameCategory(id("Food"), ""), LedgerStatus::NameMissing);
+    EXPECT_EQ(ledger.RenameCategory(id("Food"), "Meals"), LedgerStatus::Ok);
+    EXPECT_EQ(database.FindCategoryId("Food"), kNoRow);
+
+    EXPECT_EQ(ledger.RemoveCategory(id("Meals"), id("Groceries")), LedgerStatus::Ok);
+    EXPECT_EQ(database.FindCategoryId("Meals"), kNoRow);
+    ASSERT_TRUE(database.ReadTransaction(row.id, row));
+    EXPECT_EQ(row.categoryId, id("Groceries"));
+    COwnedList<CMemorizedTransactionEntry> memorized;
+    ASSERT_TRUE(database.ListMemorizedTransactions(memorized));
+    EXPECT_EQ(memorized.Front()->categoryId, id("Groceries"));
+    COwnedList<CBudgetItem> items;
+    ASSERT_TRUE(database.ListBudgetItems(items));
+    EXPECT_EQ(items.Front()->categoryId, id("Groceries"));
+    EXPECT_EQ(ledger.RemoveCategory(id("Unused")), LedgerStatus::Ok);
 }
 
 TEST_F(Ledger, Transfers) {
@@ -201,11 +409,19 @@ TEST_F(Ledger, BothSidesOfATransfer) {
     receiving.amount = 55;
     receiving.serviceDate = Day(2024, 6, 3);
     receiving.memo = "more";
+    receiving.categoryId = database.FindOrAddCategory("Gifts");
     ASSERT_EQ(ledger.ChangeTransaction(receiving, TransferSides::Both), LedgerStatus::Ok);
     ASSERT_TRUE(database.ReadTransaction(paying.id, paying));
     EXPECT_EQ(paying.amount, 55);
     EXPECT_EQ(paying.serviceDate, Day(2024, 6, 3));
     EXPECT_EQ(paying.memo, "more");
+    EXPECT_EQ(paying.categoryId, receiving.categoryId);
+    // Ordinary rows now; made a transfer again one by one.
+    EXPECT_TRUE(ledger.FindOtherTransferSide(paying.id, receiving).IsNone());
+    for (CTransactionEntry* side : {&paying, &receiving}) {
+        side->categoryId = database.FindOrAddCategory("Transfer");
+        ASSERT_EQ(ledger.ChangeTransaction(*side), LedgerStatus::Ok);
+    }
     EXPECT_EQ(paying.accountId, checking);
     EXPECT_EQ(Balance(checking), 445);
     EXPECT_EQ(Balance(savings), 55);
@@ -220,6 +436,95 @@ TEST_F(Ledger, BothSidesOfATransfer) {
     EXPECT_EQ(Balance(savings), 0);
     EXPECT_EQ(Rows(), 1);
     ExpectSound();
+}
+
+// One side moves to an account of any kind, or turns round: the two stay opposite.
+TEST_F(Ledger, ATransferStaysOne) {
+    std::vector<int64_t> accounts;
+    for (int kind = 0; kind < kAccountTypeCount; ++kind) {
+        accounts.push_back(Open(std::to_string(kind).c_str(), static_cast<AccountType>(kind)));
+    }
+    const int64_t other = Open("Other", AccountType::Checking);
+    for (const int64_t from : accounts) {
+        for (const int64_t to : accounts) {
+            SCOPED_TRACE(testing::Message() << from << " to " << to);
+            for (const bool movesPaying : {true, false}) {
+                CTransactionEntry sides[2];
+                ASSERT_EQ(ledger.EnterTransfer(
+                              Transfer(movesPaying ? from : other, movesPaying ? other : from, 40),
+                              sides[0], sides[1]),
+                          LedgerStatus::Ok);
+                CTransactionEntry moved = sides[movesPaying ? 0 : 1];
+                moved.accountId = to;
+                ASSERT_EQ(ledger.ChangeTransaction(moved, TransferSides::Both), LedgerStatus::Ok);
+                EXPECT_EQ(Balance(to), movesPaying ? -40 : 40);
+                EXPECT_EQ(Balance(other), movesPaying ? 40 : -40);
+                ASSERT_TRUE(database.ReadTransaction(moved.id, moved));
+                moved.transactionType =
+                    TransferType(movesPaying, Account(to).accountType);  // turned round
+                ASSERT_EQ(ledger.ChangeTransaction(moved, TransferSides::Both), LedgerStatus::Ok);
+                EXPECT_EQ(Balance(to), movesPaying ? 40 : -40);
+                EXPECT_EQ(Balance(other), movesPaying ? -40 : 40);
+                ASSERT_EQ(ledger.RemoveTransaction(moved.id, TransferSides::Both),
+                          LedgerStatus::Ok);
+                EXPECT_EQ(Rows(), 0);
+            }
+        }
+    }
+    ExpectSound();
+}
+
+// Rows as imports bring them, filed under "Transfer" by hand: effects tell who belongs
+// together, not types.
+TEST_F(Ledger, SidesAreToldByTheirEffects) {
+    const int64_t checking = Open("Checking", AccountType::Checking);
+    const int64_t savings = Open("Savings", AccountType::Savings);
+    const int64_t card = Open("Card", AccountType::Credit);
+    struct Entered {
+        int64_t account;
+        TransactionType type;
+        size_t other;  // place in the row, or the row's own when it has none
+    };
+    using T = TransactionType;
+    const struct {
+        const char* name;
+        std::vector<Entered> rows;
+    } cases[] = {
+        {"payment and payment", {{checking, T::Payment, 1}, {card, T::Payment, 0}}},
+        {"two go out", {{checking, T::Transfer, 0}, {savings, T::Payment, 1}}},
+        {"two come in", {{card, T::Payment, 0}, {savings, T::Deposit, 1}}},
+        {"one account", {{checking, T::Transfer, 0}, {checking, T::Deposit, 1}}},
+        {"one after the other",
+         {{checking, T::Payment, 3},
+          {checking, T::Payment, 2},
+          {savings, T::Deposit, 1},
+          {savings, T::Deposit, 0}}},
+        {"there and back",
+         {{checking, T::Payment, 2},
+          {checking, T::Deposit, 3},
+          {savings, T::Deposit, 0},
+          {savings, T::Payment, 1}}},
+        {"the closest",
+         {{checking, T::Transfer, 0}, {card, T::Charge, 2}, {savings, T::Deposit, 1}}},
+    };
+    int day = 1;
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.name);
+        std::vector<int64_t> ids;
+        for (const Entered& entered : test.rows) {
+            CTransactionEntry row = Row(entered.account, entered.type, 40, Day(2024, 7, day));
+            row.categoryId = database.FindOrAddCategory("Transfer");
+            ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
+            ids.push_back(row.id);
+        }
+        ++day;
+        for (size_t i = 0; i < ids.size(); ++i) {
+            CTransactionEntry other;
+            const CLookup found = ledger.FindOtherTransferSide(ids[i], other);
+            EXPECT_FALSE(found.HasFailed());
+            EXPECT_EQ(found ? other.id : ids[i], ids[test.rows[i].other]) << i;
+        }
+    }
 }
 
 TEST_F(Ledger, OtherSideAmongEqualTransfers) {
@@ -317,6 +622,97 @@ TEST_F(Ledger, RandomOperationsKeepTheBalances) {
         EXPECT_EQ(Balance(account), SettledSum(Balance(account)));
 }
 
+// Each read fails once, in turn: that is no answer, and never "there is none".
+TEST_F(Ledger, AFailedReadIsNotNone) {
+    const int64_t checking = Open("Checking", AccountType::Checking, 500);
+    const int64_t savings = Open("Savings", AccountType::Savings);
+    CTransactionEntry paying, receiving;
+    ASSERT_EQ(ledger.EnterTransfer(Transfer(checking, savings, 40), paying, receiving),
+              LedgerStatus::Ok);
+    const int64_t payee = database.FindOrAddPayee("Baker");
+    ASSERT_TRUE(database.SetPassword("secret"));
+
+    CAccountEntry account;
+    CTransactionEntry row;
+    CPayeeEntry named;
+    CCategoryEntry category;
+    CAccountEntry again = Account(checking);
+    const auto answer = [](CLookup found) {
+        return found               ? LedgerStatus::Ok
+               : found.HasFailed() ? LedgerStatus::StoreFailed
+                                   : LedgerStatus::NoSuchTransaction;
+    };
+    const auto known = [](std::optional<int64_t> id) {
+        return !id       ? LedgerStatus::StoreFailed
+               : *id > 0 ? LedgerStatus::Ok
+                         : LedgerStatus::NoSuchTransaction;
+    };
+    const struct {
+        const char* name;
+        std::function<LedgerStatus()> ask;
+    } rows[] = {
+        {"account", [&] { return answer(database.ReadAccount(checking, account)); }},
+        {"its name", [&] { return answer(database.FindAccountByName("Savings", account)); }},
+        {"transaction", [&] { return answer(database.ReadTransaction(paying.id, row)); }},
+        {"payee", [&] { return answer(database.ReadPayee(payee, named)); }},
+        {"payee's name", [&] { return known(database.FindPayeeId("Baker")); }},
+        {"category", [&] { return answer(database.FindCategoryByName("Rent", category)); }},
+        {"category's name", [&] { return known(database.FindCategoryId("Rent")); }},
+        {"other side", [&] { return answer(ledger.FindOtherTransferSide(receiving.id, row)); }},
+        {"password",
+         [&] {
+             const PasswordCheck check = database.CheckPassword("secret");
+             return check == PasswordCheck::Right    ? LedgerStatus::Ok
+                    : check == PasswordCheck::Failed ? LedgerStatus::StoreFailed
+                                                     : LedgerStatus::NoSuchTransaction;
+         }},
+        {"name taken",
+         [&] {
+             const LedgerStatus status = ledger.OpenAccount(again, 0, 0);
+             return status == LedgerStatus::NameTaken ? LedgerStatus::Ok : status;
+         }},
+    };
+    for (const auto& question : rows) {
+        SCOPED_TRACE(question.name);
+        bool failed = true;
+        for (int64_t nth = 1; failed; ++nth) {
+            disk.FailNth(CMemoryFileSystem::Call::Read, nth, FileError::Other);
+            const LedgerStatus status = question.ask();
+            failed = disk.HasFailed();
+            disk.StopFailing();
+            EXPECT_EQ(status, failed ? LedgerStatus::StoreFailed : LedgerStatus::Ok) << nth;
+            EXPECT_TRUE(failed || nth > 1);
+        }
+    }
+}
+
+// What one thread read is still so when it writes.
+TEST_F(Ledger, ThreadsDoNotComeBetween) {
+    const int64_t account = Open("A", AccountType::Checking);
+    const int64_t other = Open("B", AccountType::Savings);
+    constexpr int kRounds = 40;
+    const auto work = [&](int thread) {
+        CTransactionEntry paying, receiving;
+        for (int i = 0; i < kRounds; ++i) {
+            CTransactionEntry row = Row(account, TransactionType::Deposit, 1);
+            if (thread == 0) (void)ledger.EnterTransaction(row);
+            if (thread == 1) (void)ledger.EnterTransfer(Transfer(account, other, 2), paying, row);
+            if (thread != 2) continue;
+            CLedgerImport import(ledger, account, 3);
+            (void)import.Begin();
+            for (int record = 0; record < 5; ++record) (void)import.Enter(row);
+            (void)import.Finish();
+        }
+    };
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread) threads.emplace_back(work, thread);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(Rows(), kRounds * (1 + 2 + 5));
+    EXPECT_EQ(Balance(account), kRounds * (1 - 2 + 5));
+    EXPECT_EQ(Balance(other), kRounds * 2);
+    ExpectSound();
+}
+
 // Each change of the disk fails once, in turn, during a transfer: rows and balances of
 // both accounts are there, or none of them.
 TEST_F(Ledger, ATransferIsAllOrNothing) {
@@ -359,12 +755,17 @@ TEST_F(LedgerImport, CommitsInBatches) {
         ASSERT_EQ(import.Enter(row), LedgerStatus::Ok);
         EXPECT_EQ(import.Committed(), i / 3 * 3);
     }
-    CTransactionEntry bad = Row(account, TransactionType::Deposit, -1);
-    EXPECT_EQ(import.Enter(bad), LedgerStatus::BadAmount);
+    for (const double amount : {-1.0, std::nextafter(kLargestAmount, 2e13)}) {
+        CTransactionEntry bad = Row(account, TransactionType::Deposit, amount);
+        EXPECT_EQ(import.Enter(bad), LedgerStatus::BadAmount);
+    }
+    CTransactionEntry rounded = Row(account, TransactionType::Deposit, 0.205);
+    EXPECT_EQ(import.Enter(rounded), LedgerStatus::Ok);
+    EXPECT_EQ(rounded.amount, 0.21);
     EXPECT_TRUE(import.Finish());
-    EXPECT_EQ(import.Committed(), 8);
-    EXPECT_EQ(Balance(account), 1.8);
-    EXPECT_EQ(Rows(), 9);
+    EXPECT_EQ(import.Committed(), 9);
+    EXPECT_EQ(Balance(account), 2.01);
+    EXPECT_EQ(Rows(), 10);
     EXPECT_FALSE(database.Database().InBatch());
     ExpectSound();
 

@@ -204,7 +204,7 @@ TEST_F(FinanceOperations, PayeesAreKnownByTheirExactName) {
     same.name = "Baker";
     EXPECT_TRUE(database.AddPayee(same));
     EXPECT_EQ(same.id, 1);
-    EXPECT_FALSE(database.RenamePayee(database.FindPayeeId("baker"), "Baker"));
+    EXPECT_FALSE(database.RenamePayee(*database.FindPayeeId("baker"), "Baker"));
     EXPECT_TRUE(database.RenamePayee(same.id, "Baker"));
     EXPECT_TRUE(database.RenamePayee(same.id, "Boulanger"));
     EXPECT_EQ(database.FindPayeeId("Baker"), kNoRow);
@@ -234,7 +234,7 @@ TEST_F(FinanceOperations, Categories) {
     EXPECT_EQ(database.FindCategoryId("Animals"), pets.id);
 
     // Made again after the user deleted it, the category counts in nothing as before.
-    ASSERT_TRUE(database.DeleteCategory(database.FindCategoryId("Adjustment")));
+    ASSERT_TRUE(database.DeleteCategory(*database.FindCategoryId("Adjustment")));
     CCategoryEntry adjustment;
     ASSERT_TRUE(database.ReadCategory(database.FindOrAddCategory("Adjustment"), adjustment));
     EXPECT_FALSE(adjustment.includeIncome || adjustment.includeTotal);
@@ -261,7 +261,6 @@ TEST_F(FinanceOperations, PlansAndLayouts) {
     EXPECT_EQ(memorized.Front()->twiceAMonthType, TwiceAMonthType::FifteenthAndLast);
     EXPECT_EQ(memorized.Front()->lastServiceDate, Day(2024, 2, 15));
     EXPECT_EQ(memorized.Front()->notes, "on time");
-    EXPECT_TRUE(database.DeleteMemorizedTransaction(rent.id));
 
     CBudgetItem item;
     item.categoryId = 4;
@@ -289,6 +288,84 @@ TEST_F(FinanceOperations, PlansAndLayouts) {
     EXPECT_EQ(read.format.writtenAmountText, "10,230,700");
     EXPECT_EQ(read.format.checkWidth, 8.5);
     EXPECT_TRUE(read.format.verticalOrientation);
+    EXPECT_TRUE(database.DeleteCheckFormat(read.id));
+    EXPECT_TRUE(database.ReadCheckFormat(2, read).IsNone());
+}
+
+// The operations that every table has; `change` sets what `IsChanged` looks for.
+template <class Entry>
+struct RowOperations {
+    const char* name;
+    bool (CQuillonDatabaseInterface::*add)(Entry&);
+    bool (CQuillonDatabaseInterface::*update)(const Entry&);
+    bool (CQuillonDatabaseInterface::*remove)(int64_t);
+    bool (CQuillonDatabaseInterface::*list)(COwnedList<Entry>&);
+    void (*change)(Entry&);
+    bool (*isChanged)(const Entry&);
+};
+
+template <class Entry>
+void TryOperations(CQuillonDatabaseInterface& database, const RowOperations<Entry>& table) {
+    SCOPED_TRACE(table.name);
+    COwnedList<Entry> rows;
+    ASSERT_TRUE((database.*table.list)(rows));
+    Ids ids = IdsOf(rows);  // of the seeds
+    Entry first, second;
+    ASSERT_TRUE((database.*table.add)(first) && (database.*table.add)(second));
+    table.change(first);
+    EXPECT_TRUE((database.*table.update)(first));
+    ids.insert(ids.end(), {first.id, second.id});
+    ASSERT_TRUE((database.*table.list)(rows));
+    EXPECT_EQ(IdsOf(rows), ids);
+    for (const Entry& row : rows) EXPECT_EQ(table.isChanged(row), row.id == first.id) << row.id;
+    EXPECT_TRUE((database.*table.remove)(second.id));
+    ids.pop_back();
+    ASSERT_TRUE((database.*table.list)(rows));
+    EXPECT_EQ(IdsOf(rows), ids);
+    EXPECT_FALSE((database.*table.update)(second));
+    EXPECT_FALSE((database.*table.remove)(second.id));
+}
+
+TEST_F(FinanceOperations, AddUpdateListDelete) {
+    using D = CQuillonDatabaseInterface;
+    TryOperations<CStockSectorEntry>(
+        database, {"sectors", &D::AddStockSector, &D::UpdateStockSector, &D::DeleteStockSector,
+                   &D::ListStockSectors, [](auto& row) { row.stockSector = "Tulips"; },
+                   [](const auto& row) { return row.stockSector == "Tulips"; }});
+    TryOperations<CStockOpenPositionEntry>(
+        database, {"open positions", &D::AddOpenPosition, &D::UpdateOpenPosition,
+                   &D::DeleteOpenPosition, &D::ListOpenPositions,
+                   [](auto& row) {
+                       row.shares = 2.5;
+                       row.notes = "x";
+                   },
+                   [](const auto& row) { return row.shares == 2.5 && row.notes == "x"; }});
+    TryOperations<CStockClosedPositionEntry>(
+        database, {"closed positions", &D::AddClosedPosition, &D::UpdateClosedPosition,
+                   &D::DeleteClosedPosition, &D::ListClosedPositions,
+                   [](auto& row) {
+                       row.actualNet = -1;
+                       row.stock = "ACME";
+                   },
+                   [](const auto& row) { return row.actualNet == -1 && row.stock == "ACME"; }});
+    TryOperations<CBudgetItem>(
+        database, {"budget", &D::AddBudgetItem, &D::UpdateBudgetItem, &D::DeleteBudgetItem,
+                   &D::ListBudgetItems, [](auto& row) { row.categoryId = 7; },
+                   [](const auto& row) { return row.categoryId == 7; }});
+    TryOperations<CRenamingRuleEntry>(
+        database, {"rules", &D::AddRenamingRule, &D::UpdateRenamingRule, &D::DeleteRenamingRule,
+                   &D::ListRenamingRules, [](auto& row) { row.replaceText = "Shop"; },
+                   [](const auto& row) { return row.replaceText == "Shop"; }});
+    TryOperations<CMemorizedTransactionEntry>(
+        database, {"memorized", &D::AddMemorizedTransaction, &D::UpdateMemorizedTransaction,
+                   &D::DeleteMemorizedTransaction, &D::ListMemorizedTransactions,
+                   [](auto& row) { row.periodType = PeriodType::Weekly; },
+                   [](const auto& row) { return row.periodType == PeriodType::Weekly; }});
+    TryOperations<CStockWatchListEntry>(
+        database,
+        {"watch list", &D::AddWatchListEntry, &D::UpdateWatchListEntry, &D::DeleteWatchListEntry,
+         &D::ListWatchList, [](auto& row) { row.notes = "dear"; },
+         [](const auto& row) { return row.notes == "dear"; }});
 }
 
 TEST_F(FinanceOperations, Stocks) {
@@ -335,17 +412,6 @@ TEST_F(FinanceOperations, Stocks) {
                            sold.Front()->actualYield, sold.Front()->percentTargetRealized}),
               (std::vector{1., 2., 3., 4., 5.}));
 
-    CStockWatchListEntry watched;
-    watched.date = Day(2022, 1, 2);
-    watched.stock = "XYZ";
-    ASSERT_TRUE(database.AddWatchListEntry(watched));
-    watched.notes = "dear";
-    ASSERT_TRUE(database.UpdateWatchListEntry(watched));
-    COwnedList<CStockWatchListEntry> list;
-    ASSERT_TRUE(database.ListWatchList(list));
-    EXPECT_EQ(list.Front()->notes, "dear");
-    EXPECT_TRUE(database.DeleteWatchListEntry(watched.id));
-
     ASSERT_TRUE(database.UpdateCoreAccountBalance(10.5));
     ASSERT_TRUE(database.UpdateInvestmentBalance(20.5));
     double core = 0, invested = 0;
@@ -356,8 +422,8 @@ TEST_F(FinanceOperations, Stocks) {
 }
 
 TEST_F(FinanceOperations, Password) {
-    EXPECT_FALSE(database.CheckPassword(""));
-    EXPECT_FALSE(database.CheckPassword("anything"));  // no hash is stored yet
+    EXPECT_EQ(database.CheckPassword(""), PasswordCheck::Wrong);
+    EXPECT_EQ(database.CheckPassword("anything"), PasswordCheck::Wrong);  // no hash is stored yet
     EXPECT_FALSE(database.SetPassword(""));
 
     ASSERT_TRUE(database.SetPassword("message digest"));
@@ -366,32 +432,32 @@ TEST_F(FinanceOperations, Password) {
     EXPECT_EQ(hash, "f96b697d7cb7938d525a2f31aaf161d0");  // RFC 1321
     const struct {
         const char* password;
-        bool accepted;
+        PasswordCheck answer;
     } rows[] = {
-        {"message digest", true},
-        {"Message digest", false},
-        {"message digest ", false},
-        {"f96b697d7cb7938d525a2f31aaf161d0", false},
-        {"", false},
+        {"message digest", PasswordCheck::Right},
+        {"Message digest", PasswordCheck::Wrong},
+        {"message digest ", PasswordCheck::Wrong},
+        {"f96b697d7cb7938d525a2f31aaf161d0", PasswordCheck::Wrong},
+        {"", PasswordCheck::Wrong},
     };
-    for (const auto& row : rows) EXPECT_EQ(database.CheckPassword(row.password), row.accepted);
+    for (const auto& row : rows) EXPECT_EQ(database.CheckPassword(row.password), row.answer);
 
     // The stored text is compared as it stands.
     ASSERT_TRUE(database.SetPasswordHash("F96B697D7CB7938D525A2F31AAF161D0"));
-    EXPECT_FALSE(database.CheckPassword("message digest"));
+    EXPECT_EQ(database.CheckPassword("message digest"), PasswordCheck::Wrong);
     ASSERT_TRUE(database.SetPasswordHash("f96b"));
-    EXPECT_FALSE(database.CheckPassword("message digest"));
+    EXPECT_EQ(database.CheckPassword("message digest"), PasswordCheck::Wrong);
 
     ASSERT_TRUE(database.SetPassword("Jürgen"));
     ASSERT_TRUE(database.SetSecurityEnabled(false));
     Reopen();
-    EXPECT_TRUE(database.CheckPassword("Jürgen"));
+    EXPECT_EQ(database.CheckPassword("Jürgen"), PasswordCheck::Right);
     bool enabled = true;
     ASSERT_TRUE(database.ReadSecurityEnabled(enabled));
     EXPECT_FALSE(enabled);
 
     ASSERT_TRUE(database.ClearPassword());
-    EXPECT_FALSE(database.CheckPassword("Jürgen"));
+    EXPECT_EQ(database.CheckPassword("Jürgen"), PasswordCheck::Wrong);
     EXPECT_EQ(database.RowCount(kSecurityTable), 1);
 }
 

@@ -165,7 +165,7 @@ TEST_F(FinanceSchema, ReopeningAddsNothingAndKeepsUserRows) {
     expected["Account"] = 1;
     expected["Category"] = 33;  // a default that the user deleted stays deleted
     EXPECT_EQ(Counts(), expected);
-    EXPECT_TRUE(database.CheckPassword("secret"));
+    EXPECT_EQ(database.CheckPassword("secret"), PasswordCheck::Right);
 }
 
 TEST_F(FinanceSchema, CheckFormatOfADatabaseFromBeforeCheckPrinting) {
@@ -247,7 +247,7 @@ TEST_F(FinanceSchema, OpenTellsWhyItFailed) {
     EXPECT_FALSE(second.AddAccount(account));
     EXPECT_FALSE(second.ListAccounts(accounts));
     EXPECT_EQ(second.FindOrAddPayee("x"), kNoRow);
-    EXPECT_FALSE(second.CheckPassword("x"));
+    EXPECT_EQ(second.CheckPassword("x"), PasswordCheck::Failed);
 }
 
 }  // namespace

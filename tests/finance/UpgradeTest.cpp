@@ -119,7 +119,7 @@ TEST_F(FinanceUpgrade, PayeeNamesBecomeRows) {
     // Baker, Grocer, grocer, Café Zoë, the empty name, Landlord.
     EXPECT_EQ(database.RowCount("Payee"), 6);
     COwnedList<CTransactionEntry> grocer;
-    ASSERT_TRUE(database.ListTransactionsByPayee(database.FindPayeeId("Grocer"), grocer));
+    ASSERT_TRUE(database.ListTransactionsByPayee(*database.FindPayeeId("Grocer"), grocer));
     EXPECT_EQ(grocer.Count(), 2);
     COwnedList<CMemorizedTransactionEntry> memorized;
     ASSERT_TRUE(database.ListMemorizedTransactionsByPayee(baker, memorized));
@@ -167,7 +167,7 @@ TEST_F(FinanceUpgrade, PayeeStepSurvivesAnyFailedWrite) {
         ASSERT_TRUE(result.schema.Complete())
             << static_cast<int>(result.problem) << " " << result.detail;
         COwnedList<CTransactionEntry> rows;
-        ASSERT_TRUE(database.ListTransactionsByPayee(database.FindPayeeId("Baker"), rows));
+        ASSERT_TRUE(database.ListTransactionsByPayee(*database.FindPayeeId("Baker"), rows));
         EXPECT_EQ(rows.Count(), 2);
         EXPECT_EQ(database.RowCount("Payee"), 3);
         EXPECT_FALSE(database.Database().HasColumn("Transaction", "Payee"));
