@@ -1,4 +1,4 @@
-// account add, list, close, reopen.
+// account add, edit, list, close, reopen.
 
 #include "cli/Commands.h"
 #include "cli/DatabaseMessages.h"
@@ -96,6 +96,42 @@ void ListAccounts(CCommandContext& context) {
                 FormatCurrency(total.Value()));
 }
 
+struct EditOptions {
+    std::string account;
+    TextOption name;
+    TextOption description;
+    TextOption type;
+};
+
+void EditAccount(CCommandContext& context, const EditOptions& options) {
+    if (!options.name.Given() && !options.description.Given() && !options.type.Given()) {
+        throw CFailure(
+            "Nothing to change was given, such as --name or --type "
+            "(see quillon-cli account edit --help)",
+            ExitStatus::WrongUsage);
+    }
+    CSession session(context);
+    CAccountEntry account = RequireAccount(session.Database(), options.account);
+    if (options.name.Given()) account.name = RequireLine(options.name.value, "name");
+    if (options.description.Given()) {
+        account.description = RequireLine(options.description.value, "description");
+    }
+    if (options.type.Given()) account.accountType = RequireAccountType(options.type.value);
+    const double before = account.currentBalance;
+    RequireDone(session.Ledger().ChangeAccount(account), session.Database());
+    RequireFound(session.Database().ReadAccount(account.id, account), session.Database());
+    if (context.WantsJson()) {
+        context.Print(AccountJson(account));
+        return;
+    }
+    context.Say("The account " + Quoted(account.name.ToUtf8()) + " was changed.");
+    if (account.currentBalance != before) {
+        context.Say("In a " + KeyOf(account.accountType) + " account its transactions add up to " +
+                    FormatCurrency(account.currentBalance) + ", not " + FormatCurrency(before) +
+                    ".");
+    }
+}
+
 void SetActive(CCommandContext& context, const std::string& name, bool active) {
     CSession session(context);
     CAccountEntry account = RequireAccount(session.Database(), name);
@@ -135,6 +171,17 @@ void AddAccountCommands(CLI::App& program, CCommandContext& context) {
     AddText(add, "--date", options->date, "Date of the opening balance (default: today)");
     add->callback([&context, options] {
         context.work = [&context, options] { AddAccount(context, *options); };
+    });
+
+    CLI::App* const edit = group->add_subcommand("edit", "Change name, description or kind");
+    const auto edited = std::make_shared<EditOptions>();
+    edit->add_option("account", edited->account, "Name of the account")->required();
+    AddText(edit, "--name", edited->name, "Its new name");
+    AddText(edit, "--description", edited->description, "Anything worth knowing about it");
+    AddText(edit, "--type", edited->type, "What kind of account it is; the balance follows")
+        ->check(CLI::IsMember(AccountTypeKeys(), CLI::ignore_case));
+    edit->callback([&context, edited] {
+        context.work = [&context, edited] { EditAccount(context, *edited); };
     });
 
     group->add_subcommand("list", "List the accounts and their balances")->callback([&context] {

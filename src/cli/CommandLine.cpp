@@ -98,6 +98,8 @@ ExitStatus Run(const std::vector<std::string>& arguments, CommandLineHost& host)
         throw CFailure(UsageMessage(program, error) + " (see " + CommandPath(program) + " --help)",
                        ExitStatus::WrongUsage);
     }
+    // A failure is nothing to stop for: the built-in settings hold then.
+    (void)context.Settings().WriteDefaultFile();
     if (context.work) context.work();
     host.out.flush();
     if (!host.out) throw CFailure("The output could not be written; is the disk full?");

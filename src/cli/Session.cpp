@@ -37,6 +37,7 @@ CSession::CSession(CCommandContext& context, Start start)
         context.Note("The journal was damaged and was kept as " + Quoted(Opened().setAsideJournal) +
                      "; run 'verify'.");
     }
+    if (m_startUp.Step() == StartUpStep::Incomplete) TakeIncomplete(context, start);
     (void)m_startUp.GoOnWithoutPassword();
     if (m_startUp.Step() == StartUpStep::EnterPassword) EnterPassword(context);
 }
@@ -59,16 +60,26 @@ void CSession::Refuse() const {
     switch (m_startUp.Failure()) {
         case StartUpFailure::NoDatabase:
             RefuseMissing();
-        case StartUpFailure::SchemaIncomplete:
-            throw CFailure("The ledger in " + Quoted(Folder()) +
-                           " could not be brought up to date (" + IncompleteSchema(opened.schema) +
-                           "); make room on the disk, or run 'verify', and try again.");
         case StartUpFailure::NotReadable:
             throw CFailure("The protection of the ledger in " + Quoted(Folder()) +
                            " cannot be read; restore the ledger from a backup.");
         default:
             throw CFailure(DatabaseMessage(opened.problem, Folder(), opened.detail));
     }
+}
+
+void CSession::TakeIncomplete(CCommandContext& context, Start start) {
+    const std::string what = "The ledger in " + Quoted(Folder()) +
+                             " could not be brought up to date (" +
+                             IncompleteSchema(Opened().schema) + ")";
+    if (start == Start::Create) {
+        (void)m_startUp.Cancel();
+        throw CFailure(what + "; make room on the disk, or run 'verify', and try again.");
+    }
+    context.Note(what +
+                 " and is used as it is; make room on the disk, or run 'verify'. The next "
+                 "command tries again.");
+    if (m_startUp.GoOnIncomplete() == StartUpStep::Failed) Refuse();
 }
 
 void CSession::RefuseMissing() const {

@@ -9,6 +9,8 @@ namespace quillon {
 // An open ledger for the time of a command, by the road that the program starts on.
 //
 //   Missing    Only Create makes a database; everything else says that there is none.
+//   Incomplete A ledger whose tables could not all be made is opened with a note, so that
+//              it can be read and backed up; Create refuses it.
 //   Password   A protected ledger asks for its password, once. A fresh database has
 //              protection on and no password: it is not protected, and nobody is asked.
 //   Errors     CFailure.
@@ -28,6 +30,8 @@ public:
 
 private:
     void Open(CCommandContext& context, Start start);
+    // Says what is missing; of a ledger that was to be made, refuses.
+    void TakeIncomplete(CCommandContext& context, Start start);
     [[noreturn]] void Refuse() const;
     [[noreturn]] void RefuseMissing() const;
     void EnterPassword(CCommandContext& context);

@@ -9,6 +9,7 @@
 
 namespace quillon {
 
+class CCheckPrintFormat;
 class CDatabaseManager;
 
 // Table names, exactly as stored.
@@ -76,7 +77,8 @@ struct SchemaOutcome {
 
 // Creates and seeds the missing tables, then upgrades older ones. A table with its
 // seed is one commit, and so is an upgrade step: each is there whole or not at all.
-// An existing table is left untouched. A failure does not stop the ones after it.
-SchemaOutcome EnsureFinanceSchema(CDatabaseManager& database);
+// An existing table is left untouched. A failure does not stop the ones after it. Accounts
+// from before there were check layouts get `layout`.
+SchemaOutcome EnsureFinanceSchema(CDatabaseManager& database, const CCheckPrintFormat& layout);
 
 }  // namespace quillon

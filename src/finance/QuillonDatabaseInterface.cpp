@@ -11,15 +11,16 @@ CQuillonDatabaseInterface::~CQuillonDatabaseInterface() {
     if (IsOpen()) Close();
 }
 
-FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder) {
+FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder,
+                                                  const CCheckPrintFormat& checkLayout) {
     FinanceOpenResult result;
     bool ran = false;
     m_rows->Run([&] {
         if (IsOpen()) Close();
-        const bool existed = CDatabaseManager::FolderHoldsDatabase(m_database.Files(), folder);
         if (m_database.Open(folder)) {
-            result.created = !existed;
-            result.schema = EnsureFinanceSchema(m_database);
+            // Files do not tell: after a power cut they may still stand in the journal.
+            result.created = m_database.Tables().empty();
+            result.schema = EnsureFinanceSchema(m_database, checkLayout);
             result.setAsideJournal = m_database.SetAsideJournal();
             result.opened = true;
         }

@@ -22,7 +22,7 @@ class CFinanceRows;
 // What Open() found and did.
 struct FinanceOpenResult {
     bool opened = false;
-    bool created = false;  // the folder held no database before
+    bool created = false;  // the folder held no ledger: there was no table in it
     SchemaOutcome schema;
     DatabaseProblem problem = DatabaseProblem::None;
     std::string detail;           // file concerned, or empty
@@ -68,8 +68,9 @@ public:
 
     // --- life
     // Opens the folder, making what is missing, creates and seeds missing tables and
-    // upgrades old ones. A database that is open is closed first.
-    FinanceOpenResult Open(const std::string& folder);
+    // upgrades old ones. Accounts from before there were check layouts get `checkLayout`.
+    // A database that is open is closed first.
+    FinanceOpenResult Open(const std::string& folder, const CCheckPrintFormat& checkLayout = {});
     bool Close();
     bool IsOpen() const { return m_database.IsOpen(); }
     CDatabaseManager& Database() { return m_database; }

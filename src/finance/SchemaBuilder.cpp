@@ -71,9 +71,9 @@ bool CSchemaBuilder::SetFlags(const char* table, std::span<const char* const> co
     return true;
 }
 
-SchemaOutcome EnsureFinanceSchema(CDatabaseManager& database) {
+SchemaOutcome EnsureFinanceSchema(CDatabaseManager& database, const CCheckPrintFormat& layout) {
     SchemaOutcome outcome;
-    CSchemaBuilder builder(database);
+    CSchemaBuilder builder(database, layout);
     for (const FinanceTable& table : FinanceTables()) {
         if (database.FindTable(table.name)) continue;
         if (CreateFinanceTable(builder, table)) {

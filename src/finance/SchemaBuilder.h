@@ -12,7 +12,9 @@ namespace quillon {
 // of its own beyond that of a row.
 class CSchemaBuilder {
 public:
-    explicit CSchemaBuilder(CDatabaseManager& database) : m_database(database) {}
+    // `layout`: of checks, for the accounts there are.
+    CSchemaBuilder(CDatabaseManager& database, const CCheckPrintFormat& layout)
+        : m_database(database), m_layout(layout) {}
 
     // Adds the column as the finance schema defines it; true as well when it is there.
     bool EnsureColumn(const char* table, const char* column);
@@ -38,6 +40,7 @@ public:
     std::vector<int64_t> RowsOf(const char* table) const;
 
     CDatabaseManager& Database() { return m_database; }
+    const CCheckPrintFormat& Layout() const { return m_layout; }
 
 private:
     int64_t Finish(bool set, int64_t now) {
@@ -49,6 +52,7 @@ private:
     }
 
     CDatabaseManager& m_database;
+    const CCheckPrintFormat& m_layout;
 };
 
 // Writes what a new table starts with. True when there is nothing to write.

@@ -41,7 +41,7 @@ bool SeedSectors(CSchemaBuilder& builder, int64_t now) {
 // The default layout for every account there is, in a database from before check printing.
 bool SeedCheckFormats(CSchemaBuilder& builder, int64_t now) {
     CDatabaseManager& database = builder.Database();
-    const CCheckPrintFormat layout;
+    const CCheckPrintFormat& layout = builder.Layout();
     for (const int64_t account : builder.RowsOf(kAccountTable)) {
         const int64_t added = builder.AddRow(kCheckFormatTable, now, [&] {
             return database.SetInt64("AccountID", account) &&

@@ -1,6 +1,11 @@
 #include "finance/StartUp.h"
 
+#include <algorithm>
+#include <string_view>
+
+#include "finance/CheckLayout.h"
 #include "settings/SettingsNames.h"
+#include "storage/JournalFormat.h"
 #include "storage/RestoreFolders.h"
 
 namespace quillon {
@@ -10,12 +15,25 @@ namespace {
 constexpr char kDefaultFolder[] = "QuillonDatabase";
 constexpr char kSchemaFile[] = "DatabaseSchema.dat";
 
+bool IsMissing(const SchemaOutcome& schema, std::string_view table) {
+    const auto& missing = schema.tablesFailed;
+    return std::find(missing.begin(), missing.end(), table) != missing.end();
+}
+
 }  // namespace
 
 std::string CStartUp::ConfiguredFolder(const CSettingsFile& settings) {
     std::string folder;
     settings.ReadString(settings::kFileFolder, settings::kDatabasePath, folder);
     return folder.empty() ? kDefaultFolder : folder;
+}
+
+// A damaged ledger may have lost the one file and still be no place for a new one; and one
+// that lost power early has its files in the journal only.
+bool CStartUp::FolderHoldsLedger() const {
+    const std::string folder = WithTrailingSeparator(m_folder);
+    return CDatabaseManager::FolderHoldsDatabase(m_files, m_folder) ||
+           m_files.Exists(folder + kSchemaFile) || m_files.Exists(folder + kJournalName);
 }
 
 StartUpStep CStartUp::Start(const std::string& chosenFolder, Want want) {
@@ -28,18 +46,23 @@ StartUpStep CStartUp::Start(const std::string& chosenFolder, Want want) {
     // A restore that was stopped may have left the ledger beside its place. When that
     // cannot be put right, opening says why.
     (void)RecoverInterruptedRestore(m_files, m_folder);
-    // A damaged ledger may have lost the one file and still be no place for a new one.
-    m_foundExisting = CDatabaseManager::FolderHoldsDatabase(m_files, m_folder) ||
-                      m_files.Exists(WithTrailingSeparator(m_folder) + kSchemaFile);
+    m_foundExisting = FolderHoldsLedger();
     if (!m_foundExisting && want == Want::ExistingOnly) return Fail(StartUpFailure::NoDatabase);
 
-    m_opened = m_database.Open(m_folder);
+    m_opened = m_database.Open(m_folder, DefaultCheckFormat(m_settings));
     if (!m_opened.opened) return Fail(StartUpFailure::NotOpened);
-    if (!m_opened.schema.Complete()) return Fail(StartUpFailure::SchemaIncomplete);
+    m_foundExisting = !m_opened.created;
+    if (!m_opened.schema.Complete()) return m_step = StartUpStep::Incomplete;
     return ReadProtection();
 }
 
+StartUpStep CStartUp::GoOnIncomplete() {
+    return m_step == StartUpStep::Incomplete ? ReadProtection() : m_step;
+}
+
 StartUpStep CStartUp::ReadProtection() {
+    // Without the table there never was a password.
+    if (IsMissing(m_opened.schema, kSecurityTable)) return m_step = StartUpStep::Ready;
     CKeelString hash;
     // The hash of a ledger without protection asks for nothing, and backups use it.
     if (!m_database.ReadSecurityEnabled(m_enabled) || !m_database.ReadPasswordHash(hash)) {
@@ -89,7 +112,10 @@ StartUpStep CStartUp::GoOnWithoutPassword() {
 }
 
 StartUpStep CStartUp::Cancel() {
-    if (m_step != StartUpStep::SetPassword && m_step != StartUpStep::EnterPassword) return m_step;
+    if (m_step != StartUpStep::Incomplete && m_step != StartUpStep::SetPassword &&
+        m_step != StartUpStep::EnterPassword) {
+        return m_step;
+    }
     (void)m_database.Close();
     return m_step = StartUpStep::Cancelled;
 }

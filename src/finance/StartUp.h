@@ -11,18 +11,19 @@ namespace quillon {
 // What a start waits for.
 enum class StartUpStep {
     Failed,         // no ledger is open; Failure() tells why
+    Incomplete,     // open, but a table or an upgrade is missing, which Opened().schema
+                    // names: ask whether to go on
     SetPassword,    // protection is on and there is no password yet: ask for a new one
     EnterPassword,  // ask for the password
     Ready,          // the ledger may be shown
-    Cancelled,      // neither question was answered; the ledger is closed again
+    Cancelled,      // a question was not answered; the ledger is closed again
 };
 
 enum class StartUpFailure {
     None,
-    NoDatabase,        // only an existing ledger was wanted, and the folder holds none
-    NotOpened,         // Opened().problem and Opened().detail tell why
-    SchemaIncomplete,  // opened, but a table or an upgrade is missing: Opened().schema
-    NotReadable,       // the protection could not be read
+    NoDatabase,   // only an existing ledger was wanted, and the folder holds none
+    NotOpened,    // Opened().problem and Opened().detail tell why
+    NotReadable,  // the protection could not be read
 };
 
 enum class PasswordAnswer {
@@ -44,8 +45,10 @@ inline constexpr char kProtectionOffMessage[] =
 //
 //   Folder     The chosen one; else the settings' DatabasePath in section FileFolder;
 //              else QuillonDatabase in the current folder.
-//   Existing   A folder that holds DatabaseSchema_blobdict.dat. A restore that was
-//              stopped is put right before looking.
+//   Existing   A folder that holds DatabaseSchema_blobdict.dat, or a journal that may
+//              bring it back. A restore that was stopped is put right before looking.
+//              Once the ledger is open, its tables tell: FoundExisting() and
+//              Opened().created are opposites.
 //   Ownership  Borrows the database, the settings and the file system, which must
 //              outlive it.
 //   Errors     A step or an answer; nothing throws, shows or waits.
@@ -67,6 +70,10 @@ public:
     StartUpStep Step() const { return m_step; }
     StartUpFailure Failure() const { return m_failure; }
 
+    // At Incomplete: takes the ledger as it is, so that a full disk or a damaged table
+    // locks nobody out. What is missing cannot be read or written, all else can; the next
+    // start tries again to make it.
+    StartUpStep GoOnIncomplete();
     // At EnterPassword.
     PasswordAnswer EnterPassword(std::string_view password);
     // At SetPassword: stores it and turns protection on.
@@ -90,6 +97,7 @@ public:
     std::string Title() const { return "Quillon Database [" + m_folder + "]"; }
 
 private:
+    bool FolderHoldsLedger() const;
     StartUpStep Fail(StartUpFailure failure);
     StartUpStep ReadProtection();
 

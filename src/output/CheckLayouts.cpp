@@ -1,47 +1,9 @@
 #include "output/CheckLayouts.h"
 
-#include <cmath>
-
-#include "settings/SettingsNames.h"
-
 namespace quillon {
 
-namespace {
-
-const char* SettingOf(CheckField field) {
-    switch (field) {
-        case CheckField::Date:
-            return settings::kDateText;
-        case CheckField::Payee:
-            return settings::kPayeeText;
-        case CheckField::Amount:
-            return settings::kAmountText;
-        case CheckField::WrittenAmount:
-            return settings::kWrittenAmountText;
-        case CheckField::Memo:
-            break;
-    }
-    return settings::kMemoText;
-}
-
-}  // namespace
-
 CCheckPrintFormat CCheckLayouts::Defaults() const {
-    CCheckPrintFormat format;
-    std::string value;
-    CheckPosition position;
-    for (const CheckField field : kCheckFields) {
-        if (m_settings.ReadString(settings::kCheckPrint, SettingOf(field), value) &&
-            ParseCheckPosition(value, position)) {
-            PositionText(format, field) = FormatCheckPosition(position);
-        }
-    }
-    double width = 0.0;
-    if (m_settings.ReadString(settings::kCheckPrint, settings::kCheckWidth, value) &&
-        ParseCheckWidth(value, width) && std::isfinite(width) && width > 0.0) {
-        format.checkWidth = width;
-    }
-    return format;
+    return DefaultCheckFormat(m_settings);
 }
 
 bool CCheckLayouts::Read(int64_t accountId, CCheckPrintFormatEntry& entry) {

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
+#include "finance/CheckLayout.h"
 #include "finance/QuillonDatabaseInterface.h"
-#include "output/CheckLayout.h"
 #include "settings/SettingsFile.h"
 
 namespace quillon {
@@ -25,8 +25,7 @@ public:
     CCheckLayouts(CQuillonDatabaseInterface& database, const CSettingsFile& settings)
         : m_database(database), m_settings(settings) {}
 
-    // From the settings' section CheckPrint; a setting that is missing or cannot be used
-    // is the built-in one.
+    // As DefaultCheckFormat.
     CCheckPrintFormat Defaults() const;
 
     // As it is stored, whether or not it can be used; the default layout and id kNoRow

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "output/CheckLayout.h"
+#include "finance/CheckLayout.h"
 
 namespace quillon {
 

@@ -43,6 +43,14 @@ TEST_F(Register, AccountsKeepTheirShape) {
               "quillon-cli: The account 'Visa' is closed; 'account reopen' takes it into use "
               "again.\n");
     EXPECT_EQ(Json({"account", "reopen", "Visa"}).at("active"), true);
+
+    Json({"transaction", "add", "Visa", "--type", "payment", "--date", "2024-04-01", "--amount",
+          "12.33"});
+    EXPECT_EQ(Json({"account", "edit", "Visa", "--name", "Giro", "--type", "checking"}).dump(),
+              R"({"id":1,"name":"Giro","description":"Lakeside","type":"checking",)"
+              R"("balance":-824.66,"latestCheckNumber":0,"active":true})");
+    EXPECT_EQ(Run({"account", "edit", "Giro"}).status, 2);
+    EXPECT_EQ(Json({"verify"}).at("code"), 0);
 }
 
 TEST_F(Register, RunningBalancesInRegisterOrder) {

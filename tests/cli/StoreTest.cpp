@@ -254,7 +254,35 @@ TEST_F(Store, Passwords) {
     EXPECT_EQ(Run({"account", "list"}).status, 0);
 }
 
+// A full disk that keeps a table from being made keeps nobody from reading.
+TEST_F(Store, AnIncompleteLedgerIsReadWithANote) {
+    {
+        CQuillonDatabaseInterface database(m_disk);
+        ASSERT_TRUE(database.Open("ledger").opened);
+        ASSERT_TRUE(database.Database().RemoveTable(kCheckFormatTable));
+    }
+    CliRun run;
+    for (int64_t nth = 1; nth < 200 && run.out.empty(); ++nth) {
+        m_disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, nth, FileError::NoSpace,
+                       CMemoryFileSystem::Times::ForEver);
+        run = Run({"--json", "account", "list"});
+    }
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.Json().size(), 3u);
+    EXPECT_EQ(run.err,
+              "note: The ledger in 'ledger' could not be brought up to date (CheckFormat) and is "
+              "used as it is; make room on the disk, or run 'verify'. The next command tries "
+              "again.\n");
+    EXPECT_EQ(Run({"init"}).status, 1);
+    m_disk.StopFailing();
+    EXPECT_EQ(Json({"init"}).at("tables"), 15);
+}
+
 TEST_F(Store, Settings) {
+    // Before the first command runs, the file is there, and never written twice.
+    EXPECT_EQ(Run({"settings", "get", "CheckPrint", "CheckWidth"}).out, "6.00\n");
+    Json({"settings", "set", "CheckPrint", "CheckWidth", ""});
+    EXPECT_EQ(Run({"settings", "get", "CheckPrint", "CheckWidth"}).status, 1);
     EXPECT_EQ(Run({"settings", "get", "FileFolder", "DatabasePath"}).status, 1);
     Json({"settings", "set", "FileFolder", "DatabasePath", "ledger"});
     EXPECT_EQ(Run({"settings", "get", "filefolder", "databasepath"}).out, "ledger\n");

@@ -151,12 +151,83 @@ TEST_F(StartUpTest, ADiskThatFailsDuringTheFirstStartIsReportedAndClosed) {
         if (step == StartUpStep::Failed) {
             EXPECT_FALSE(database.IsOpen()) << nth;
             EXPECT_NE(startUp.Failure(), StartUpFailure::None) << nth;
-            ++failures;
         }
+        failures += step == StartUpStep::Failed || step == StartUpStep::Incomplete;
         disk.StopFailing();
         EXPECT_EQ(startUp.Start("ledger"), StartUpStep::SetPassword) << nth;
+        EXPECT_NE(startUp.FoundExisting(), startUp.Opened().created) << nth;
     }
     EXPECT_GT(failures, 10);
+}
+
+// A ledger from before there were check layouts, on a disk that fills up: what it holds may
+// be looked at, and with room again its accounts have the layout that the user set.
+TEST_F(StartUpTest, WhatCannotBeMadeLocksNobodyOut) {
+    MakeLedger("ledger", "", false);
+    CAccountEntry account;
+    account.name = "Checking";
+    {
+        Program program(*this);
+        ASSERT_EQ(program.startUp.Start("ledger"), StartUpStep::Ready);
+        ASSERT_TRUE(program.database.AddAccount(account));
+        ASSERT_TRUE(program.database.Database().RemoveTable(kCheckFormatTable));
+        ASSERT_TRUE(program.database.Close());
+    }
+    ASSERT_TRUE(m_settings.WriteString("CheckPrint", "DateText", "12, 2000, 240"));
+    ASSERT_TRUE(m_settings.WriteString("CheckPrint", "CheckWidth", "8.5"));
+    Program program(*this);
+    CStartUp& startUp = program.startUp;
+    // Full a little later each time, until the ledger opens and the table finds no room.
+    const auto startOnAFullDisk = [&] {
+        StartUpStep step = StartUpStep::Failed;
+        for (int64_t nth = 1; nth < 200 && step != StartUpStep::Incomplete; ++nth) {
+            m_disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, nth, FileError::NoSpace,
+                           CMemoryFileSystem::Times::ForEver);
+            step = startUp.Start("ledger");
+        }
+        return step;
+    };
+    ASSERT_EQ(startOnAFullDisk(), StartUpStep::Incomplete);
+    EXPECT_TRUE(startUp.FoundExisting());
+    ASSERT_EQ(startUp.Opened().schema.tablesFailed.size(), 1u);
+    EXPECT_EQ(startUp.GoOnIncomplete(), StartUpStep::Ready);
+    EXPECT_TRUE(program.database.FindAccountByName("Checking", account));
+    ASSERT_EQ(startOnAFullDisk(), StartUpStep::Incomplete);
+    EXPECT_EQ(startUp.Cancel(), StartUpStep::Cancelled);
+    EXPECT_FALSE(program.database.IsOpen());
+
+    m_disk.StopFailing();
+    ASSERT_EQ(startUp.Start("ledger"), StartUpStep::Ready);
+    CCheckPrintFormatEntry layout;
+    ASSERT_TRUE(program.database.ReadCheckFormat(account.id, layout));
+    EXPECT_EQ(layout.format.dateText, "12,2000,240");
+    EXPECT_EQ(layout.format.payeeText, "10,690,530");
+    EXPECT_EQ(layout.format.checkWidth, 8.5);
+}
+
+// Power was cut before the first files of a new ledger were on the medium: the journal brings
+// them back, with all that was committed, and the ledger is no missing one.
+TEST_F(StartUpTest, ALedgerThatStandsInItsJournalExists) {
+    CAccountEntry account;
+    account.name = "Checking";
+    auto image = m_disk.Snapshot();
+    {
+        Program program(*this);
+        ASSERT_EQ(program.startUp.Start("ledger"), StartUpStep::SetPassword);
+        EXPECT_TRUE(program.startUp.Opened().created);
+        ASSERT_TRUE(program.database.AddAccount(account));
+        image = m_disk.Snapshot();
+        ASSERT_TRUE(program.database.Close());
+    }
+    m_disk.Restore(image);
+    ASSERT_TRUE(m_disk.Remove("ledger/DatabaseSchema_blobdict.dat"));
+    ASSERT_TRUE(m_disk.Remove("ledger/DatabaseSchema.dat"));
+    Program program(*this);
+    ASSERT_EQ(program.startUp.Start("ledger", CStartUp::Want::ExistingOnly),
+              StartUpStep::SetPassword);
+    EXPECT_TRUE(program.startUp.FoundExisting());
+    EXPECT_FALSE(program.startUp.Opened().created);
+    EXPECT_TRUE(program.database.FindAccountByName("Checking", account));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "finance/Ledger.h"
 #include "finance/QuillonDatabaseInterface.h"
 #include "foundation/CalendarDate.h"
@@ -162,6 +164,37 @@ TEST_F(ImportManager, LastMatchingRuleRenames) {
     // The second rule looks at what the first one made of the text.
     EXPECT_EQ(Register(), (Lines{"2021-01-02 0 1 Amazon [Food]", "2021-01-03 0 1 VOID",
                                  "2021-01-04 0 1 amzn"}));
+}
+
+// A preview and its import count the same.
+TEST_F(ImportManager, AmountsAboveTheLimitAreLeftOut) {
+    const std::string file =
+        "!Type:Bank\nD1/2'21\nT10000000000000.00\nPShop\n^\nD1/2'21\nT-10000000000000.00\n"
+        "PShop\n^\nD1/2'21\nT10000000000000.01\nPToo much\n^\nD1/2'21\n"
+        "T-99999999999999\nPToo much\n^\n";
+    for (const bool dryRun : {true, false}) {
+        SCOPED_TRACE(dryRun);
+        ImportOptions options = Inferred();
+        options.dryRun = dryRun;
+        const ImportResult result = ImportQif(file, options);
+        EXPECT_EQ(result.read, 4);
+        EXPECT_EQ(result.imported, 2);
+        EXPECT_EQ(result.payeesCreated, 1);
+        const auto tooLarge = [](const ImportNote& note) {
+            return note.text.find("too large for the ledger") != std::string::npos;
+        };
+        EXPECT_TRUE(std::any_of(result.notes.begin(), result.notes.end(), tooLarge));
+    }
+    EXPECT_EQ(Register(), (Lines{"2021-01-02 1 1e+13 Shop", "2021-01-02 0 1e+13 Shop"}));
+    ExpectBalancesInOrder();
+}
+
+TEST_F(ImportManager, AClosedAccountTakesNoImport) {
+    ASSERT_TRUE(m_database.SetAccountActive(m_account.id, false));
+    const ImportResult result = ImportQif("!Type:Bank\nD1/2'21\nT1\n^\n");
+    EXPECT_TRUE(result.failed);
+    EXPECT_TRUE(result.error.ends_with("The account is closed.")) << result.error;
+    EXPECT_EQ(Register(), Lines{});
 }
 
 TEST_F(ImportManager, FailuresAreSaidInTheImportersWords) {

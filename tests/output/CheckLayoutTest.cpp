@@ -1,4 +1,4 @@
-#include "output/CheckLayout.h"
+#include "finance/CheckLayout.h"
 
 #include <gtest/gtest.h>
 

@@ -9,6 +9,8 @@
 
 namespace quillon {
 
+class CSettingsFile;
+
 // The layout of a check: what CCheckPrintFormat keeps as texts, as numbers.
 //
 //   Offsets      Six hundredths to the inch, from the check's left and upper edge to the
@@ -42,6 +44,10 @@ struct CheckPosition {
 std::string FormatCheckPosition(const CheckPosition& position);
 // The whole text is a number, blanks around it allowed. False leaves `inches` untouched.
 [[nodiscard]] bool ParseCheckWidth(std::string_view text, double& inches);
+
+// The layout of an account that has none of its own, from the settings' section CheckPrint; a
+// setting that is missing or cannot be used is the built-in one.
+CCheckPrintFormat DefaultCheckFormat(const CSettingsFile& settings);
 
 CKeelString& PositionText(CCheckPrintFormat& format, CheckField field);
 const CKeelString& PositionText(const CCheckPrintFormat& format, CheckField field);

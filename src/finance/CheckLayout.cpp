@@ -1,8 +1,11 @@
-#include "output/CheckLayout.h"
+#include "finance/CheckLayout.h"
 
 #include <charconv>
 #include <cmath>
 #include <system_error>
+
+#include "settings/SettingsFile.h"
+#include "settings/SettingsNames.h"
 
 namespace quillon {
 
@@ -28,6 +31,22 @@ bool TakePiece(std::string_view& text, std::string_view& piece) {
     piece = text.substr(0, comma);
     text.remove_prefix(comma + 1);
     return true;
+}
+
+const char* SettingOf(CheckField field) {
+    switch (field) {
+        case CheckField::Date:
+            return settings::kDateText;
+        case CheckField::Payee:
+            return settings::kPayeeText;
+        case CheckField::Amount:
+            return settings::kAmountText;
+        case CheckField::WrittenAmount:
+            return settings::kWrittenAmountText;
+        case CheckField::Memo:
+            break;
+    }
+    return settings::kMemoText;
 }
 
 }  // namespace
@@ -74,6 +93,24 @@ bool ParseCheckWidth(std::string_view text, double& inches) {
     if (error != std::errc() || rest != end) return false;
     inches = read;
     return true;
+}
+
+CCheckPrintFormat DefaultCheckFormat(const CSettingsFile& settings) {
+    CCheckPrintFormat format;
+    std::string value;
+    CheckPosition position;
+    for (const CheckField field : kCheckFields) {
+        if (settings.ReadString(settings::kCheckPrint, SettingOf(field), value) &&
+            ParseCheckPosition(value, position)) {
+            PositionText(format, field) = FormatCheckPosition(position);
+        }
+    }
+    double width = 0.0;
+    if (settings.ReadString(settings::kCheckPrint, settings::kCheckWidth, value) &&
+        ParseCheckWidth(value, width) && std::isfinite(width) && width > 0.0) {
+        format.checkWidth = width;
+    }
+    return format;
 }
 
 const CKeelString& PositionText(const CCheckPrintFormat& format, CheckField field) {
