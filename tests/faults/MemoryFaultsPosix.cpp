@@ -1,6 +1,6 @@
 // Not on Windows: there the runtime library is part of the program, and its own allocations
 // would fail as well, those that an exception needs among them.
-// Memory runs out at any allocation of a work, once or for ever. The work then says so, or
+// Memory runs out at any allocation of a step of work, once or for ever. The work then says so, or
 // did not need it; nothing is lost, leaked or half done.
 
 #include <algorithm>
@@ -9,48 +9,38 @@
 
 #include "AllocationGauge.h"
 #include "Faults.h"
-#include "MemoryWork.h"
+#include "FaultsDatabase.h"
+#include "StoreContent.h"
+#include "StoreWorkloads.h"
 
 namespace quillon {
 namespace {
 
 using Times = CAllocationGauge::Times;
 
-// What the disk of a killed program comes to when it is opened again.
-struct Found {
-    bool opened = false;
-    std::string content;
-    std::string disorder;
+// Where a step begins.
+struct Point {
+    DiskImage disk;
+    bool isOpen = false;
 };
 
-Found FoundOn(const DiskFiles& files, Level level, const char* folder = kMemoryFolder) {
-    World world(files);
-    Found found;
-    found.opened = OpenWorld(world, level, folder);
-    if (!found.opened) return found;
-    found.content = ContentText(DatabaseOf(world, level));
-    found.disorder = DisorderOf(world, level);
-    return found;
-}
+// One program with its disk, which is the machine's and not the program's.
+struct World {
+    World(const Point& point, bool isFinance) : session(disk, isFinance) {
+        memory.Restore(point.disk);
+    }
+    StoreLook LookKilled() { return LookAtImage(memory.Everything(), IsFinance()); }
+    StoreLook LookOpen() { return LookAtOpen(session.Store(), session.Finance()); }
+    bool IsFinance() { return session.Finance() != nullptr; }
 
-// Where the one leaves the other, for people.
-std::string Difference(const std::string& is, const std::string& shouldBe) {
-    const auto [left, right] =
-        std::mismatch(is.begin(), is.end(), shouldBe.begin(), shouldBe.end());
-    const auto from = static_cast<size_t>(left - is.begin());
-    constexpr size_t kShown = 60;
-    const size_t start = from - std::min<size_t>(from, kShown / 2);
-    std::string text =
-        "holds '" + is.substr(start, kShown) + "' and not '" + shouldBe.substr(start, kShown) + "'";
-    std::replace_if(
-        text.begin(), text.end(), [](char letter) { return letter >= 0 && letter < ' '; }, '|');
-    return text;
-}
+    CMemoryFileSystem memory;
+    CBoundedFiles disk{memory};
+    CWorkSession session;
+};
 
-// A work as it goes when nothing fails.
+// A step as it goes when nothing fails.
 struct Unfailed {
-    std::string before;
-    std::string after;
+    std::vector<uint64_t> states;  // contents before, between its commits and after
     std::string seen;
     int64_t allocations = 0;
     int64_t leftBlocks = 0;  // still taken when everything is gone
@@ -61,23 +51,13 @@ public:
     CMemoryMachine(const FaultsOptions& options, CFaultsReport& report)
         : m_options(options), m_report(report) {}
 
-    void Run(const MemoryWork& work) {
-        const DiskFiles& files = FilesBefore(work);
-        Unfailed unfailed;
-        // Twice: the first run fills what is kept for good.
-        const bool ran = Measure(work, files, unfailed) && Measure(work, files, unfailed);
-        m_report.Expect(ran, std::string(work.name) + ": does not work with all memory there is");
-        if (!ran) return;
-        for (const Times times : {Times::Once, Times::ForEver}) {
-            const int64_t step = Step(unfailed.allocations);
-            // Both patterns together meet twice as many places.
-            int64_t nth = times == Times::Once ? 1 : 1 + step / 2;
-            while (nth <= unfailed.allocations) {
-                RunFailing(work, files, unfailed, nth, times);
-                nth += nth < kEveryOneTo && !m_options.isLong ? std::min<int64_t>(step, 2) : step;
-            }
+    void Run(const StoreWorkload& workload) {
+        m_workload = &workload;
+        const std::vector<Point> points = Rehearse();
+        for (size_t i = 0; i < points.size(); ++i) {
+            m_step = &workload.steps[i];
+            RunStep(points[i]);
         }
-        m_allocations += unfailed.allocations;
     }
 
     int64_t Allocations() const { return m_allocations; }
@@ -87,57 +67,100 @@ private:
     static constexpr int64_t kEveryOneTo = 20;
     static constexpr int64_t kShortCases = 40;
 
+    std::vector<Point> Rehearse() {
+        std::vector<Point> points;
+        World prepared({}, m_workload->isFinance);
+        bool done = m_workload->prepare(prepared.session);
+        World world({prepared.memory.Everything()}, m_workload->isFinance);
+        for (const WorkStep& step : m_workload->steps) {
+            points.push_back({world.memory.Everything(), world.session.Store().IsOpen()});
+            done = done && step.act(world.session);
+        }
+        m_report.Expect(done, std::string(m_workload->name) + ": does not work with all memory");
+        if (!done) points.clear();
+        return points;
+    }
+
+    void RunStep(const Point& point) {
+        Unfailed unfailed;
+        // Twice: the first run fills what is kept for good.
+        const bool ran = Measure(point, unfailed) && Measure(point, unfailed);
+        m_report.Expect(ran, Name() + ": does not work again");
+        if (!ran) return;
+        for (const Times times : {Times::Once, Times::ForEver}) {
+            const int64_t step = Step(unfailed.allocations);
+            // Both patterns together meet twice as many places.
+            int64_t nth = times == Times::Once ? 1 : 1 + step / 2;
+            while (nth <= unfailed.allocations) {
+                RunFailing(point, unfailed, nth, times);
+                nth += nth < kEveryOneTo && !m_options.isLong ? std::min<int64_t>(step, 2) : step;
+            }
+        }
+        m_allocations += unfailed.allocations;
+    }
+
     int64_t Step(int64_t allocations) const {
         if (m_options.isLong) return 1;
         return std::max<int64_t>(allocations / kShortCases, 1) | 1;
     }
 
-    bool Measure(const MemoryWork& work, const DiskFiles& files, Unfailed& unfailed) {
+    // Opens and makes a change, so that the journal holds something.
+    static std::unique_ptr<World> Prepare(const Point& point, bool isFinance) {
+        auto world = std::make_unique<World>(point, isFinance);
+        if (point.isOpen) (void)(world->session.Open() && world->session.Store().AddBlob({}) >= 0);
+        return world;
+    }
+
+    bool Measure(const Point& point, Unfailed& unfailed) {
         const CAllocationGauge gauge;
         bool done = false;
         {
             std::unique_ptr<World> world;
             {
                 const CAllocationPause pause;
-                world = std::make_unique<World>(files);
-                done = PrepareWorld(*world, work);
-                if (!work.opens) unfailed.before = ContentText(DatabaseOf(*world, work.level));
+                world = Prepare(point, m_workload->isFinance);
+                unfailed.states = {world->LookKilled().content};
+                if (m_step->commits > 1) NoteStates(*world, unfailed.states);
             }
             const int64_t allocated = gauge.Allocations();
-            done = done && work.act(*world);
+            done = m_step->act(world->session);
             unfailed.allocations = gauge.Allocations() - allocated;
             const CAllocationPause pause;
-            unfailed.seen = world->seen;
-            if (!DatabaseOf(*world, work.level).IsOpen()) {
-                done = OpenWorld(*world, work.level) && done;
-            }
-            unfailed.after = ContentText(DatabaseOf(*world, work.level));
-            if (work.opens) unfailed.before = unfailed.after;
-            done = done && DisorderOf(*world, work.level).empty();
+            world->memory.OnChange({});
+            unfailed.seen = world->session.seen;
+            const StoreLook after = world->LookKilled();
+            unfailed.states.push_back(after.content);
+            done = done && after.IsSound();
             world.reset();
         }
         unfailed.leftBlocks = gauge.LiveBlocks();
         return done;
     }
 
-    void RunFailing(const MemoryWork& work, const DiskFiles& files, const Unfailed& unfailed,
-                    int64_t nth, Times times) {
+    static void NoteStates(World& world, std::vector<uint64_t>& states) {
+        world.memory.OnChange([&](const std::string&) {
+            const CAllocationPause pause;
+            const uint64_t now = world.LookKilled().content;
+            if (now != states.back()) states.push_back(now);
+        });
+    }
+
+    void RunFailing(const Point& point, const Unfailed& unfailed, int64_t nth, Times times) {
         m_report.Case();
-        m_case = std::string(work.name) + ", allocation " + std::to_string(nth) +
+        m_case = Name() + ", allocation " + std::to_string(nth) +
                  (times == Times::Once ? ", once" : ", for ever");
         CAllocationGauge gauge;
         {
             std::unique_ptr<World> world;
             {
                 const CAllocationPause pause;
-                world = std::make_unique<World>(files);
-                (void)PrepareWorld(*world, work);
+                world = Prepare(point, m_workload->isFinance);
             }
             gauge.FailNth(nth, times);
             bool said = false;
             const char* thrown = nullptr;
             try {
-                said = work.act(*world);
+                said = m_step->act(world->session);
             } catch (const std::bad_alloc&) {
                 thrown = "std::bad_alloc came out";
             } catch (const std::exception&) {
@@ -147,7 +170,8 @@ private:
             const CAllocationPause pause;
             if (thrown) Fault(thrown);
             if (!said && !gauge.HasFailed()) Fault("failed for no reason");
-            Judge(*world, work, unfailed, said, times);
+            if (said && world->session.seen != unfailed.seen) Fault("read something else");
+            Judge(*world, unfailed, said, times);
             world.reset();
         }
         if (gauge.LiveBlocks() > unfailed.leftBlocks) {
@@ -156,78 +180,70 @@ private:
         }
     }
 
-    void Judge(World& world, const MemoryWork& work, const Unfailed& unfailed, bool said,
-               Times times) {
-        CDatabaseManager& database = DatabaseOf(world, work.level);
-        const auto allowed = [&](const std::string& content) {
-            return content == unfailed.after || (!said && content == unfailed.before);
-        };
-        if (said && world.seen != unfailed.seen) Fault("read something else");
-
+    void Judge(World& world, const Unfailed& unfailed, bool said, Times times) {
+        m_allowed = unfailed.states;
+        if (said) m_allowed = {unfailed.states.back()};
         // A program that is killed now.
-        const DiskFiles left = world.memory.Snapshot();
-        const Found killed = FoundOn(left, work.level);
-        if (!killed.opened) Fault("killed now: does not open");
-        if (killed.opened && !allowed(killed.content)) {
-            Fault("killed now: " + Difference(killed.content, unfailed.after));
-        }
-        if (!killed.disorder.empty()) Fault("killed now: " + killed.disorder);
+        const StoreLook killed = world.LookKilled();
+        Check(killed, "killed now");
+        JudgeCopy(world, said);
 
         // One that lives on.
-        const bool open = database.IsOpen();
-        const bool refuses = open && !database.BeginBatch();
-        if (open && !said && work.opens) {
-            // Some tables could not be made, or not upgraded; the next start does the rest.
-            if (!refuses) database.RollbackBatch();
-            if (work.level == Level::Store) Fault("is open after a no");
-            (void)database.Close();
-            Reopen(world, work, unfailed.after);
-        } else if (open && !refuses) {
-            database.RollbackBatch();
-            const std::string content = ContentText(database);
-            const std::string& expected = said ? unfailed.after : unfailed.before;
-            if (content != expected) Fault(Difference(content, expected));
-            const std::string disorder = DisorderOf(world, work.level);
-            if (!disorder.empty()) Fault(disorder);
-            if (!database.Close()) Fault("does not close");
-            Reopen(world, work, content);
-        } else {
-            if (open) (void)database.Close();
-            // With memory there again, a no is only a no.
-            if (refuses && !said && times == Times::Once) Fault("refuses changes");
-            if (refuses) ++m_refusals;
-            Reopen(world, work, killed.content);
+        CDatabaseManager& store = world.session.Store();
+        if (store.IsOpen()) {
+            if (store.BeginBatch()) {
+                store.RollbackBatch();
+                if (said || !m_step->opens) {
+                    const StoreLook live = world.LookOpen();
+                    Check(live, "lives on");
+                    m_allowed = {live.content};
+                } else if (!world.IsFinance()) {
+                    // Of a ledger some tables could not be made; the next start does the rest.
+                    Fault("is open after a no");
+                }
+            } else {
+                ++m_refusals;
+                m_allowed = {killed.content};
+                // With memory there again, a no is only a no.
+                if (!said && times == Times::Once) Fault("refuses changes");
+            }
+            (void)store.Close();
         }
-        JudgeCopies(work, left, said);
-    }
-
-    void Reopen(World& world, const MemoryWork& work, const std::string& expected) {
-        if (!OpenWorld(world, work.level)) {
-            Fault("does not open again");
-            return;
-        }
-        const std::string content = ContentText(DatabaseOf(world, work.level));
-        if (content != expected) Fault("opened again: " + Difference(content, expected));
-        const std::string disorder = DisorderOf(world, work.level);
-        if (!disorder.empty()) Fault("opened again: " + disorder);
+        Check(world.LookKilled(), "opened again");
     }
 
     // A restored folder is whole or not there.
-    void JudgeCopies(const MemoryWork& work, const DiskFiles& left, bool said) {
-        if (std::string_view(work.name) != "restore") return;
-        World world(left);
+    void JudgeCopy(World& world, bool said) {
         const bool there = CDatabaseManager::FolderHoldsDatabase(world.memory, kRestoredFolder);
-        if (said && !there) Fault("nothing was restored");
+        if (!there && said && std::string_view(m_step->name) == "restore beside it") {
+            Fault("nothing was restored");
+        }
         if (!there) return;
-        const Found found = FoundOn(left, work.level, kRestoredFolder);
-        if (!found.opened || !found.disorder.empty()) Fault("the restored ledger is not in order");
+        CMemoryFileSystem left;
+        left.Restore(world.memory.Everything());
+        const StoreLook look = LookAtFolder(left, world.IsFinance(), kRestoredFolder);
+        if (!look.IsSound()) Fault("the restored ledger: " + look.problem);
     }
 
+    void Check(const StoreLook& look, const std::string& when) {
+        const bool isAllowed =
+            std::find(m_allowed.begin(), m_allowed.end(), look.content) != m_allowed.end();
+        if (!look.IsSound()) {
+            Fault(when + ": " + look.problem);
+        } else if (!isAllowed) {
+            Fault(when + ": other contents than acknowledged");
+        }
+    }
+
+    std::string Name() const { return std::string(m_workload->name) + ", " + m_step->name; }
     void Fault(const std::string& what) { m_report.Fault(m_case + ": " + what); }
 
     const FaultsOptions& m_options;
     CFaultsReport& m_report;
+    const StoreWorkload* m_workload = nullptr;
+    const WorkStep* m_step = nullptr;
     std::string m_case;
+    std::vector<uint64_t> m_allowed;
     int64_t m_allocations = 0;
     int64_t m_refusals = 0;
 };
@@ -257,9 +273,9 @@ bool GaugeWorks() {
 void RunMemory(const FaultsOptions& options, CFaultsReport& report) {
     report.Expect(GaugeWorks(), "allocations are not counted");
     CMemoryMachine machine(options, report);
-    for (const MemoryWork& work : MemoryWorks()) {
-        if (std::string(work.name).find(options.only) == std::string::npos) continue;
-        machine.Run(work);
+    for (const StoreWorkload& workload : StoreWorkloads()) {
+        if (std::string(workload.name).find(options.only) == std::string::npos) continue;
+        machine.Run(workload);
     }
     std::printf("memory: works of %lld allocations; %lld times the store then refused changes\n",
                 static_cast<long long>(machine.Allocations()),

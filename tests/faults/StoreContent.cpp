@@ -58,11 +58,11 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
     return look;
 }
 
-StoreLook LookAtFolder(CFileSystem& files, bool isFinance) {
+StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder) {
     StoreLook look;
     if (!isFinance) {
         CDatabaseManager database(files);
-        if (!database.Open(kLedgerFolder)) {
+        if (!database.Open(folder)) {
             look.problem = ProblemText(database.Problem(), database.ProblemDetail());
             return look;
         }
@@ -71,7 +71,7 @@ StoreLook LookAtFolder(CFileSystem& files, bool isFinance) {
         return look;
     }
     CQuillonDatabaseInterface finance(files);
-    const FinanceOpenResult opened = finance.Open(kLedgerFolder);
+    const FinanceOpenResult opened = finance.Open(folder);
     if (!opened.opened || !opened.schema.Complete()) {
         look.problem = ProblemText(opened.problem, opened.detail);
         return look;

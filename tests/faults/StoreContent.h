@@ -25,15 +25,15 @@ std::string ContentText(CDatabaseManager& database, Stamps stamps = Stamps::Left
 // Verifies an open store, the balances too when there is a ledger in it.
 StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance);
 
-// Opens the folder "ledger" of the disk as the next start of the program does, looks, and
-// closes it again.
-StoreLook LookAtFolder(CFileSystem& files, bool isFinance);
+inline constexpr const char* kLedgerFolder = "ledger";
+
+// Opens the folder of the disk as the next start of the program does, looks, and closes it
+// again.
+StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder = kLedgerFolder);
 StoreLook LookAtImage(const DiskImage& image, bool isFinance);
 
 // Makes the closed store in `folder` one of the first version of the data layout: eight bytes
 // more of header, and no checksums.
 bool MakeOldVersion(CFileSystem& files, const std::string& folder);
-
-inline constexpr const char* kLedgerFolder = "ledger";
 
 }  // namespace quillon

@@ -2,10 +2,13 @@
 
 #include <string>
 
+#include "AllocationGauge.h"
 #include "StoreContent.h"
+#include "finance/AccountRegister.h"
 #include "foundation/CalendarDate.h"
 #include "import/QFXImportManager.h"
 #include "import/QIFImportManager.h"
+#include "query/NoSQLDatabaseInterface.h"
 #include "storage/BackupRestore.h"
 #include "storage/DatabaseManager.h"
 #include "support/Bytes.h"
@@ -29,9 +32,15 @@ bool CWorkSession::Open() {
 
 namespace {
 
-const char* const kBackupPath = "ledger.backup";
-const char* const kQfxPath = "statement.qfx";
-const char* const kQifPath = "statement.qif";
+constexpr const char* kBackupPath = "ledger.backup";
+constexpr const char* kQfxPath = "statement.qfx";
+constexpr const char* kQifPath = "statement.qif";
+
+template <class Make>
+auto Given(Make make) {
+    const CAllocationPause pause;
+    return make();
+}
 
 // --- below the finance layer
 
@@ -49,23 +58,20 @@ std::string Notes(int number) {
     return words + "; " + words + "; " + words;
 }
 
-void SetItem(CDatabaseManager& store, int number, const std::string& name) {
-    (void)store.SetText("Name", name);
-    (void)store.SetInt32("Count", number);
-    (void)store.SetDouble("Amount", number * 1.25);
-    (void)store.SetText("Notes", Notes(number));
+bool SetItem(CDatabaseManager& store, int number, const char* name) {
+    const auto text = Given([&] { return CKeelString(name + std::to_string(number)); });
+    const auto notes = Given([&] { return CKeelString(Notes(number)); });
+    return store.SetText("Name", text) && store.SetInt32("Count", number) &&
+           store.SetDouble("Amount", number * 1.25) && store.SetText("Notes", notes);
 }
 
 bool AddItem(CDatabaseManager& store, int number) {
-    if (!store.BeginRow("Items")) return false;
-    SetItem(store, number, "item " + std::to_string(number));
-    return store.CommitRow() >= 0;
+    return store.BeginRow("Items") && SetItem(store, number, "item ") && store.CommitRow() >= 0;
 }
 
 bool ChangeItem(CDatabaseManager& store, int64_t row, int number) {
-    if (!store.BeginRowUpdate("Items", row)) return false;
-    SetItem(store, number, "changed " + std::to_string(number));
-    return store.CommitRow() == row;
+    return store.BeginRowUpdate("Items", row) && SetItem(store, number, "changed ") &&
+           store.CommitRow() == row;
 }
 
 // Free room, deleted entries, some of it flushed and the rest in the journal.
@@ -84,7 +90,13 @@ bool OpenStep(CWorkSession& session) {
     return session.Open();
 }
 
+bool CloseStep(CWorkSession& session) {
+    return session.Finance() ? session.Finance()->Close() : session.Store().Close();
+}
+
 const WorkStep kOpen = {"open", OpenStep, 0, true};
+const WorkStep kClose = {"close", CloseStep, 0};
+const WorkStep kAddItem = {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }};
 
 StoreWorkload FirstStart() {
     return {"first start of a store",
@@ -92,38 +104,36 @@ StoreWorkload FirstStart() {
             [](CWorkSession&) { return true; },
             {kOpen,
              {"make a table", [](CWorkSession& s) { return MakeItems(s.Store()); }},
-             {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 1); }},
-             {"close", [](CWorkSession& s) { return s.Store().Close(); }, 0}}};
+             kAddItem,
+             kClose}};
 }
 
 StoreWorkload SingleCommits() {
+    const auto replace = [](CWorkSession& s) {
+        const auto blob = Given([] { return Text(Notes(7)); });
+        return s.Store().ReplaceBlob(1, blob);
+    };
     return {"single commits",
             false,
             PrepareItems,
             {kOpen,
-             {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},
+             kAddItem,
              {"change a row", [](CWorkSession& s) { return ChangeItem(s.Store(), 0, 8); }},
              {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 4); }},
-             {"replace a BLOB",
-              [](CWorkSession& s) { return s.Store().ReplaceBlob(1, Text(Notes(7))); }},
+             {"replace a BLOB", replace},
              {"delete a BLOB", [](CWorkSession& s) { return s.Store().DeleteBlob(0); }}}};
 }
 
 StoreWorkload Batches() {
     const auto batch = [](CWorkSession& s) {
         CDatabaseManager& store = s.Store();
+        const auto blob = Given([] { return Text("c"); });
         CBatchScope scope(store);
         return scope.Begun() && store.DeleteRow("Items", 0) && AddItem(store, 7) &&
-               ChangeItem(store, 4, 6) && store.AddBlob(Text("c")) >= 0 && store.DeleteBlob(0) &&
+               ChangeItem(store, 4, 6) && store.AddBlob(blob) >= 0 && store.DeleteBlob(0) &&
                AddItem(store, 17) && scope.Commit();
     };
-    return {"batch",
-            false,
-            PrepareItems,
-            {kOpen,
-             {"batch", batch},
-             {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},
-             {"close", [](CWorkSession& s) { return s.Store().Close(); }, 0}}};
+    return {"batch", false, PrepareItems, {kOpen, {"batch", batch}, kAddItem, kClose}};
 }
 
 StoreWorkload Upkeep() {
@@ -135,11 +145,20 @@ StoreWorkload Upkeep() {
              {"flush", [](CWorkSession& s) { return s.Store().Flush(); }, 0},
              {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 2); }},
              {"remove deleted", [](CWorkSession& s) { return s.Store().RemoveDeleted(); }, 0},
-             {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},
+             kAddItem,
              {"rebuild indexes", [](CWorkSession& s) { return s.Store().RebuildIndexes(); }, 0}}};
 }
 
 StoreWorkload Schema() {
+    const auto makeTable = [](CWorkSession& s) {
+        CDatabaseManager& store = s.Store();
+        const auto text = Given([] { return CKeelString("x"); });
+        CBatchScope batch(store);
+        return batch.Begun() && store.CreateTable("Second") &&
+               store.AddColumn("Second", "Text", ColumnType::Text, true, false) &&
+               store.BeginRow("Second") && store.SetText("Text", text) && store.CommitRow() == 0 &&
+               batch.Commit();
+    };
     return {"columns and tables",
             false,
             PrepareItems,
@@ -150,15 +169,7 @@ StoreWorkload Schema() {
               }},
              {"remove a column",
               [](CWorkSession& s) { return s.Store().RemoveColumn("Items", "Notes"); }},
-             {"make a table",
-              [](CWorkSession& s) {
-                  CDatabaseManager& store = s.Store();
-                  CBatchScope batch(store);
-                  return batch.Begun() && store.CreateTable("Second") &&
-                         store.AddColumn("Second", "Text", ColumnType::Text, true, false) &&
-                         store.BeginRow("Second") && store.SetText("Text", "x") &&
-                         store.CommitRow() == 0 && batch.Commit();
-              }},
+             {"make a table", makeTable},
              {"remove a table", [](CWorkSession& s) { return s.Store().RemoveTable("Items"); }}}};
 }
 
@@ -169,9 +180,7 @@ StoreWorkload OldVersion() {
                 return PrepareItems(s) && s.Store().Close() &&
                        MakeOldVersion(s.Files(), kLedgerFolder);
             },
-            {kOpen,
-             {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }},
-             {"close", [](CWorkSession& s) { return s.Store().Close(); }, 0}}};
+            {kOpen, kAddItem, kClose}};
 }
 
 // --- the ledger
@@ -181,7 +190,7 @@ const int64_t kDay = FileTimeFromDate(2024, 5, 17);
 bool OpenAccounts(CWorkSession& session) {
     for (const char* name : {"Checking", "Savings"}) {
         CAccountEntry account;
-        account.name = name;
+        account.name = Given([&] { return CKeelString(name); });
         account.accountType = *name == 'C' ? AccountType::Checking : AccountType::Savings;
         if (session.Ledger().OpenAccount(account, 1000.0, kDay) != LedgerStatus::Ok) return false;
     }
@@ -189,6 +198,7 @@ bool OpenAccounts(CWorkSession& session) {
 }
 
 CTransactionEntry Payment(double amount, const char* memo) {
+    const CAllocationPause pause;
     CTransactionEntry entry;
     entry.accountId = 1;
     entry.transactionType = TransactionType::Payment;
@@ -198,49 +208,68 @@ CTransactionEntry Payment(double amount, const char* memo) {
     return entry;
 }
 
+bool EnterPayment(CWorkSession& session, double amount, const char* memo) {
+    CTransactionEntry entry = Payment(amount, memo);
+    const auto payee = Given([] { return std::string("Payee with a name of some length"); });
+    entry.payeeId = session.Finance()->FindOrAddPayee(payee);
+    return entry.payeeId != kNoRow && session.Ledger().EnterTransaction(entry) == LedgerStatus::Ok;
+}
+
+// The first rows are the opening balances; these two are 3 and 4.
 bool PrepareLedger(CWorkSession& session) {
-    if (!session.Open() || !OpenAccounts(session)) return false;
-    CTransactionEntry first = Payment(12.5, "first");
-    CTransactionEntry second = Payment(7.25, "second");
-    return session.Ledger().EnterTransaction(first) == LedgerStatus::Ok &&
-           session.Finance()->Database().Flush() &&
-           session.Ledger().EnterTransaction(second) == LedgerStatus::Ok;
+    return session.Open() && OpenAccounts(session) && EnterPayment(session, 12.5, "first") &&
+           session.Store().Flush() && EnterPayment(session, 7.25, "second");
 }
 
 StoreWorkload Seeding() {
     return {"first start of a ledger",
             true,
             [](CWorkSession&) { return true; },
-            {kOpen,
-             // Two accounts, each with its opening balance.
-             {"accounts", OpenAccounts, 2},
-             {"close", [](CWorkSession& s) { return s.Finance()->Close(); }, 0}}};
+            // Two accounts, each with its opening balance.
+            {kOpen, {"accounts", OpenAccounts, 2}, kClose}};
+}
+
+// Lets `edit` change a row, and brings it to the ledger.
+template <class Edit>
+bool ChangeRow(CWorkSession& s, int64_t row, TransferSides sides, Edit edit) {
+    CTransactionEntry entry;
+    if (!s.Finance()->ReadTransaction(row, entry)) return false;
+    const auto memo = Given([] { return CKeelString("a memo that is longer than before"); });
+    entry.memo = memo;
+    edit(entry);
+    return s.Ledger().ChangeTransaction(entry, sides) == LedgerStatus::Ok;
 }
 
 StoreWorkload Transfers() {
+    constexpr int64_t kFirstPayment = 3;
+    constexpr int64_t kPayingSide = 5;
     const auto transfer = [](CWorkSession& s) {
         TransferRequest request;
         request.fromAccountId = 1;
         request.toAccountId = 2;
         request.amount = 100.0;
         request.date = kDay;
-        request.memo = "to savings";
+        request.memo = Given([] { return CKeelString("to savings"); });
         CTransactionEntry paying;
         CTransactionEntry receiving;
         return s.Ledger().EnterTransfer(request, paying, receiving) == LedgerStatus::Ok;
     };
-    // The first payment after the opening balances.
-    constexpr int64_t kFirstPayment = 3;
     const auto move = [](CWorkSession& s) {
-        CTransactionEntry entry;
-        if (!s.Finance()->ReadTransaction(kFirstPayment, entry)) return false;
-        entry.accountId = 2;
-        entry.amount = 44.0;
-        entry.memo = "moved to the other account";
-        return s.Ledger().ChangeTransaction(entry) == LedgerStatus::Ok;
+        return ChangeRow(s, kFirstPayment, TransferSides::ThisOnly, [](CTransactionEntry& entry) {
+            entry.accountId = 2;
+            entry.amount = 44.0;
+        });
+    };
+    const auto editBoth = [](CWorkSession& s) {
+        return ChangeRow(s, kPayingSide, TransferSides::Both,
+                         [](CTransactionEntry& entry) { entry.amount += 7.0; });
+    };
+    const auto batch = [](CWorkSession& s) {
+        CFinanceBatch batch(*s.Finance());
+        return batch.Begun() && EnterPayment(s, 30.75, "in a batch") &&
+               s.Ledger().RemoveTransaction(4) == LedgerStatus::Ok && batch.Commit();
     };
     const auto remove = [](CWorkSession& s) {
-        constexpr int64_t kPayingSide = 5;
         return s.Ledger().RemoveTransaction(kPayingSide, TransferSides::Both) == LedgerStatus::Ok;
     };
     return {"money between accounts",
@@ -249,6 +278,8 @@ StoreWorkload Transfers() {
             {kOpen,
              {"transfer", transfer},
              {"move to the other account", move},
+             {"edit both sides", editBoth},
+             {"enter and delete in a batch", batch},
              {"delete the transfer", remove}}};
 }
 
@@ -259,20 +290,41 @@ std::string QfxFile() {
     for (int i = 0; i < 6; ++i) {
         text += "<STMTTRN><TRNTYPE>DEBIT<DTPOSTED>20240205<TRNAMT>-" + std::to_string(i + 1) +
                 ".50<FITID>F" + std::to_string(i) + "<NAME>Shop " + std::to_string(i % 4) +
-                "<MEMO>line " + std::to_string(i) + "</STMTTRN>\n";
+                "<MEMO>line of a statement " + std::to_string(i) + "</STMTTRN>\n";
     }
     return text + "</BANKTRANLIST></STMTRS></STMTTRNRS></BANKMSGSRSV1></OFX>\n";
 }
 
-const char* const kQifFile =
-    "!Type:Bank\nD02/03/2024\nT-20.00\nPBaker\nLFood\n^\nD02/04/2024\nT150.00\nPEmployer\n^\n";
+constexpr const char* kQifFile =
+    "!Type:Bank\nD02/03/2024\nT-20.00\nPBaker around the corner\nLFood\n^\n"
+    "D02/04/2024\nT150.00\nPEmployer\n^\n";
+
+bool PrepareStatements(CWorkSession& s) {
+    CRenamingRuleEntry rule;
+    rule.searchText = "Shop 1";
+    rule.replaceText = "The shop around the corner";
+    return PrepareLedger(s) && s.Finance()->AddRenamingRule(rule) &&
+           WriteWholeFile(s.Files(), kQfxPath, Text(QfxFile()), true) &&
+           WriteWholeFile(s.Files(), kQifPath, Text(kQifFile), true);
+}
 
 template <typename Importer>
-bool ImportFile(CWorkSession& session, const char* path) {
+bool ImportFile(CWorkSession& session, const char* path, DialectMode dialect, bool dryRun = false) {
     CAccountEntry account;
     if (!session.Finance()->ReadAccount(1, account)) return false;
-    Importer import(*session.Finance(), account, path, session.Files());
-    const ImportResult result = import.Import();
+    const auto import = Given([&] {
+        return std::make_unique<Importer>(*session.Finance(), account, CKeelString(path),
+                                          session.Files());
+    });
+    ImportOptions options;
+    options.dialect = dialect;
+    options.dryRun = options.keepRows = dryRun;
+    import->SetOptions(options);
+    const ImportResult result = import->Import();
+    const CAllocationPause pause;
+    // Not the report and the notes, which may be wanting.
+    session.seen = std::to_string(result.imported) + ' ' + std::to_string(result.payeesCreated) +
+                   ' ' + std::to_string(result.categoriesCreated);
     return !result.failed;
 }
 
@@ -286,17 +338,84 @@ StoreWorkload Imports() {
         }
         return import.Finish();
     };
-    return {
-        "imports",
-        true,
-        [](CWorkSession& s) {
-            return PrepareLedger(s) && WriteWholeFile(s.Files(), kQfxPath, Text(QfxFile()), true) &&
-                   WriteWholeFile(s.Files(), kQifPath, Text(kQifFile), true);
-        },
-        {kOpen,
-         {"import QFX", [](CWorkSession& s) { return ImportFile<CQFXImportManager>(s, kQfxPath); }},
-         {"import QIF", [](CWorkSession& s) { return ImportFile<CQIFImportManager>(s, kQifPath); }},
-         {"import in three batches", inBatches, 3}}};
+    return {"imports",
+            true,
+            PrepareStatements,
+            {kOpen,
+             {"import QFX",
+              [](CWorkSession& s) {
+                  return ImportFile<CQFXImportManager>(s, kQfxPath, DialectMode::Auto);
+              }},
+             {"import QIF",
+              [](CWorkSession& s) {
+                  return ImportFile<CQIFImportManager>(s, kQifPath, DialectMode::Auto);
+              }},
+             {"import QIF by the plain rules",
+              [](CWorkSession& s) {
+                  return ImportFile<CQIFImportManager>(s, kQifPath, DialectMode::Plain);
+              }},
+             {"import in three batches", inBatches, 3}}};
+}
+
+// --- reading
+
+bool ReadRegisters(CWorkSession& s) {
+    CAccountEntry account;
+    std::vector<RegisterLine> lines;
+    if (!s.Finance()->FindAccountByName("Checking", account) ||
+        !ReadRegister(*s.Finance(), account, lines)) {
+        return false;
+    }
+    const CAllocationPause pause;
+    for (const RegisterLine& line : lines) {
+        s.seen += std::to_string(line.row.id) + ' ' + std::to_string(line.balance) + ' ' +
+                  line.row.memo.ToUtf8() + '\n';
+    }
+    return true;
+}
+
+bool ListRange(CWorkSession& s) {
+    COwnedList<CTransactionEntry> rows;
+    if (!s.Finance()->ListTransactions(1, kDay, kDay, rows)) return false;
+    const CAllocationPause pause;
+    for (const CTransactionEntry& row : rows) s.seen += row.memo.ToUtf8() + '\n';
+    return true;
+}
+
+bool AskQuery(CWorkSession& s) {
+    CNoSQLDatabaseInterface query(s.Store());
+    const auto searched = Given([] { return CKeelString("FIR"); });
+    const bool asked = query.SetTable("Transaction") &&
+                       query.AddText("Memo", WhereOperator::ContainsIgnoringCase, searched) &&
+                       query.AddConnector(WhereConnector::And) &&
+                       query.AddDouble("Amount", WhereOperator::Greater, 11.0) &&
+                       query.AddConnector(WhereConnector::Or) &&
+                       query.AddInt64("AccountID", WhereOperator::Equal, 2) && query.Execute() &&
+                       query.Results().Sort("Amount", SortDirection::Descending);
+    if (!asked || query.Results().UnreadableRows() > 0) return false;
+    for (int64_t i = 0; i < query.Results().Count(); ++i) {
+        CKeelString text;
+        if (!query.Results().ReadText("Memo", i, text)) return false;
+        const CAllocationPause pause;
+        s.seen += std::to_string(query.Results().RowIdAt(i)) + text.ToUtf8() + '\n';
+    }
+    return true;
+}
+
+StoreWorkload Reading() {
+    return {"reading",
+            true,
+            PrepareStatements,
+            {kOpen,
+             {"register", ReadRegisters, 0},
+             {"range", ListRange, 0},
+             {"query", AskQuery, 0},
+             {"preview",
+              [](CWorkSession& s) {
+                  return ImportFile<CQFXImportManager>(s, kQfxPath, DialectMode::Auto, true);
+              },
+              0},
+             kClose}};
 }
 
 // A ledger from before payees had rows of their own.
@@ -341,38 +460,40 @@ StoreWorkload Upgrade() {
             true,
             PrepareOldLedger,
             // What the look finds is upgraded, too.
-            {kOpen,
-             {"accounts", OpenAccounts, 2},
-             {"close", [](CWorkSession& s) { return s.Finance()->Close(); }, 0}}};
+            {kOpen, {"accounts", OpenAccounts, 2}, kClose}};
+}
+
+// Under a key that costs next to nothing.
+BackupOptions QuickOptions() {
+    BackupOptions options;
+    options.keyCost = {.memoryKiB = 8, .passes = 1};
+    return options;
+}
+
+bool BackUp(CWorkSession& s) {
+    const auto path = Given([] { return std::string(kBackupPath); });
+    BackupReport report;
+    return s.Store().Backup(path, {}, report, QuickOptions()) == BackupCode::Done;
+}
+
+bool RestoreInto(CWorkSession& s, const char* folder, bool overwrite) {
+    RestoreReport report;
+    return RestoreBackup(s.Files(), kBackupPath, folder, "", overwrite, report, QuickOptions()) ==
+           RestoreCode::Done;
 }
 
 StoreWorkload Restore() {
-    const auto prepare = [](CWorkSession& s) {
-        if (!PrepareLedger(s)) return false;
-        BackupReport report;
-        if (s.Finance()->Database().Backup(kBackupPath, "", report) != BackupCode::Done) {
-            return false;
-        }
-        CTransactionEntry later = Payment(99.0, "after the backup");
-        return s.Ledger().EnterTransaction(later) == LedgerStatus::Ok && s.Finance()->Close();
-    };
-    const auto restore = [](CWorkSession& s) {
-        RestoreReport report;
-        return RestoreBackup(s.Files(), kBackupPath, kLedgerFolder, "", true, report) ==
-               RestoreCode::Done;
-    };
     return {"restore",
             true,
-            prepare,
-            {{"restore", restore},
+            [](CWorkSession& s) {
+                return PrepareLedger(s) && BackUp(s) && EnterPayment(s, 99.0, "after the backup") &&
+                       s.Finance()->Close();
+            },
+            {{"restore", [](CWorkSession& s) { return RestoreInto(s, kLedgerFolder, true); }},
+             {"restore beside it",
+              [](CWorkSession& s) { return RestoreInto(s, kRestoredFolder, false); }, 0},
              kOpen,
-             {"backup",
-              [](CWorkSession& s) {
-                  BackupReport report;
-                  return s.Finance()->Database().Backup(kBackupPath, "", report) ==
-                         BackupCode::Done;
-              },
-              0}}};
+             {"backup", BackUp, 0}}};
 }
 
 }  // namespace
@@ -380,7 +501,7 @@ StoreWorkload Restore() {
 const std::vector<StoreWorkload>& StoreWorkloads() {
     static const std::vector<StoreWorkload> kWorkloads = {
         FirstStart(), SingleCommits(), Batches(), Upkeep(),  Schema(),  OldVersion(),
-        Seeding(),    Transfers(),     Imports(), Upgrade(), Restore(),
+        Seeding(),    Transfers(),     Imports(), Reading(), Upgrade(), Restore(),
     };
     return kWorkloads;
 }

@@ -22,6 +22,9 @@ public:
     CLedger& Ledger() { return *m_ledger; }
     bool Open();
 
+    // What a reading step has read.
+    std::string seen;
+
 private:
     CFileSystem& m_files;
     std::unique_ptr<CDatabaseManager> m_store;
@@ -29,7 +32,8 @@ private:
     std::unique_ptr<CLedger> m_ledger;
 };
 
-// One thing that a program does. True: it was acknowledged.
+// One thing that a program does. True: it was acknowledged. What a step makes for itself it
+// makes in a CAllocationPause: only the program runs out of memory.
 struct WorkStep {
     const char* name;
     std::function<bool(CWorkSession&)> act;
@@ -37,7 +41,7 @@ struct WorkStep {
     bool opens = false;
 };
 
-// Work on a ledger, for machines that stop it anywhere or let anything fail.
+// Work on a store or a ledger, for machines that stop it anywhere or let anything fail.
 struct StoreWorkload {
     const char* name;
     bool isFinance;
@@ -48,5 +52,8 @@ struct StoreWorkload {
 };
 
 const std::vector<StoreWorkload>& StoreWorkloads();
+
+// Where one of them restores a backup beside the ledger.
+inline constexpr const char* kRestoredFolder = "restored";
 
 }  // namespace quillon
