@@ -197,6 +197,9 @@ TEST(Journal, ReplaysWhatIsWhole) {
     const Files untouched = {{"a.dat", "aaaa"}, {"b.dat", "bbbb"}, {"c.dat_tmp", "cccc"}};
     CGroupChain chain;
     const Bytes one = chain.Group({Write("a.dat", 1, "11")});
+    CGroupChain skipping = chain;
+    ++skipping.sequence;
+    const Bytes skipped = skipping.Group({Write("a.dat", 0, "skipped")});
     const Bytes two = chain.Group(
         {Remove("b.dat"), Create("n.dat"), Write("n.dat", 2, "n"), SetSize("a.dat", 6)});
     const Bytes three = chain.Group({Write("a.dat", 0, "3"), SetSize("n.dat", 1)});
@@ -237,6 +240,7 @@ TEST(Journal, ReplaysWhatIsWhole) {
         {"stale group behind", Join(head, one, old), Result::Ok, afterOne},
         {"stale group first", Join(head, old), Result::Ok, untouched},
         {"a group repeated", Join(head, one, one), Result::Ok, afterOne},
+        {"a number left out", Join(head, one, skipped), Result::Damaged, afterOne},
         {"a group of another chain", Join(head, one, forked), Result::Damaged, afterOne},
         {"first group missing", Join(head, two, three), Result::Damaged, untouched},
         {"valid behind broken", Join(head, one, WithByte(two, 60, 0xEE), three), Result::Damaged,
