@@ -148,12 +148,12 @@ bool CImportManager::ChooseSources() {
 }
 
 void CImportManager::NoteSources() {
-    std::vector<ImportSource> chosen;
-    std::vector<ImportSource> others;
+    size_t chosen = 0;
+    size_t others = 0;
     std::string currencies;
     for (const ImportSource& source : m_result.sources) {
         if (source.lines == 0) continue;
-        (source.chosen ? chosen : others).push_back(source);
+        ++(source.chosen ? chosen : others);
         if (!source.chosen) continue;
         const bool card = source.kind == SourceKind::Card;
         const bool toCard = m_account.accountType == AccountType::Credit;
@@ -165,18 +165,21 @@ void CImportManager::NoteSources() {
                                   : "a bank account's statement, but the account is a credit "
                                     "account."));
         }
-        if (!source.currency.empty() && !Contains(currencies, source.currency)) {
+        constexpr size_t kEnough = 100;  // bytes: nobody has so many
+        if (!source.currency.empty() && currencies.size() < kEnough &&
+            !Contains(currencies, source.currency)) {
             currencies += (currencies.empty() ? "" : ", ") + source.currency;
         }
     }
-    if (!others.empty()) {
+    const std::string list = ListOfSources(m_result.sources, true);
+    if (others > 0) {
         m_notes.Add(Kind::File, 0,
-                    "Only " + ListOfSources(chosen) +
-                        " was read; left out: " + ListOfSources(others) + ".");
-    } else if (chosen.size() > 1) {
+                    "Only " + list +
+                        " was read; left out: " + ListOfSources(m_result.sources, false) + ".");
+    } else if (chosen > 1) {
         m_notes.Add(Kind::File, 0,
                     "The file holds several accounts; the lines of all of them go into this one: " +
-                        ListOfSources(chosen) + ".");
+                        list + ".");
     }
     if (Contains(currencies, ",")) {
         m_notes.Add(Kind::Currency, 0,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,7 +41,9 @@ enum class SourceChoice {
 SourceChoice ChooseSource(std::vector<ImportSource>& sources, std::string_view asked,
                           std::string_view accountName, std::string_view accountDescription);
 
-// "'123' (3 lines), '456' (1 line)"; of many the first twenty.
-std::string ListOfSources(const std::vector<ImportSource>& sources);
+// "'123' (3 lines), '456' (1 line)"; of many the first twenty. With `chosen` only those that
+// are, or are not, and have lines.
+std::string ListOfSources(const std::vector<ImportSource>& sources,
+                          std::optional<bool> chosen = {});
 
 }  // namespace quillon

@@ -75,6 +75,32 @@ TEST_F(ImportExport, DialectIsShownAndCanBeSwitchedOff) {
     EXPECT_EQ(rows[1].at("date"), "2021-02-01");
 }
 
+TEST_F(ImportExport, AFileOfSeveralAccountsAsksWhichOneIsMeant) {
+    MakeLedger();
+    WriteFile("two.qif",
+              "!Account\nNVisa\n^\n!Type:CCard\nD1/2/21\nT-5\nPA\n^\n!Account\nNHouse\n^\n"
+              "!Type:Bank\nD1/2/21\nT-7\nPB\n^\n");
+    const CliRun run = Run({"--json", "import", "qif", "two.qif", "--account", "Checking"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.err,
+              "quillon-cli: The file 'two.qif' holds several accounts: 'Visa' (1 line), 'House' "
+              "(1 line). Nothing was entered; say which of them is meant. Give --source NAME for "
+              "one of them, or --source all for all.\n");
+    EXPECT_EQ(
+        nlohmann::json::parse(run.out).at("sources").dump(),
+        R"([{"chosen":false,"lines":1,"name":"Visa"},{"chosen":false,"lines":1,"name":"House"}])");
+    const auto named = Json({"import", "qif", "two.qif", "--account", "Visa"});
+    EXPECT_EQ(named.at("imported"), 1);
+    EXPECT_TRUE(named.at("sources")[0].at("chosen"));
+    EXPECT_EQ(Json({"import", "qif", "two.qif", "--account", "Checking", "--source", "house"})
+                  .at("imported"),
+              1);
+    EXPECT_EQ(Run({"import", "qif", "two.qif", "--account", "Checking", "--dialect", "plain",
+                   "--source", "House"})
+                  .status,
+              2);
+}
+
 // An exported register comes back the same, under both ways of reading.
 TEST_F(ImportExport, QifRoundTrip) {
     MakeLedger();
