@@ -503,7 +503,7 @@ TEST_F(FinanceOperations, TimersRun) {
     CTransactionEntry next = row;
     ASSERT_TRUE(database.AddTransaction(next));
     ASSERT_TRUE(database.DeleteTransaction(row.id));
-    for (int64_t now = 0; now <= 2 * CDatabaseManager::kRemoveDeletedPeriodMs; now += 30'000) {
+    for (int64_t now = 0; now <= 2 * CDatabaseManagerRemoveDeletedTimer::kPeriodMs; now += 30'000) {
         database.RunTimers(now);
     }
     ASSERT_TRUE(database.ReadTransaction(next.id, next));
