@@ -22,7 +22,8 @@ RestoreCode CBackupReader::ReadExactly(int64_t offset, std::span<uint8_t> bytes)
 }
 
 RestoreCode CBackupReader::Open(const std::string& path, const std::string& passwordHash,
-                                const BackupKeyCost& cost) {
+                                const BackupOptions& options) {
+    m_chunkSize = options.chunkSize;
     m_file = m_files.Open(path, OpenMode::Read);
     if (!m_file) {
         return path.empty() || m_files.LastError() == FileError::NotFound ? RestoreCode::NoSuchFile
@@ -34,7 +35,7 @@ RestoreCode CBackupReader::Open(const std::string& path, const std::string& pass
     std::vector<uint8_t> header(static_cast<size_t>(std::min(m_size, kHeaderSize)));
     RestoreCode code = ReadExactly(0, header);
     if (code == RestoreCode::Done) code = BackupHeader::Decode(header, m_size, m_header);
-    return code == RestoreCode::Done ? ReadDirectory(passwordHash, cost) : code;
+    return code == RestoreCode::Done ? ReadDirectory(passwordHash, options.keyCost) : code;
 }
 
 RestoreCode CBackupReader::ReadDirectory(const std::string& passwordHash,
@@ -123,13 +124,13 @@ RestoreCode CBackupReader::ReadChunk(const BackupPlace& place, bool isLast, int6
         if (m_stored.size() <= kBackupExpandedSizeField) return RestoreCode::Damaged;
         const auto expanded = LoadLE<uint32_t>(m_stored, 0);
         const auto stream = std::span(m_stored).subspan(kBackupExpandedSizeField);
-        if (expanded > kBackupChunkSize || !Explode(stream, expanded, m_plain)) {
+        if (expanded > m_chunkSize || !Explode(stream, expanded, m_plain)) {
             return RestoreCode::Damaged;
         }
     } else {
         std::swap(m_plain, m_stored);
     }
-    const bool isFull = m_plain.size() == kBackupChunkSize;
+    const bool isFull = m_plain.size() == m_chunkSize;
     return isFull || (isLast && !m_plain.empty()) ? RestoreCode::Done : RestoreCode::Damaged;
 }
 

@@ -15,6 +15,7 @@
 #include "foundation/FileSystem.h"
 #include "storage/BackupCode.h"
 #include "storage/BackupContainer.h"
+#include "storage/BackupOptions.h"
 #include "storage/Encrypt.h"
 
 namespace quillon {
@@ -28,7 +29,7 @@ public:
 
     // Reads header and directory and checks that the container has the size they say.
     [[nodiscard]] RestoreCode Open(const std::string& path, const std::string& passwordHash,
-                                   const BackupKeyCost& cost);
+                                   const BackupOptions& options);
 
     // In the container's order; names are a database's, each once.
     const std::vector<BackupEntry>& Entries() const { return m_entries; }
@@ -51,6 +52,7 @@ private:
     CFileSystem& m_files;
     std::unique_ptr<CFile> m_file;
     int64_t m_size = 0;
+    size_t m_chunkSize = kBackupChunkSize;
     BackupHeader m_header;
     CEncrypt m_cipher;
     std::vector<BackupEntry> m_entries;

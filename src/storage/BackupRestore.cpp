@@ -14,7 +14,7 @@ public:
 
     // Opens the container and goes through all of it. `passes`: how often that will be.
     RestoreCode Check(const std::string& path, const std::string& passwordHash, int passes) {
-        RestoreCode code = m_reader.Open(path, passwordHash, m_options.keyCost);
+        RestoreCode code = m_reader.Open(path, passwordHash, m_options);
         m_total = m_reader.StoredSize() * passes;
         for (size_t i = 0; i < m_reader.Entries().size() && code == RestoreCode::Done; ++i) {
             code = m_reader.ReadFile(i, [this](std::span<const uint8_t> bytes) {

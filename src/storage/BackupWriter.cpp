@@ -15,8 +15,6 @@
 namespace quillon {
 namespace {
 
-constexpr auto kChunkSize = static_cast<int64_t>(kBackupChunkSize);
-
 class CBackupWriter {
 public:
     CBackupWriter(CFileSystem& files, std::string folder, std::string path, BackupReport& report,
@@ -130,7 +128,8 @@ BackupCode CBackupWriter::WriteFile(const std::string& name) {
     const auto file = m_files.Open(source, OpenMode::Read);
     const int64_t size = file ? file->Size() : -1;
     if (size < 0) return Fail(BackupCode::Other, "cannot be read: " + source);
-    const int64_t chunks = (size + kChunkSize - 1) / kChunkSize;
+    const auto chunkSize = static_cast<int64_t>(m_options.chunkSize);
+    const int64_t chunks = (size + chunkSize - 1) / chunkSize;
     if (chunks > std::numeric_limits<int32_t>::max()) {
         return Fail(BackupCode::Other, "too large: " + source);
     }
@@ -144,8 +143,8 @@ BackupCode CBackupWriter::WriteFile(const std::string& name) {
     place.kind = BackupPlace::Kind::Chunk;
     place.file = static_cast<uint32_t>(m_entries.size());
     for (; place.chunk < static_cast<uint32_t>(chunks); ++place.chunk) {
-        const int64_t offset = place.chunk * kChunkSize;
-        m_plain.resize(static_cast<size_t>(std::min(kChunkSize, size - offset)));
+        const int64_t offset = place.chunk * chunkSize;
+        m_plain.resize(static_cast<size_t>(std::min(chunkSize, size - offset)));
         if (file->ReadAt(offset, m_plain) != static_cast<int64_t>(m_plain.size())) {
             return Fail(BackupCode::Other, "cannot be read: " + source);
         }

@@ -1,9 +1,12 @@
 // Inputs of the binary targets, in the form that each target takes apart.
 
+#include <algorithm>
+
 #include "Fuzz.h"
 #include "SmallDatabase.h"
 #include "foundation/TextHash.h"
 #include "storage/BackupFixture.h"
+#include "storage/ChecksumFile.h"
 #include "storage/Compression.h"
 #include "storage/JournalFormat.h"
 #include "storage/SchemaFile.h"
@@ -117,6 +120,35 @@ void AddJournal(Seeds& seeds) {
     own["raw"] = Join({1, 1}, header.Encode());
 }
 
+void AddChecksum(Seeds& seeds) {
+    auto& own = seeds["checksum"];
+    const auto sumsOf = [](const Bytes& file) {
+        FileSums sums;
+        sums.size = static_cast<int64_t>(file.size());
+        for (size_t at = 0; at < file.size(); at += static_cast<size_t>(kChecksumPage)) {
+            const auto rest = std::span(file).subspan(at);
+            sums.pages.push_back(
+                Crc32c(rest.first(std::min(rest.size(), static_cast<size_t>(kChecksumPage)))));
+        }
+        return sums;
+    };
+    // Of the files that the target makes.
+    SumsByName files;
+    files["Table_1.dat"] = sumsOf(Text("definition"));
+    files["Table_1_data.dat"] = sumsOf(Bytes(5000, 'd'));
+    const Bytes sound = ChecksumFile::Encode(7, files);
+    own["sound"] = Join({0}, sound);
+    own["of-another-database"] = Join({0}, ChecksumFile::Encode(8, files));
+    own["damaged"] = Join({0}, WithByte(sound, 75, sound[75] ^ 1));
+    own["newer"] = Join({1}, WithByte(sound, 50, 2));
+    files["Table_1_data.dat"].pages[1] ^= 1;
+    own["of-another-page"] = Join({0}, ChecksumFile::Encode(7, files));
+    files["Table_1_data.dat"] = sumsOf(Bytes(9000, 'd'));
+    files["Table_2.dat"] = sumsOf(Bytes(10, 'x'));
+    own["of-other-files"] = Join({0}, ChecksumFile::Encode(7, files));
+    own["empty"] = {0};
+}
+
 void AddBackup(Seeds& seeds) {
     auto& own = seeds["backup"];
     // The writer's nonces are random; a fixed start would be a different one each time.
@@ -157,6 +189,7 @@ Seeds MakeSeeds() {
     AddSchema(seeds);
     AddStores(seeds);
     AddJournal(seeds);
+    AddChecksum(seeds);
     AddBackup(seeds);
     AddDatabase(seeds);
     return seeds;
