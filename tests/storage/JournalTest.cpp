@@ -237,6 +237,8 @@ TEST(Journal, ReplaysWhatIsWhole) {
         {"torn tail cut", Join(head, one, torn), Result::Ok, afterOne},
         {"torn tail damaged", Join(head, one, WithByte(two, 60, 0xEE)), Result::Ok, afterOne},
         {"torn tail without its head", Join(head, one, WithByte(two, 0, 0)), Result::Ok, afterOne},
+        {"head with another checksum", Join(head, WithByte(one, 40, one[40] ^ 1)), Result::Ok,
+         untouched},
         {"stale group behind", Join(head, one, old), Result::Ok, afterOne},
         {"stale group first", Join(head, old), Result::Ok, untouched},
         {"a group repeated", Join(head, one, one), Result::Ok, afterOne},
