@@ -56,6 +56,7 @@ TEST(Restore, RefusesHostileDirectories) {
         RestoreCode code;
     } rows[] = {
         {"a sound one", ForgedContainer(schema, {}), RestoreCode::Done},
+        {"a byte behind its end", ForgedContainer(schema, Zeros(1)), RestoreCode::Damaged},
         {"no schema", ForgedContainer(Entry("Table_1.dat"), {}), RestoreCode::Damaged},
         {"one name twice", ForgedContainer(Join(schema, schema), {}), RestoreCode::Damaged},
         {"no name", ForgedContainer(Join(schema, Entry("")), {}), RestoreCode::Damaged},
