@@ -67,6 +67,18 @@ std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
            " could not be read or written; run 'verify' to look for damage.";
 }
 
+std::string RebuiltMessage(const std::vector<std::string>& files) {
+    std::string message = files.size() == 1 ? "The index " : "The indexes ";
+    for (const std::string& file : files) {
+        message += (&file == &files.front() ? "" : ", ") + file;
+    }
+    return message +
+           (files.size() == 1 ? " was missing or damaged and was"
+                              : " were missing or damaged and were") +
+           " made anew from the rows. Nothing is lost by that, but a disk that changes what it "
+           "holds is failing: make a backup.";
+}
+
 std::string StoreMessage(const CQuillonDatabaseInterface& database) {
     const CDatabaseManager& store = database.Database();
     return DatabaseMessage(store.Problem(), store.Folder(), store.ProblemDetail());

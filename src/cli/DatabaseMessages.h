@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "finance/Ledger.h"
 #include "storage/DatabaseManager.h"
@@ -12,7 +13,10 @@ namespace quillon {
 std::string DatabaseMessage(DatabaseProblem problem, const std::string& folder,
                             const std::string& detail);
 
-// The same for a read or write that failed while the database was open.
+// That these files of indexes, at least one, were made anew.
+std::string RebuiltMessage(const std::vector<std::string>& files);
+
+// The same as DatabaseMessage for a read or write that failed while the database was open.
 std::string StoreMessage(const CQuillonDatabaseInterface& database);
 
 // Throws CFailure unless the ledger's operation was done.

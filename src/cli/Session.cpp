@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <thread>
 
 #include "cli/DatabaseMessages.h"
@@ -28,7 +29,8 @@ std::string OnOneLine(std::string text) {
 }  // namespace
 
 CSession::CSession(CCommandContext& context, Start start)
-    : m_files(context.Host().files),
+    : m_context(context),
+      m_files(context.Host().files),
       m_database(m_files),
       m_ledger(m_database),
       m_startUp(m_database, context.Settings(), m_files) {
@@ -37,9 +39,25 @@ CSession::CSession(CCommandContext& context, Start start)
         context.Note("The journal was damaged and was kept as " + Quoted(Opened().setAsideJournal) +
                      "; run 'verify'.");
     }
+    NoteRebuilt();
     if (m_startUp.Step() == StartUpStep::Incomplete) TakeIncomplete(context, start);
     (void)m_startUp.GoOnWithoutPassword();
     if (m_startUp.Step() == StartUpStep::EnterPassword) EnterPassword(context);
+}
+
+CSession::~CSession() {
+    try {
+        NoteRebuilt();
+    } catch (const std::exception&) {
+        // Nothing is lost but the note.
+    }
+}
+
+void CSession::NoteRebuilt() {
+    std::vector<std::string> names = m_database.Database().RebuiltIndexes();
+    if (names == m_notedRebuilt) return;
+    m_context.Note(RebuiltMessage(names));
+    m_notedRebuilt = std::move(names);
 }
 
 // A program that was killed holds the folder until the system has buried it, and two commands of

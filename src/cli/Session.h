@@ -13,12 +13,17 @@ namespace quillon {
 //              it can be read and backed up; Create refuses it.
 //   Password   A protected ledger asks for its password, once. A fresh database has
 //              protection on and no password: it is not protected, and nobody is asked.
+//   Indexes    Those that were damaged and made anew are noted: at the opening, and what was
+//              found later at the end.
 //   Errors     CFailure.
 class CSession {
 public:
     enum class Start { Existing, Create };
 
     explicit CSession(CCommandContext& context, Start start = Start::Existing);
+    ~CSession();
+    CSession(const CSession&) = delete;
+    CSession& operator=(const CSession&) = delete;
 
     CQuillonDatabaseInterface& Database() { return m_database; }
     CLedger& Ledger() { return m_ledger; }
@@ -35,7 +40,10 @@ private:
     [[noreturn]] void Refuse() const;
     [[noreturn]] void RefuseMissing() const;
     void EnterPassword(CCommandContext& context);
+    void NoteRebuilt();
 
+    CCommandContext& m_context;
+    std::vector<std::string> m_notedRebuilt;
     CFileSystem& m_files;
     CQuillonDatabaseInterface m_database;
     CLedger m_ledger;

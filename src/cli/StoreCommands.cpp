@@ -216,7 +216,8 @@ void Verify(CCommandContext& context, bool repair) {
         context.Print({{"code", static_cast<int32_t>(found.Code())},
                        {"message", found.Message()},
                        {"tables", tables},
-                       {"pages", PagesAsJson(found)}});
+                       {"pages", PagesAsJson(found)},
+                       {"rebuilt", session.Database().Database().RebuiltIndexes()}});
     } else {
         PrintTables(context, found);
     }

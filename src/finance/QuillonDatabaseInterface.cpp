@@ -22,6 +22,7 @@ FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder,
             result.created = m_database.Tables().empty();
             result.schema = EnsureFinanceSchema(m_database, checkLayout);
             result.setAsideJournal = m_database.SetAsideJournal();
+            result.rebuilt = m_database.RebuiltIndexes();
             result.opened = true;
         }
         result.problem = m_database.Problem();

@@ -27,6 +27,9 @@ struct FinanceOpenResult {
     DatabaseProblem problem = DatabaseProblem::None;
     std::string detail;           // file concerned, or empty
     std::string setAsideJournal;  // a damaged journal was kept under this name
+    // Files of indexes that were damaged or missing, made anew from the rows. More may be found
+    // when they are first used: see CDatabaseManager::RebuiltIndexes.
+    std::vector<std::string> rebuilt;
 };
 
 // How a password compares with the stored one.

@@ -49,7 +49,8 @@ public:
     [[nodiscard]] bool AddConnector(WhereConnector connector);
 
     // Runs the clause; the results hold the rows found, ascending by row identifier. False: no
-    // table, or a connector without its segment. Finding nothing is a success.
+    // table, a connector without its segment, or an index that cannot be loaded. Finding nothing
+    // is a success.
     [[nodiscard]] bool Execute();
     // The same into results of the caller's own, which another query leaves alone.
     [[nodiscard]] bool Execute(CNoSQLDatabaseResults& results);

@@ -1,5 +1,6 @@
 #include "query/NoSQLDatabaseResults.h"
 
+#include <bit>
 #include <numeric>
 #include <utility>
 
@@ -62,6 +63,47 @@ bool CNoSQLDatabaseResults::ReadDateTime(std::string_view column, int64_t positi
     return read != nullptr;
 }
 
+// `valueOfKey(key)` makes a value of what an index keeps.
+template <typename Value, typename ValueOfKey>
+bool CNoSQLDatabaseResults::ReadAll(std::string_view column, ColumnType type,
+                                    std::vector<Value>& values, ValueOfKey valueOfKey) const {
+    values.clear();
+    const bool read = FalseWhenOutOfMemory([&] {
+        const CTableColumn* found = nullptr;
+        if (m_table && column != kRowIdColumnName) found = FindColumn(column);
+        if (!found || found->type != type) return false;
+        std::vector<int64_t> keys;
+        if (!m_table->ReadKeys(m_rows, *found, keys)) return false;
+        values.reserve(keys.size());
+        for (const int64_t key : keys) values.push_back(valueOfKey(key));
+        return true;
+    });
+    if (!read) values.clear();
+    return read;
+}
+
+bool CNoSQLDatabaseResults::ReadInt32s(std::string_view column,
+                                       std::vector<int32_t>& values) const {
+    return ReadAll(column, ColumnType::Int32, values,
+                   [](int64_t key) { return static_cast<int32_t>(key); });
+}
+
+bool CNoSQLDatabaseResults::ReadInt64s(std::string_view column,
+                                       std::vector<int64_t>& values) const {
+    return ReadAll(column, ColumnType::Int64, values, [](int64_t key) { return key; });
+}
+
+bool CNoSQLDatabaseResults::ReadDoubles(std::string_view column,
+                                        std::vector<double>& values) const {
+    return ReadAll(column, ColumnType::Double, values,
+                   [](int64_t key) { return std::bit_cast<double>(key); });
+}
+
+bool CNoSQLDatabaseResults::ReadDateTimes(std::string_view column,
+                                          std::vector<int64_t>& values) const {
+    return ReadAll(column, ColumnType::DateTime, values, [](int64_t key) { return key; });
+}
+
 bool CNoSQLDatabaseResults::ReadValue(std::string_view column, int64_t position,
                                       CTableRowUpdateInfoValue& value) const {
     const int64_t rowId = RowIdAt(position);
@@ -98,7 +140,7 @@ const CTableRowUpdateInfoValue* CNoSQLDatabaseResults::Fetch(std::string_view co
 
 bool CNoSQLDatabaseResults::FetchFrom(const CTableColumn& column, int64_t rowId,
                                       CTableRowUpdateInfoValue& value) const {
-    if (column.index && column.type != ColumnType::Text) {
+    if (column.index && column.type != ColumnType::Text && column.index->IsLoaded()) {
         return m_table->ReadValue(rowId, column, value);  // from memory
     }
     // The record and the count of changes that it belongs to.

@@ -36,6 +36,13 @@ public:
     bool ReadInt64(std::string_view column, int64_t position, int64_t& value) const;
     bool ReadDouble(std::string_view column, int64_t position, double& value) const;
     bool ReadDateTime(std::string_view column, int64_t position, int64_t& value) const;
+    // One column of every row, by position: read from the index where it holds the values, and
+    // loaded for that where the rows are many. False, with `values` empty: no such column, one
+    // of another type, or a row that cannot be read.
+    bool ReadInt32s(std::string_view column, std::vector<int32_t>& values) const;
+    bool ReadInt64s(std::string_view column, std::vector<int64_t>& values) const;
+    bool ReadDoubles(std::string_view column, std::vector<double>& values) const;
+    bool ReadDateTimes(std::string_view column, std::vector<int64_t>& values) const;
     // Whatever type the column has; `value` is not defined after a failure.
     bool ReadValue(std::string_view column, int64_t position,
                    CTableRowUpdateInfoValue& value) const;
@@ -59,6 +66,9 @@ private:
     const CTableRowUpdateInfoValue* Fetch(std::string_view column, int64_t position,
                                           ColumnType type) const;
     const CTableColumn* FindColumn(std::string_view column) const;
+    template <typename Value, typename ValueOfKey>
+    bool ReadAll(std::string_view column, ColumnType type, std::vector<Value>& values,
+                 ValueOfKey valueOfKey) const;
     [[nodiscard]] bool FetchFrom(const CTableColumn& column, int64_t rowId,
                                  CTableRowUpdateInfoValue& value) const;
 

@@ -109,12 +109,15 @@ bool CNoSQLProcessor::Run(CNoSQLDatabaseResults& results) {
         const auto leading = static_cast<size_t>(firstOr - connectors.begin()) + 1;
         std::vector<CNoSQLSegmentScan> scans;
         scans.reserve(leading);
-        for (size_t i = 0; i < leading; ++i) scans.emplace_back(segments[i], table);
+        for (size_t i = 0; i < leading; ++i) {
+            if (scans.emplace_back(segments[i], table).Failed()) return false;
+        }
 
         CRowSelection selection;
         selection.StartWithAll(scans);
         for (size_t i = leading; i < segments.size(); ++i) {
             CNoSQLSegmentScan scan(segments[i], table);
+            if (scan.Failed()) return false;
             if (connectors[i - 1] == WhereConnector::And) {
                 selection.Keep(scan);
             } else {

@@ -17,9 +17,9 @@ public:
     explicit CNoSQLProcessor(const CNoSQLWhereClauseManager& clause) : m_clause(clause) {}
 
     // Fills `results` with the rows, ascending by row identifier; the database's lock is held
-    // meanwhile, so that they belong to one state of it. False: the clause is not complete;
-    // `results` is empty then. A row that cannot be read passes no test and is counted in
-    // results.UnreadableRows().
+    // meanwhile, so that they belong to one state of it. False: the clause is not complete, or
+    // an index that it needs cannot be loaded; `results` is empty then. A row that cannot be
+    // read passes no test and is counted in results.UnreadableRows().
     [[nodiscard]] bool Run(CNoSQLDatabaseResults& results);
 
 private:

@@ -14,6 +14,8 @@ namespace {
 
 // Reading a row costs about as much as this many tests of a key in memory.
 constexpr int64_t kReadCost = 64;
+// So many are not worth an estimate each.
+constexpr size_t kManyKeys = 64;
 
 int64_t DoubleKey(double value) {
     return std::bit_cast<int64_t>(value);
@@ -30,6 +32,8 @@ CNoSQLSegmentScan::CNoSQLSegmentScan(const CNoSQLWhereClauseSegment& segment,
         if (!m_column || m_column->type != segment.Type()) return;
         m_index = m_column->index;
         if (m_column->indexed && !m_index) return;  // the index is lost
+        m_failed = m_index && !table.LoadIndex(*m_column);
+        if (m_failed) return;
     }
     ChooseRoad();
     EstimateCosts();
@@ -211,12 +215,16 @@ void CNoSQLSegmentScan::EstimateCosts() {
         case Road::Seek:
             m_collectCost = static_cast<int64_t>(m_keys.size());
             if (!m_index) break;
-            for (const int64_t key : m_keys) m_collectCost += m_index->CountEqual(key);
+            if (m_keys.size() > kManyKeys) {
+                m_collectCost += m_index->Count();
+            } else {
+                for (const int64_t key : m_keys) m_collectCost += m_index->EstimateEqual(key);
+            }
             if (isText) m_collectCost *= kReadCost;
             break;
         case Road::Range:
             for (const KeyRange& range : m_ranges) {
-                m_collectCost += m_index->CountRange(range.lowest, range.highest);
+                m_collectCost += m_index->EstimateRange(range.lowest, range.highest);
             }
             break;
         case Road::Walk:

@@ -22,6 +22,9 @@ public:
     // No row can pass: see CNoSQLWhereClauseSegment::CanMatch; or the column or its index is lost.
     bool MatchesNothing() const { return m_road == Road::None; }
 
+    // The index cannot be loaded, so which rows pass is not known.
+    bool Failed() const { return m_failed; }
+
     // Takes over the work of another segment that must hold as well. Only ranges of one index
     // can: together they are a narrower range. False: nothing is changed.
     bool Absorb(const CNoSQLSegmentScan& other);
@@ -63,6 +66,7 @@ private:
     const CTableColumn* m_column = nullptr;  // null for the row identifier
     const CIndexManager* m_index = nullptr;  // null for the row identifier and on road Read
     Road m_road = Road::None;
+    bool m_failed = false;
     std::vector<int64_t> m_keys;     // road Seek; of a text its hash, which does not decide
     std::vector<KeyRange> m_ranges;  // road Range
     std::vector<const CNoSQLWhereClauseSegment*> m_absorbed;

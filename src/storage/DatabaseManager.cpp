@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/ByteCodec.h"
+#include "foundation/OutOfMemory.h"
 #include "foundation/platform/Clock.h"
 #include "storage/BackupRestore.h"
 #include "storage/Checksums.h"
@@ -112,6 +113,7 @@ bool CDatabaseManager::Open(const std::string& folder) {
     (void)Close();
     m_problem = DatabaseProblem::None;
     m_problemDetail.clear();
+    m_rebuiltIndexes.clear();
     if (folder.empty()) return Fail(DatabaseProblem::NoPath, {});
     const bool opened = Guarded([&] {
         m_folder = WithTrailingSeparator(folder);
@@ -295,8 +297,36 @@ void CDatabaseManager::CloseStores() {
     for (const auto& table : m_tables) table->Close();
     if (m_blobs) m_blobs->Close();
     if (bracket.Begun()) (void)bracket.Commit();
+    DropStores();
+}
+
+void CDatabaseManager::DropStores() {
+    m_rowTable = nullptr;
+    (void)FalseWhenOutOfMemory([this] {
+        for (const auto& table : m_tables) {
+            const std::vector<std::string>& names = table->RebuiltIndexes();
+            m_rebuiltIndexes.insert(m_rebuiltIndexes.end(), names.begin(), names.end());
+        }
+        return true;
+    });
     m_tables.clear();
     m_blobs.reset();
+}
+
+std::vector<std::string> CDatabaseManager::RebuiltIndexes() {
+    const CLockScope lock(m_lock);
+    std::vector<std::string> names;
+    (void)Guarded([&] {
+        names = m_rebuiltIndexes;
+        for (const auto& table : m_tables) {
+            const std::vector<std::string>& more = table->RebuiltIndexes();
+            names.insert(names.end(), more.begin(), more.end());
+        }
+        std::sort(names.begin(), names.end());
+        names.erase(std::unique(names.begin(), names.end()), names.end());
+        return true;
+    });
+    return names;
 }
 
 bool CDatabaseManager::Close() {
@@ -360,9 +390,7 @@ void CDatabaseManager::ReloadIfStale() {
     const bool lost = m_journal.HasLostParticipant() && !m_tables.empty();
     if (m_journal.InBracket() || !(m_schemaParticipant.stale || lost)) return;
     m_schemaParticipant.stale = false;
-    m_rowTable = nullptr;
-    m_tables.clear();
-    m_blobs.reset();
+    DropStores();
     m_journal.ForgetLostParticipants();
     const bool reopened = Guarded([&] {
         DatabaseSchema schema;
@@ -370,8 +398,7 @@ void CDatabaseManager::ReloadIfStale() {
     });
     if (reopened) return;
     // Tables that are missing here are not missing on the disk: write nothing any more.
-    m_tables.clear();
-    m_blobs.reset();
+    DropStores();
     m_journal.Break();
 }
 

@@ -80,6 +80,10 @@ public:
     DatabaseProblem Problem() const;
     // File concerned, or empty.
     const std::string& ProblemDetail() const { return m_problemDetail; }
+    // Files of indexes that were missing or damaged, at opening or when they were first used,
+    // and were made anew from the rows: sorted, all since Open. Nothing of them is lost, but a
+    // disk that changes what it holds is failing.
+    [[nodiscard]] std::vector<std::string> RebuiltIndexes();
     // Set when Open kept a damaged journal aside.
     const std::string& SetAsideJournal() const { return m_journal.SetAsidePath(); }
 
@@ -185,6 +189,7 @@ private:
     [[nodiscard]] bool SyncOwnName();
     [[nodiscard]] bool OpenTable(int32_t number, const std::string& name);
     void CloseStores();
+    void DropStores();
     // After a roll back of schema changes, or one that a store could not follow, makes the
     // tables anew from the files. Without them nothing is read and nothing written.
     void ReloadIfStale();
@@ -219,6 +224,7 @@ private:
     int32_t m_nextTableNumber = 1;
     int64_t m_schemaChangeTime = 0;
     std::vector<std::unique_ptr<CTableManager>> m_tables;
+    std::vector<std::string> m_rebuiltIndexes;  // of tables that were dropped since
     std::unique_ptr<CBLOBManager> m_blobs;
     CTableManager* m_rowTable = nullptr;  // of the row begun
     CTableRowUpdateInfo m_row;

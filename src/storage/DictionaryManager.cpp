@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 #include "foundation/ByteCodec.h"
 #include "foundation/OutOfMemory.h"
@@ -56,34 +57,56 @@ bool CDictionaryManager::LoadFailed() const {
 
 int64_t CDictionaryManager::NextId() const {
     const CLockScope lock(m_lock);
-    return m_nextId;
+    return Load() ? m_nextId : 0;
 }
 
 int64_t CDictionaryManager::LiveCount() const {
     const CLockScope lock(m_lock);
-    return m_liveCount;
+    return Load() ? m_liveCount : 0;
 }
 
 int64_t CDictionaryManager::EntryCount() const {
     const CLockScope lock(m_lock);
-    return m_recordCount;
+    return Load() ? m_recordCount : 0;
 }
 
-bool CDictionaryManager::Open() {
+bool CDictionaryManager::Open(Loading loading) {
     const CLockScope lock(m_lock);
     Close();
+    m_loading = loading;
     const std::string path = m_path.ToUtf8();
     if (path.empty()) return false;
     m_nextId = 0;
     m_loadFailed = false;
-    if (!m_journal.Exists(path)) return m_file.Create(path) && WriteHeader();
+    if (!m_journal.Exists(path)) {
+        m_loaded = true;
+        return m_file.Create(path) && WriteHeader();
+    }
     if (!m_file.OpenExisting(path)) return false;
     if (!CheckHeader()) {
         m_file.Close();
         return false;
     }
-    m_loadFailed = !Load();
+    if (loading == Loading::AtOnce) {
+        m_loadFailed = !LoadEntries();
+        m_loaded = true;
+    }
     return true;
+}
+
+// Loading changes nothing but what is at hand, so that who only reads may do it.
+bool CDictionaryManager::Load() const {
+    const CLockScope lock(m_lock);
+    if (m_loaded || !m_file.IsOpen()) return m_loaded;
+    auto& self = const_cast<CDictionaryManager&>(*this);
+    try {
+        self.m_loadFailed = !self.LoadEntries();
+    } catch (const std::bad_alloc&) {
+        self.ForgetEntries();
+        throw;
+    }
+    if (m_loadFailed) self.ForgetEntries();
+    return m_loaded;
 }
 
 bool CDictionaryManager::Close() {
@@ -98,6 +121,7 @@ bool CDictionaryManager::Reset() {
     const CLockScope lock(m_lock);
     Touch();
     ForgetEntries();
+    m_loaded = true;
     m_file.Close();
     m_nextId = 0;
     return m_file.Create(m_path.ToUtf8()) && WriteHeader();
@@ -145,7 +169,7 @@ bool CDictionaryManager::CheckHeader() {
     return true;
 }
 
-bool CDictionaryManager::Load() {
+bool CDictionaryManager::LoadEntries() {
     ForgetEntries();
     if (!m_file.IsOpen()) return false;
     int64_t largestId = kUnusableId;
@@ -165,6 +189,7 @@ bool CDictionaryManager::Load() {
         m_nextId = largestId + 1;
         m_headerStale = true;
     }
+    m_loaded = true;
     if (!duplicates) return true;
     CBracketScope bracket(m_journal);
     return bracket.Begun() && Compact(false) && bracket.Commit();
@@ -196,7 +221,9 @@ bool CDictionaryManager::LoadChunk(std::span<const uint8_t> bytes, int64_t& larg
 
 int64_t CDictionaryManager::Add(int64_t position, int64_t size) {
     const CLockScope lock(m_lock);
-    if (!m_file.IsOpen() || m_recordCount >= std::numeric_limits<uint32_t>::max()) return -1;
+    if (!m_file.IsOpen() || !Load() || m_recordCount >= std::numeric_limits<uint32_t>::max()) {
+        return -1;
+    }
     Touch();
     DictionaryEntry entry{position, size, static_cast<uint32_t>(m_recordCount + 1), false};
     const int64_t id = m_nextId;
@@ -213,7 +240,7 @@ int64_t CDictionaryManager::Add(int64_t position, int64_t size) {
 
 bool CDictionaryManager::MarkDeleted(int64_t id) {
     const CLockScope lock(m_lock);
-    if (id == kUnusableId || !m_file.IsOpen()) return false;
+    if (id == kUnusableId || !m_file.IsOpen() || !Load()) return false;
     DictionaryEntry* entry = m_entries.Find(id);
     if (!entry) return false;
     Touch();
@@ -227,7 +254,7 @@ bool CDictionaryManager::MarkDeleted(int64_t id) {
 
 bool CDictionaryManager::Move(int64_t id, int64_t position, int64_t size) {
     const CLockScope lock(m_lock);
-    DictionaryEntry* entry = m_entries.Find(id);
+    DictionaryEntry* entry = Load() ? m_entries.Find(id) : nullptr;
     if (!entry || !m_file.IsOpen()) return false;
     Touch();
     std::vector<uint8_t> place(16);
@@ -241,7 +268,7 @@ bool CDictionaryManager::Move(int64_t id, int64_t position, int64_t size) {
 
 const DictionaryEntry* CDictionaryManager::Find(int64_t id) const {
     const CLockScope lock(m_lock);
-    return id == kUnusableId ? nullptr : m_entries.Find(id);
+    return id == kUnusableId || !Load() ? nullptr : m_entries.Find(id);
 }
 
 const DictionaryEntry* CDictionaryManager::FindLive(int64_t id) const {
@@ -252,6 +279,7 @@ const DictionaryEntry* CDictionaryManager::FindLive(int64_t id) const {
 
 bool CDictionaryManager::SkipIdsBelow(int64_t id) {
     const CLockScope lock(m_lock);
+    if (!Load()) return false;
     if (m_nextId >= id) return true;
     Touch();
     m_nextId = id;
@@ -260,19 +288,19 @@ bool CDictionaryManager::SkipIdsBelow(int64_t id) {
 
 bool CDictionaryManager::NeedsCompaction() const {
     const CLockScope lock(m_lock);
-    return m_recordCount > 0 && m_liveCount < m_recordCount;
+    return Load() && m_recordCount > 0 && m_liveCount < m_recordCount;
 }
 
 bool CDictionaryManager::Compact(bool force) {
     const CLockScope lock(m_lock);
-    if (!force && !NeedsCompaction()) return true;
-    return Rewrite({});
+    if (!Load()) return false;
+    return (!force && !NeedsCompaction()) || Rewrite({});
 }
 
 bool CDictionaryManager::CompactMoved(
     const std::function<void(int64_t, DictionaryEntry&)>& relocate) {
     const CLockScope lock(m_lock);
-    return Rewrite(relocate);
+    return Load() && Rewrite(relocate);
 }
 
 bool CDictionaryManager::Rewrite(const std::function<void(int64_t, DictionaryEntry&)>& relocate) {
@@ -306,6 +334,7 @@ void CDictionaryManager::Touch() {
 }
 
 void CDictionaryManager::ForgetEntries() {
+    m_loaded = false;
     m_entries.Clear();
     m_liveCount = 0;
     m_recordCount = 0;
@@ -320,8 +349,11 @@ bool CDictionaryManager::OnBracketCommitted() {
 bool CDictionaryManager::OnBracketRolledBack() {
     const CLockScope lock(m_lock);
     m_touched = false;
-    m_loadFailed = !FalseWhenOutOfMemory(
-        [this] { return m_file.OpenExisting(m_path.ToUtf8()) && CheckHeader() && Load(); });
+    ForgetEntries();
+    m_loadFailed = !FalseWhenOutOfMemory([this] {
+        return m_file.OpenExisting(m_path.ToUtf8()) && CheckHeader() &&
+               (m_loading == Loading::WhenNeeded || LoadEntries());
+    });
     if (!m_loadFailed) return true;
     // Ids out of half a map would be given twice: without the file nothing is given.
     ForgetEntries();

@@ -28,6 +28,9 @@ using CEntryMap = CRowMap<DictionaryEntry>;
 // Maps ids, handed out in sequence, to blocks of a data store. Every entry is kept
 // in memory; the file holds one 36-byte entry each, in order of creation.
 //
+//   Loading  Open loads the entries, or leaves that to the first call that needs one. Where it
+//            fails then, the dictionary answers as an empty one and takes no change: whoever
+//            must not mistake "not loaded" for "none" calls Load() first.
 //   Errors   false, -1 or null. std::bad_alloc passes through, but not from Close.
 //   Threads  Each public call holds the dictionary's own CReentrantLock, Walk through all of its
 //            visits. An entry that Find gives is read under the caller's own care.
@@ -39,7 +42,10 @@ public:
     void SetPath(const CKeelString& path);
     // Opens or makes the file. False: no path, not a dictionary, a newer version, or no
     // access. A load that stops early still opens: LoadFailed() tells.
-    [[nodiscard]] bool Open();
+    enum class Loading { AtOnce, WhenNeeded };
+    [[nodiscard]] bool Open(Loading loading = Loading::AtOnce);
+    // The entries are in memory, if need be from now on.
+    [[nodiscard]] bool Load() const;
     bool IsOpen() const;
     bool LoadFailed() const;
     bool Close();
@@ -64,6 +70,7 @@ public:
     template <typename Visit>
     void Walk(Visit visit) const {
         const CLockScope lock(m_lock);
+        (void)Load();
         m_entries.Walk(visit);
     }
 
@@ -88,7 +95,7 @@ public:
 private:
     [[nodiscard]] bool WriteHeader();
     [[nodiscard]] bool CheckHeader();
-    [[nodiscard]] bool Load();
+    [[nodiscard]] bool LoadEntries();
     bool LoadChunk(std::span<const uint8_t> bytes, int64_t& largestId, bool& duplicates);
     [[nodiscard]] bool Rewrite(const std::function<void(int64_t, DictionaryEntry&)>& relocate);
     void Touch();
@@ -103,6 +110,8 @@ private:
     int64_t m_liveCount = 0;
     int64_t m_recordCount = 0;  // entries in the file
     bool m_headerStale = false;
+    Loading m_loading = Loading::AtOnce;
+    bool m_loaded = false;
     bool m_loadFailed = false;
     bool m_touched = false;
 };

@@ -45,11 +45,6 @@ bool CIndexManagerContainer::Close() {
     return closed;
 }
 
-bool CIndexManagerContainer::Flush() {
-    return std::all_of(m_items.begin(), m_items.end(),
-                       [](const Item& item) { return item.index->Flush(); });
-}
-
 bool CIndexManagerContainer::DeleteFiles() {
     return std::all_of(m_items.begin(), m_items.end(),
                        [](const Item& item) { return item.index->DeleteFile(); });

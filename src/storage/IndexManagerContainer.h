@@ -31,7 +31,6 @@ public:
 
     // The same for every index. Where one fails, Close goes on and the others stop.
     bool Close();
-    [[nodiscard]] bool Flush();
     [[nodiscard]] bool DeleteFiles();
     bool NeedsCompaction() const;
     [[nodiscard]] bool Compact();

@@ -48,7 +48,7 @@ bool CTableManager::OpenStores() {
         m_failedFile = WithSuffix(m_definitionPath, "_data");
         return false;
     }
-    if (!m_texts.Open() || m_texts.Dictionary().LoadFailed()) {
+    if (!m_texts.Open()) {
         m_failedFile =
             WithSuffix(m_definitionPath, m_texts.Dictionary().IsOpen() ? "_textdata" : "_textdict");
         return false;
@@ -123,18 +123,38 @@ bool CTableManager::OpenIndexes(const TableDefinition& definition) {
         if (!column.indexed || !IsColumnType(column.type)) continue;
         const std::string path = m_indexes.PathOf(column.id, definition.columns[i].indexFile);
         column.index = &m_indexes.Add(column.id, column.type, column.indexAttribute);
-        if (column.index->Open(path)) continue;
-        // Everything in an index is in the rows too, so a lost one is made anew.
-        if (!column.index->Create(path) || !FillIndex(column)) {
+        const IndexLoad opened = column.index->Open(path);
+        if (opened == IndexLoad::Ok) continue;
+        if (opened == IndexLoad::NewerVersion || !RebuildIndex(column)) {
             m_failedFile = path;
             return false;
         }
-        m_rebuiltIndexes.push_back(FileNameOf(path));
     }
     return true;
 }
 
-bool CTableManager::FillIndex(const CTableColumn& column) {
+bool CTableManager::LoadIndex(const CTableColumn& column) const {
+    const CLockScope lock(m_lock);
+    return column.index && (column.index->Load() == IndexLoad::Ok || RebuildIndex(column));
+}
+
+// Everything in an index is in the rows too, so a lost one is made anew.
+bool CTableManager::RebuildIndex(const CTableColumn& column) const {
+    const std::string path = column.index->Path();
+    CBracketScope bracket(m_journal);
+    if (!bracket.Begun() || !column.index->Create(path) || !FillIndex(column) ||
+        !bracket.Commit()) {
+        return false;
+    }
+    const std::string file = FileNameOf(path);
+    if (std::find(m_rebuiltIndexes.begin(), m_rebuiltIndexes.end(), file) ==
+        m_rebuiltIndexes.end()) {
+        m_rebuiltIndexes.push_back(file);
+    }
+    return true;
+}
+
+bool CTableManager::FillIndex(const CTableColumn& column) const {
     bool filled = true;
     CTableRowUpdateInfoValue value;
     std::vector<uint8_t> record;
@@ -167,6 +187,7 @@ bool CTableManager::IsDamaged(int64_t rowId, const CTableColumn& column) const {
     const int64_t offset = OffsetIn(bytes.size(), column);
     if (offset < 0) return !IsRecordSize(row->size);  // else between skipped values
     if (column.type != ColumnType::Text) return true;
+    if (!m_texts.Dictionary().Load()) return false;
     const auto textId = LoadLE<int64_t>(bytes, static_cast<size_t>(offset));
     const DictionaryEntry* text = m_texts.Dictionary().FindLive(textId);
     return !isHeld(m_texts.Data(), text) ||
@@ -177,6 +198,8 @@ bool CTableManager::RebuildIndexes() {
     const CLockScope lock(m_lock);
     for (CTableColumn& column : m_columns) {
         if (!column.index) continue;
+        // What is damaged is told, also where all are made anew.
+        if (!LoadIndex(column)) return false;
         const std::string path = column.index->Path();
         if (!column.index->Create(path) || !FillIndex(column)) return false;
     }
@@ -197,8 +220,7 @@ bool CTableManager::Close() {
 
 bool CTableManager::Flush() {
     const CLockScope lock(m_lock);
-    if (!m_storesOpen) return true;
-    return m_indexes.Flush() && m_rows.Flush() && m_rowData.Flush() && m_texts.Flush();
+    return !m_storesOpen || (m_rows.Flush() && m_rowData.Flush() && m_texts.Flush());
 }
 
 bool CTableManager::SaveDefinition() {
@@ -296,9 +318,9 @@ bool CTableManager::RemoveColumn(std::string_view name) {
             if (ReadRecord(rowId, record)) texts.push_back(LoadLE<int64_t>(record, offset));
             return true;
         });
-        for (const int64_t text : texts) {
-            // One that does not exist is what the integrity check reports.
-            if (m_texts.Dictionary().FindLive(text) && !m_texts.Delete(text)) return false;
+        if (!std::all_of(texts.begin(), texts.end(),
+                         [this](int64_t text) { return DeleteText(text); })) {
+            return false;
         }
     }
     if (!m_indexes.Delete(found->id)) return false;
@@ -377,10 +399,13 @@ bool CTableManager::RemoveDeleted() {
     if (!m_storesOpen) return true;
     {
         CBracketScope bracket(m_journal);
-        if (!bracket.Begun() || !m_rows.Compact(false) || !m_indexes.Compact() ||
-            !bracket.Commit()) {
-            return false;
+        if (!bracket.Begun() || !m_rows.Compact(false)) return false;
+        for (const CTableColumn& column : m_columns) {
+            // What a header says may be behind: loading tells.
+            if (!column.index || !column.index->NeedsCompaction()) continue;
+            if (!LoadIndex(column)) return false;
         }
+        if (!m_indexes.Compact() || !bracket.Commit()) return false;
     }
     return m_texts.Compact();
 }

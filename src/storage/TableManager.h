@@ -59,7 +59,7 @@ public:
     [[nodiscard]] bool Create(std::string_view name);
     [[nodiscard]] bool Open();
     bool Close();
-    // Saves headers and free lists.
+    // Saves headers and free lists; those of the indexes wait for closing.
     [[nodiscard]] bool Flush();
     [[nodiscard]] bool SaveDefinition();
     // Each rewrites the rows at once. `RemoveColumn` frees the column's texts and index; with
@@ -102,11 +102,16 @@ public:
     bool HasSkippedValues() const;
     // Fills `record` with the row's bytes. False: no such row or unreadable.
     [[nodiscard]] bool ReadRecord(int64_t rowId, std::vector<uint8_t>& record) const;
-    // The column's value. Numbers of indexed columns come from memory. False: no
+    // The column's value. Numbers of indexes that are loaded come from memory. False: no
     // such row, or its bytes or text cannot be read.
     [[nodiscard]] bool ReadValue(int64_t rowId, const CTableColumn& column,
                                  CTableRowUpdateInfoValue& value) const;
-    // The same out of a record that was read before.
+    // Numbers of a column that is no text, of many rows, as an index keeps them (CIndexManager:
+    // Keys): out of the index when it is loaded or loading it pays. False: a row is not there,
+    // or its bytes cannot be read.
+    [[nodiscard]] bool ReadKeys(std::span<const int64_t> rows, const CTableColumn& column,
+                                std::vector<int64_t>& keys) const;
+    // ReadValue out of a record that was read before.
     [[nodiscard]] bool ValueFromRecord(std::span<const uint8_t> record, const CTableColumn& column,
                                        CTableRowUpdateInfoValue& value) const;
     int32_t RecordSize() const;
@@ -115,7 +120,11 @@ public:
     IntegrityCode Verify(std::string& detail) const;
     // Makes every index anew from the rows.
     [[nodiscard]] bool RebuildIndexes();
-    // Indexes that Open found missing or damaged and made anew from the rows.
+    // Brings the records of the column's index into memory; one that is damaged is made anew
+    // from the rows, also while only reading. False: the column has none, or neither worked;
+    // then nobody knows what the index holds.
+    [[nodiscard]] bool LoadIndex(const CTableColumn& column) const;
+    // Files of indexes that were missing or damaged and were made anew from the rows.
     const std::vector<std::string>& RebuiltIndexes() const { return m_rebuiltIndexes; }
     // The file that made Open fail.
     const std::string& FailedFile() const { return m_failedFile; }
@@ -145,14 +154,18 @@ private:
                                       CTableRowUpdateInfoValue& value) const;
     [[nodiscard]] bool SetTextInField(const CKeelString& text, std::span<uint8_t> field);
     [[nodiscard]] bool ChangeTextInField(const CKeelString& text, std::span<uint8_t> field);
+    [[nodiscard]] bool DeleteText(int64_t textId);
     [[nodiscard]] bool WriteValue(ColumnType type, const CTableRowUpdateInfoValue& value,
                                   std::span<uint8_t> field);
     // The row records as `convert` makes them of the old ones, all at once.
     [[nodiscard]] bool RewriteRows(
         int32_t oldSize,
         const std::function<void(std::span<const uint8_t>, std::span<uint8_t>)>& convert);
+    // The row's record in the column's index is at hand, or the index is loaded.
+    [[nodiscard]] bool ReachIndex(const CTableColumn& column, int64_t rowId) const;
+    [[nodiscard]] bool RebuildIndex(const CTableColumn& column) const;
     // False: a row could not be read, though it is not damaged, or the index not written.
-    [[nodiscard]] bool FillIndex(const CTableColumn& column);
+    [[nodiscard]] bool FillIndex(const CTableColumn& column) const;
     // For a value that cannot be had: whether its bytes are wrong or missing. False: they
     // could not be read.
     bool IsDamaged(int64_t rowId, const CTableColumn& column) const;
@@ -174,7 +187,7 @@ private:
     CDictionaryManager m_rows;
     CDataStore m_rowData;
     CTextManager m_texts;
-    std::vector<std::string> m_rebuiltIndexes;
+    mutable std::vector<std::string> m_rebuiltIndexes;
     std::string m_failedFile;
 };
 

@@ -56,6 +56,8 @@ bool CTableManager::SetTextInField(const CKeelString& text, std::span<uint8_t> f
 
 bool CTableManager::ChangeTextInField(const CKeelString& text, std::span<uint8_t> field) {
     const auto textId = LoadLE<int64_t>(field, 0);
+    if (textId == CTextManager::kNoText) return SetTextInField(text, field);
+    if (!m_texts.Dictionary().Load()) return false;
     if (!m_texts.Dictionary().FindLive(textId)) return SetTextInField(text, field);
     if (!text.IsEmpty()) return m_texts.Replace(textId, text);
     return m_texts.Delete(textId) && SetTextInField(text, field);
@@ -132,9 +134,13 @@ int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
     const int64_t rowId = m_rows.Add(position, m_recordSize);
     if (rowId < 0) return -1;
     for (size_t i = 0; i < m_columns.size(); ++i) {
-        if (m_columns[i].index && !m_columns[i].index->Add(rowId, keys[i])) return -1;
+        if (m_columns[i].index && !m_columns[i].index->AddNew(rowId, keys[i])) return -1;
     }
     return rowId;
+}
+
+bool CTableManager::ReachIndex(const CTableColumn& column, int64_t rowId) const {
+    return column.index->FindsWithoutLoading(rowId) || LoadIndex(column);
 }
 
 bool CTableManager::UpdateRow(const CTableRowUpdateInfo& row) {
@@ -151,9 +157,18 @@ bool CTableManager::UpdateRow(const CTableRowUpdateInfo& row) {
                                  ? ChangeTextInField(value->text, field)
                                  : WriteValue(column.type, *value, field);
         if (!written) return false;
-        if (column.index && !column.index->Update(row.RowId(), value->Key())) return false;
+        if (!column.index) continue;
+        if (!ReachIndex(column, row.RowId()) || !column.index->Update(row.RowId(), value->Key())) {
+            return false;
+        }
     }
     return m_rowData.WriteAt(record.data(), entry->size, entry->position);
+}
+
+// One that does not exist is what the integrity check reports.
+bool CTableManager::DeleteText(int64_t textId) {
+    return m_texts.Dictionary().Load() &&
+           (!m_texts.Dictionary().FindLive(textId) || m_texts.Delete(textId));
 }
 
 bool CTableManager::DeleteRow(int64_t rowId) {
@@ -166,12 +181,16 @@ bool CTableManager::DeleteRow(int64_t rowId) {
     for (CTableColumn& column : m_columns) {
         if (column.type == ColumnType::Text) {
             const auto textId = LoadLE<int64_t>(record, static_cast<size_t>(column.offset));
-            if (m_texts.Dictionary().FindLive(textId) && !m_texts.Delete(textId)) return false;
+            if (textId != CTextManager::kNoText && !DeleteText(textId)) return false;
         }
-        int64_t key = 0;
-        if (column.index && column.index->KeyOf(rowId, key) && !column.index->Remove(rowId)) {
-            return false;
+        if (!column.index) continue;
+        bool isThere = column.index->FindsWithoutLoading(rowId);
+        if (!isThere) {
+            if (!LoadIndex(column)) return false;
+            // One that lacks the row is what the integrity check reports.
+            isThere = column.index->FindsWithoutLoading(rowId);
         }
+        if (isThere && !column.index->Remove(rowId)) return false;
     }
     return m_rows.MarkDeleted(rowId) && m_rowData.FreeBlock(entry.size, entry.position);
 }
@@ -245,7 +264,8 @@ bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
                               CTableRowUpdateInfoValue& value) const {
     const CLockScope lock(m_lock);
     int64_t key = 0;
-    if (column.index && column.type != ColumnType::Text && column.index->KeyOf(rowId, key)) {
+    if (column.index && column.type != ColumnType::Text && column.index->IsLoaded() &&
+        column.index->KeyOf(rowId, key)) {
         return ValueFromKey(column.type, key, value);
     }
     const DictionaryEntry* entry = m_rows.FindLive(rowId);
@@ -259,6 +279,25 @@ bool CTableManager::ReadValue(int64_t rowId, const CTableColumn& column,
     const int32_t width = ColumnWidth(column.type);
     return m_rowData.ReadAt(field.data(), width, entry->position + offset) &&
            ValueFromField(column.type, field, value);
+}
+
+bool CTableManager::ReadKeys(std::span<const int64_t> rows, const CTableColumn& column,
+                             std::vector<int64_t>& keys) const {
+    // Reading a row costs as much as loading the index's records of about so many.
+    constexpr int64_t kRecordsARow = 64;
+    const CLockScope lock(m_lock);
+    if (column.type == ColumnType::Text) return false;
+    const bool pays = static_cast<int64_t>(rows.size()) >= RowCount() / kRecordsARow;
+    const bool loaded = column.index && (column.index->IsLoaded() || (pays && LoadIndex(column)));
+    if (loaded && column.index->KeysOf(rows, keys)) return true;
+    keys.clear();
+    keys.reserve(rows.size());
+    CTableRowUpdateInfoValue value;
+    for (const int64_t rowId : rows) {
+        if (!ReadValue(rowId, column, value)) return false;
+        keys.push_back(value.Key());
+    }
+    return true;
 }
 
 bool CTableManager::ValueFromRecord(std::span<const uint8_t> record, const CTableColumn& column,

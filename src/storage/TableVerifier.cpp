@@ -36,6 +36,9 @@ IntegrityCode CTableVerifier::Run(std::string& detail) {
     IntegrityCode code = IntegrityCode::General;
     if (m_table.Columns().empty()) {
         m_detail = "the table has no columns";
+    } else if (!m_table.Texts().Dictionary().Load()) {
+        code = Report(IntegrityCode::UnreadableText, FileNameOf(m_table.Texts().Data().Path()) +
+                                                         ": its dictionary cannot be read");
     } else {
         code = CheckIndexes();
     }
@@ -59,6 +62,10 @@ IntegrityCode CTableVerifier::CheckIndexes() {
 }
 
 IntegrityCode CTableVerifier::CheckIndex(const CTableColumn& column) {
+    if (column.index && !m_table.LoadIndex(column)) {
+        return Report(IntegrityCode::IndexRecordUnreadable,
+                      FileNameOf(column.index->Path()) + " can be neither read nor made anew");
+    }
     if (!column.index || column.index->Count() != m_table.RowCount()) {
         const std::string entries = std::to_string(column.index ? column.index->Count() : 0);
         return Report(IntegrityCode::IndexIncomplete,
@@ -186,6 +193,10 @@ IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CData
         bool free;
     };
     const std::string file = FileNameOf(data.Path());
+    if (!dictionary.Load()) {
+        detail = file + ": its dictionary cannot be read";
+        return IntegrityCode::UnreadableRecord;
+    }
     const int64_t end = data.BlockAreaSize();
     std::vector<Block> blocks;
     bool inside = true;

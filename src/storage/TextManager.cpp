@@ -29,7 +29,8 @@ void CTextManager::SetBasePath(const std::string& base) {
 
 bool CTextManager::Open() {
     const CLockScope lock(m_lock);
-    return m_dictionary.Open() && m_data.Open() && m_data.IsOpen();
+    return m_dictionary.Open(CDictionaryManager::Loading::WhenNeeded) && m_data.Open() &&
+           m_data.IsOpen();
 }
 
 bool CTextManager::Close() {
@@ -171,6 +172,7 @@ bool CompactBlocks(CJournal& journal, CDictionaryManager& dictionary, CDataStore
     const std::string temporaryPath = data.Path() + "_tmp";
     // No earlier group may still rename a copy of this name when the next start replays.
     if (!journal.Checkpoint()) return false;
+    if (!dictionary.Load()) return false;
     std::vector<int64_t> places;
     {
         // The copy is no part of the database yet, so it need not go through the journal.

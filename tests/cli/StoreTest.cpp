@@ -44,9 +44,10 @@ protected:
 
 TEST_F(Store, VerifyFindsAndRepairsBalances) {
     const auto fine = Json({"verify"});
-    EXPECT_EQ(CliRun::Keys(fine), (Keys{"code", "message", "tables", "pages"}));
+    EXPECT_EQ(CliRun::Keys(fine), (Keys{"code", "message", "tables", "pages", "rebuilt"}));
     EXPECT_EQ(fine.at("code"), 0);
     EXPECT_EQ(fine.at("pages").dump(), "[]");
+    EXPECT_EQ(fine.at("rebuilt").dump(), "[]");
     ASSERT_EQ(fine.at("tables").size(), 15u);
     EXPECT_EQ(fine.at("tables")[0].dump(), R"({"table":"Account","rows":3,"code":0})");
     {
@@ -141,6 +142,37 @@ TEST_F(Store, ValuesOfANewerVersionAreNoted) {
                      "are kept."),
         std::string::npos)
         << run.out;
+}
+
+// Damage that opening sees, and damage that the first use sees.
+TEST_F(Store, TellsWhichIndexesWereMadeAnew) {
+    const std::string before = RegistersIn("ledger");
+    const auto whole = m_disk.Snapshot();
+    const std::string index = "Table_4_index_3.dat";  // AccountID of the transactions
+    const auto damage = [&](bool header) {
+        m_disk.Restore(whole);
+        Bytes& bytes = m_disk.Bytes("ledger/" + index);
+        if (header) {
+            bytes.at(0) ^= 1;
+        } else {
+            const Bytes record = Slice(bytes, 72, 20);
+            bytes.insert(bytes.end(), record.begin(), record.end());
+        }
+    };
+    for (const bool header : {true, false}) {
+        damage(header);
+        const CliRun list = Run({"transaction", "list", "Checking"});
+        EXPECT_NE(list.out.find("The index " + index + " was missing or damaged"),
+                  std::string::npos)
+            << list.out << list.err;
+        EXPECT_EQ(RegistersIn("ledger"), before);
+        damage(header);
+        const CliRun verify = Run({"--json", "verify"});
+        EXPECT_EQ(verify.Json().at("rebuilt").dump(), "[\"" + index + "\"]") << verify.err;
+        EXPECT_EQ(Json({"verify"}).at("rebuilt").dump(), "[]");
+        damage(header);
+        EXPECT_NE(Run({"verify", "--repair"}).out.find(index), std::string::npos);
+    }
 }
 
 TEST_F(Store, BackupAndRestore) {

@@ -41,12 +41,10 @@ bool IsJournal(const std::string& name) {
 }
 
 // Files whose damage may go unsaid when the contents are the same: what a journal holds
-// behind its end, the folder's name in the lock file, what is made anew from the rows, and
-// checksums that are simply not there.
+// behind its end, the folder's name in the lock file, and checksums that are simply not there.
 bool MaySaySilent(const Damage& damage) {
     return std::any_of(damage.files.begin(), damage.files.end(), [](const std::string& name) {
-        return IsJournal(name) || name == "Database.lock" || name == kChecksumsName ||
-               name.find("_index_") != std::string::npos;
+        return IsJournal(name) || name == "Database.lock" || name == kChecksumsName;
     });
 }
 
@@ -191,7 +189,8 @@ private:
         const std::string content = ContentText(database, Stamps::Kept);
         if (content == m_sample->content) {
             ++m_counts.harmless;
-            const bool maySay = MaySaySilent(damage) || !m_sample->earlier.empty();
+            const bool maySay = MaySaySilent(damage) || !m_sample->earlier.empty() ||
+                                !database.RebuiltIndexes().empty();
             return maySay ? std::string() : "nothing says so";
         }
         const bool isEarlier = std::find(m_sample->earlier.begin(), m_sample->earlier.end(),

@@ -28,7 +28,7 @@ public:
     void Run() {
         m_files.Bytes(kPath) = m_file;
         FUZZ_CHECK(m_journal.Attach("db/", 7) == CJournal::AttachResult::Ok, "a journal is made");
-        if (!m_index.Open(kPath)) {
+        if (m_index.Open(kPath) != IndexLoad::Ok || m_index.Load() != IndexLoad::Ok) {
             FUZZ_CHECK(m_files.Bytes(kPath) == m_file, "what is no index stays as it is");
             FUZZ_CHECK(m_index.Count() == 0, "and leaves nothing in memory");
             return;
@@ -37,7 +37,7 @@ public:
         CheckAgainstModel();
         for (int bracket = 0; bracket < 8 && !m_steps.IsEmpty(); ++bracket) RunBracket();
         FUZZ_CHECK(m_index.Close(), "it closes");
-        FUZZ_CHECK(m_index.Open(kPath), "it opens again");
+        FUZZ_CHECK(m_index.Open(kPath) == IndexLoad::Ok, "it opens again");
         CheckAgainstModel();
     }
 
@@ -116,18 +116,18 @@ private:
     }
 
     void CheckRange(int64_t lowest, int64_t highest) {
-        std::set<std::pair<int64_t, int64_t>> expected;
+        std::vector<int64_t> expected;
         for (const auto& [row, key] : m_model) {
             if (Order(key) >= Order(lowest) && Order(key) <= Order(highest)) {
-                expected.emplace(Order(key), row);
+                expected.push_back(row);
             }
         }
+        const int64_t estimate = m_index.EstimateRange(lowest, highest);
         std::vector<int64_t> rows;
         m_index.CollectRange(lowest, highest, rows);
-        FUZZ_CHECK(m_index.CountRange(lowest, highest) == static_cast<int64_t>(rows.size()),
-                   "rows are counted as collected");
-        FUZZ_CHECK(std::ranges::equal(rows, expected, {}, {}, &std::pair<int64_t, int64_t>::second),
-                   "a range holds its rows in order");
+        std::ranges::sort(rows);
+        FUZZ_CHECK(estimate >= static_cast<int64_t>(rows.size()), "an estimate is no less");
+        FUZZ_CHECK(rows == expected, "a range holds its rows");
     }
 
     void CheckAgainstModel() {

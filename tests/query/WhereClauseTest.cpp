@@ -265,6 +265,18 @@ TEST_F(WhereClause, LostIndexMatchesNothing) {
     }
 }
 
+// None found and not known are two answers.
+TEST_F(WhereClause, IndexThatCannotBeLoadedFails) {
+    Reopen();
+    ASSERT_TRUE(query.SetTable("Payees"));
+    ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "Fuel"));
+    disk.FailNth(CMemoryFileSystem::Call::Read, 1, FileError::Other,
+                 CMemoryFileSystem::Times::ForEver);
+    EXPECT_FALSE(query.Execute());
+    disk.StopFailing();
+    EXPECT_EQ(Run().size(), 1U);
+}
+
 TEST_F(WhereClause, QueriesIntoOwnResultsLeaveTheOthersAlone) {
     ASSERT_TRUE(query.SetTable("Payees"));
     ASSERT_TRUE(query.AddText("Name", WhereOperator::Equal, "Fuel"));

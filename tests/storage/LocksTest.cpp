@@ -207,21 +207,30 @@ TEST_F(Locks, Index) {
          {"AttributeInFile", [&] { (void)index.AttributeInFile(); }},
          {"KeyOf", [&] { (void)index.KeyOf(1, key); }},
          {"CollectEqual", [&] { index.CollectEqual(10, rows); }},
-         {"CountEqual", [&] { (void)index.CountEqual(10); }},
+         {"EstimateEqual", [&] { (void)index.EstimateEqual(10); }},
          {"CollectRange", [&] { index.CollectRange(0, 20, rows); }},
-         {"CountRange", [&] { (void)index.CountRange(0, 20); }},
+         {"EstimateRange", [&] { (void)index.EstimateRange(0, 20); }},
+         {"KeysOf",
+          [&] {
+              std::vector<int64_t> keys;
+              (void)index.KeysOf(rows, keys);
+          }},
+         {"Load", [&] { (void)index.Load(); }},
+         {"IsLoaded", [&] { (void)index.IsLoaded(); }},
+         {"FindsWithoutLoading", [&] { (void)index.FindsWithoutLoading(1); }},
          {"KeepRows", [&] { index.KeepRows(rows, [](int64_t) { return true; }); }},
          {"Add", [&] { (void)index.Add(2, 20); }},
+         {"AddNew", [&] { (void)index.AddNew(3, 20); }},
          {"Update", [&] { (void)index.Update(2, 30); }},
          {"Remove", [&] { (void)index.Remove(2); }},
          {"Compact", [&] { (void)index.Compact(); }},
-         {"Flush", [&] { (void)index.Flush(); }},
+         {"SaveHeader", [&] { (void)index.SaveHeader(); }},
          {"OnBracketCommitted", [&] { (void)index.OnBracketCommitted(); }},
          {"OnBracketRolledBack", [&] { (void)index.OnBracketRolledBack(); }},
          {"Open", [&] { (void)index.Open(path); }},
          {"Close", [&] { index.Close(); }}});
-    ASSERT_TRUE(index.Open(path));
-    EXPECT_EQ(index.Count(), 1);
+    ASSERT_EQ(index.Open(path), IndexLoad::Ok);
+    EXPECT_EQ(index.Count(), 2);
 }
 
 // Their dictionaries and stores have locks of their own, so this asks while the text or BLOB is
