@@ -15,7 +15,14 @@ std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
     return lines;
 }
 
-RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transactionId) {
+std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
+                                       const CAccountEntry& account, int64_t from, int64_t to) {
+    std::vector<RegisterLine> lines;
+    RequireStored(ReadRegister(database, account, from, to, lines), database);
+    return lines;
+}
+
+CTransactionEntry RequireTransaction(CQuillonDatabaseInterface& database, int64_t transactionId) {
     CTransactionEntry row;
     const CLookup found = database.ReadTransaction(transactionId, row);
     RequireStored(!found.HasFailed(), database);
@@ -23,13 +30,16 @@ RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transact
         throw CFailure("There is no transaction " + std::to_string(transactionId) +
                        "; 'transaction list ACCOUNT' shows their numbers.");
     }
+    return row;
+}
+
+RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transactionId) {
+    const CTransactionEntry row = RequireTransaction(database, transactionId);
     CAccountEntry account;
     RequireFound(database.ReadAccount(row.accountId, account), database);
-    for (RegisterLine& line : ReadRegister(database, account)) {
-        if (line.row.id == transactionId) return std::move(line);
-    }
-    throw CFailure("Transaction " + std::to_string(transactionId) +
-                   " is missing in its account; run 'verify'.");
+    RegisterLine line;
+    RequireStored(ReadRegisterLine(database, account, row, line), database);
+    return line;
 }
 
 Json AccountJson(const CAccountEntry& account) {

@@ -11,7 +11,11 @@ namespace quillon {
 // Every line of an account in register order. Throws CFailure when a read failed.
 std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
                                        const CAccountEntry& account);
-// The line of one transaction. Throws when there is none.
+// The lines from one date to another, both included.
+std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
+                                       const CAccountEntry& account, int64_t from, int64_t to);
+// One transaction, and its line in the register. Throw when there is none.
+CTransactionEntry RequireTransaction(CQuillonDatabaseInterface& database, int64_t transactionId);
 RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transactionId);
 
 Json AccountJson(const CAccountEntry& account);

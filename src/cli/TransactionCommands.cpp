@@ -91,6 +91,12 @@ void PrintLines(CCommandContext& context, CQuillonDatabaseInterface& database,
     }
 }
 
+// The balance after a transaction is worked out where it is shown: in JSON.
+RegisterLine LineOf(CCommandContext& context, CQuillonDatabaseInterface& database, int64_t id) {
+    if (context.WantsJson()) return RequireLineOf(database, id);
+    return {RequireTransaction(database, id), 0.0, 0.0};
+}
+
 // --- add
 
 void AddTransaction(CCommandContext& context, const EntryOptions& options) {
@@ -103,7 +109,7 @@ void AddTransaction(CCommandContext& context, const EntryOptions& options) {
     FindNames(options, database, row);
     RequireDone(session.Ledger().EnterTransaction(row), database);
     RequireStored(batch.Commit(), database);
-    PrintLines(context, database, "Added", {RequireLineOf(database, row.id)}, false);
+    PrintLines(context, database, "Added", {LineOf(context, database, row.id)}, false);
 }
 
 // --- edit and delete
@@ -152,7 +158,7 @@ void EditTransaction(CCommandContext& context, const EntryOptions& options) {
     ReadPlainValues(options, checked);
     CSession session(context);
     CQuillonDatabaseInterface& database = session.Database();
-    CTransactionEntry row = RequireLineOf(database, id).row;
+    CTransactionEntry row = RequireTransaction(database, id);
     const COtherSide other(session, id, options.both);
     ReadPlainValues(options, row);
 
@@ -164,8 +170,8 @@ void EditTransaction(CCommandContext& context, const EntryOptions& options) {
     RequireDone(session.Ledger().ChangeTransaction(row, other.Sides(), effect), database);
     RequireStored(batch.Commit(), database);
 
-    std::vector<RegisterLine> lines{RequireLineOf(database, id)};
-    if (other.IsChangedToo()) lines.push_back(RequireLineOf(database, other.Id()));
+    std::vector<RegisterLine> lines{LineOf(context, database, id)};
+    if (other.IsChangedToo()) lines.push_back(LineOf(context, database, other.Id()));
     PrintLines(context, database, "Changed", lines, options.both);
     other.Mention(context, database);
 }
@@ -174,9 +180,9 @@ void DeleteTransaction(CCommandContext& context, const EntryOptions& options) {
     const int64_t id = RequireId(options.idText);
     CSession session(context);
     CQuillonDatabaseInterface& database = session.Database();
-    std::vector<RegisterLine> lines{RequireLineOf(database, id)};
+    std::vector<RegisterLine> lines{LineOf(context, database, id)};
     const COtherSide other(session, id, options.both);
-    if (other.IsChangedToo()) lines.push_back(RequireLineOf(database, other.Id()));
+    if (other.IsChangedToo()) lines.push_back(LineOf(context, database, other.Id()));
     RequireDone(session.Ledger().RemoveTransaction(id, other.Sides()), database);
     PrintLines(context, database, "Deleted", lines, options.both);
     other.Mention(context, database);
@@ -205,7 +211,8 @@ void Transfer(CCommandContext& context, const TransferOptions& options) {
     CTransactionEntry receiving;
     RequireDone(session.Ledger().EnterTransfer(request, paying, receiving), database);
     PrintLines(context, database, "Added",
-               {RequireLineOf(database, paying.id), RequireLineOf(database, receiving.id)}, true);
+               {LineOf(context, database, paying.id), LineOf(context, database, receiving.id)},
+               true);
 }
 
 // Options that add and edit share.

@@ -1,6 +1,7 @@
 // transaction list: a register with running balances.
 
 #include "cli/Commands.h"
+#include "cli/DatabaseMessages.h"
 #include "cli/Failure.h"
 #include "cli/Register.h"
 #include "cli/Session.h"
@@ -46,9 +47,16 @@ public:
         }
     }
 
+    // The register's lines that lie between the dates asked for.
+    std::vector<RegisterLine> Read(CQuillonDatabaseInterface& database,
+                                   const CAccountEntry& account) const {
+        if (!m_options.from.Given() && !m_options.to.Given())
+            return ReadRegister(database, account);
+        return ReadRegister(database, account, m_from, m_to);
+    }
+
     bool Shows(const RegisterLine& line, const CNameTables& names) const {
         const CTransactionEntry& row = line.row;
-        if (row.serviceDate < m_from || row.serviceDate > m_to) return false;
         const std::string& payee = names.Payee(row.payeeId);
         const std::string& category = names.Category(row.categoryId);
         if (m_options.payee.Given() && !MatchesWildcard(m_options.payee.value, payee)) return false;
@@ -107,9 +115,9 @@ void ListTransactions(CCommandContext& context, const ListOptions& options) {
     const CAccountEntry account = RequireAccount(session.Database(), options.account);
     filter.RequireNames(session.Database());
     const CNameTables names(session.Database());
-    const std::vector<RegisterLine> all = ReadRegister(session.Database(), account);
+    const std::vector<RegisterLine> lines = filter.Read(session.Database(), account);
     std::vector<const RegisterLine*> shown;
-    for (const RegisterLine& line : all) {
+    for (const RegisterLine& line : lines) {
         if (filter.Shows(line, names)) shown.push_back(&line);
     }
     if (context.WantsJson()) {
@@ -119,14 +127,14 @@ void ListTransactions(CCommandContext& context, const ListOptions& options) {
         return;
     }
     const std::string name = Quoted(Printable(account.name.View()));
-    if (all.empty()) {
-        context.Say("The account " + name + " has no transactions yet.");
-    } else if (shown.empty()) {
-        context.Say("None of the " +
-                    Counted(static_cast<int64_t>(all.size()), "transaction", "transactions") +
-                    " of " + name + " is what you asked for.");
-    } else {
+    if (!shown.empty()) {
         PrintRegister(context, shown, names);
+    } else {
+        int64_t count = 0;
+        RequireStored(session.Database().CountTransactions(account.id, count), session.Database());
+        context.Say(count == 0 ? "The account " + name + " has no transactions yet."
+                               : "None of the " + Counted(count, "transaction", "transactions") +
+                                     " of " + name + " is what you asked for.");
     }
     context.Say("Balance of " + name + ": " + FormatCurrency(account.currentBalance));
 }

@@ -17,5 +17,12 @@ struct RegisterLine {
 // failed, and `lines` is empty.
 bool ReadRegister(CQuillonDatabaseInterface& database, const CAccountEntry& account,
                   std::vector<RegisterLine>& lines);
+// The same for the lines from one date to another, both included. What lies before them is
+// added up, not read.
+bool ReadRegister(CQuillonDatabaseInterface& database, const CAccountEntry& account, int64_t from,
+                  int64_t to, std::vector<RegisterLine>& lines);
+// The line of one transaction of the account, as the register has it.
+bool ReadRegisterLine(CQuillonDatabaseInterface& database, const CAccountEntry& account,
+                      const CTransactionEntry& row, RegisterLine& line);
 
 }  // namespace quillon

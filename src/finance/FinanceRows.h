@@ -98,6 +98,17 @@ public:
         });
     }
 
+    // Runs a query and hands its results to `read(results)`, which returns bool.
+    template <class Where, class Read>
+    bool Ask(const char* table, Where where, Read read) {
+        return Run([&] {
+            if (!Select(table, where)) return false;
+            const bool done = read(m_query.Results());
+            m_query.ReleaseResults();
+            return done;
+        });
+    }
+
     // The first row that matches; `entry` is untouched unless there is one.
     template <class Entry, class Where>
     CLookup ReadFirst(Entry& entry, Where where) {

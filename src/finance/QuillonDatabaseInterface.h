@@ -114,6 +114,12 @@ public:
     // `from` and `to` are included.
     bool ListTransactions(int64_t accountId, int64_t from, int64_t to,
                           COwnedList<CTransactionEntry>& transactions);
+    // The balance of the account before a place in its register: the sum of the effects of its
+    // transactions of earlier dates, and of those of the date with a lower identifier. Out of
+    // the indexes; no row is read.
+    bool ReadBalanceBefore(const CAccountEntry& account, int64_t date, int64_t transactionId,
+                           double& balance);
+    bool CountTransactions(int64_t accountId, int64_t& count);
     bool ListAllTransactions(int64_t from, int64_t to, COwnedList<CTransactionEntry>& transactions);
     bool ListTransactionsByAccount(int64_t accountId, COwnedList<CTransactionEntry>& transactions);
     bool ListTransactionsByPayee(int64_t payeeId, COwnedList<CTransactionEntry>& transactions);

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <vector>
 
 #include "finance/Balance.h"
 #include "finance/FinanceRows.h"
@@ -115,28 +116,71 @@ bool CQuillonDatabaseInterface::ListTransactionsAlike(int64_t date, double amoun
     });
 }
 
+namespace {
+
+// Types and amounts of the rows found.
+bool ReadAmounts(const CNoSQLDatabaseResults& rows, std::vector<int32_t>& types,
+                 std::vector<double>& amounts) {
+    return rows.UnreadableRows() == 0 && rows.ReadInt32s("TransactionType", types) &&
+           rows.ReadDoubles("Amount", amounts);
+}
+
+}  // namespace
+
+bool CQuillonDatabaseInterface::ReadBalanceBefore(const CAccountEntry& account, int64_t date,
+                                                  int64_t transactionId, double& balance) {
+    CMoneySum sum;
+    std::vector<int32_t> types;
+    std::vector<double> amounts;
+    const auto addRows = [&](WhereOperator dates) {
+        const auto where = [&](CNoSQLDatabaseInterface& query) {
+            return query.AddInt64("AccountID", WhereOperator::Equal, account.id) &&
+                   query.AddConnector(WhereConnector::And) &&
+                   query.AddDateTime("ServiceDate", dates, std::max<int64_t>(date, 0));
+        };
+        return m_rows->Ask(kTransactionTable, where, [&](const CNoSQLDatabaseResults& rows) {
+            if (!ReadAmounts(rows, types, amounts)) return false;
+            for (size_t i = 0; i < types.size(); ++i) {
+                if (dates == WhereOperator::Equal && rows.RowIds()[i] >= transactionId) break;
+                sum.Add(BalanceEffect(static_cast<TransactionType>(types[i]), amounts[i],
+                                      account.accountType));
+            }
+            return true;
+        });
+    };
+    const bool added = m_rows->Run([&] {
+        return addRows(WhereOperator::Less) &&
+               (transactionId <= kNoRow || addRows(WhereOperator::Equal));
+    });
+    if (added) balance = sum.Value();
+    return added;
+}
+
+bool CQuillonDatabaseInterface::CountTransactions(int64_t accountId, int64_t& count) {
+    const auto where = [&](CNoSQLDatabaseInterface& query) {
+        return query.AddInt64("AccountID", WhereOperator::Equal, accountId);
+    };
+    return m_rows->Ask(kTransactionTable, where, [&](const CNoSQLDatabaseResults& rows) {
+        count = rows.Count();
+        return true;
+    });
+}
+
 bool CQuillonDatabaseInterface::WalkTransactionAmounts(
     const std::function<void(int64_t accountId, TransactionType type, double amount)>& visit) {
-    return m_rows->Run([&] {
-        const CTableManager* table = m_database.FindTable(kTransactionTable);
-        if (!table) return false;
-        const CTableColumn* account = table->FindColumn("AccountID");
-        const CTableColumn* type = table->FindColumn("TransactionType");
-        const CTableColumn* amount = table->FindColumn("Amount");
-        if (!account || !type || !amount) return false;
-
-        bool read = true;
-        CTableRowUpdateInfoValue accountId, code, money;
-        table->WalkRows([&](int64_t rowId) {
-            read = table->ReadValue(rowId, *account, accountId) &&
-                   table->ReadValue(rowId, *type, code) && table->ReadValue(rowId, *amount, money);
-            if (read) {
-                visit(fields::ReferenceOrNone(accountId.int64),
-                      static_cast<TransactionType>(code.int32), money.number);
-            }
-            return read;
-        });
-        return read;
+    const auto everyRow = [](CNoSQLDatabaseInterface&) { return true; };
+    return m_rows->Ask(kTransactionTable, everyRow, [&](const CNoSQLDatabaseResults& rows) {
+        std::vector<int64_t> accounts;
+        std::vector<int32_t> types;
+        std::vector<double> amounts;
+        if (!rows.ReadInt64s("AccountID", accounts) || !ReadAmounts(rows, types, amounts)) {
+            return false;
+        }
+        for (size_t i = 0; i < accounts.size(); ++i) {
+            visit(fields::ReferenceOrNone(accounts[i]), static_cast<TransactionType>(types[i]),
+                  amounts[i]);
+        }
+        return true;
     });
 }
 

@@ -1,6 +1,7 @@
 // Accounts, registers, transactions and transfers.
 
 #include "cli/CliFixture.h"
+#include "finance/Ledger.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/platform/Clock.h"
 
@@ -159,6 +160,46 @@ TEST_F(Register, EditsAndDeletes) {
     EXPECT_EQ(Json({"transaction", "delete", id}).at("memo"), "first");
     EXPECT_EQ(BalanceOf("Visa"), -200);
     EXPECT_EQ(Json({"verify"}).at("code"), 0);
+}
+
+// A command on a few transactions reads a few, however many the account has; halving an index
+// takes some reads more, a register two for each row.
+TEST_F(Register, ReadsWhatItShows) {
+    MakeLedger();
+    constexpr int kFew = 40;
+    constexpr int kMany = 400;
+    std::vector<int64_t> reads[2];
+    int entered = 0;
+    for (const int rows : {kFew, kMany}) {
+        {
+            CQuillonDatabaseInterface database(m_disk);
+            ASSERT_TRUE(database.Open("ledger").opened);
+            CLedger ledger(database);
+            CLedgerImport import(ledger, 1);
+            ASSERT_EQ(import.Begin(), LedgerStatus::Ok);
+            for (; entered < rows; ++entered) {
+                CTransactionEntry row;
+                row.serviceDate = FileTimeFromDate(2020, 1, 1) + entered * kTicksPerDay;
+                row.amount = 2.0;
+                row.memo = "memo";
+                ASSERT_EQ(import.Enter(row), LedgerStatus::Ok);
+            }
+            ASSERT_TRUE(import.Finish());
+        }
+        const std::string deleted = rows == kFew ? "21" : "22";
+        for (const Arguments& command : std::vector<Arguments>{
+                 {"transaction", "list", "Checking", "--from", "2020-01-02", "--to", "2020-01-04"},
+                 {"transaction", "edit", "9", "--amount", "3"},
+                 {"--json", "transaction", "edit", "10", "--amount", "3"},
+                 {"transaction", "delete", deleted}}) {
+            const int64_t before = m_disk.Count(CMemoryFileSystem::Call::Read);
+            EXPECT_EQ(Run(command).status, 0);
+            reads[rows == kMany].push_back(m_disk.Count(CMemoryFileSystem::Call::Read) - before);
+        }
+    }
+    for (size_t i = 0; i < reads[0].size(); ++i) {
+        EXPECT_LT(reads[1][i], reads[0][i] + kMany - kFew) << "command " << i;
+    }
 }
 
 TEST_F(Register, TransfersHaveTwoSides) {
