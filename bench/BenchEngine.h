@@ -56,6 +56,10 @@ public:
     // Row numbers count from 1 in order of insertion.
     virtual void SetCategory(int64_t row, int64_t category) = 0;   // one synced commit
     virtual void DeleteRows(int64_t firstRow, int64_t count) = 0;  // one synced commit
+    // Brings what was committed into its place and empties the journal.
+    virtual void Flush() = 0;
+    // Asks every index for one value.
+    virtual void UseIndexes() = 0;
 };
 
 std::unique_ptr<CBenchEngine> MakeQuillonEngine();

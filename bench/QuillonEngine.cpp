@@ -105,7 +105,31 @@ public:
         Check(m_database.CommitBatch(), "commit");
     }
 
+    void Flush() override { Check(m_database.Flush(), "flush"); }
+
+    void UseIndexes() override {
+        for (const char* column : {"AccountID", "PayeeID", "CategoryID", "FitID"}) {
+            Ask(m_query.SetTable(kTransactionTable) &&
+                m_query.AddInt64(column, WhereOperator::Equal, 1));
+        }
+        for (const char* column : {"Check", "TransactionType"}) {
+            Ask(m_query.SetTable(kTransactionTable) &&
+                m_query.AddInt32(column, WhereOperator::Equal, 1));
+        }
+        Ask(m_query.SetTable(kTransactionTable) &&
+            m_query.AddDateTime("ServiceDate", WhereOperator::Equal, 1));
+        Ask(m_query.SetTable(kTransactionTable) &&
+            m_query.AddText("EletronicPaymentType", WhereOperator::Equal, "none"));
+        Ask(m_query.SetTable(kTransactionTable) &&
+            m_query.AddDouble("Amount", WhereOperator::Equal, 1));
+    }
+
 private:
+    void Ask(bool clause) {
+        Check(clause && m_query.Execute(), "query");
+        m_query.ReleaseResults();
+    }
+
     static void Check(bool done, const char* what) {
         if (!done) Die(std::string("quillon: ") + what + " failed");
     }
@@ -113,12 +137,10 @@ private:
     double Sum(int64_t& count) {
         Check(m_query.Execute(), "query");
         const CNoSQLDatabaseResults& results = m_query.Results();
+        std::vector<double> amounts;
+        Check(results.ReadDoubles("Amount", amounts), "read");
         double sum = 0.0;
-        for (int64_t i = 0; i < results.Count(); ++i) {
-            double amount = 0.0;
-            Check(results.ReadDouble("Amount", i, amount), "read");
-            sum += amount;
-        }
+        for (const double amount : amounts) sum += amount;
         count += results.Count();
         return sum;
     }

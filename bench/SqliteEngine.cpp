@@ -20,8 +20,7 @@ public:
             "AccountID INTEGER, ServiceDate INTEGER, Electronic TEXT, CheckNumber INTEGER, "
             "Type INTEGER, PayeeID INTEGER, CategoryID INTEGER, Amount REAL, FitID INTEGER, "
             "Memo TEXT)");
-        for (const char* column : {"AccountID", "ServiceDate", "Electronic", "CheckNumber", "Type",
-                                   "PayeeID", "CategoryID", "Amount", "FitID"}) {
+        for (const char* column : kIndexed) {
             Run(std::string("CREATE INDEX I") + column + " ON Tx(" + column + ")");
         }
     }
@@ -112,7 +111,22 @@ public:
         sqlite3_finalize(statement);
     }
 
+    void Flush() override {
+        Check(sqlite3_wal_checkpoint_v2(m_database, nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr,
+                                        nullptr) == SQLITE_OK);
+    }
+
+    void UseIndexes() override {
+        for (const char* column : kIndexed) {
+            Run(std::string("SELECT count(*) FROM Tx WHERE ") + column + " = 1");
+        }
+    }
+
 private:
+    static constexpr const char* kIndexed[] = {"AccountID",   "ServiceDate", "Electronic",
+                                               "CheckNumber", "Type",        "PayeeID",
+                                               "CategoryID",  "Amount",      "FitID"};
+
     void Check(bool done) {
         if (!done) Die(std::string("sqlite: ") + sqlite3_errmsg(m_database));
     }

@@ -141,6 +141,12 @@ Figures Measure(CBenchEngine& engine, const std::string& folder, int64_t rows, C
     note("bytes on disk per row", FolderBytes(folder, engine.Name()) / static_cast<double>(rows));
 
     const double before = ResidentBytes();
+    const auto residentBytes = [&] {
+        return (ResidentBytes() - before) / static_cast<double>(rows);
+    };
+    engine.Open(folder);
+    note("resident bytes per row, opened", residentBytes());
+    engine.Close();
     int64_t count = 0;
     double sum = 0;
     note("open to first answer, ms", 1e3 * Seconds([&] {
@@ -171,22 +177,57 @@ Figures Measure(CBenchEngine& engine, const std::string& folder, int64_t rows, C
                                       }));
     answers.Note("amount range over all", sum);
     answers.Note("rows found", static_cast<double>(count));
-    note("resident bytes per row", (ResidentBytes() - before) / static_cast<double>(rows));
+    note("resident bytes per row", residentBytes());
+    engine.UseIndexes();
+    note("resident bytes per row, all used", residentBytes());
 
     note("update one category, ms", 1e3 / 100 * Seconds([&] {
                                         for (int64_t i = 0; i < 100; ++i)
                                             engine.SetCategory(1 + i * (rows / 101), 7);
                                     }));
     note("delete 1,000 rows, ms", 1e3 * Seconds([&] { engine.DeleteRows(rows / 2, 1'000); }));
-    note("single commits, synced, /s", 200 / Seconds([&] {
-                                           CRowSource source(7);
-                                           for (int i = 0; i < 200; ++i)
-                                               engine.Insert({source.Next()});
-                                       }));
     count = 0;
     answers.Note("after the changes", engine.SumOfAmounts(0, 1e9, count));
     engine.Close();
     return figures;
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+// What a disk does to a synced commit changes from second to second, so the engines take turns.
+void MeasureCommits(CBenchEngine& theirs, CBenchEngine& ours, const std::string& folder,
+                    Figures& theirFigures, Figures& ourFigures) {
+    constexpr int kRounds = 40;
+    constexpr int kCommitsARound = 50;
+    struct Turn {
+        CBenchEngine& engine;
+        Figures& figures;
+        CRowSource source{7};
+        std::vector<double> commits = {};
+        std::vector<double> flushes = {};
+    };
+    std::fprintf(stderr, "both, single commits\n");
+    Turn turns[] = {{theirs, theirFigures}, {ours, ourFigures}};
+    for (Turn& turn : turns) turn.engine.Open(folder);
+    for (int round = 0; round < kRounds; ++round) {
+        for (Turn& turn : turns) {
+            for (int i = 0; i < kCommitsARound; ++i) {
+                const Row row = turn.source.Next();
+                turn.commits.push_back(Seconds([&] { turn.engine.Insert({row}); }));
+            }
+            turn.engine.Flush();
+            turn.engine.Insert({turn.source.Next()});
+            turn.flushes.push_back(Seconds([&] { turn.engine.Flush(); }));
+        }
+    }
+    for (Turn& turn : turns) {
+        turn.engine.Close();
+        turn.figures.emplace_back("single commits, synced, /s", 1 / Median(turn.commits));
+        turn.figures.emplace_back("flush after one insert, ms", 1e3 * Median(turn.flushes));
+    }
 }
 
 struct Table {
@@ -259,8 +300,11 @@ int Main(int argc, char** argv) {
         fs::create_directories(folder);
         CAnswers answers;
         Table table{rows, {}, {}};
-        table.theirs = Measure(*MakeSqliteEngine(), folder, rows, answers);
-        table.ours = Measure(*MakeQuillonEngine(), folder, rows, answers);
+        const std::unique_ptr<CBenchEngine> theirs = MakeSqliteEngine();
+        const std::unique_ptr<CBenchEngine> ours = MakeQuillonEngine();
+        table.theirs = Measure(*theirs, folder, rows, answers);
+        table.ours = Measure(*ours, folder, rows, answers);
+        MeasureCommits(*theirs, *ours, folder, table.theirs, table.ours);
         fs::remove_all(folder);
         Print(table);
         tables.push_back(std::move(table));
