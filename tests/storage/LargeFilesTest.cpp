@@ -54,7 +54,7 @@ TEST(LargeFiles, IndexIsReadInChunks) {
         StoreLE<int64_t>(file, file.size() - 12, 5);  // key of the last
         disk.files.Bytes(path) = file;
         CIndexManager index(disk.journal, ColumnType::Int64, false);
-        ASSERT_TRUE(index.Open(path));
+        ASSERT_EQ(index.Open(path), IndexLoad::Ok);
         const auto last = static_cast<int64_t>(count) - 1;
         EXPECT_EQ(index.Count(), last + 1);
         // The record found is the one of the file.
