@@ -114,7 +114,7 @@ TEST_F(ImportExport, QifRoundTrip) {
         {"payment", "1999-12-31", "1234567.89", {"--payee", "Shop", "--check", "1001"}},
         {"payment", "2000-02-29", "12.34", {"--payee", "Café Mühlbach", "--category", "Travel"}},
         {"withdrawal", "2024-11-12", "40", {"--payee", "Cash", "--electronic", "ATM"}},
-        {"payment", "2024-11-12", "7.125", {"--payee", "Odd", "--electronic", "EFT"}},
+        {"payment", "2024-11-12", "7.12", {"--payee", "Odd", "--electronic", "EFT"}},
         {"payment",
          "2050-12-31",
          "9.99",

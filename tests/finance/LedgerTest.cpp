@@ -561,15 +561,18 @@ TEST_F(Ledger, MismatchesAreFoundAndRepaired) {
     const int64_t good = Open("Good", AccountType::Checking, 10);
     const int64_t bad = Open("Bad", AccountType::Credit, -20);
     const int64_t close = Open("Close", AccountType::Savings, 30);
+    const int64_t cent = Open("A cent away", AccountType::Savings, 40);
     ASSERT_TRUE(database.UpdateAccountBalance(bad, 5));
     ASSERT_TRUE(database.UpdateAccountBalance(close, 30.004));
+    ASSERT_TRUE(database.UpdateAccountBalance(cent, 40.01));
     // A row of an account that is gone belongs to no balance.
     CTransactionEntry orphan = Row(99, TransactionType::Deposit, 1);
     ASSERT_TRUE(database.AddTransaction(orphan));
 
     std::vector<BalanceMismatch> found;
     ASSERT_TRUE(ledger.VerifyBalances(found));
-    ASSERT_EQ(found.size(), 1u);
+    ASSERT_EQ(found.size(), 2u);
+    EXPECT_EQ(found[1].accountId, cent);
     EXPECT_EQ(found[0].accountId, bad);
     EXPECT_EQ(found[0].account, "Bad");
     EXPECT_EQ(found[0].stored, 5);
@@ -577,8 +580,9 @@ TEST_F(Ledger, MismatchesAreFoundAndRepaired) {
 
     std::vector<BalanceMismatch> repaired;
     ASSERT_TRUE(ledger.RepairBalances(repaired));
-    EXPECT_EQ(repaired.size(), 1u);
+    EXPECT_EQ(repaired.size(), 2u);
     EXPECT_EQ(Balance(bad), -20);
+    EXPECT_EQ(Balance(cent), 40);
     EXPECT_EQ(Balance(good), 10);
     ExpectSound();
 }

@@ -116,6 +116,7 @@ TEST_F(CheckPrinter, NumbersFollowTheLatest) {
 
     // Printed again: same number, unless one is specified. A lower one is a form from
     // another book and takes nothing back.
+    EXPECT_EQ(Prepared(Request(first)).notes, std::vector<std::string>{});
     Print(Request(first));
     EXPECT_EQ(CheckOf(first), 1024);
     EXPECT_EQ(Latest(), 1025);
