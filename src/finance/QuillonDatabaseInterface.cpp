@@ -12,7 +12,7 @@ CQuillonDatabaseInterface::~CQuillonDatabaseInterface() {
 }
 
 FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder,
-                                                  const CCheckPrintFormat& checkLayout) {
+                                                  const CCheckPrintFormat* checkLayout) {
     FinanceOpenResult result;
     bool ran = false;
     m_rows->Run([&] {
@@ -20,7 +20,8 @@ FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder,
         if (m_database.Open(folder)) {
             // Files do not tell: after a power cut they may still stand in the journal.
             result.created = m_database.Tables().empty();
-            result.schema = EnsureFinanceSchema(m_database, checkLayout);
+            result.schema =
+                EnsureFinanceSchema(m_database, checkLayout ? *checkLayout : CCheckPrintFormat());
             result.setAsideJournal = m_database.SetAsideJournal();
             result.rebuilt = m_database.RebuiltIndexes();
             result.opened = true;

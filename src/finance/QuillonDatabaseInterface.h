@@ -71,9 +71,10 @@ public:
 
     // --- life
     // Opens the folder, making what is missing, creates and seeds missing tables and
-    // upgrades old ones. Accounts from before there were check layouts get `checkLayout`.
-    // A database that is open is closed first.
-    FinanceOpenResult Open(const std::string& folder, const CCheckPrintFormat& checkLayout = {});
+    // upgrades old ones. Accounts from before there were check layouts get `checkLayout`, or
+    // the usual one when it is null. A database that is open is closed first.
+    FinanceOpenResult Open(const std::string& folder,
+                           const CCheckPrintFormat* checkLayout = nullptr);
     bool Close();
     bool IsOpen() const { return m_database.IsOpen(); }
     CDatabaseManager& Database() { return m_database; }

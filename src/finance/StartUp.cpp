@@ -49,7 +49,8 @@ StartUpStep CStartUp::Start(const std::string& chosenFolder, Want want) {
     m_foundExisting = FolderHoldsLedger();
     if (!m_foundExisting && want == Want::ExistingOnly) return Fail(StartUpFailure::NoDatabase);
 
-    m_opened = m_database.Open(m_folder, DefaultCheckFormat(m_settings));
+    const CCheckPrintFormat layout = DefaultCheckFormat(m_settings);
+    m_opened = m_database.Open(m_folder, &layout);
     if (!m_opened.opened) return Fail(StartUpFailure::NotOpened);
     m_foundExisting = !m_opened.created;
     if (!m_opened.schema.Complete()) return m_step = StartUpStep::Incomplete;

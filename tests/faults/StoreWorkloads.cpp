@@ -234,8 +234,10 @@ template <class Edit>
 bool ChangeRow(CWorkSession& s, int64_t row, TransferSides sides, Edit edit) {
     CTransactionEntry entry;
     if (!s.Finance()->ReadTransaction(row, entry)) return false;
-    const auto memo = Given([] { return CKeelString("a memo that is longer than before"); });
-    entry.memo = memo;
+    {
+        const CAllocationPause pause;
+        entry.memo = CKeelString("a memo that is longer than before");
+    }
     edit(entry);
     return s.Ledger().ChangeTransaction(entry, sides) == LedgerStatus::Ok;
 }
