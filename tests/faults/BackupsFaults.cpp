@@ -26,9 +26,10 @@ constexpr const char* kHash = "5f4dcc3b5aa765d61d8327deb882cf99";
 constexpr const char* kContainer = "b.backup";
 
 // A key that costs next to nothing.
-BackupOptions QuickOptions() {
+BackupOptions QuickOptions(size_t chunkSize) {
     BackupOptions options;
     options.keyCost = {.memoryKiB = 8, .passes = 1};
+    options.chunkSize = chunkSize;
     return options;
 }
 
@@ -80,18 +81,21 @@ struct Material {
     Bytes guarded;  // of `fresh`, with a password
     Bytes open;     // without one
     Bytes sibling;  // of `fresh` with a change, with the same password
+    BackupOptions options;
 };
 
-Bytes ContainerOf(CMemoryFileSystem& files, CDatabaseManager& database, const std::string& hash) {
+Bytes ContainerOf(CMemoryFileSystem& files, CDatabaseManager& database, const std::string& hash,
+                  const BackupOptions& options) {
     BackupReport report;
-    if (database.Backup(kContainer, hash, report, QuickOptions()) != BackupCode::Done) {
+    if (database.Backup(kContainer, hash, report, options) != BackupCode::Done) {
         throw std::runtime_error("no backup could be made: " + report.detail);
     }
     return files.Bytes(kContainer);
 }
 
-Material MakeMaterial(const std::string& kind) {
+Material MakeMaterial(const std::string& kind, size_t chunkSize) {
     Material material;
+    material.options = QuickOptions(chunkSize);
     for (FaultsSample& sample : AllSamples()) {
         if (sample.name == kind) material.fresh = std::move(sample);
         if (sample.name == (kind == "store" ? "ledger" : "store")) material.old = std::move(sample);
@@ -100,13 +104,13 @@ Material MakeMaterial(const std::string& kind) {
     files.Restore(material.fresh.disk);
     CDatabaseManager database(files);
     if (!database.Open(kFaultsFolder)) throw std::runtime_error("a sample does not open");
-    material.guarded = ContainerOf(files, database, kHash);
-    material.open = ContainerOf(files, database, {});
+    material.guarded = ContainerOf(files, database, kHash, material.options);
+    material.open = ContainerOf(files, database, {}, material.options);
     const std::string table = kind == "store" ? "Ledger" : "Payee";
     if (!database.BeginRow(table) || database.CommitRow() < 0) {
         throw std::runtime_error("a sample cannot be changed");
     }
-    material.sibling = ContainerOf(files, database, kHash);
+    material.sibling = ContainerOf(files, database, kHash, material.options);
     return material;
 }
 
@@ -211,8 +215,8 @@ private:
         m_disk.Bytes(kContainer) = container;
         const int64_t changes = m_disk.Count(Call::AnyChange);
         RestoreReport report;
-        const RestoreCode code =
-            RestoreBackup(m_disk, kContainer, kFaultsFolder, m_hash, true, report, QuickOptions());
+        const RestoreCode code = RestoreBackup(m_disk, kContainer, kFaultsFolder, m_hash, true,
+                                               report, m_material.options);
         const std::string message = RestoreMessage(code, kContainer, kFaultsFolder, report.detail);
         if (!IsContainerFault(code)) {
             m_report.Fault(name + ": restore says: " + message);
@@ -221,7 +225,7 @@ private:
         }
         if (m_disk.Count(Call::AnyChange) != changes)
             m_report.Fault(name + ": something was written");
-        if (CheckBackup(m_disk, kContainer, m_hash, report, QuickOptions()) != code) {
+        if (CheckBackup(m_disk, kContainer, m_hash, report, m_material.options) != code) {
             m_report.Fault(name + ": the check says something else");
         }
         if (code == RestoreCode::Done) m_disk.Restore(m_material.old.disk);
@@ -236,6 +240,42 @@ private:
     std::string m_hash;
     bool m_isGuarded = false;
 };
+
+// --- sound containers
+
+// Restored, it is what was backed up, wherever the chunks' ends fall in the files: for each
+// file chunks of its size and a byte around it, of a half and a third of it.
+void ComeBack(CFaultsReport& report, const Material& material) {
+    constexpr size_t kSmallest = 50;
+    std::set<size_t> sizes;
+    for (const auto& [path, bytes] : material.fresh.disk) {
+        for (const size_t parts : {size_t{1}, size_t{2}, size_t{3}}) {
+            const size_t part = bytes.size() / parts;
+            for (const size_t size : {part - 1, part, part + 1}) {
+                if (size >= kSmallest && size < kBackupChunkSize) sizes.insert(size);
+            }
+        }
+    }
+    for (const size_t size : sizes) {
+        const std::string name = "in chunks of " + std::to_string(size);
+        SetCurrentCase(name);
+        const BackupOptions options = QuickOptions(size);
+        CMemoryFileSystem files;
+        files.Restore(material.fresh.disk);
+        CDatabaseManager database(files);
+        RestoreReport restored;
+        std::string content;
+        std::string why = "the backup does not come back";
+        const bool isSound =
+            database.Open(kFaultsFolder) && !ContainerOf(files, database, kHash, options).empty() &&
+            database.Close() &&
+            RestoreBackup(files, kContainer, "again", kHash, false, restored, options) ==
+                RestoreCode::Done &&
+            ReadSound(files, "again", content, why);
+        report.Expect(isSound && content == material.fresh.content,
+                      name + ": " + (isSound ? "other contents" : why));
+    }
+}
 
 // --- stopped restores
 
@@ -262,7 +302,8 @@ private:
 
     RestoreCode Restore(CMemoryFileSystem& disk) const {
         RestoreReport report;
-        return RestoreBackup(disk, kContainer, kFaultsFolder, kHash, true, report, QuickOptions());
+        return RestoreBackup(disk, kContainer, kFaultsFolder, kHash, true, report,
+                             m_material.options);
     }
 
     std::string Name(const std::string& what, int64_t at) const {
@@ -376,15 +417,26 @@ private:
 
 void Run(const FaultsOptions& options, CFaultsReport& report) {
     NameCaseOnCrash();
-    for (const std::string kind : {"store", "ledger"}) {
-        if (kind.find(options.only) == std::string::npos) continue;
-        const Material material = MakeMaterial(kind);
-        CRefusals(options, report, material, kind).Run();
-        std::printf("%s: containers of %zu and %zu bytes, so far %lld cases\n", kind.c_str(),
+    const struct {
+        std::string name;
+        std::string sample;
+        size_t chunkSize;
+    } kinds[] = {
+        {"store", "store", kBackupChunkSize},
+        // So that most files have several chunks, of which the last are full or not.
+        {"store in small chunks", "store", 200},
+        {"ledger", "ledger", kBackupChunkSize},
+    };
+    for (const auto& kind : kinds) {
+        if (kind.name.find(options.only) == std::string::npos) continue;
+        const Material material = MakeMaterial(kind.sample, kind.chunkSize);
+        CRefusals(options, report, material, kind.name).Run();
+        if (kind.chunkSize < kBackupChunkSize) ComeBack(report, material);
+        std::printf("%s: containers of %zu and %zu bytes, so far %lld cases\n", kind.name.c_str(),
                     material.guarded.size(), material.open.size(),
                     static_cast<long long>(report.Cases()));
         // The ledger has a hundred files more, and the same steps for each.
-        if (kind == "ledger" && !options.isLong) continue;
+        if (kind.sample == "ledger" && !options.isLong) continue;
         for (const bool replaces : {true, false}) CStops(options, report, material, replaces).Run();
     }
 }

@@ -59,7 +59,7 @@ private:
     bool Rehearse() {
         CPowerCutDisk disk;
         {
-            CWorkSession session(disk, m_workload.isFinance);
+            CWorkSession session(disk, m_workload);
             if (!m_workload.prepare(session)) {
                 m_report.Fault(std::string(m_workload.name) + ": cannot be prepared");
                 return false;
@@ -67,7 +67,7 @@ private:
             m_before = disk.Everything();
         }
         CPowerCutDisk work(m_before);
-        CWorkSession session(work, m_workload.isFinance);
+        CWorkSession session(work, m_workload);
         m_states = {{LookAtImage(m_before, m_workload.isFinance).content}};
         for (const WorkStep& step : m_workload.steps) {
             std::vector<uint64_t> states = {m_states.back().back()};
@@ -91,12 +91,26 @@ private:
         CPowerCutDisk disk(m_before);
         disk.FailNth(Call::Any, at, m_kind->error, m_kind->times, m_kind->written);
         {
-            CWorkSession session(disk, m_workload.isFinance);
+            CWorkSession session(disk, m_workload);
             Work(disk, session);
         }
         disk.StopFailing();
         // The session is gone, orderly: its last commits are no more than closing makes.
         Check(LookAtImage(disk.Everything(), m_workload.isFinance), "closed and opened again");
+        if (m_call.starts_with("sync")) OpenAndCut(disk);
+    }
+
+    // The next start reads what a failed sync has lost for the medium; the power fails while
+    // it opens.
+    void OpenAndCut(CPowerCutDisk& disk) {
+        disk.OnChange([&](const std::string& call) {
+            disk.ForEachCut({.mostSteps = 1, .subsets = 1, .everySubset = false},
+                            [&](const DiskImage& image, const std::string& what) {
+                                Check(LookAtImage(image, m_workload.isFinance),
+                                      "opened again, power off before " + call + ", " + what);
+                            });
+        });
+        (void)LookAtFolder(disk, m_workload.isFinance);
     }
 
     // All steps up to the one that fails.

@@ -17,6 +17,7 @@ struct FaultsOptions {
     uint64_t seed = 1;    // of everything random, so that a fault can be had again
     std::string only;     // of workloads or files, those whose name contains it; empty: all
     std::string program;  // quillon-cli
+    std::string self;     // this program
 };
 
 // Counts what was tried and writes each fault as one line on standard error.
@@ -54,6 +55,15 @@ public:
     CFaultsKind(std::string_view name, const char* help, FaultsFunction run) {
         FaultsKinds()[name] = {help, run};
     }
+};
+
+// What a machine starts as a program of its own: quillon-faults worker NAME ARGUMENT.
+using FaultsWorker = int (*)(const std::string& argument);
+std::map<std::string_view, FaultsWorker>& FaultsWorkers();
+
+class CFaultsWorker {
+public:
+    CFaultsWorker(std::string_view name, FaultsWorker run) { FaultsWorkers()[name] = run; }
 };
 
 }  // namespace quillon

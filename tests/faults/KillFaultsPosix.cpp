@@ -9,6 +9,7 @@
 
 #include "ChildPosix.h"
 #include "Faults.h"
+#include "GrowingStorePosix.h"
 #include "finance/Ledger.h"
 #include "foundation/CurrencyFormat.h"
 #include "support/TemporaryFolder.h"
@@ -250,6 +251,10 @@ private:
 };
 
 void RunKill(const FaultsOptions& options, CFaultsReport& report) {
+    if (std::string("growing store").find(options.only) != std::string::npos) {
+        KillGrowingStore(options, report);
+    }
+    if (std::string("command line").find(options.only) == std::string::npos) return;
     // So many that each ledger stays small enough to be looked through after each kill.
     constexpr int64_t kRoundsEach = 25;
     const int64_t rounds = options.rounds > 0 ? options.rounds : options.isLong ? 2000 : 200;
@@ -268,7 +273,10 @@ void RunKill(const FaultsOptions& options, CFaultsReport& report) {
     report.Expect(kills * 4 > rounds, "too few of the rounds were killed in time");
 }
 
-const CFaultsKind kKill("kill", "The command line is killed while it imports and edits", RunKill);
+const CFaultsKind kKill(
+    "kill",
+    "The command line is killed while it imports and edits, and a program while its journal grows",
+    RunKill);
 
 }  // namespace
 }  // namespace quillon

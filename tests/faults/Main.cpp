@@ -21,6 +21,11 @@ std::map<std::string_view, FaultsKind>& FaultsKinds() {
     return kinds;
 }
 
+std::map<std::string_view, FaultsWorker>& FaultsWorkers() {
+    static std::map<std::string_view, FaultsWorker> workers;
+    return workers;
+}
+
 namespace {
 
 int RunKind(const std::string& name, const FaultsKind& kind, const FaultsOptions& options) {
@@ -34,10 +39,15 @@ int RunKind(const std::string& name, const FaultsKind& kind, const FaultsOptions
 }
 
 int Run(int count, char** words) {
+    if (count == 4 && std::string_view(words[1]) == "worker") {
+        const auto worker = FaultsWorkers().find(words[2]);
+        return worker == FaultsWorkers().end() ? 2 : worker->second(words[3]);
+    }
     CLI::App program("Breaks the record store in every way of one kind and looks at what is left");
     program.require_subcommand(1);
     FaultsOptions options;
     options.program = QUILLON_CLI_PROGRAM;
+    options.self = words[0];
     int status = 0;
     for (const auto& entry : FaultsKinds()) {
         const std::string name(entry.first);

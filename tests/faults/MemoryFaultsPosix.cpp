@@ -26,7 +26,7 @@ struct Point {
 
 // One program with its disk, which is the machine's and not the program's.
 struct World {
-    World(const Point& point, bool isFinance) : session(disk, isFinance) {
+    World(const Point& point, const StoreWorkload& workload) : session(disk, workload) {
         memory.Restore(point.disk);
     }
     StoreLook LookKilled() { return LookAtImage(memory.Everything(), IsFinance()); }
@@ -69,9 +69,9 @@ private:
 
     std::vector<Point> Rehearse() {
         std::vector<Point> points;
-        World prepared({}, m_workload->isFinance);
+        World prepared({}, *m_workload);
         bool done = m_workload->prepare(prepared.session);
-        World world({prepared.memory.Everything()}, m_workload->isFinance);
+        World world({prepared.memory.Everything()}, *m_workload);
         for (const WorkStep& step : m_workload->steps) {
             points.push_back({world.memory.Everything(), world.session.Store().IsOpen()});
             done = done && step.act(world.session);
@@ -105,8 +105,8 @@ private:
     }
 
     // Opens and makes a change, so that the journal holds something.
-    static std::unique_ptr<World> Prepare(const Point& point, bool isFinance) {
-        auto world = std::make_unique<World>(point, isFinance);
+    static std::unique_ptr<World> Prepare(const Point& point, const StoreWorkload& workload) {
+        auto world = std::make_unique<World>(point, workload);
         if (point.isOpen) (void)(world->session.Open() && world->session.Store().AddBlob({}) >= 0);
         return world;
     }
@@ -118,7 +118,7 @@ private:
             std::unique_ptr<World> world;
             {
                 const CAllocationPause pause;
-                world = Prepare(point, m_workload->isFinance);
+                world = Prepare(point, *m_workload);
                 unfailed.states = {world->LookKilled().content};
                 if (m_step->commits > 1) NoteStates(*world, unfailed.states);
             }
@@ -154,7 +154,7 @@ private:
             std::unique_ptr<World> world;
             {
                 const CAllocationPause pause;
-                world = Prepare(point, m_workload->isFinance);
+                world = Prepare(point, *m_workload);
             }
             gauge.FailNth(nth, times);
             bool said = false;

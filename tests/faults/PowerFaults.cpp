@@ -23,6 +23,7 @@ struct PowerPlan {
     int64_t stopEvery = 1;
     size_t recoveryEvery = 1;
     int64_t recoveryStopEvery = 1;
+    int64_t killEvery = 1;      // stops that are a kill, with the power failing in the recovery
     int64_t recoveryStops = 0;  // after so many, half as many disks recover that way
 };
 
@@ -44,7 +45,7 @@ public:
         m_report.Expect(first.IsSound(), Name("before the work") + first.problem);
         m_states = {first.content};
         disk.OnChange([this](const std::string& call) { Stop(call); });
-        CWorkSession session(disk, m_workload.isFinance);
+        CWorkSession session(disk, m_workload);
         for (const WorkStep& step : m_workload.steps) {
             m_step = &step;
             const size_t statesBefore = m_states.size();
@@ -71,7 +72,7 @@ public:
 private:
     std::optional<DiskImage> Prepare() {
         CPowerCutDisk disk;
-        CWorkSession session(disk, m_workload.isFinance);
+        CWorkSession session(disk, m_workload);
         if (!m_workload.prepare(session)) {
             m_report.Fault(std::string(m_workload.name) + ": cannot be prepared");
             return std::nullopt;
@@ -87,6 +88,7 @@ private:
         const StoreLook now = LookAt(killed);
         m_report.Expect(now.IsSound(), Name("killed") + now.problem);
         if (now.IsSound() && now.content != m_states.back()) m_states.push_back(now.content);
+        if (m_stops % m_plan.killEvery == 0) StopRecoveryOfKilled();
         if (m_stops % m_plan.stopEvery != 0) return;
         CutPlan plan = m_plan.cuts;
         plan.seed += static_cast<uint64_t>(m_stops);
@@ -140,6 +142,25 @@ private:
         (void)LookAtFolder(disk, m_workload.isFinance);
     }
 
+    // Killed first, so that the next start reads what no sync has brought to the medium; then
+    // the power fails while it recovers.
+    void StopRecoveryOfKilled() {
+        const std::unique_ptr<CPowerCutDisk> disk = m_disk->AfterKill();
+        int64_t calls = m_stops;  // so that they are others each time
+        disk->OnChange([&](const std::string& call) {
+            if (++calls % m_plan.recoveryStopEvery != 0) return;
+            ++m_secondStops;
+            CutPlan plan = m_plan.cutsInRecovery;
+            plan.seed += static_cast<uint64_t>(m_secondStops);
+            disk->ForEachCut(plan, [&](const DiskImage& image, const std::string& what) {
+                const StoreLook look = LookAt(image);
+                m_report.Expect(IsRight(look),
+                                Name("killed, then before " + call + ", " + what) + Wrong(look));
+            });
+        });
+        (void)LookAtFolder(*disk, m_workload.isFinance);
+    }
+
     const StoreLook& LookAt(const DiskImage& image) {
         const auto [place, isNew] = m_looks.try_emplace(image.Hash());
         if (isNew) place->second = LookAtImage(image, m_workload.isFinance);
@@ -179,6 +200,7 @@ void RunPower(const FaultsOptions& options, CFaultsReport& report) {
         plan.recoveryEvery = 20;
         plan.recoveryStopEvery = 3;
         plan.recoveryStops = 4000;
+        plan.killEvery = 3;
     } else {
         plan.cuts.mostSteps = 2;
         plan.cuts.subsets = 2;
@@ -189,6 +211,7 @@ void RunPower(const FaultsOptions& options, CFaultsReport& report) {
         plan.recoveryEvery = 90;
         plan.recoveryStopEvery = 7;
         plan.recoveryStops = 100;
+        plan.killEvery = 11;
     }
     for (const StoreWorkload& workload : StoreWorkloads()) {
         if (std::string(workload.name).find(options.only) == std::string::npos) continue;

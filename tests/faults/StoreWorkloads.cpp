@@ -15,13 +15,14 @@
 
 namespace quillon {
 
-CWorkSession::CWorkSession(CFileSystem& files, bool isFinance) : m_files(files) {
-    if (isFinance) {
+CWorkSession::CWorkSession(CFileSystem& files, const StoreWorkload& workload) : m_files(files) {
+    if (workload.isFinance) {
         m_finance = std::make_unique<CQuillonDatabaseInterface>(files);
         m_ledger = std::make_unique<CLedger>(*m_finance);
     } else {
         m_store = std::make_unique<CDatabaseManager>(files);
     }
+    Store().Journal().SetRooms(workload.rooms);
 }
 
 bool CWorkSession::Open() {
@@ -181,6 +182,36 @@ StoreWorkload OldVersion() {
                        MakeOldVersion(s.Files(), kLedgerFolder);
             },
             {kOpen, kAddItem, kClose}};
+}
+
+// A journal that outgrows what it keeps, and what empties it, every few commits.
+constexpr JournalRooms kSmallRooms{.step = 4096, .kept = 2 * 4096, .checkpoint = 5 * 4096};
+
+StoreWorkload GrowingJournal() {
+    const auto addBlob = [](CWorkSession& s) {
+        const auto blob = Given([] { return Text(Notes(3) + std::string(9000, 'p')); });
+        return s.Store().AddBlob(blob) >= 0;
+    };
+    const auto replaceBlob = [](CWorkSession& s) {
+        const auto blob = Given([] { return Text(Notes(7)); });
+        return s.Store().ReplaceBlob(1, blob);
+    };
+    return {"journal that grows",
+            false,
+            PrepareItems,
+            {kOpen,
+             kAddItem,
+             {"add a large BLOB", addBlob},
+             {"change a row", [](CWorkSession& s) { return ChangeItem(s.Store(), 0, 8); }},
+             {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 4); }},
+             {"replace a BLOB", replaceBlob},
+             kAddItem,
+             {"delete a BLOB", [](CWorkSession& s) { return s.Store().DeleteBlob(0); }},
+             {"remove deleted", [](CWorkSession& s) { return s.Store().RemoveDeleted(); }, 0},
+             {"add a large BLOB", addBlob},
+             kAddItem,
+             kClose},
+            kSmallRooms};
 }
 
 // --- the ledger
@@ -420,6 +451,28 @@ StoreWorkload Reading() {
              kClose}};
 }
 
+StoreWorkload GrowingImports() {
+    const auto import = [](CWorkSession& s) {
+        CLedgerImport import(s.Ledger(), 2, 4);
+        if (import.Begin() != LedgerStatus::Ok) return false;
+        for (int i = 0; i < 12; ++i) {
+            CTransactionEntry entry = Payment(i + 0.75, "of a batch");
+            if (import.Enter(entry) != LedgerStatus::Ok) return false;
+        }
+        return import.Finish();
+    };
+    return {"journal that imports outgrow",
+            true,
+            PrepareLedger,
+            {kOpen,
+             {"import in three batches", import, 3},
+             {"remove a transaction",
+              [](CWorkSession& s) { return s.Ledger().RemoveTransaction(4) == LedgerStatus::Ok; }},
+             {"import in three batches", import, 3},
+             kClose},
+            {.step = 4096, .kept = 4 * 4096, .checkpoint = 12 * 4096}};
+}
+
 // A ledger from before payees had rows of their own.
 bool PrepareOldLedger(CWorkSession& session) {
     if (!session.Open() || !session.Finance()->Close()) return false;
@@ -502,8 +555,9 @@ StoreWorkload Restore() {
 
 const std::vector<StoreWorkload>& StoreWorkloads() {
     static const std::vector<StoreWorkload> kWorkloads = {
-        FirstStart(), SingleCommits(), Batches(), Upkeep(),  Schema(),  OldVersion(),
-        Seeding(),    Transfers(),     Imports(), Reading(), Upgrade(), Restore(),
+        FirstStart(), SingleCommits(), Batches(),        Upkeep(),         Schema(),
+        OldVersion(), Seeding(),       Transfers(),      Imports(),        Reading(),
+        Upgrade(),    Restore(),       GrowingJournal(), GrowingImports(),
     };
     return kWorkloads;
 }

@@ -10,10 +10,12 @@
 
 namespace quillon {
 
+struct StoreWorkload;
+
 // A program at work on the folder "ledger" of a disk.
 class CWorkSession {
 public:
-    CWorkSession(CFileSystem& files, bool isFinance);
+    CWorkSession(CFileSystem& files, const StoreWorkload& workload);
 
     CFileSystem& Files() { return m_files; }
     CDatabaseManager& Store() { return m_finance ? m_finance->Database() : *m_store; }
@@ -49,6 +51,7 @@ struct StoreWorkload {
     // closing, as after a kill.
     std::function<bool(CWorkSession&)> prepare;
     std::vector<WorkStep> steps;
+    JournalRooms rooms = {};
 };
 
 const std::vector<StoreWorkload>& StoreWorkloads();

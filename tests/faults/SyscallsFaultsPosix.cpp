@@ -159,13 +159,13 @@ private:
         uint64_t live = 0;
         bool done = true;
         {
-            CWorkSession session(files, m_workload.isFinance);
+            CWorkSession session(files, m_workload);
             if (!m_workload.prepare(session)) {
                 m_report.Fault(std::string(m_workload.name) + ": cannot be prepared");
                 return false;
             }
         }
-        CWorkSession session(files, m_workload.isFinance);
+        CWorkSession session(files, m_workload);
         plan = trouble;
         plan.armed = true;
         const char* step = "";

@@ -25,7 +25,12 @@ std::vector<int64_t> IdsOf(const COwnedList<Entry>& list) {
 // A fresh ledger on a disk in memory.
 class FinanceFixture : public COpenStore<CQuillonDatabaseInterface> {
 protected:
+    void BetweenSteps() {
+        if (database.Database().IsOpen() && !database.Database().InBatch()) ReopenBetweenSteps();
+    }
+
     int64_t AddAccount(const char* name, AccountType type = AccountType::Checking) {
+        BetweenSteps();
         CAccountEntry account;
         account.name = name;
         account.accountType = type;
@@ -35,6 +40,7 @@ protected:
 
     CTransactionEntry Row(int64_t account, TransactionType type, double amount,
                           int64_t date = Day(2024, 5, 17)) {
+        BetweenSteps();
         CTransactionEntry row;
         row.accountId = account;
         row.transactionType = type;
@@ -44,6 +50,7 @@ protected:
     }
 
     double Balance(int64_t account) {
+        BetweenSteps();
         CAccountEntry entry;
         EXPECT_TRUE(database.ReadAccount(account, entry));
         return entry.currentBalance;

@@ -23,6 +23,7 @@ protected:
 
     // The rows that the clause built so far finds.
     Ids Run() {
+        ReopenBetweenSteps();
         EXPECT_TRUE(query.Execute());
         return query.Results().RowIds();
     }

@@ -32,6 +32,7 @@ struct CJournalDisk {
 };
 
 inline int CodeOf(CDatabaseManager& database) {
+    BetweenSteps(database);
     std::vector<TableIntegrity> tables;
     const IntegrityCode code = database.Verify(tables);
     return static_cast<int>(code);

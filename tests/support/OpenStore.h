@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "support/MemoryFileSystem.h"
+#include "support/Reopening.h"
 
 namespace quillon {
 
@@ -28,6 +29,9 @@ protected:
     void Reopen() {
         ASSERT_TRUE(database.Close());
         Open();
+    }
+    void ReopenBetweenSteps() {
+        if (ReopensBetweenSteps()) COpenStore::Reopen();
     }
 
     CMemoryFileSystem disk;

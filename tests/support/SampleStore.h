@@ -8,11 +8,20 @@
 #include <vector>
 
 #include "storage/DatabaseManager.h"
+#include "support/Reopening.h"
 
 // A small record store to try things on, and what one holds, for the programs that link the
 // storage floor.
 
 namespace quillon {
+
+// Where a test's steps leave the store open and settled; a store that does not open again
+// fails the steps that follow.
+inline void BetweenSteps(CDatabaseManager& database) {
+    if (!ReopensBetweenSteps() || !database.IsOpen() || database.InBatch()) return;
+    const std::string folder = database.Folder();
+    if (database.Close()) (void)database.Open(folder);
+}
 
 // A value as text; doubles and times bit for bit.
 inline std::string ValueText(const CTableRowUpdateInfoValue& value) {
@@ -56,6 +65,7 @@ inline TableContent ContentOf(const CTableManager& table, const LeftOut& leftOut
 
 inline DatabaseContent ContentOf(CDatabaseManager& database, int64_t blobIds = 8,
                                  const LeftOut& leftOut = {}) {
+    BetweenSteps(database);
     DatabaseContent content;
     for (const auto& table : database.Tables()) {
         content[table->Name().ToUtf8()] = ContentOf(*table, leftOut);
@@ -102,10 +112,12 @@ inline bool SetLedgerRow(CDatabaseManager& database, const LedgerRow& row) {
 
 // The new row's identifier; -1 on failure.
 inline int64_t AddLedgerRow(CDatabaseManager& database, const LedgerRow& row) {
+    BetweenSteps(database);
     return database.BeginRow("Ledger") && SetLedgerRow(database, row) ? database.CommitRow() : -1;
 }
 
 inline bool ChangeLedgerRow(CDatabaseManager& database, int64_t rowId, const LedgerRow& row) {
+    BetweenSteps(database);
     return database.BeginRowUpdate("Ledger", rowId) && SetLedgerRow(database, row) &&
            database.CommitRow() == rowId;
 }
