@@ -28,7 +28,10 @@ struct Pair {
     int64_t payingId = kNoRow;
     int64_t receivingId = kNoRow;
 
-    auto operator<=>(const Pair&) const = default;
+    bool operator<(const Pair& other) const {
+        return std::tie(apart, payingIsSecond, payingId, receivingId) <
+               std::tie(other.apart, other.payingIsSecond, other.payingId, other.receivingId);
+    }
 };
 
 // More equal rows of one day than this are a stream of payments, among which only near
