@@ -19,8 +19,15 @@ constexpr int64_t kHeaderSize = 72;
 constexpr int64_t kRecordSize = 20;
 constexpr int64_t kRecordsAChunk = 20'000;
 constexpr std::string_view kSignature = "Index";
+constexpr int64_t kBytesAPage = 64;  // of which an estimate looks at one line
 // So few changed keys are counted faster than all keys.
 constexpr size_t kFewKeys = 8;
+
+// Most dates are days and most doubles money.
+Packing PackingOf(ColumnType type) {
+    if (type == ColumnType::DateTime) return Packing::Days;
+    return type == ColumnType::Double ? Packing::Cents : Packing::Plain;
+}
 
 int64_t OffsetOf(uint32_t record) {
     return kHeaderSize + kRecordSize * (static_cast<int64_t>(record) - 1);
@@ -29,7 +36,11 @@ int64_t OffsetOf(uint32_t record) {
 }  // namespace
 
 CIndexManager::CIndexManager(CJournal& journal, ColumnType type, bool attribute)
-    : m_journal(journal), m_file(journal), m_type(type), m_attribute(attribute) {}
+    : m_journal(journal),
+      m_file(journal),
+      m_type(type),
+      m_attribute(attribute),
+      m_rows(PackingOf(type)) {}
 
 CIndexManager::~CIndexManager() {
     Close();
@@ -347,7 +358,7 @@ bool CIndexManager::Compact() {
     const CLockScope lock(m_lock);
     if (!IsReady()) return false;
     Touch();
-    CIndexRows kept;
+    CIndexRows kept(PackingOf(m_type));
     std::vector<uint8_t> bytes(static_cast<size_t>(m_liveCount * kRecordSize));
     size_t at = 0;
     m_rows.Walk([&](int64_t rowId, int64_t value, uint32_t) {
@@ -456,8 +467,7 @@ bool CIndexManager::OnBracketRolledBack() {
 int64_t CIndexManager::SortValue(int64_t key) const {
     // Doubles by magnitude within their sign: flipping the lower bits of negative
     // ones makes their bits sort as their values do. Doing it twice undoes it.
-    if (m_type != ColumnType::Double || key >= 0) return key;
-    return key ^ std::numeric_limits<int64_t>::max();
+    return m_type == ColumnType::Double ? packing::SortedBits(key) : key;
 }
 
 int64_t CIndexManager::ValueOf(int64_t rowId) const {
@@ -465,10 +475,8 @@ int64_t CIndexManager::ValueOf(int64_t rowId) const {
     return m_rows.FindValue(rowId, value) ? value : 0;
 }
 
-// Sorting takes about as long as looking at every row so many times.
 bool CIndexManager::OrderPays() const {
-    constexpr int64_t kWalksASort = 32;
-    return m_orderReady || m_looked >= kWalksASort * m_liveCount;
+    return m_orderReady || m_looked >= m_sortAfter * m_liveCount;
 }
 
 void CIndexManager::MakeOrdered() const {
@@ -578,7 +586,7 @@ int64_t CIndexManager::EstimateRange(int64_t lowest, int64_t highest) const {
     const CLockScope lock(m_lock);
     if (SortValue(lowest) > SortValue(highest) || !IsReady()) return 0;
     if (!m_orderReady) {
-        m_looked += m_rows.PageCount();
+        m_looked += m_rows.PageCount() * kBytesAPage;
         return m_rows.AtMostInRange(SortValue(lowest), SortValue(highest));
     }
     COrderedRows::Position from;

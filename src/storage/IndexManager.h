@@ -82,6 +82,9 @@ public:
     int64_t DistinctKeys() const;
     int64_t FileSize() const;
     const std::string& Path() const { return m_path; }
+    // Searches have cost as much as sorting when they have looked at so many bytes a row; 0
+    // sorts at the first one.
+    void SortAfter(int64_t bytesARow) { m_sortAfter = bytesARow; }
 
     // The row's key; false when the row is not in the index.
     bool KeyOf(int64_t rowId, int64_t& key) const;
@@ -115,6 +118,8 @@ public:
     bool OnBracketCommitted() override;
 
 private:
+    static constexpr int64_t kSortedBytes = 512;  // a row, looked at in the time that it is sorted
+
     struct Record {
         int64_t rowId = 0;
         int64_t key = 0;
@@ -174,7 +179,8 @@ private:
     mutable COrderedRows m_order;
     mutable bool m_orderReady = false;
     mutable int64_t m_orderDistinct = 0;  // distinct keys, kept while m_orderReady
-    mutable int64_t m_looked = 0;         // rows that searches looked at since loading
+    mutable int64_t m_looked = 0;         // bytes that searches looked at since loading
+    int64_t m_sortAfter = kSortedBytes;
     HeaderState m_header;
     HeaderState m_headerBefore;            // m_header when the bracket began
     bool m_inUse = false;                  // opened or made, and not closed since

@@ -4,58 +4,94 @@
 #include <limits>
 #include <type_traits>
 
+#include "foundation/ByteCodec.h"
+
 namespace quillon {
 namespace {
 
 // A wide page holds any value as a distance from the least there is.
 constexpr int64_t kLeast = std::numeric_limits<int64_t>::min();
+constexpr size_t kGroup = 64;  // slots that are looked at together
+
+// Bit i tells whether group[i] lies between the two, ends included. Written in steps that a
+// compiler does for many slots at once: most groups hold no such value.
+template <typename Distance>
+uint64_t SlotsBetween(const Distance* group, Distance from, Distance width) {
+    std::array<uint8_t, kGroup> isIn;
+    for (size_t i = 0; i < kGroup; ++i) {
+        isIn[i] = static_cast<Distance>(group[i] - from) <= width ? 1 : 0;
+    }
+    uint64_t slots = 0;
+    for (size_t i = 0; i < kGroup; i += 8) {
+        // Brings the lowest bits of eight bytes together in the highest one.
+        const uint64_t eight = LoadLE<uint64_t>(isIn, i) * 0x0102040810204080U;
+        slots |= eight >> 56 << i;
+    }
+    return slots;
+}
 
 }  // namespace
 
-bool CIndexRows::Page::Narrow(int64_t lowest, int64_t highest, uint64_t& from, uint64_t& to) const {
-    if (count == 0 || highest < base) return false;
-    from = lowest <= base ? 0 : DistanceTo(lowest);
-    to = std::min(DistanceTo(highest), span);
+bool CIndexRows::Page::Narrow(const UnitRange& wanted, uint64_t& from, uint64_t& to) const {
+    if (count == 0 || !wanted.any || wanted.last < base) return false;
+    from = wanted.first <= base ? 0 : DistanceTo(wanted.first);
+    to = std::min(DistanceTo(wanted.last), span);
     return from <= to;
 }
 
-bool CIndexRows::Page::Fits(int64_t value) const {
-    if (value < base) return false;
+bool CIndexRows::Page::DistanceIfFits(int64_t value, uint64_t& distance) const {
+    int64_t units = 0;
+    if (!ToUnits(packing, value, units) || units < base) return false;
+    distance = DistanceTo(units);
     const uint64_t largest = std::visit(
         [](const auto& all) {
             using Distance = typename std::decay_t<decltype(all)>::value_type;
             return uint64_t{std::numeric_limits<Distance>::max()};
         },
         distances);
-    return DistanceTo(value) <= largest;
+    return distance <= largest;
 }
 
 void CIndexRows::Page::Widen() {
     std::vector<uint64_t> wide(kSlots);
-    for (size_t slot = 0; slot < kSlots; ++slot) {
-        if (Has(slot))
-            wide[slot] = static_cast<uint64_t>(ValueAt(slot)) - static_cast<uint64_t>(kLeast);
-    }
+    Walk([&](size_t slot, int64_t value) {
+        wide[slot] = static_cast<uint64_t>(value) - static_cast<uint64_t>(kLeast);
+        return true;
+    });
     distances = std::move(wide);
+    packing = Packing::Plain;
     base = kLeast;
     span = std::numeric_limits<uint64_t>::max();
 }
 
-void CIndexRows::Page::Pack() {
+void CIndexRows::Page::Pack(Packing preferred) {
     if (count == 0) return;
+    std::array<int64_t, kSlots> units;
+    const bool allWhole =
+        Walk([&](size_t slot, int64_t value) { return ToUnits(preferred, value, units[slot]); });
+    if (!allWhole) {
+        Walk([&](size_t slot, int64_t value) {
+            units[slot] = value;
+            return true;
+        });
+    }
+    PackUnits(allWhole ? preferred : Packing::Plain, units);
+}
+
+void CIndexRows::Page::PackUnits(Packing kind, const std::array<int64_t, kSlots>& units) {
     int64_t least = std::numeric_limits<int64_t>::max();
     int64_t most = kLeast;
     for (size_t slot = 0; slot < kSlots; ++slot) {
         if (!Has(slot)) continue;
-        least = std::min(least, ValueAt(slot));
-        most = std::max(most, ValueAt(slot));
+        least = std::min(least, units[slot]);
+        most = std::max(most, units[slot]);
     }
     const uint64_t needed = static_cast<uint64_t>(most) - static_cast<uint64_t>(least);
     const auto packAs = [&]<typename Distance>(Distance) {
         std::vector<Distance> packed(kSlots);
         for (size_t slot = 0; slot < kSlots; ++slot) {
             if (!Has(slot)) continue;
-            packed[slot] = static_cast<Distance>(static_cast<uint64_t>(ValueAt(slot)) -
+            packed[slot] = static_cast<Distance>(static_cast<uint64_t>(units[slot]) -
                                                  static_cast<uint64_t>(least));
         }
         distances = std::move(packed);
@@ -69,6 +105,7 @@ void CIndexRows::Page::Pack() {
     } else {
         packAs(uint64_t{});
     }
+    packing = kind;
     base = least;
     span = needed;
 }
@@ -120,9 +157,13 @@ bool CIndexRows::Find(int64_t id, Entry& entry) const {
     return true;
 }
 
-// A page that takes the value. Rows come in sequence, so the page that was changed last is
-// seldom needed again: it is packed when another one is to be wide.
-CIndexRows::Page& CIndexRows::PageForInsert(size_t index, int64_t value) {
+// Rows come in sequence, so the page that was changed last is seldom needed again: it is
+// packed when another one is to be wide.
+CIndexRows::Page& CIndexRows::PageForInsert(size_t index, int64_t value, uint64_t& distance) {
+    if (index == m_widePage) {
+        distance = m_pages[index]->DistanceTo(value);
+        return *m_pages[index];
+    }
     if (index >= m_pages.size()) m_pages.resize(index + 1);
     if (!m_pages[index]) {
         auto page = std::make_unique<Page>();
@@ -130,11 +171,12 @@ CIndexRows::Page& CIndexRows::PageForInsert(size_t index, int64_t value) {
         Pack();
         m_pages[index] = std::move(page);
         m_widePage = index;
-    } else if (!m_pages[index]->Fits(value)) {
+    } else if (!m_pages[index]->DistanceIfFits(value, distance)) {
         Pack();
         m_pages[index]->Widen();
         m_widePage = index;
     }
+    if (index == m_widePage) distance = m_pages[index]->DistanceTo(value);
     return *m_pages[index];
 }
 
@@ -144,10 +186,11 @@ void CIndexRows::Insert(int64_t id, int64_t value, uint32_t record) {
         ++m_count;
         return;
     }
-    Page& page = PageForInsert(static_cast<size_t>(static_cast<uint64_t>(id) / kSlots), value);
+    uint64_t distance = 0;
+    Page& page =
+        PageForInsert(static_cast<size_t>(static_cast<uint64_t>(id) / kSlots), value, distance);
     const size_t slot = static_cast<uint64_t>(id) % kSlots;
     page.NoteRecord(slot, record);
-    const uint64_t distance = page.DistanceTo(value);
     std::visit(
         [&](auto& all) {
             all[slot] = static_cast<typename std::decay_t<decltype(all)>::value_type>(distance);
@@ -175,12 +218,22 @@ bool CIndexRows::Erase(int64_t id) {
 
 void CIndexRows::Pack() {
     if (m_widePage == kNoPage) return;
-    m_pages[m_widePage]->Pack();
+    m_pages[m_widePage]->Pack(m_packing);
     m_widePage = kNoPage;
+}
+
+CIndexRows::Wanted CIndexRows::WantedBetween(int64_t lowest, int64_t highest) const {
+    const auto range = [&](Packing kind) {
+        UnitRange units;
+        units.any = UnitsBetween(kind, lowest, highest, units.first, units.last);
+        return units;
+    };
+    return {range(Packing::Plain), range(m_packing)};
 }
 
 int64_t CIndexRows::CollectRange(int64_t lowest, int64_t highest,
                                  std::vector<int64_t>& rows) const {
+    const Wanted wanted = WantedBetween(lowest, highest);
     int64_t looked = 0;
     auto sparse = m_sparse.begin();
     // Those in front of the row, or all that are left.
@@ -190,35 +243,43 @@ int64_t CIndexRows::CollectRange(int64_t lowest, int64_t highest,
             if (value >= lowest && value <= highest) rows.push_back(sparse->first);
         }
     };
+    const auto collect = [&](const Page& page, int64_t firstId, const auto& all, uint64_t from,
+                             uint64_t to) {
+        using Distance = typename std::decay_t<decltype(all)>::value_type;
+        for (size_t group = 0; group < page.present.size(); ++group) {
+            uint64_t slots = SlotsBetween(&all[group * kGroup], static_cast<Distance>(from),
+                                          static_cast<Distance>(to - from));
+            for (slots &= page.present[group]; slots != 0; slots &= slots - 1) {
+                const int64_t id =
+                    firstId + static_cast<int64_t>(group * kGroup) + std::countr_zero(slots);
+                if (sparse != m_sparse.end()) collectSparse(&id);
+                rows.push_back(id);
+            }
+        }
+    };
     for (size_t index = 0; index < m_pages.size(); ++index) {
         const Page* page = m_pages[index].get();
-        const auto firstId = static_cast<int64_t>(index * kSlots);
         uint64_t from = 0;
         uint64_t to = 0;
-        if (!page || !page->Narrow(lowest, highest, from, to)) continue;
-        looked += page->count;
+        if (!page || !page->Narrow(wanted.For(page->packing), from, to)) continue;
         std::visit(
             [&](const auto& all) {
-                const uint64_t width = to - from;
-                for (size_t slot = 0; slot < kSlots; ++slot) {
-                    if (uint64_t{all[slot]} - from > width || !page->Has(slot)) continue;
-                    const int64_t id = firstId + static_cast<int64_t>(slot);
-                    collectSparse(&id);
-                    rows.push_back(id);
-                }
+                looked += static_cast<int64_t>(all.size() * sizeof(all[0]));
+                collect(*page, static_cast<int64_t>(index * kSlots), all, from, to);
             },
             page->distances);
     }
     collectSparse(nullptr);
-    return looked + static_cast<int64_t>(m_sparse.size());
+    return looked + static_cast<int64_t>(m_sparse.size() * sizeof(*m_sparse.begin()));
 }
 
 int64_t CIndexRows::AtMostInRange(int64_t lowest, int64_t highest) const {
+    const Wanted wanted = WantedBetween(lowest, highest);
     auto total = static_cast<int64_t>(m_sparse.size());
     uint64_t from = 0;
     uint64_t to = 0;
     for (const auto& page : m_pages) {
-        if (page && page->Narrow(lowest, highest, from, to)) total += page->count;
+        if (page && page->Narrow(wanted.For(page->packing), from, to)) total += page->count;
     }
     return total;
 }

@@ -2,6 +2,7 @@
 // type, one byte for how many bytes of operations follow, the operations, then the file.
 
 #include <algorithm>
+#include <bit>
 #include <set>
 
 #include "Fuzz.h"
@@ -18,7 +19,10 @@ using Model = std::map<int64_t, int64_t>;  // row id to key
 class CCheck {
 public:
     explicit CCheck(CInput input)
-        : m_type(static_cast<ColumnType>(input.Byte() % 6)), m_index(m_journal, m_type, true) {
+        : m_kind(input.Byte()),
+          m_type(static_cast<ColumnType>(m_kind % 6)),
+          m_index(m_journal, m_type, true) {
+        if (m_kind >= 0x80) m_index.SortAfter(0);
         const size_t size = input.Byte();
         const auto operations = input.Take(size);
         m_steps = CInput(operations.data(), operations.size());
@@ -76,10 +80,17 @@ private:
     }
     int64_t PickKey() {
         const uint8_t choice = m_steps.Byte();
+        if (choice >= 0xE0) return Whole(m_steps.Number() % 100'000);
         if (choice >= 0xC0 || m_model.empty()) return m_steps.Number();
         auto place = m_model.begin();
         std::advance(place, choice % std::min<size_t>(m_model.size(), 16));
         return place->second;
+    }
+    // What most keys of a column are: days, cents.
+    int64_t Whole(int64_t units) const {
+        if (m_type == ColumnType::DateTime) return units * 864'000'000'000;
+        if (m_type != ColumnType::Double) return units;
+        return std::bit_cast<int64_t>(static_cast<double>(units) / 100.0);
     }
 
     void Apply() {
@@ -144,6 +155,7 @@ private:
 
     CMemoryFileSystem m_files;
     CJournal m_journal{m_files};
+    uint8_t m_kind;
     ColumnType m_type;
     CIndexManager m_index;
     CInput m_steps{nullptr, 0};

@@ -118,10 +118,10 @@ TEST(Index, DoublesOrderAsNumbers) {
     ASSERT_TRUE(disk.index.Create(kFile));
     // Row ids against the order, so that it cannot come from them.
     for (int i = 0; i < 12; ++i) EXPECT_TRUE(disk.index.Add(100 - i, keyOf(ordered[i])));
-    // Before the order is built and after it.
-    for (int search = 0; search < 100; ++search) {
+    for (int search = 0; search < 2 * 144; ++search) {
+        if (search == 144) disk.index.SortAfter(0);
         const int low = search % 12;
-        const int high = search * 7 % 12;
+        const int high = search / 12 % 12;
         std::vector<int64_t> expected;
         for (int i = high; i >= low; --i) expected.push_back(100 - i);
         std::vector<int64_t> rows;
@@ -133,19 +133,37 @@ TEST(Index, DoublesOrderAsNumbers) {
     }
 }
 
-// Rows on several pages, keys of every width, both without and with the order built; the
-// header's counts, however they were come by.
+// Rows on several pages, keys of every width, whole days and cents and others, both without
+// and with the order built; the header's counts, however they were come by.
 TEST(Index, AgreesWithATree) {
-    for (const ColumnType type : {ColumnType::Int64, ColumnType::Double}) {
+    const struct {
+        ColumnType type;
+        double unit;     // of doubles, or ticks
+        int exceptions;  // one key of so many is no whole number of units
+        int64_t sortAfter;
+    } rows[] = {
+        {ColumnType::Int64, 1.0, 1'000'000, 16},
+        {ColumnType::Double, 0.25, 1'000'000, 16},
+        {ColumnType::Double, 0.01, 1'000'000, 1'000'000},
+        {ColumnType::Double, 0.01, 20, 1'000'000},
+        {ColumnType::DateTime, 864e9, 1'000'000, 1'000'000},
+        {ColumnType::DateTime, 864e9, 20, 0},
+    };
+    for (const auto& kind : rows) {
+        const ColumnType type = kind.type;
+        SCOPED_TRACE(testing::Message() << static_cast<int>(type) << ", 1 of " << kind.exceptions);
         std::mt19937 random(11);
         CIndexDisk disk(type, true);
+        disk.index.SortAfter(kind.sortAfter);
         ASSERT_TRUE(disk.index.Create(kFile));
         std::map<int64_t, int64_t> oracle;  // row -> key
         const auto keyOf = [&]() -> int64_t {
             const int64_t small = static_cast<int64_t>(random() % 60) - 30;
-            return type == ColumnType::Double
-                       ? std::bit_cast<int64_t>(static_cast<double>(small) * 0.25)
-                       : small * (int64_t{1} << random() % 4 * 16);
+            const bool whole = random() % static_cast<unsigned>(kind.exceptions) != 0;
+            const double number = (static_cast<double>(small) + (whole ? 0.0 : 0.3)) * kind.unit;
+            if (type == ColumnType::Double) return std::bit_cast<int64_t>(number);
+            if (type == ColumnType::DateTime) return static_cast<int64_t>(number);
+            return small * (int64_t{1} << random() % 4 * 16);
         };
         const auto valueOf = [&](int64_t key) {
             return type == ColumnType::Double ? std::bit_cast<double>(key)
