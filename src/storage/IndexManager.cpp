@@ -281,15 +281,14 @@ IndexLoad CIndexManager::Load() const {
 }
 
 bool CIndexManager::LoadRecords() const {
-    const bool loaded = ScanFile([this](const Record& record) {
-        if (record.deleted) return true;
-        if (m_rows.Contains(record.rowId)) return false;  // one live record a row
-        m_rows.Insert(record.rowId, SortValue(record.key), record.number);
-        return true;
+    CIndexRows::CLoader loader(m_rows);
+    // One live record a row.
+    const bool loaded = ScanFile([&](const Record& record) {
+        return record.deleted || loader.Add(record.rowId, SortValue(record.key), record.number);
     });
-    m_rows.Pack();
+    if (!loaded || !loader.Finish()) return false;
     m_liveCount = m_rows.Count();
-    return loaded;
+    return true;
 }
 
 bool CIndexManager::ReadRecord(uint32_t number, Record& record) const {

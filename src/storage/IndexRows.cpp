@@ -65,17 +65,26 @@ void CIndexRows::Page::Widen() {
 }
 
 void CIndexRows::Page::Pack(Packing preferred) {
+    std::array<int64_t, kSlots> values;
+    Walk([&](size_t slot, int64_t value) {
+        values[slot] = value;
+        return true;
+    });
+    PackValues(preferred, values);
+}
+
+void CIndexRows::Page::PackValues(Packing preferred, const std::array<int64_t, kSlots>& values) {
     if (count == 0) return;
     std::array<int64_t, kSlots> units;
-    const bool allWhole =
-        Walk([&](size_t slot, int64_t value) { return ToUnits(preferred, value, units[slot]); });
-    if (!allWhole) {
-        Walk([&](size_t slot, int64_t value) {
-            units[slot] = value;
-            return true;
-        });
+    bool allWhole = preferred != Packing::Plain;
+    for (size_t slot = 0; allWhole && slot < kSlots; ++slot) {
+        allWhole = !Has(slot) || ToUnits(preferred, values[slot], units[slot]);
     }
-    PackUnits(allWhole ? preferred : Packing::Plain, units);
+    if (allWhole) {
+        PackUnits(preferred, units);
+    } else {
+        PackUnits(Packing::Plain, values);
+    }
 }
 
 void CIndexRows::Page::PackUnits(Packing kind, const std::array<int64_t, kSlots>& units) {
@@ -271,6 +280,51 @@ int64_t CIndexRows::CollectRange(int64_t lowest, int64_t highest,
     }
     collectSparse(nullptr);
     return looked + static_cast<int64_t>(m_sparse.size() * sizeof(*m_sparse.begin()));
+}
+
+bool CIndexRows::CLoader::Finish() {
+    if (m_count == 0) return true;
+    const bool isNew = m_page >= m_rows.m_pages.size() || !m_rows.m_pages[m_page];
+    const bool isDense = m_page < static_cast<uint64_t>(m_rows.DenseLimit()) / kSlots;
+    bool done = true;
+    if (isNew && isDense && m_rows.m_sparse.empty()) {
+        std::unique_ptr<Page> page = MakePage();
+        if (m_page >= m_rows.m_pages.size()) m_rows.m_pages.resize(m_page + 1);
+        m_rows.m_pages[m_page] = std::move(page);
+        m_rows.m_count += m_count;
+    } else {
+        done = InsertOneByOne();
+    }
+    m_present = {};
+    m_count = 0;
+    return done;
+}
+
+bool CIndexRows::CLoader::InsertOneByOne() {
+    for (size_t slot = 0; slot < kSlots; ++slot) {
+        if ((m_present[slot / 64] >> slot % 64 & 1) == 0) continue;
+        const auto id = static_cast<int64_t>(m_page * kSlots + slot);
+        if (m_rows.Contains(id)) return false;
+        m_rows.Insert(id, m_values[slot], m_records[slot]);
+    }
+    m_rows.Pack();
+    return true;
+}
+
+std::unique_ptr<CIndexRows::Page> CIndexRows::CLoader::MakePage() const {
+    auto page = std::make_unique<Page>();
+    page->present = m_present;
+    page->count = m_count;
+    size_t first = 0;
+    while (!page->Has(first)) ++first;
+    page->firstRecord = int64_t{m_records[first]} - static_cast<int64_t>(first);
+    for (size_t slot = first; slot < kSlots; ++slot) {
+        if (!page->Has(slot) || page->RecordAt(slot) == m_records[slot]) continue;
+        page->records.assign(m_records.begin(), m_records.end());
+        break;
+    }
+    page->PackValues(m_rows.m_packing, m_values);
+    return page;
 }
 
 int64_t CIndexRows::AtMostInRange(int64_t lowest, int64_t highest) const {

@@ -56,6 +56,10 @@ public:
     // Packs the page that was changed last.
     void Pack();
 
+    // Inserts many rows, fastest in ascending order. Nothing else may be asked or changed
+    // between the first Add and Finish.
+    class CLoader;
+
     // Visits (id, value, record) in ascending order of id; stops when the visitor returns false.
     template <typename Visit>
     void Walk(Visit visit) const;
@@ -119,7 +123,8 @@ private:
         bool Walk(Visit visit) const;
         void Widen();
         void Pack(Packing preferred);
-        // As distances from the smallest of `units`, of the slots that are present.
+        // The same with `values` of the slots that are present.
+        void PackValues(Packing preferred, const std::array<int64_t, kSlots>& values);
         void PackUnits(Packing kind, const std::array<int64_t, kSlots>& units);
         // The distance of a value that the page takes as it is.
         bool DistanceIfFits(int64_t value, uint64_t& distance) const;
@@ -137,10 +142,44 @@ private:
     Page& PageForInsert(size_t index, int64_t value, uint64_t& distance);
 
     Packing m_packing;
-    std::vector<std::unique_ptr<Page>> m_pages;
+    std::vector<std::unique_ptr<Page>> m_pages;  // null where no row was ever
     size_t m_widePage = kNoPage;  // the one with eight bytes a distance, changed last
     std::map<int64_t, Entry> m_sparse;
     int64_t m_count = 0;
+};
+
+class CIndexRows::CLoader {
+public:
+    explicit CLoader(CIndexRows& rows) : m_rows(rows) {}
+
+    // False, as Finish() too: one of the rows was there already.
+    bool Add(int64_t id, int64_t value, uint32_t record) {
+        const uint64_t page = static_cast<uint64_t>(id) / kSlots;
+        if (page != m_page) {
+            if (!Finish()) return false;
+            m_page = page;
+        }
+        const size_t slot = static_cast<uint64_t>(id) % kSlots;
+        const uint64_t bit = uint64_t{1} << slot % 64;
+        if ((m_present[slot / 64] & bit) != 0) return false;
+        m_present[slot / 64] |= bit;
+        m_values[slot] = value;
+        m_records[slot] = record;
+        ++m_count;
+        return true;
+    }
+    bool Finish();
+
+private:
+    bool InsertOneByOne();
+    std::unique_ptr<Page> MakePage() const;
+
+    CIndexRows& m_rows;
+    uint64_t m_page = 0;
+    std::array<uint64_t, kSlots / 64> m_present{};
+    std::array<int64_t, kSlots> m_values{};
+    std::array<uint32_t, kSlots> m_records{};
+    uint32_t m_count = 0;  // rows waiting, all of m_page
 };
 
 template <typename Visit>
