@@ -1,8 +1,8 @@
 #include "BenchEngine.h"
-#include "finance/FinanceSchema.h"
+#include "finance/schema/FinanceSchema.h"
 #include "foundation/platform/Clock.h"
 #include "query/NoSQLDatabaseInterface.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 
 namespace quillon::bench {
 namespace {

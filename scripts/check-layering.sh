@@ -99,17 +99,17 @@ self_test() {
         fi
     done <<'CASES'
 good|src/storage/A.cpp|#include "foundation/KeelString.h"
-good|src/import/A.cpp|#include "storage/Crypto.h"
+good|src/import/A.cpp|#include "storage/backup/Crypto.h"
 good|src/cli/A.cpp|#include "reports/A.h"
 good|src/quotes/A.cpp|#include "settings/A.h"
 good|src/foundation/platform/FilePosix.cpp|#include <sys/stat.h>
 good|src/foundation/platform/Seam.h|#ifdef _WIN32
-bad|src/foundation/A.cpp|#include "storage/Crypto.h"
+bad|src/foundation/A.cpp|#include "storage/backup/Crypto.h"
 bad|src/storage/A.cpp|#include "settings/A.h"
 bad|src/settings/A.h|#include "query/A.h"
-bad|src/query/A.cpp|  #  include "finance/Ledger.h"
+bad|src/query/A.cpp|  #  include "finance/ledger/Ledger.h"
 bad|src/import/A.cpp|#include "output/A.h"
-bad|src/quotes/A.cpp|#include "finance/Ledger.h"
+bad|src/quotes/A.cpp|#include "finance/ledger/Ledger.h"
 bad|src/finance/A.cpp|#include "cli/A.h"
 bad|src/storage/A.cpp|#include "Crypto.h"
 bad|src/storage/A.cpp|#include "../storage/Crypto.h"

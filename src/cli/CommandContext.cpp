@@ -2,8 +2,8 @@
 
 #include <span>
 
-#include "cli/Failure.h"
-#include "finance/StartUp.h"
+#include "cli/terminal/Failure.h"
+#include "finance/startup/StartUp.h"
 
 namespace quillon {
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <new>
 
-#include "cli/Commands.h"
-#include "cli/Failure.h"
 #include "cli/Names.h"
+#include "cli/commands/Commands.h"
+#include "cli/terminal/Failure.h"
 
 namespace quillon {
 

@@ -7,7 +7,7 @@
 
 #include "foundation/FileSystem.h"
 #include "settings/SettingsFile.h"
-#include "storage/Encrypt.h"
+#include "storage/backup/Encrypt.h"
 
 namespace quillon {
 

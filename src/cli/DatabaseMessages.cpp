@@ -1,8 +1,8 @@
 #include "cli/DatabaseMessages.h"
 
-#include "cli/Failure.h"
+#include "cli/terminal/Failure.h"
 #include "foundation/platform/LockHolder.h"
-#include "storage/JournalFormat.h"
+#include "storage/journal/JournalFormat.h"
 
 namespace quillon {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "finance/Ledger.h"
-#include "storage/DatabaseManager.h"
+#include "finance/ledger/Ledger.h"
+#include "storage/database/DatabaseManager.h"
 
 namespace quillon {
 

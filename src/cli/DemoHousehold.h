@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "finance/FinanceCodes.h"
+#include "finance/records/FinanceCodes.h"
 #include "foundation/CalendarDate.h"
 
 namespace quillon {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "finance/Ledger.h"
+#include "finance/ledger/Ledger.h"
 
 namespace quillon {
 

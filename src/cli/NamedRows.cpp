@@ -1,7 +1,7 @@
 #include "cli/NamedRows.h"
 
 #include "cli/DatabaseMessages.h"
-#include "cli/Values.h"
+#include "cli/terminal/Values.h"
 
 namespace quillon {
 

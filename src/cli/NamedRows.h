@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "cli/CommandContext.h"
-#include "cli/TablePrinter.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "cli/terminal/TablePrinter.h"
+#include "finance/database/QuillonDatabaseInterface.h"
 
 namespace quillon {
 

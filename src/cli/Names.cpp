@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "cli/DatabaseMessages.h"
-#include "cli/Failure.h"
-#include "cli/Values.h"
+#include "cli/terminal/Failure.h"
+#include "cli/terminal/Values.h"
 #include "foundation/Unicode.h"
 
 namespace quillon {

@@ -4,7 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
 
 namespace quillon {
 

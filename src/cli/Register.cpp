@@ -1,8 +1,8 @@
 #include "cli/Register.h"
 
 #include "cli/DatabaseMessages.h"
-#include "cli/Failure.h"
-#include "cli/Values.h"
+#include "cli/terminal/Failure.h"
+#include "cli/terminal/Values.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
 

@@ -4,7 +4,7 @@
 
 #include "cli/CommandContext.h"
 #include "cli/Names.h"
-#include "finance/AccountRegister.h"
+#include "finance/ledger/AccountRegister.h"
 
 namespace quillon {
 

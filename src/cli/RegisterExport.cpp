@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "cli/Values.h"
+#include "cli/terminal/Values.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
 #include "foundation/Unicode.h"

@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "cli/DatabaseMessages.h"
-#include "cli/Failure.h"
+#include "cli/terminal/Failure.h"
 
 namespace quillon {
 

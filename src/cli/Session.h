@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cli/CommandContext.h"
-#include "finance/Ledger.h"
-#include "finance/StartUp.h"
+#include "finance/ledger/Ledger.h"
+#include "finance/startup/StartUp.h"
 
 namespace quillon {
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "finance/CheckLayout.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
+#include "finance/records/CheckLayout.h"
 #include "settings/SettingsFile.h"
 
 namespace quillon {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "finance/CheckLayout.h"
+#include "finance/records/CheckLayout.h"
 
 namespace quillon {
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <limits>
 
-#include "finance/Balance.h"
+#include "finance/ledger/Balance.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
 #include "output/CheckPrintUtility.h"

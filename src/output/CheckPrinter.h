@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "finance/Ledger.h"
+#include "finance/ledger/Ledger.h"
 #include "output/CheckLayouts.h"
 #include "output/CheckPage.h"
 

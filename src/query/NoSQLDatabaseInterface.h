@@ -5,7 +5,7 @@
 
 #include "query/NoSQLDatabaseResults.h"
 #include "query/NoSQLWhereClauseManager.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 
 namespace quillon {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "query/SortManager.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 
 namespace quillon {
 

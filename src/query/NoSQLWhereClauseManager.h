@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "query/NoSQLWhereClauseSegment.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 
 namespace quillon {
 

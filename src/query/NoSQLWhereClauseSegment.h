@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "query/WhereOperator.h"
-#include "storage/TableManager.h"
-#include "storage/TableRowUpdateInfo.h"
+#include "storage/tables/TableManager.h"
+#include "storage/tables/TableRowUpdateInfo.h"
 
 namespace quillon {
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "storage/ColumnType.h"
+#include "storage/tables/ColumnType.h"
 
 namespace quillon {
 

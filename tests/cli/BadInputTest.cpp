@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "cli/CliFixture.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 
 namespace quillon {
 namespace {

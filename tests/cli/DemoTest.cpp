@@ -3,7 +3,7 @@
 
 #include "cli/CliFixture.h"
 #include "cli/DemoHousehold.h"
-#include "finance/Balance.h"
+#include "finance/ledger/Balance.h"
 
 namespace quillon {
 namespace {

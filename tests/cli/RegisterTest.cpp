@@ -1,7 +1,7 @@
 // Accounts, registers, transactions and transfers.
 
 #include "cli/CliFixture.h"
-#include "finance/Ledger.h"
+#include "finance/ledger/Ledger.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/platform/Clock.h"
 

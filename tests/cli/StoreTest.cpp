@@ -1,7 +1,7 @@
 // Verify and repair, backup and restore, passwords, settings.
 
 #include "cli/CliFixture.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
 #include "foundation/platform/Clock.h"
 #include "foundation/platform/Folders.h"
 

@@ -1,4 +1,4 @@
-#include "cli/TablePrinter.h"
+#include "cli/terminal/TablePrinter.h"
 
 #include <gtest/gtest.h>
 

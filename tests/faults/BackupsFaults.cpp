@@ -12,9 +12,9 @@
 #include "Faults.h"
 #include "FaultsDatabase.h"
 #include "foundation/ByteCodec.h"
-#include "storage/BackupContainer.h"
-#include "storage/BackupRestore.h"
-#include "storage/DatabaseManager.h"
+#include "storage/backup/BackupContainer.h"
+#include "storage/backup/BackupRestore.h"
+#include "storage/database/DatabaseManager.h"
 
 namespace quillon {
 namespace {

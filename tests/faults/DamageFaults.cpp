@@ -11,9 +11,9 @@
 #include "Faults.h"
 #include "FaultsDatabase.h"
 #include "StoreContent.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
 #include "foundation/ByteCodec.h"
-#include "storage/Checksums.h"
+#include "storage/journal/Checksums.h"
 
 namespace quillon {
 namespace {

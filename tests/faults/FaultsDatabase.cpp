@@ -8,9 +8,9 @@
 #include <stdexcept>
 
 #include "StoreContent.h"
-#include "finance/Ledger.h"
+#include "finance/ledger/Ledger.h"
 #include "foundation/CalendarDate.h"
-#include "storage/Checksums.h"
+#include "storage/journal/Checksums.h"
 
 namespace quillon {
 namespace {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "AllocationGauge.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/Bytes.h"
 #include "support/ForwardingFiles.h"
 #include "support/MemoryFileSystem.h"

@@ -8,8 +8,8 @@
 #include <random>
 
 #include "ChildPosix.h"
-#include "storage/Checksums.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
+#include "storage/journal/Checksums.h"
 #include "support/Bytes.h"
 #include "support/TemporaryFolder.h"
 

@@ -10,7 +10,7 @@
 #include "ChildPosix.h"
 #include "Faults.h"
 #include "GrowingStorePosix.h"
-#include "finance/Ledger.h"
+#include "finance/ledger/Ledger.h"
 #include "foundation/CurrencyFormat.h"
 #include "support/TemporaryFolder.h"
 

@@ -12,7 +12,7 @@
 
 #include "ChildPosix.h"
 #include "Faults.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
 #include "foundation/platform/LockHolder.h"
 #include "support/TemporaryFolder.h"
 

@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "finance/Ledger.h"
-#include "storage/Checksums.h"
+#include "finance/ledger/Ledger.h"
+#include "storage/journal/Checksums.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
 #include "support/PowerCutDisk.h"
 #include "support/SampleStore.h"
 

@@ -4,13 +4,13 @@
 
 #include "AllocationGauge.h"
 #include "StoreContent.h"
-#include "finance/AccountRegister.h"
+#include "finance/ledger/AccountRegister.h"
 #include "foundation/CalendarDate.h"
-#include "import/QFXImportManager.h"
-#include "import/QIFImportManager.h"
+#include "import/ofx/QFXImportManager.h"
+#include "import/qif/QIFImportManager.h"
 #include "query/NoSQLDatabaseInterface.h"
-#include "storage/BackupRestore.h"
-#include "storage/DatabaseManager.h"
+#include "storage/backup/BackupRestore.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/Bytes.h"
 
 namespace quillon {

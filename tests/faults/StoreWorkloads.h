@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "finance/Ledger.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
+#include "finance/ledger/Ledger.h"
 
 namespace quillon {
 

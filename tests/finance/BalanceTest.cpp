@@ -1,4 +1,4 @@
-#include "finance/Balance.h"
+#include "finance/ledger/Balance.h"
 
 #include <gtest/gtest.h>
 

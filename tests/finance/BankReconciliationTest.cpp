@@ -1,10 +1,10 @@
 // The whole life of a reconciliation, with its messages, and the hints beside it.
 
-#include "finance/BankReconciliation.h"
+#include "finance/reconciliation/BankReconciliation.h"
 
 #include "FinanceFixture.h"
-#include "finance/Balance.h"
-#include "finance/Ledger.h"
+#include "finance/ledger/Balance.h"
+#include "finance/ledger/Ledger.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillon {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
 #include "foundation/CalendarDate.h"
 #include "support/OpenStore.h"
 

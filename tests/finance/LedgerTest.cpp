@@ -1,4 +1,4 @@
-#include "finance/Ledger.h"
+#include "finance/ledger/Ledger.h"
 
 #include <cmath>
 #include <functional>
@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "FinanceFixture.h"
-#include "finance/Balance.h"
+#include "finance/ledger/Balance.h"
 
 namespace quillon {
 namespace {

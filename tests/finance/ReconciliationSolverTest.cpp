@@ -1,6 +1,6 @@
 // The solver beside the plain search, which tries every set.
 
-#include "finance/ReconciliationSolver.h"
+#include "finance/reconciliation/ReconciliationSolver.h"
 
 #include <gtest/gtest.h>
 

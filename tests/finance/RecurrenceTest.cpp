@@ -1,4 +1,4 @@
-#include "finance/Recurrence.h"
+#include "finance/planning/Recurrence.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "FinanceFixture.h"
-#include "finance/RecurringDate.h"
+#include "finance/planning/RecurringDate.h"
 
 namespace quillon {
 namespace {

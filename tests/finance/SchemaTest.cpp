@@ -1,4 +1,4 @@
-#include "finance/FinanceSchema.h"
+#include "finance/schema/FinanceSchema.h"
 
 #include <map>
 #include <set>

@@ -1,11 +1,11 @@
 // The road from nothing to an open ledger: folder, existing or new, protection.
 
-#include "finance/StartUp.h"
+#include "finance/startup/StartUp.h"
 
 #include <gtest/gtest.h>
 
 #include "settings/ProfileFile.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon {

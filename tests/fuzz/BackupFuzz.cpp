@@ -12,9 +12,9 @@
 #include "Fuzz.h"
 #include "foundation/ByteCodec.h"
 #include "storage/BackupFixture.h"
-#include "storage/BackupReader.h"
-#include "storage/Compression.h"
-#include "storage/Encrypt.h"
+#include "storage/backup/BackupReader.h"
+#include "storage/backup/Encrypt.h"
+#include "storage/compression/Compression.h"
 
 namespace quillon::fuzz {
 namespace {

@@ -8,9 +8,9 @@
 #include "Fuzz.h"
 #include "foundation/ByteCodec.h"
 #include "foundation/TextHash.h"
-#include "storage/ChecksumFile.h"
-#include "storage/Checksums.h"
-#include "storage/Journal.h"
+#include "storage/journal/ChecksumFile.h"
+#include "storage/journal/Checksums.h"
+#include "storage/journal/Journal.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

@@ -6,7 +6,7 @@
 
 #include "Fuzz.h"
 #include "SmallDatabase.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

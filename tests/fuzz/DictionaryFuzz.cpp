@@ -7,8 +7,8 @@
 
 #include "Fuzz.h"
 #include "foundation/ByteCodec.h"
-#include "storage/DictionaryManager.h"
-#include "storage/Journal.h"
+#include "storage/blocks/DictionaryManager.h"
+#include "storage/journal/Journal.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Fuzz.h"
-#include "storage/Compression.h"
+#include "storage/compression/Compression.h"
 
 namespace quillon::fuzz {
 namespace {

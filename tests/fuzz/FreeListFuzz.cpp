@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "Fuzz.h"
-#include "storage/DeletedBlockManager.h"
+#include "storage/blocks/DeletedBlockManager.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "Fuzz.h"
-#include "finance/Ledger.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
+#include "finance/ledger/Ledger.h"
 #include "foundation/CalendarDate.h"
-#include "import/ImportManager.h"
-#include "import/ImportRecord.h"
+#include "import/plan/ImportManager.h"
+#include "import/plan/ImportRecord.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

@@ -6,8 +6,8 @@
 #include <set>
 
 #include "Fuzz.h"
-#include "storage/IndexManager.h"
-#include "storage/Journal.h"
+#include "storage/index/IndexManager.h"
+#include "storage/journal/Journal.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

@@ -13,7 +13,7 @@
 #include "Fuzz.h"
 #include "foundation/ByteCodec.h"
 #include "foundation/TextHash.h"
-#include "storage/Journal.h"
+#include "storage/journal/Journal.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

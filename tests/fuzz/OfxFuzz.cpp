@@ -3,12 +3,12 @@
 
 #include "ImportCheck.h"
 #include "foundation/platform/Clock.h"
-#include "import/Charset.h"
-#include "import/OfxInferred.h"
-#include "import/OfxParser.h"
-#include "import/OfxRewrite.h"
-#include "import/OfxTags.h"
-#include "import/QFXImportManager.h"
+#include "import/ofx/OfxInferred.h"
+#include "import/ofx/OfxParser.h"
+#include "import/ofx/OfxRewrite.h"
+#include "import/ofx/OfxTags.h"
+#include "import/ofx/QFXImportManager.h"
+#include "import/text/Charset.h"
 
 namespace quillon::fuzz {
 namespace {

@@ -3,8 +3,8 @@
 
 #include "ImportCheck.h"
 #include "foundation/platform/Clock.h"
-#include "import/Charset.h"
-#include "import/QIFImportManager.h"
+#include "import/qif/QIFImportManager.h"
+#include "import/text/Charset.h"
 
 namespace quillon::fuzz {
 namespace {

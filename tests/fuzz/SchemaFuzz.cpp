@@ -4,10 +4,10 @@
 #include <algorithm>
 
 #include "Fuzz.h"
-#include "storage/BackupContainer.h"
-#include "storage/JournalFormat.h"
-#include "storage/SchemaFile.h"
-#include "storage/TableDefinition.h"
+#include "storage/backup/BackupContainer.h"
+#include "storage/database/SchemaFile.h"
+#include "storage/journal/JournalFormat.h"
+#include "storage/tables/TableDefinition.h"
 
 namespace quillon::fuzz {
 namespace {

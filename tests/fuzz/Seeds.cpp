@@ -6,10 +6,10 @@
 #include "SmallDatabase.h"
 #include "foundation/TextHash.h"
 #include "storage/BackupFixture.h"
-#include "storage/ChecksumFile.h"
-#include "storage/Compression.h"
-#include "storage/JournalFormat.h"
-#include "storage/SchemaFile.h"
+#include "storage/compression/Compression.h"
+#include "storage/database/SchemaFile.h"
+#include "storage/journal/ChecksumFile.h"
+#include "storage/journal/JournalFormat.h"
 
 namespace quillon::fuzz {
 namespace {

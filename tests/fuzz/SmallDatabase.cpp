@@ -1,6 +1,6 @@
 #include "SmallDatabase.h"
 
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

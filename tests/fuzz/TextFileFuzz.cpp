@@ -4,7 +4,7 @@
 
 #include "Fuzz.h"
 #include "foundation/TextHash.h"
-#include "import/TextFileManager.h"
+#include "import/text/TextFileManager.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {

@@ -1,4 +1,4 @@
-#include "import/ImportSource.h"
+#include "import/plan/ImportSource.h"
 
 #include <gtest/gtest.h>
 

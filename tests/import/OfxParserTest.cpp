@@ -1,12 +1,12 @@
-#include "import/OfxParser.h"
+#include "import/ofx/OfxParser.h"
 
 #include <gtest/gtest.h>
 
 #include "foundation/CalendarDate.h"
 #include "foundation/TextHash.h"
-#include "import/OfxInferred.h"
-#include "import/OfxRewrite.h"
-#include "import/OfxTags.h"
+#include "import/ofx/OfxInferred.h"
+#include "import/ofx/OfxRewrite.h"
+#include "import/ofx/OfxTags.h"
 #include "support/Bytes.h"
 
 namespace quillon {

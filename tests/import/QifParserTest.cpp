@@ -1,4 +1,4 @@
-#include "import/QifParser.h"
+#include "import/qif/QifParser.h"
 
 #include <gtest/gtest.h>
 

@@ -7,12 +7,12 @@
 #include <cstdlib>
 #include <map>
 
-#include "finance/Ledger.h"
-#include "finance/QuillonDatabaseInterface.h"
+#include "finance/database/QuillonDatabaseInterface.h"
+#include "finance/ledger/Ledger.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/platform/Clock.h"
-#include "import/QFXImportManager.h"
-#include "import/QIFImportManager.h"
+#include "import/ofx/QFXImportManager.h"
+#include "import/qif/QIFImportManager.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon {

@@ -1,4 +1,4 @@
-#include "import/TextFileManager.h"
+#include "import/text/TextFileManager.h"
 
 #include <gtest/gtest.h>
 

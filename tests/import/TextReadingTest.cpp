@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "foundation/CalendarDate.h"
-#include "import/AmountText.h"
-#include "import/Charset.h"
-#include "import/DateText.h"
-#include "import/TextScan.h"
+#include "import/text/AmountText.h"
+#include "import/text/Charset.h"
+#include "import/text/DateText.h"
+#include "import/text/TextScan.h"
 #include "support/Bytes.h"
 
 namespace quillon {

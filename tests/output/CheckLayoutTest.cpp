@@ -1,4 +1,4 @@
-#include "finance/CheckLayout.h"
+#include "finance/records/CheckLayout.h"
 
 #include <gtest/gtest.h>
 

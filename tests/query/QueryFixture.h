@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "query/NoSQLDatabaseInterface.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/OpenStore.h"
 
 namespace quillon {

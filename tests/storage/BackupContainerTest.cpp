@@ -1,8 +1,8 @@
-#include "storage/BackupContainer.h"
+#include "storage/backup/BackupContainer.h"
 
 #include <gtest/gtest.h>
 
-#include "storage/BackupCode.h"
+#include "storage/backup/BackupCode.h"
 #include "support/Bytes.h"
 
 namespace quillon {

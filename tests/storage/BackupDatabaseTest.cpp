@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "storage/BackupFixture.h"
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 
 // Backups of open databases.
 

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "storage/BackupContainer.h"
-#include "storage/BackupOptions.h"
-#include "storage/BackupRestore.h"
-#include "storage/BackupWriter.h"
-#include "storage/Encrypt.h"
+#include "storage/backup/BackupContainer.h"
+#include "storage/backup/BackupOptions.h"
+#include "storage/backup/BackupRestore.h"
+#include "storage/backup/BackupWriter.h"
+#include "storage/backup/Encrypt.h"
 #include "support/Bytes.h"
 #include "support/MemoryFileSystem.h"
 

@@ -3,7 +3,7 @@
 #include <set>
 
 #include "storage/BackupFixture.h"
-#include "storage/Crypto.h"
+#include "storage/backup/Crypto.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillon {

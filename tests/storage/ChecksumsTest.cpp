@@ -1,4 +1,4 @@
-#include "storage/Checksums.h"
+#include "storage/journal/Checksums.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "storage/Compression.h"
+#include "storage/compression/Compression.h"
 
 #include <gtest/gtest.h>
 

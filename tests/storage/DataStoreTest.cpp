@@ -1,4 +1,4 @@
-#include "storage/DataStore.h"
+#include "storage/blocks/DataStore.h"
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillon {

@@ -1,4 +1,4 @@
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 
 #include <gtest/gtest.h>
 

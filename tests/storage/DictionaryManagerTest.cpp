@@ -1,4 +1,4 @@
-#include "storage/DictionaryManager.h"
+#include "storage/blocks/DictionaryManager.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <set>
 
 #include "StoreFixture.h"
-#include "storage/OrderedRows.h"
-#include "storage/RowMap.h"
+#include "storage/blocks/RowMap.h"
+#include "storage/index/OrderedRows.h"
 
 namespace quillon {
 namespace {

@@ -1,4 +1,4 @@
-#include "storage/IndexManager.h"
+#include "storage/index/IndexManager.h"
 
 #include <gtest/gtest.h>
 

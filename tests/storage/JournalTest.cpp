@@ -1,4 +1,4 @@
-#include "storage/Journal.h"
+#include "storage/journal/Journal.h"
 
 #include <gtest/gtest.h>
 

@@ -4,9 +4,9 @@
 
 #include "StoreFixture.h"
 #include "foundation/ByteCodec.h"
-#include "storage/BLOBManager.h"
-#include "storage/DictionaryManager.h"
-#include "storage/IndexManager.h"
+#include "storage/blocks/BLOBManager.h"
+#include "storage/blocks/DictionaryManager.h"
+#include "storage/index/IndexManager.h"
 
 namespace quillon {
 namespace {

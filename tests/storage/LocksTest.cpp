@@ -9,7 +9,7 @@
 
 #include "StoreFixture.h"
 #include "foundation/ReentrantLock.h"
-#include "storage/Checksums.h"
+#include "storage/journal/Checksums.h"
 #include "support/ForwardingFiles.h"
 
 namespace quillon {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/Bytes.h"
 #include "support/MemoryFileSystem.h"
 #include "support/SampleStore.h"

@@ -1,6 +1,6 @@
 // Tables, their definition, the schema file and rows.
 
-#include "storage/TableManager.h"
+#include "storage/tables/TableManager.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include "StoreFixture.h"
 #include "foundation/TextHash.h"
 #include "foundation/platform/Clock.h"
-#include "storage/SchemaFile.h"
+#include "storage/database/SchemaFile.h"
 
 namespace quillon {
 namespace {

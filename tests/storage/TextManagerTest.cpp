@@ -1,14 +1,14 @@
 // Texts and BLOBs.
 
-#include "storage/TextManager.h"
+#include "storage/blocks/TextManager.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 
 #include "StoreFixture.h"
-#include "storage/BLOBManager.h"
-#include "storage/Compression.h"
+#include "storage/blocks/BLOBManager.h"
+#include "storage/compression/Compression.h"
 
 namespace quillon {
 namespace {

@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "finance/ReconciliationSolver.h"
+#include "finance/reconciliation/ReconciliationSolver.h"
 
 namespace quillon {
 

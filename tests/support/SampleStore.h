@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "storage/DatabaseManager.h"
+#include "storage/database/DatabaseManager.h"
 #include "support/Reopening.h"
 
 // A small record store to try things on, and what one holds, for the programs that link the

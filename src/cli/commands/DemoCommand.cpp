@@ -1,0 +1,59 @@
+// demo: a sample ledger to look around in.
+
+#include "cli/DemoHousehold.h"
+#include "cli/DemoLedger.h"
+#include "cli/Session.h"
+#include "cli/commands/Commands.h"
+#include "cli/terminal/Failure.h"
+#include "cli/terminal/Progress.h"
+#include "cli/terminal/Values.h"
+
+namespace quillon {
+
+namespace {
+
+void RequireNewFolder(CFileSystem& files, const std::string& folder) {
+    std::vector<std::string> names;
+    if (!files.FolderExists(folder)) return;
+    if (files.List(folder, names) && names.empty()) return;
+    throw CFailure("The folder " + Quoted(folder) +
+                   " is not empty; the sample ledger needs a new one.");
+}
+
+void MakeDemo(CCommandContext& context, const std::string& folder) {
+    if (folder.empty()) throw CFailure("Name a new folder for the sample ledger.");
+    RequireNewFolder(context.Host().files, folder);
+    context.database = folder;
+    CSession session(context, CSession::Start::Create);
+    int64_t transactions = 0;
+    {
+        CProgress progress(context.Host(), "Living ten years");
+        transactions = FillDemoLedger(
+            session.Ledger(), [&](int64_t done, int64_t total) { progress.Show(done, total); });
+    }
+    const auto accounts = static_cast<int64_t>(kDemoAccounts.size());
+    if (context.WantsJson()) {
+        context.Print(
+            {{"database", folder}, {"accounts", accounts}, {"transactions", transactions}});
+        return;
+    }
+    context.Say("A sample ledger was made in " + Quoted(folder) + ": " +
+                Counted(accounts, "account", "accounts") + ", " +
+                Counted(transactions, "transaction", "transactions") +
+                " from 2015-01-01 to 2024-12-31.");
+    context.Say("Look around with --database " + folder + ", such as: transaction list '" +
+                kDemoAccounts[0].name + "' --from 2024-12-01");
+}
+
+}  // namespace
+
+void AddDemoCommand(CLI::App& program, CCommandContext& context) {
+    CLI::App* const demo =
+        program.add_subcommand("demo", "Make a lifelike sample ledger: five accounts, ten years");
+    const auto folder = std::make_shared<std::string>();
+    demo->add_option("folder", *folder, "A new folder for it")->required();
+    demo->callback(
+        [&context, folder] { context.work = [&context, folder] { MakeDemo(context, *folder); }; });
+}
+
+}  // namespace quillon

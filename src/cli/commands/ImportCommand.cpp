@@ -1,0 +1,255 @@
+// import qif, import qfx: a bank's download into an account.
+
+#include "cli/Names.h"
+#include "cli/Session.h"
+#include "cli/commands/Commands.h"
+#include "cli/terminal/Failure.h"
+#include "cli/terminal/Progress.h"
+#include "cli/terminal/TablePrinter.h"
+#include "cli/terminal/Values.h"
+#include "foundation/CalendarDate.h"
+#include "foundation/CurrencyFormat.h"
+#include "import/ofx/QFXImportManager.h"
+#include "import/qif/QIFImportManager.h"
+
+namespace quillon {
+
+namespace {
+
+enum class Format { Qif, Qfx };
+
+struct ImportCommandOptions {
+    std::string file;
+    std::string account;
+    std::string dialect = "auto";
+    std::string dateOrder;
+    std::string decimal;
+    std::string source;
+    std::string notes = "summed";
+    bool dryRun = false;
+};
+
+ImportOptions ReadOptions(const ImportCommandOptions& given) {
+    ImportOptions options;
+    options.dialect = given.dialect == "plain" ? DialectMode::Plain : DialectMode::Auto;
+    for (const DateOrder order :
+         {DateOrder::MonthDayYear, DateOrder::DayMonthYear, DateOrder::YearMonthDay}) {
+        if (given.dateOrder == NameOf(order)) options.dateOrder = order;
+    }
+    for (const DecimalMark mark : {DecimalMark::Point, DecimalMark::Comma}) {
+        if (given.decimal == NameOf(mark)) options.decimal = mark;
+    }
+    options.allSources = given.source == "all";
+    if (!options.allSources) options.source = given.source;
+    options.everyNote = given.notes == "all";
+    options.dryRun = given.dryRun;
+    return options;
+}
+
+Json SourcesJson(const ImportResult& result) {
+    Json sources = Json::array();
+    for (const ImportSource& source : result.sources) {
+        sources.push_back(
+            {{"name", source.name}, {"lines", source.lines}, {"chosen", source.chosen}});
+    }
+    return sources;
+}
+
+Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
+                const ImportResult& result) {
+    Json notes = Json::array();
+    for (const ImportNote& note : result.notes) {
+        Json row = {{"line", note.line}, {"text", note.text}};
+        if (note.count > 1) {
+            row["count"] = note.count;
+            row["lastLine"] = note.lastLine;
+        }
+        notes.push_back(std::move(row));
+    }
+    Json json = {{"file", given.file},
+                 {"account", account.name.ToUtf8()},
+                 {"read", result.read},
+                 {"imported", result.imported},
+                 {"duplicates", result.duplicates},
+                 {"categoriesCreated", result.categoriesCreated},
+                 {"payeesCreated", result.payeesCreated},
+                 {"dialect",
+                  {{"dateOrder", NameOf(result.dialect.dateOrder)},
+                   {"years", NameOf(result.dialect.years)},
+                   {"decimal", NameOf(result.dialect.decimal)},
+                   {"charset", NameOf(result.dialect.charset)}}},
+                 {"sources", SourcesJson(result)},
+                 {"notes", notes},
+                 {"message", result.message}};
+    if (given.dryRun) json["dryRun"] = true;
+    if (result.cancelled) json["cancelled"] = true;
+    return json;
+}
+
+const char* OutcomeText(RowOutcome outcome) {
+    switch (outcome) {
+        case RowOutcome::Entered:
+            return "enter";
+        case RowOutcome::Duplicate:
+            return "known already";
+        case RowOutcome::Skipped:
+            break;
+    }
+    return "skip";
+}
+
+// What a dry run would do with each record.
+void PrintPreview(CCommandContext& context, const std::vector<ImportRow>& rows) {
+    if (rows.empty()) return;
+    using Align = CTablePrinter::Align;
+    using Fit = CTablePrinter::Fit;
+    CTablePrinter table;
+    table.AddColumn("Line", Align::Right);
+    table.AddColumn("Date");
+    table.AddColumn("Amount", Align::Right);
+    table.AddColumn("Payee", Align::Left, Fit::Yield);
+    table.AddColumn("Category", Align::Left, Fit::Yield);
+    table.AddColumn("Would");
+    table.AddColumn("Memo", Align::Left, Fit::Drop);
+    for (const ImportRow& row : rows) {
+        table.AddRow({std::to_string(row.line), FormatIsoDate(row.date), FormatCurrency(row.amount),
+                      row.payee, row.category, OutcomeText(row.outcome), row.memo});
+    }
+    CommandLineHost& host = context.Host();
+    table.Print(host.out, host.outIsTerminal ? static_cast<size_t>(host.columns) : 0);
+    context.Say("");
+}
+
+void PrintNotes(CCommandContext& context, const std::vector<ImportNote>& notes) {
+    if (notes.empty()) return;
+    CTablePrinter table;
+    table.AddColumn("Line", CTablePrinter::Align::Right);
+    table.AddColumn("Note");
+    for (const ImportNote& note : notes) {
+        table.AddRow({note.line > 0 ? std::to_string(note.line) : "file", note.text});
+    }
+    table.Print(context.Host().out, 0);
+    context.Say("");
+}
+
+void PrintResult(CCommandContext& context, const ImportResult& result, bool dryRun) {
+    const Dialect& dialect = result.dialect;
+    context.Say(std::string("Read as: dates ") + NameOf(dialect.dateOrder) + ", years " +
+                NameOf(dialect.years) + ", decimal " + NameOf(dialect.decimal) +
+                ", character set " + NameOf(dialect.charset));
+    context.Say("");
+    PrintNotes(context, result.notes);
+    PrintPreview(context, result.rows);
+    if (dryRun) {
+        context.Say("Dry run, nothing was entered. Of " +
+                    Counted(result.read, "record", "records") + " " +
+                    std::to_string(result.imported) + " would be entered.");
+    } else {
+        context.Say(result.message);
+    }
+    if (result.duplicates > 0) {
+        context.Say("Known already, left out: " + std::to_string(result.duplicates));
+    }
+    if (dryRun && result.categoriesCreated > 0) {
+        context.Say("New categories: " + std::to_string(result.categoriesCreated));
+    }
+    if (result.payeesCreated > 0) {
+        context.Say("New payees: " + std::to_string(result.payeesCreated));
+    }
+}
+
+void Import(CCommandContext& context, Format format, const ImportCommandOptions& given) {
+    ImportOptions options = ReadOptions(given);
+    if (options.dialect == DialectMode::Plain && !given.source.empty()) {
+        throw CFailure(
+            "By the plain rules a file is one account's; --source works with --dialect auto.",
+            ExitStatus::WrongUsage);
+    }
+    options.keepRows = given.dryRun && !context.WantsJson();
+    CSession session(context);
+    const CAccountEntry account = RequireAccount(session.Database(), given.account);
+    if (!account.active) {
+        throw CFailure("The account " + Quoted(account.name.ToUtf8()) +
+                       " is closed; 'account reopen' takes it into use again.");
+    }
+    ImportResult result;
+    {
+        CProgress progress(context.Host(), "Importing");
+        options.progress = [&progress](int64_t done, int64_t total) {
+            progress.Show(done, total);
+            return true;
+        };
+        CFileSystem& files = context.Host().files;
+        const auto run = [&](auto importer) {
+            importer->SetOptions(options);
+            result = importer->Import();
+        };
+        const CKeelString path(given.file);
+        if (format == Format::Qif) {
+            run(std::make_unique<CQIFImportManager>(session.Database(), account, path, files));
+        } else {
+            run(std::make_unique<CQFXImportManager>(session.Database(), account, path, files));
+        }
+    }
+    if (result.needsSource) {
+        if (context.WantsJson()) {
+            context.Print({{"file", given.file},
+                           {"account", account.name.ToUtf8()},
+                           {"sources", SourcesJson(result)}});
+        }
+        throw CFailure(result.error +
+                       " Give --source NAME for one of them, or --source all for all.");
+    }
+    if (result.failed) throw CFailure(result.error);
+    if (context.WantsJson()) {
+        context.Print(ResultJson(given, account, result));
+        return;
+    }
+    PrintResult(context, result, given.dryRun);
+    if (given.dryRun) return;
+    const CAccountEntry now = RequireAccount(session.Database(), account.name.ToUtf8());
+    context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +
+                FormatCurrency(now.currentBalance));
+}
+
+}  // namespace
+
+void AddImportCommand(CLI::App& program, CCommandContext& context) {
+    CLI::App* const group =
+        program.add_subcommand("import", "Enter a bank's download into an account");
+    group->require_subcommand(1);
+    for (const Format format : {Format::Qif, Format::Qfx}) {
+        CLI::App* const import =
+            format == Format::Qif
+                ? group->add_subcommand("qif", "Import a QIF file")
+                : group->add_subcommand("qfx",
+                                        "Import a QFX or OFX file; known lines are left out");
+        const auto options = std::make_shared<ImportCommandOptions>();
+        import->add_option("file", options->file, "The file")->required();
+        import->add_option("--account", options->account, "Account it goes into")->required();
+        import->add_flag("--dry-run", options->dryRun, "Only show what would be entered");
+        import
+            ->add_option("--dialect", options->dialect,
+                         "auto: infer from the whole file how it is written; plain: do not")
+            ->check(CLI::IsMember({"auto", "plain"}))
+            ->capture_default_str();
+        import->add_option("--date-order", options->dateOrder, "Order of day, month and year")
+            ->check(CLI::IsMember({"mdy", "dmy", "ymd"}));
+        import->add_option("--decimal", options->decimal, "Mark of the decimals")
+            ->check(CLI::IsMember({"point", "comma"}));
+        import->add_option("--source", options->source,
+                           "Which account of a file that holds several: its name or number, "
+                           "or all");
+        import
+            ->add_option("--notes", options->notes,
+                         "summed: one note for many lines of one cause; all: every one")
+            ->check(CLI::IsMember({"summed", "all"}))
+            ->capture_default_str();
+        import->callback([&context, format, options] {
+            context.work = [&context, format, options] { Import(context, format, *options);
+    };
+});
+}  // namespace quillon
+}
+
+}  // namespace quillon

@@ -1,0 +1,112 @@
+// payee list, add, rename, delete.
+
+#include "cli/DatabaseMessages.h"
+#include "cli/NamedRows.h"
+#include "cli/Names.h"
+#include "cli/Session.h"
+#include "cli/commands/Commands.h"
+#include "cli/terminal/Failure.h"
+#include "cli/terminal/Values.h"
+
+namespace quillon {
+
+namespace {
+
+Json PayeeJson(const CPayeeEntry& payee) {
+    return {{"id", payee.id}, {"name", payee.name.ToUtf8()}};
+}
+
+std::string RequireNewName(CQuillonDatabaseInterface& database, const std::string& name) {
+    RequireLine(name, "name");
+    if (name.empty()) throw CFailure("A payee needs a name.");
+    const std::optional<int64_t> holder = database.FindPayeeId(name);
+    RequireStored(holder.has_value(), database);
+    if (*holder != kNoRow) {
+        throw CFailure("There is a payee " + Quoted(name) +
+                       " already; to join two of them use 'payee delete OLD --to " + name + "'.");
+    }
+    return name;
+}
+
+void List(CCommandContext& context) {
+    CSession session(context);
+    COwnedList<CPayeeEntry> payees;
+    RequireStored(session.Database().ListPayees(payees), session.Database());
+    Json rows = Json::array();
+    for (const CPayeeEntry& payee : payees) rows.push_back(PayeeJson(payee));
+    PrintRowTable(context, rows, {{"Id", "id", CTablePrinter::Align::Right}, {"Payee", "name"}},
+                  "payee", "payees");
+}
+
+void Add(CCommandContext& context, const std::string& name) {
+    CSession session(context);
+    CPayeeEntry payee;
+    payee.name = RequireNewName(session.Database(), name);
+    RequireStored(session.Database().AddPayee(payee), session.Database());
+    PrintRows(context, Json::array({PayeeJson(payee)}),
+              "The payee " + Quoted(name) + " was added.");
+}
+
+void Rename(CCommandContext& context, const std::string& from, const std::string& to) {
+    CSession session(context);
+    CPayeeEntry payee = RequirePayee(session.Database(), from);
+    const std::string old = payee.name.ToUtf8();
+    payee.name = RequireNewName(session.Database(), to);
+    RequireStored(session.Database().RenamePayee(payee.id, to), session.Database());
+    PrintRows(context, Json::array({PayeeJson(payee)}),
+              "The payee " + Quoted(old) + " is " + Quoted(to) + " now.");
+}
+
+void Delete(CCommandContext& context, const std::string& name, const TextOption& moveTo) {
+    CSession session(context);
+    CQuillonDatabaseInterface& database = session.Database();
+    const CPayeeEntry payee = RequirePayee(database, name);
+    const std::string shown = Quoted(payee.name.ToUtf8());
+    CFinanceBatch batch(database);
+    RequireStored(batch.Begun(), database);
+    const int64_t uses = CountPayeeUses(database, payee.id);
+    if (moveTo.Given()) {
+        const CPayeeEntry target = RequirePayee(database, moveTo.value);
+        if (target.id == payee.id) throw CFailure("--to names the payee itself.");
+        MovePayeeUses(database, payee.id, target.id);
+    } else if (uses > 0) {
+        throw CFailure("The payee " + shown + " is used in " + Counted(uses, "place", "places") +
+                       "; give another one for them with --to PAYEE.");
+    }
+    RequireStored(database.DeletePayee(payee.id) && batch.Commit(), database);
+    PrintRows(context, Json::array({PayeeJson(payee)}), "The payee " + shown + " was deleted.");
+}
+
+}  // namespace
+
+void AddPayeeCommands(CLI::App& program, CCommandContext& context) {
+    CLI::App* const group = program.add_subcommand("payee", "Who is paid and who pays");
+    group->require_subcommand(1);
+    group->add_subcommand("list", "List the payees")->callback([&context] {
+        context.work = [&context] { List(context); };
+    });
+
+    CLI::App* const add = group->add_subcommand("add", "Add a payee");
+    const auto added = std::make_shared<std::string>();
+    add->add_option("name", *added, "Its name")->required();
+    add->callback(
+        [&context, added] { context.work = [&context, added] { Add(context, *added); }; });
+
+    CLI::App* const rename = group->add_subcommand("rename", "Rename a payee");
+    const auto names = std::make_shared<std::pair<std::string, std::string>>();
+    rename->add_option("name", names->first, "Its name")->required();
+    rename->add_option("new-name", names->second, "Its new name")->required();
+    rename->callback([&context, names] {
+        context.work = [&context, names] { Rename(context, names->first, names->second); };
+    });
+
+    CLI::App* const remove = group->add_subcommand("delete", "Delete a payee");
+    const auto removed = std::make_shared<std::pair<std::string, TextOption>>();
+    remove->add_option("name", removed->first, "Its name")->required();
+    AddText(remove, "--to", removed->second, "Payee for what is filed under it");
+    remove->callback([&context, removed] {
+        context.work = [&context, removed] { Delete(context, removed->first, removed->second); };
+    });
+}
+
+}  // namespace quillon

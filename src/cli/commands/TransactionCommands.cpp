@@ -1,0 +1,286 @@
+// transaction add, edit, delete; transfer.
+
+#include "cli/DatabaseMessages.h"
+#include "cli/Register.h"
+#include "cli/Session.h"
+#include "cli/commands/Commands.h"
+#include "cli/terminal/Failure.h"
+#include "cli/terminal/Values.h"
+#include "foundation/CurrencyFormat.h"
+#include "foundation/platform/Clock.h"
+
+namespace quillon {
+
+namespace {
+
+constexpr char kDirection[] = "the type gives the direction";
+
+struct EntryOptions {
+    std::string idText;  // of an edit or delete
+    TextOption account;
+    TextOption type;
+    TextOption date;
+    TextOption amount;
+    TextOption payee;
+    TextOption category;
+    TextOption check;
+    TextOption electronic;
+    TextOption memo;
+    bool both = false;
+
+    bool AnyGiven() const {
+        for (const TextOption* option :
+             {&account, &type, &date, &amount, &payee, &category, &check, &electronic, &memo}) {
+            if (option->Given()) return true;
+        }
+        return false;
+    }
+};
+
+CAccountEntry RequireOpenAccount(CQuillonDatabaseInterface& database, const std::string& name) {
+    CAccountEntry account = RequireAccount(database, name);
+    if (account.active) return account;
+    throw CFailure("The account " + Quoted(account.name.ToUtf8()) +
+                   " is closed; 'account reopen' takes it into use again.");
+}
+
+// What needs no database. Nothing is opened for a value that cannot be right.
+void ReadPlainValues(const EntryOptions& options, CTransactionEntry& row) {
+    if (options.type.Given()) row.transactionType = RequireTransactionType(options.type.value);
+    if (options.date.Given()) row.serviceDate = RequireDate(options.date.value);
+    if (options.amount.Given()) row.amount = RequireMagnitude(options.amount.value, kDirection);
+    if (options.check.Given()) row.check = RequireCheckNumber(options.check.value);
+    if (options.electronic.Given()) row.electronicPayment = options.electronic.value;
+    if (options.memo.Given()) row.memo = RequireLine(options.memo.value, "memo");
+    if (options.payee.Given()) RequireLine(options.payee.value, "payee");
+}
+
+// Account, category and payee; the payee is made when it is new. An empty name is none.
+void FindNames(const EntryOptions& options, CQuillonDatabaseInterface& database,
+               CTransactionEntry& row) {
+    if (options.account.Given()) {
+        row.accountId = RequireOpenAccount(database, options.account.value).id;
+    }
+    if (options.category.Given()) {
+        row.categoryId = options.category.value.empty()
+                             ? kNoRow
+                             : RequireCategory(database, options.category.value).id;
+    }
+    if (options.payee.Given()) {
+        row.payeeId =
+            options.payee.value.empty() ? kNoRow : database.FindOrAddPayee(options.payee.value);
+        RequireStored(options.payee.value.empty() || row.payeeId != kNoRow, database);
+    }
+}
+
+void PrintLines(CCommandContext& context, CQuillonDatabaseInterface& database,
+                const std::string& what, const std::vector<RegisterLine>& lines, bool asArray) {
+    const CNameTables names(database);
+    if (context.WantsJson()) {
+        Json rows = Json::array();
+        for (const RegisterLine& line : lines) rows.push_back(TransactionJson(line, names));
+        context.Print(asArray ? rows : rows.at(0));
+        return;
+    }
+    for (const RegisterLine& line : lines) context.Say(what + ": " + Describe(line, names));
+    for (const RegisterLine& line : lines) {
+        CAccountEntry account;
+        RequireFound(database.ReadAccount(line.row.accountId, account), database);
+        context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +
+                    FormatCurrency(account.currentBalance));
+    }
+}
+
+// The balance after a transaction is worked out where it is shown: in JSON.
+RegisterLine LineOf(CCommandContext& context, CQuillonDatabaseInterface& database, int64_t id) {
+    if (context.WantsJson()) return RequireLineOf(database, id);
+    return {RequireTransaction(database, id), 0.0, 0.0};
+}
+
+// --- add
+
+void AddTransaction(CCommandContext& context, const EntryOptions& options) {
+    CTransactionEntry row;
+    ReadPlainValues(options, row);
+    CSession session(context);
+    CQuillonDatabaseInterface& database = session.Database();
+    CFinanceBatch batch(database);
+    RequireStored(batch.Begun(), database);
+    FindNames(options, database, row);
+    RequireDone(session.Ledger().EnterTransaction(row), database);
+    RequireStored(batch.Commit(), database);
+    PrintLines(context, database, "Added", {LineOf(context, database, row.id)}, false);
+}
+
+// --- edit and delete
+
+// The other side of a transfer: changed too with --both, mentioned without.
+class COtherSide {
+public:
+    COtherSide(CSession& session, int64_t id, bool both) : m_both(both) {
+        const CLookup found = session.Ledger().FindOtherTransferSide(id, m_other);
+        RequireStored(!found.HasFailed(), session.Database());
+        m_found = static_cast<bool>(found);
+        if (both && !m_found) {
+            throw CFailure("Transaction " + std::to_string(id) +
+                           " has no other side: it is no transfer, or the other side is gone or "
+                           "was changed; leave --both out.");
+        }
+    }
+    TransferSides Sides() const { return m_both ? TransferSides::Both : TransferSides::ThisOnly; }
+    bool IsChangedToo() const { return m_both; }
+    int64_t Id() const { return m_other.id; }
+
+    void Mention(CCommandContext& context, CQuillonDatabaseInterface& database) const {
+        if (!m_found || m_both) return;
+        CAccountEntry account;
+        RequireFound(database.ReadAccount(m_other.accountId, account), database);
+        context.Note("This was one side of a transfer; the other, transaction " +
+                     std::to_string(m_other.id) + " in " + Quoted(account.name.ToUtf8()) +
+                     ", was left as it was (--both does both).");
+    }
+
+private:
+    CTransactionEntry m_other;
+    bool m_both;
+    bool m_found = false;
+};
+
+void EditTransaction(CCommandContext& context, const EntryOptions& options) {
+    if (!options.AnyGiven()) {
+        throw CFailure(
+            "Nothing to change was given, such as --amount or --category "
+            "(see quillon-cli transaction edit --help)",
+            ExitStatus::WrongUsage);
+    }
+    const int64_t id = RequireId(options.idText);
+    CTransactionEntry checked;
+    ReadPlainValues(options, checked);
+    CSession session(context);
+    CQuillonDatabaseInterface& database = session.Database();
+    CTransactionEntry row = RequireTransaction(database, id);
+    const COtherSide other(session, id, options.both);
+    ReadPlainValues(options, row);
+
+    CFinanceBatch batch(database);
+    RequireStored(batch.Begun(), database);
+    FindNames(options, database, row);
+    // A type that was given is meant for the account the row goes to.
+    const auto effect = options.type.Given() ? EffectOnMove::AsGiven : EffectOnMove::Kept;
+    RequireDone(session.Ledger().ChangeTransaction(row, other.Sides(), effect), database);
+    RequireStored(batch.Commit(), database);
+
+    std::vector<RegisterLine> lines{LineOf(context, database, id)};
+    if (other.IsChangedToo()) lines.push_back(LineOf(context, database, other.Id()));
+    PrintLines(context, database, "Changed", lines, options.both);
+    other.Mention(context, database);
+}
+
+void DeleteTransaction(CCommandContext& context, const EntryOptions& options) {
+    const int64_t id = RequireId(options.idText);
+    CSession session(context);
+    CQuillonDatabaseInterface& database = session.Database();
+    std::vector<RegisterLine> lines{LineOf(context, database, id)};
+    const COtherSide other(session, id, options.both);
+    if (other.IsChangedToo()) lines.push_back(LineOf(context, database, other.Id()));
+    RequireDone(session.Ledger().RemoveTransaction(id, other.Sides()), database);
+    PrintLines(context, database, "Deleted", lines, options.both);
+    other.Mention(context, database);
+}
+
+// --- transfer
+
+struct TransferOptions {
+    std::string from;
+    std::string to;
+    std::string amount;
+    TextOption date;
+    std::string memo;
+};
+
+void Transfer(CCommandContext& context, const TransferOptions& options) {
+    TransferRequest request;
+    request.amount = RequireMagnitude(options.amount, "money goes from the first account");
+    request.date = options.date.Given() ? RequireDate(options.date.value) : TodayFileTime();
+    request.memo = RequireLine(options.memo, "memo");
+    CSession session(context);
+    CQuillonDatabaseInterface& database = session.Database();
+    request.fromAccountId = RequireOpenAccount(database, options.from).id;
+    request.toAccountId = RequireOpenAccount(database, options.to).id;
+    CTransactionEntry paying;
+    CTransactionEntry receiving;
+    RequireDone(session.Ledger().EnterTransfer(request, paying, receiving), database);
+    PrintLines(context, database, "Added",
+               {LineOf(context, database, paying.id), LineOf(context, database, receiving.id)},
+               true);
+}
+
+// Options that add and edit share.
+void AddEntryOptions(CLI::App* command, EntryOptions& options, bool required) {
+    AddText(command, "--type", options.type, "Kind of transaction")
+        ->required(required)
+        ->check(CLI::IsMember(TransactionTypeKeys(), CLI::ignore_case));
+    AddText(command, "--date", options.date, "YYYY-MM-DD")->required(required);
+    AddText(command, "--amount", options.amount, "Amount without sign")->required(required);
+    AddText(command, "--payee", options.payee, "Who is paid or pays; made when it is new");
+    AddText(command, "--category", options.category, "A category there is");
+    AddText(command, "--check", options.check, "Check number, 0 for none");
+    AddText(command, "--electronic", options.electronic, "Kind of electronic payment")
+        ->check(CLI::IsMember({"", "ATM", "EFT", "Transfer"}));
+    AddText(command, "--memo", options.memo, "Anything worth knowing");
+}
+
+void AddTransfer(CLI::App& program, CCommandContext& context) {
+    CLI::App* const transfer =
+        program.add_subcommand("transfer", "Move money from one account to another");
+    const auto options = std::make_shared<TransferOptions>();
+    transfer->add_option("from", options->from, "Account that pays")->required();
+    transfer->add_option("to", options->to, "Account that receives")->required();
+    transfer->add_option("--amount", options->amount, "Amount without sign")->required();
+    AddText(transfer, "--date", options->date, "YYYY-MM-DD (default: today)");
+    transfer->add_option("--memo", options->memo, "Anything worth knowing");
+    transfer->callback([&context, options] {
+        context.work = [&context, options] { Transfer(context, *options); };
+    });
+}
+
+}  // namespace
+
+void AddTransactionCommands(CLI::App& program, CCommandContext& context) {
+    CLI::App* const group = program.add_subcommand("transaction", "Transactions of an account");
+    group->require_subcommand(1);
+    AddTransactionList(*group, context);
+
+    CLI::App* const add = group->add_subcommand("add", "Enter a transaction");
+    const auto added = std::make_shared<EntryOptions>();
+    AddText(add, "account", added->account, "Name of the account")->required();
+    AddEntryOptions(add, *added, true);
+    add->callback([&context, added] {
+        context.work = [&context, added] { AddTransaction(context, *added); };
+    });
+
+    CLI::App* const edit = group->add_subcommand("edit", "Change a transaction");
+    const auto edited = std::make_shared<EntryOptions>();
+    edit->add_option("id", edited->idText, "Its number, from transaction list")->required();
+    AddText(edit, "--account", edited->account,
+            "Move it to this account; the type follows the kind of account");
+    AddEntryOptions(edit, *edited, false);
+    edit->add_flag("--both", edited->both,
+                   "Change the other side of a transfer to match: date, amount, category, "
+                   "memo, direction");
+    edit->callback([&context, edited] {
+        context.work = [&context, edited] { EditTransaction(context, *edited); };
+    });
+
+    CLI::App* const remove = group->add_subcommand("delete", "Delete a transaction");
+    const auto removed = std::make_shared<EntryOptions>();
+    remove->add_option("id", removed->idText, "Its number, from transaction list")->required();
+    remove->add_flag("--both", removed->both, "Delete the other side of a transfer too");
+    remove->callback([&context, removed] {
+        context.work = [&context, removed] { DeleteTransaction(context, *removed); };
+    });
+
+    AddTransfer(program, context);
+}
+
+}  // namespace quillon

@@ -1,0 +1,160 @@
+// transaction list: a register with running balances.
+
+#include "cli/DatabaseMessages.h"
+#include "cli/Register.h"
+#include "cli/Session.h"
+#include "cli/commands/Commands.h"
+#include "cli/terminal/Failure.h"
+#include "cli/terminal/TablePrinter.h"
+#include "cli/terminal/Values.h"
+#include "finance/ledger/Balance.h"
+#include "foundation/CalendarDate.h"
+#include "foundation/CurrencyFormat.h"
+#include "foundation/Unicode.h"
+
+namespace quillon {
+
+namespace {
+
+struct ListOptions {
+    std::string account;
+    TextOption from;
+    TextOption to;
+    TextOption payee;
+    TextOption category;
+    TextOption contains;
+};
+
+// Filters hide lines; the running balance goes over all of them.
+class CRegisterFilter {
+public:
+    explicit CRegisterFilter(const ListOptions& options) : m_options(options) {
+        if (options.from.Given()) m_from = RequireDate(options.from.value);
+        if (options.to.Given()) m_to = RequireDate(options.to.value);
+        if (m_from > m_to) {
+            throw CFailure("--from " + options.from.value + " is after --to " + options.to.value +
+                           "; no date lies between them.");
+        }
+    }
+
+    // A name must exist; a pattern may match nothing.
+    void RequireNames(CQuillonDatabaseInterface& database) const {
+        if (m_options.payee.Given() && !HasWildcard(m_options.payee.value)) {
+            RequirePayee(database, m_options.payee.value);
+        }
+        if (m_options.category.Given() && !HasWildcard(m_options.category.value)) {
+            RequireCategory(database, m_options.category.value);
+        }
+    }
+
+    // The register's lines that lie between the dates asked for.
+    std::vector<RegisterLine> Read(CQuillonDatabaseInterface& database,
+                                   const CAccountEntry& account) const {
+        if (!m_options.from.Given() && !m_options.to.Given())
+            return ReadRegister(database, account);
+        return ReadRegister(database, account, m_from, m_to);
+    }
+
+    bool Shows(const RegisterLine& line, const CNameTables& names) const {
+        const CTransactionEntry& row = line.row;
+        const std::string& payee = names.Payee(row.payeeId);
+        const std::string& category = names.Category(row.categoryId);
+        if (m_options.payee.Given() && !MatchesWildcard(m_options.payee.value, payee)) return false;
+        if (m_options.category.Given() && !MatchesWildcard(m_options.category.value, category)) {
+            return false;
+        }
+        if (!m_options.contains.Given()) return true;
+        const std::string& wanted = m_options.contains.value;
+        return ContainsIgnoringCase(payee, wanted) || ContainsIgnoringCase(category, wanted) ||
+               ContainsIgnoringCase(row.memo.ToUtf8(), wanted) ||
+               ContainsIgnoringCase(NumberText(row), wanted) ||
+               ContainsIgnoringCase(FormatCurrency(line.effect), wanted);
+    }
+
+private:
+    const ListOptions& m_options;
+    int64_t m_from = kMinimumFileTime;
+    int64_t m_to = kMaximumFileTime;
+};
+
+void PrintRegister(CCommandContext& context, const std::vector<const RegisterLine*>& lines,
+                   const CNameTables& names) {
+    using Align = CTablePrinter::Align;
+    using Fit = CTablePrinter::Fit;
+    CTablePrinter table;
+    table.AddColumn("Id", Align::Right);
+    table.AddColumn("Date");
+    table.AddColumn("Type", Align::Left, Fit::Drop);
+    table.AddColumn("Number");
+    table.AddColumn("Payee", Align::Left, Fit::Yield);
+    table.AddColumn("Category", Align::Left, Fit::Yield);
+    table.AddColumn("Effect", Align::Right);
+    table.AddColumn("Balance", Align::Right);
+    table.AddColumn("Memo", Align::Left, Fit::Drop);
+    CMoneySum in;
+    CMoneySum out;
+    for (const RegisterLine* line : lines) {
+        const CTransactionEntry& row = line->row;
+        (line->effect > 0 ? in : out).Add(line->effect);
+        table.AddRow({std::to_string(row.id), FormatIsoDate(row.serviceDate),
+                      std::string(NameOf(row.transactionType)), NumberText(row),
+                      names.Payee(row.payeeId), names.Category(row.categoryId),
+                      FormatCurrency(line->effect), FormatCurrency(line->balance),
+                      row.memo.ToUtf8()});
+    }
+    CommandLineHost& host = context.Host();
+    table.Print(host.out, host.outIsTerminal ? static_cast<size_t>(host.columns) : 0);
+    context.Say("");
+    context.Say(Counted(static_cast<int64_t>(lines.size()), "transaction", "transactions") +
+                ": in " + FormatCurrency(in.Value()) + ", out " + FormatCurrency(-out.Value()));
+}
+
+void ListTransactions(CCommandContext& context, const ListOptions& options) {
+    const CRegisterFilter filter(options);
+    CSession session(context);
+    const CAccountEntry account = RequireAccount(session.Database(), options.account);
+    filter.RequireNames(session.Database());
+    const CNameTables names(session.Database());
+    const std::vector<RegisterLine> lines = filter.Read(session.Database(), account);
+    std::vector<const RegisterLine*> shown;
+    for (const RegisterLine& line : lines) {
+        if (filter.Shows(line, names)) shown.push_back(&line);
+    }
+    if (context.WantsJson()) {
+        Json rows = Json::array();
+        for (const RegisterLine* line : shown) rows.push_back(TransactionJson(*line, names));
+        context.Print(rows);
+        return;
+    }
+    const std::string name = Quoted(Printable(account.name.View()));
+    if (!shown.empty()) {
+        PrintRegister(context, shown, names);
+    } else {
+        int64_t count = 0;
+        RequireStored(session.Database().CountTransactions(account.id, count), session.Database());
+        context.Say(count == 0 ? "The account " + name + " has no transactions yet."
+                               : "None of the " + Counted(count, "transaction", "transactions") +
+                                     " of " + name + " is what you asked for.");
+    }
+    context.Say("Balance of " + name + ": " + FormatCurrency(account.currentBalance));
+}
+
+}  // namespace
+
+void AddTransactionList(CLI::App& transaction, CCommandContext& context) {
+    CLI::App* const list =
+        transaction.add_subcommand("list", "Show an account's register with running balances");
+    const auto options = std::make_shared<ListOptions>();
+    list->add_option("account", options->account, "Name of the account")->required();
+    AddText(list, "--from", options->from, "First date, YYYY-MM-DD");
+    AddText(list, "--to", options->to, "Last date, YYYY-MM-DD");
+    AddText(list, "--payee", options->payee, "Only this payee; * and ? stand for any characters");
+    AddText(list, "--category", options->category, "Only this category; * and ? as above");
+    AddText(list, "--contains", options->contains,
+            "Only where payee, category, memo, number or amount contain this");
+    list->callback([&context, options] {
+        context.work = [&context, options] { ListTransactions(context, *options); };
+    });
+}
+
+}  // namespace quillon

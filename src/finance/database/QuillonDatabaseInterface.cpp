@@ -1,0 +1,90 @@
+#include "finance/database/QuillonDatabaseInterface.h"
+
+#include "finance/database/FinanceRows.h"
+
+namespace quillon {
+
+CQuillonDatabaseInterface::CQuillonDatabaseInterface(CFileSystem& files)
+    : m_database(files), m_rows(std::make_unique<CFinanceRows>(m_database)) {}
+
+CQuillonDatabaseInterface::~CQuillonDatabaseInterface() {
+    if (IsOpen()) Close();
+}
+
+FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder,
+                                                  const CCheckPrintFormat* checkLayout) {
+    FinanceOpenResult result;
+    bool ran = false;
+    m_rows->Run([&] {
+        if (IsOpen()) Close();
+        if (m_database.Open(folder)) {
+            // Files do not tell: after a power cut they may still stand in the journal.
+            result.created = m_database.Tables().empty();
+            result.schema =
+                EnsureFinanceSchema(m_database, checkLayout ? *checkLayout : CCheckPrintFormat());
+            result.setAsideJournal = m_database.SetAsideJournal();
+            result.rebuilt = m_database.RebuiltIndexes();
+            result.opened = true;
+        }
+        result.problem = m_database.Problem();
+        result.detail = m_database.ProblemDetail();
+        ran = true;
+        return true;
+    });
+    // Nothing half known stays open: what ran out of memory may be tried again.
+    if (!ran) {
+        result = {};
+        result.problem = m_database.Problem() == DatabaseProblem::None
+                             ? DatabaseProblem::OutOfMemory
+                             : m_database.Problem();
+        Close();
+    }
+    return result;
+}
+
+bool CQuillonDatabaseInterface::Close() {
+    return m_rows->Run([&] {
+        m_rows->ForgetQuery();  // it points into tables that go now
+        return m_database.Close();
+    });
+}
+
+void CQuillonDatabaseInterface::RunTimers(int64_t nowMs) {
+    m_rows->Run([&] {
+        m_rows->ForgetQuery();
+        m_database.RunTimers(nowMs);
+        return true;
+    });
+}
+
+CReentrantLock& CQuillonDatabaseInterface::Section() {
+    return m_rows->Section();
+}
+
+bool CQuillonDatabaseInterface::BeginBatch() {
+    return m_rows->Run([&] { return m_database.BeginBatch(); });
+}
+
+bool CQuillonDatabaseInterface::CommitBatch() {
+    return m_rows->Run([&] { return m_database.CommitBatch(); });
+}
+
+void CQuillonDatabaseInterface::RollbackBatch() {
+    m_rows->Run([&] {
+        m_rows->ForgetQuery();
+        m_database.RollbackBatch();
+        return true;
+    });
+}
+
+int64_t CQuillonDatabaseInterface::RowCount(std::string_view table) {
+    int64_t count = 0;
+    m_rows->Run([&] {
+        const CTableManager* found = m_database.FindTable(table);
+        count = found ? found->RowCount() : 0;
+        return true;
+    });
+    return count;
+}
+
+}  // namespace quillon

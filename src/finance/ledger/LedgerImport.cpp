@@ -1,0 +1,103 @@
+#include <algorithm>
+#include <new>
+
+#include "finance/ledger/Balance.h"
+#include "finance/ledger/Ledger.h"
+
+namespace quillon {
+
+CLedgerImport::~CLedgerImport() {
+    Abandon();
+}
+
+void CLedgerImport::Abandon() {
+    if (m_inBatch) m_ledger.Database().RollbackBatch();
+    Leave();
+}
+
+void CLedgerImport::Leave() {
+    m_inBatch = false;
+    m_effects = 0.0;
+    m_check = 0;
+    m_pending = 0;
+    m_section.reset();
+}
+
+LedgerStatus CLedgerImport::Begin() {
+    const LedgerStatus status = OpenBatch();
+    m_failed = status != LedgerStatus::Ok;
+    return status;
+}
+
+LedgerStatus CLedgerImport::OpenBatch() {
+    m_section.emplace(m_ledger.Database());
+    // Others may have changed it since the last batch.
+    LedgerStatus status = m_ledger.ReadAccount(m_accountId, m_account);
+    if (status == LedgerStatus::Ok && !m_account.active) status = LedgerStatus::AccountClosed;
+    if (status == LedgerStatus::Ok) {
+        m_inBatch = m_ledger.Database().BeginBatch();
+        if (!m_inBatch) status = LedgerStatus::StoreFailed;
+    }
+    if (status != LedgerStatus::Ok) Leave();
+    return status;
+}
+
+LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) try {
+    if (m_failed || !m_inBatch) return LedgerStatus::StoreFailed;
+    const LedgerStatus status = CLedger::CheckMagnitude(transaction.amount);
+    if (status != LedgerStatus::Ok) return status;
+    transaction.amount = RoundToCents(transaction.amount);
+    transaction.accountId = m_accountId;
+    if (!m_ledger.Database().AddTransaction(transaction)) {
+        m_failed = true;
+        Abandon();
+        return LedgerStatus::StoreFailed;
+    }
+    m_effects +=
+        BalanceEffect(transaction.transactionType, transaction.amount, m_account.accountType);
+    m_check = std::max(m_check, transaction.check);
+    if (++m_pending < m_recordsPerCommit) return LedgerStatus::Ok;
+    const LedgerStatus next = CommitBatch() ? OpenBatch() : LedgerStatus::StoreFailed;
+    m_failed = next != LedgerStatus::Ok;
+    return next;
+} catch (const std::bad_alloc&) {
+    m_failed = true;
+    Abandon();
+    return LedgerStatus::StoreFailed;
+}
+
+bool CLedgerImport::CommitBatch() {
+    if (m_pending > 0) {
+        // As it is now: the same thread may have entered something else meanwhile.
+        CLedger::Effects effects;
+        CLedger::Touched* touched = nullptr;
+        LedgerStatus status = m_ledger.Touch(m_accountId, effects, touched);
+        if (status == LedgerStatus::Ok) {
+            touched->effect = m_effects;
+            touched->check = m_check;
+            status = m_ledger.ApplyEffects(effects);
+        }
+        if (status != LedgerStatus::Ok) {
+            Abandon();
+            return false;
+        }
+        m_account.currentBalance = SettledSum(touched->account.currentBalance + m_effects);
+        m_account.latestCheckNumber = std::max(touched->account.latestCheckNumber, m_check);
+    }
+    const bool committed = m_ledger.Database().CommitBatch();
+    if (committed) m_committed += m_pending;
+    Leave();
+    return committed;
+}
+
+bool CLedgerImport::Finish() try {
+    if (m_failed || !m_inBatch) return false;
+    m_failed = !CommitBatch();
+    return !m_failed;
+} catch (const std::bad_alloc&) {
+    m_failed = true;
+    Abandon();
+    return false;
+}
+
+}  // namespace quillon

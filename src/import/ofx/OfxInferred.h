@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "import/ofx/OfxStatements.h"
+#include "import/plan/ImportRecord.h"
+#include "import/text/AmountRounding.h"
+#include "import/text/AmountText.h"
+#include "import/text/Dialect.h"
+
+namespace quillon {
+
+// Reads a statement download as a person would. The text is walked several times and
+// nothing is kept of the lines but what their identifiers need, so that memory stays a
+// small part of the file's, whatever is in it.
+class CInferredOfx {
+public:
+    // `text` is UTF-8; line numbers are those of its line feeds. All outlive this.
+    CInferredOfx(std::string_view text, int64_t today, const ImportOptions& options,
+                 Dialect& dialect, CImportNotes& notes);
+
+    // The first look: `dialect` is set, but for its character set.
+    void Survey();
+    const OfxSurvey& Found() const { return m_survey; }
+
+    // Lines of the chosen ones of `sources`, which are those found.
+    struct Counts {
+        int64_t read = 0;
+        int64_t records = 0;  // that can be entered
+        int64_t dated = 0;    // of these, with a date that can be read
+    };
+    Counts Count(const std::vector<ImportSource>& sources) const;
+    // Hands over the records of the chosen ones in file order, with their notes.
+    void Read(const std::vector<ImportSource>& sources, const RecordSink& sink);
+
+private:
+    // What lines with one identifier have in common.
+    struct SharedId {
+        int64_t firstLine = 0;
+        size_t source = 0;  // of the first
+        int64_t ownId = 0;  // of the first
+        bool differs = false;
+        bool seen = false;  // in the reading that hands over
+    };
+
+    size_t SourceOf(const OfxLine& line) const { return m_survey.sourceOf[line.statement]; }
+    bool IsRecord(const OfxLine& line);
+    void LookAgain(const std::vector<ImportSource>& sources);
+    void Note(CImportNotes::Kind kind, int64_t line, std::string_view text);
+
+    void ReadRecord(const OfxLine& line, ImportRecord& record);
+    void ReadDateOf(const OfxLine& line, ImportRecord& record);
+    void ReadAmountOf(const OfxLine& line, ImportRecord& record);
+    void ReadTypeAndCheckOf(const OfxLine& line, ImportRecord& record);
+    void NoteReading(const OfxLine& line, AmountReading reading);
+    void NoteMoney(const OfxLine& line, const ImportSource& source, double written, double entered);
+    int64_t IdOf(const OfxLine& line, std::string_view payee);
+    int64_t OwnIdOf(const ImportRecord& record, size_t source, const SharedId& shared);
+    void MarkShared(size_t source, ImportRecord& record);
+
+    std::string_view m_text;
+    int64_t m_today;
+    const ImportOptions& m_options;
+    Dialect& m_dialect;
+    CImportNotes& m_notes;
+
+    AmountMarks m_marks;
+    OfxSurvey m_survey;
+    std::vector<Counts> m_counts;                    // by statement
+    std::unordered_map<int64_t, SharedId> m_shared;  // identifiers that several lines have
+    std::vector<CAmountRounding> m_rounding;         // by source
+    std::unordered_map<int64_t, int64_t> m_made;     // lines without an identifier, by hash
+    std::unordered_set<int64_t> m_said;              // own identifiers of lines handed over
+    bool m_speaks = false;                           // notes are written
+};
+
+}  // namespace quillon

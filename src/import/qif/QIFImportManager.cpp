@@ -1,0 +1,122 @@
+#include "import/qif/QIFImportManager.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "foundation/platform/Clock.h"
+#include "import/text/Charset.h"
+
+namespace quillon {
+
+namespace {
+
+constexpr uint8_t kUtf8Mark[] = {0xEF, 0xBB, 0xBF};
+
+}  // namespace
+
+bool CQIFImportManager::Survey() {
+    return IsPlain() ? SurveyPlain() : SurveyInferred();
+}
+
+bool CQIFImportManager::SurveyPlain() {
+    if (m_text.Open(m_path) != TextFileStatus::Ok || m_text.LineCount() == 0) return Fail();
+    m_result.dialect.dateOrder = m_options.dateOrder.value_or(DateOrder::MonthDayYear);
+    return true;
+}
+
+bool CQIFImportManager::Prepare() {
+    if (IsPlain()) {
+        ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder,
+                     [this](ImportRecord&) { return ++m_result.read > 0; });
+        return true;
+    }
+    const CInferredQif::Counts counts = m_inferred->Count(m_result.sources);
+    m_result.read = counts.read;
+    if (counts.records == 0) return Refuse(counts.investments);
+    // A file of which no date can be read was not understood.
+    return counts.dated > 0 || Fail("None of its dates can be read.");
+}
+
+void CQIFImportManager::ReadRecords(const RecordSink& sink) {
+    if (IsPlain()) {
+        ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder, sink);
+    } else {
+        m_inferred->Read(m_result.sources, sink);
+    }
+}
+
+bool CQIFImportManager::SurveyInferred() {
+    std::vector<uint8_t> bytes;
+    if (!LoadFile(bytes)) return false;
+    CharsetFinding finding = DetectCharset(bytes);
+    if (finding.binary) return Fail("It is not a text file.");
+    m_result.dialect.charset = finding.charset;
+    // The reader gets UTF-8 with its mark: accents in the first bytes are text then.
+    const std::string converted = ConvertToUtf8(bytes, finding);
+    const std::span<const uint8_t> behindMark =
+        std::span<const uint8_t>(bytes).subspan(finding.markLength);
+    const size_t size = NeedsConversion(finding) ? converted.size() : behindMark.size();
+    const void* const source = NeedsConversion(finding)
+                                   ? static_cast<const void*>(converted.data())
+                                   : static_cast<const void*>(behindMark.data());
+    auto block = std::make_unique<uint8_t[]>(sizeof kUtf8Mark + size);
+    std::memcpy(block.get(), kUtf8Mark, sizeof kUtf8Mark);
+    if (size > 0) std::memcpy(block.get() + sizeof kUtf8Mark, source, size);
+    bytes = {};
+    const std::span<uint8_t> text(block.get() + sizeof kUtf8Mark, size);
+    if (BreakAtReturns(text) && finding.line > 0 && finding.markLength == 0) {
+        finding.line = std::max<int64_t>(FirstLineBeyondAscii(text), 1);
+    }
+    NoteCharset(finding, m_notes);
+    const TextFileStatus status =
+        m_text.AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));
+    if (status != TextFileStatus::Ok) return Fail("It cannot be split into lines.");
+
+    m_inferred = std::make_unique<CInferredQif>(m_text, TodayFileTime(), m_options,
+                                                m_result.dialect, m_notes);
+    m_inferred->Survey();
+    m_result.sources = m_inferred->Sources();
+    return true;
+}
+
+// Nothing to enter: says what the file is instead. What it holds is not shown.
+bool CQIFImportManager::Refuse(int64_t investments) {
+    const QifOutline& outline = m_inferred->Outline();
+    const std::span<const uint8_t> bytes = m_text.Bytes();
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    if (investments > 0) {
+        return Fail("It holds only investment actions (" + std::to_string(investments) +
+                    ") that move none of the account's own money.");
+    }
+    if (m_result.read > 0 || outline.incomplete > 0) {
+        return Fail("None of its records (" +
+                    std::to_string(std::max(m_result.read, outline.incomplete)) +
+                    ") has a date and an amount.");
+    }
+    if (outline.registers > 0) return Fail("Its registers hold no transactions.");
+    if (!outline.lists.empty()) {
+        std::string lists;
+        for (const std::string_view list : outline.lists) {
+            lists += (lists.empty() ? "" : ", ") + std::string(list);
+        }
+        return Fail("It holds only lists (" + lists + ") and no register of transactions.");
+    }
+    if (outline.hasHeading) return Fail("It holds no register of transactions.");
+    if (Contains(text, "<OFX") || Contains(text, "OFXHEADER") || Contains(text, "<STMTTRN")) {
+        return Fail("It is an OFX statement: import it as QFX.");
+    }
+    return Fail("It is not a QIF file: no line begins with \"!Type:\".");
+}
+
+std::string CQIFImportManager::Report() const {
+    return "The QIF data file '" + PathText() + "' was imported successfully." + Counters() +
+           "\nCategories created:          " + std::to_string(m_result.categoriesCreated);
+}
+
+std::string CQIFImportManager::FailureMessage() const {
+    return "An error occurred importing the QIF data file '" + PathText() + "'.";
+}
+
+}  // namespace quillon

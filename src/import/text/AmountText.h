@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "import/text/Dialect.h"
+
+namespace quillon {
+
+// Amounts as bank files write them.
+
+// The plain rule: "," and "$" go, and a number is read from the start of the rest. 0 when
+// there is none, when it is not finite, and when its magnitude is below 1e-8.
+double ReadPlainAmount(std::string_view text);
+
+// What an amount tells about the decimal mark of its file by itself.
+enum class AmountEvidence {
+    None,          // 12, or 1.234 and 1,234, which could be either
+    Point,         // 12.50
+    Comma,         // 12,50
+    GroupedPoint,  // 1,234.50: the comma groups thousands
+    GroupedComma,  // 1.234,50
+};
+AmountEvidence EvidenceOf(std::string_view amount);
+
+// How the amounts of a file are written.
+struct AmountMarks {
+    DecimalMark decimal = DecimalMark::Point;
+    // An amount that by itself shows the other mark is read with that one.
+    bool own = false;
+    // Both marks are decimal marks in the file. What could be either (1,234 and 1.234)
+    // groups thousands: money has two decimals.
+    bool mixed = false;
+};
+
+enum class AmountReading {
+    Clean,
+    OtherMark,  // read with the mark that the file otherwise does not use
+    Thousands,  // its mark could be either, and was taken for a thousands mark
+    Partly,     // something beside it belongs to no amount, or contradicts its sign
+    Failed,     // nothing to read; the amount is 0
+};
+
+// Reads an amount. Grouping by blanks and apostrophes, parentheses and a minus sign at
+// the end are understood, and what stands beside the number where it is a currency (EUR,
+// kr) or says which way the money goes (DR, D and DB out; CR and C in).
+AmountReading ReadAmount(std::string_view text, const AmountMarks& marks, double& amount);
+// What a note says of the amount `text`; empty for a clean one.
+std::string AmountNote(std::string_view text, AmountReading reading);
+
+// The currency that stands with an amount, in capitals: "EUR" also for its sign; empty
+// for none. "$" and "kr", which are several countries', are themselves.
+std::string CurrencyOf(std::string_view text);
+
+// Infers the decimal mark of a file from all its amounts.
+class CAmountInference {
+public:
+    // `isCounted`: an amount that a transaction may be entered with.
+    void Add(std::string_view text, int64_t line, bool isCounted = true);
+    // Sets `dialect` and notes what proves it. `asked` wins.
+    AmountMarks Decide(std::optional<DecimalMark> asked, Dialect& dialect,
+                       CImportNotes& notes) const;
+
+private:
+    struct Proof {
+        int64_t count = 0;
+        int64_t line = 0;
+        std::string text;
+
+        void Take(std::string_view amount, int64_t at);
+    };
+    // The first of them, grouping ones in front: they prove two marks at once.
+    const Proof& Points() const { return m_groupedPoint.count > 0 ? m_groupedPoint : m_point; }
+    const Proof& Commas() const { return m_groupedComma.count > 0 ? m_groupedComma : m_comma; }
+
+    Proof m_point;
+    Proof m_comma;
+    Proof m_groupedPoint;
+    Proof m_groupedComma;
+    Proof m_either;  // 1,234 or 1.234
+};
+
+}  // namespace quillon

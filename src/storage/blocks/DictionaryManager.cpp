@@ -1,0 +1,366 @@
+#include "storage/blocks/DictionaryManager.h"
+
+#include <algorithm>
+#include <limits>
+#include <new>
+
+#include "foundation/ByteCodec.h"
+#include "foundation/OutOfMemory.h"
+#include "storage/journal/Journal.h"
+
+namespace quillon {
+namespace {
+
+constexpr int32_t kVersion = 1;
+constexpr std::string_view kSignature = "Dictionary";
+constexpr int64_t kEntriesAChunk = 10'000;
+constexpr int64_t kUnusableId = -1;
+
+std::vector<uint8_t> EncodeEntry(int64_t id, int64_t fileOffset, const DictionaryEntry& entry) {
+    std::vector<uint8_t> bytes(static_cast<size_t>(CDictionaryManager::kEntrySize));
+    StoreLE<int64_t>(bytes, 0, id);
+    StoreLE<int64_t>(bytes, 8, fileOffset);
+    StoreLE<int64_t>(bytes, 16, entry.position);
+    StoreLE<int64_t>(bytes, 24, entry.size);
+    StoreLE<int32_t>(bytes, 32, entry.deleted ? 1 : 0);
+    return bytes;
+}
+
+int64_t OffsetOf(const DictionaryEntry& entry) {
+    return CDictionaryManager::kHeaderSize +
+           CDictionaryManager::kEntrySize * (static_cast<int64_t>(entry.record) - 1);
+}
+
+}  // namespace
+
+CDictionaryManager::CDictionaryManager(CJournal& journal) : m_journal(journal), m_file(journal) {}
+
+CDictionaryManager::~CDictionaryManager() {
+    Close();
+    m_journal.Leave(*this);
+}
+
+void CDictionaryManager::SetPath(const CKeelString& path) {
+    const CLockScope lock(m_lock);
+    m_path = path;
+}
+
+bool CDictionaryManager::IsOpen() const {
+    const CLockScope lock(m_lock);
+    return m_file.IsOpen();
+}
+
+bool CDictionaryManager::LoadFailed() const {
+    const CLockScope lock(m_lock);
+    return m_loadFailed;
+}
+
+int64_t CDictionaryManager::NextId() const {
+    const CLockScope lock(m_lock);
+    return Load() ? m_nextId : 0;
+}
+
+int64_t CDictionaryManager::LiveCount() const {
+    const CLockScope lock(m_lock);
+    return Load() ? m_liveCount : 0;
+}
+
+int64_t CDictionaryManager::EntryCount() const {
+    const CLockScope lock(m_lock);
+    return Load() ? m_recordCount : 0;
+}
+
+bool CDictionaryManager::Open(Loading loading) {
+    const CLockScope lock(m_lock);
+    Close();
+    m_loading = loading;
+    const std::string path = m_path.ToUtf8();
+    if (path.empty()) return false;
+    m_nextId = 0;
+    m_loadFailed = false;
+    if (!m_journal.Exists(path)) {
+        m_loaded = true;
+        return m_file.Create(path) && WriteHeader();
+    }
+    if (!m_file.OpenExisting(path)) return false;
+    if (!CheckHeader()) {
+        m_file.Close();
+        return false;
+    }
+    if (loading == Loading::AtOnce) {
+        m_loadFailed = !LoadEntries();
+        m_loaded = true;
+    }
+    return true;
+}
+
+// Loading changes nothing but what is at hand, so that who only reads may do it.
+bool CDictionaryManager::Load() const {
+    const CLockScope lock(m_lock);
+    if (m_loaded || !m_file.IsOpen()) return m_loaded;
+    auto& self = const_cast<CDictionaryManager&>(*this);
+    try {
+        self.m_loadFailed = !self.LoadEntries();
+    } catch (const std::bad_alloc&) {
+        self.ForgetEntries();
+        throw;
+    }
+    if (m_loadFailed) self.ForgetEntries();
+    return m_loaded;
+}
+
+bool CDictionaryManager::Close() {
+    const CLockScope lock(m_lock);
+    if (!m_file.IsOpen()) return false;
+    const bool written = !m_headerStale || FalseWhenOutOfMemory([this] { return WriteHeader(); });
+    ForgetEntries();
+    return m_file.Close() && written;
+}
+
+bool CDictionaryManager::Reset() {
+    const CLockScope lock(m_lock);
+    Touch();
+    ForgetEntries();
+    m_loaded = true;
+    m_file.Close();
+    m_nextId = 0;
+    return m_file.Create(m_path.ToUtf8()) && WriteHeader();
+}
+
+bool CDictionaryManager::Flush() {
+    const CLockScope lock(m_lock);
+    if (!m_file.IsOpen()) return false;
+    if (m_headerStale) {
+        Touch();
+        if (!WriteHeader()) return false;
+    }
+    return m_file.Flush();
+}
+
+bool CDictionaryManager::DeleteFile() {
+    const CLockScope lock(m_lock);
+    Close();
+    const std::string path = m_path.ToUtf8();
+    return !m_journal.Exists(path) || m_journal.Remove(path);
+}
+
+int64_t CDictionaryManager::GetFileSize() const {
+    const CLockScope lock(m_lock);
+    return std::max<int64_t>(m_file.Size(), 0);
+}
+
+bool CDictionaryManager::WriteHeader() {
+    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
+    StoreText(bytes, 0, 50, kSignature);
+    StoreLE<int32_t>(bytes, 50, kVersion);
+    StoreLE<int64_t>(bytes, 54, m_nextId);
+    if (!m_file.WriteAt(0, bytes)) return false;
+    m_headerStale = false;
+    return true;
+}
+
+bool CDictionaryManager::CheckHeader() {
+    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
+    if (!m_file.ReadExactlyAt(0, bytes) || !HasSignature(bytes, kSignature) ||
+        LoadLE<int32_t>(bytes, 50) >= 2) {
+        return false;
+    }
+    m_nextId = std::max<int64_t>(LoadLE<int64_t>(bytes, 54), 0);
+    return true;
+}
+
+bool CDictionaryManager::LoadEntries() {
+    ForgetEntries();
+    if (!m_file.IsOpen()) return false;
+    int64_t largestId = kUnusableId;
+    bool duplicates = false;
+    int64_t offset = kHeaderSize;
+    int64_t remaining = (m_file.Size() - kHeaderSize) / kEntrySize * kEntrySize;
+    std::vector<uint8_t> chunk;
+    while (remaining > 0) {
+        chunk.resize(static_cast<size_t>(std::min(remaining, kEntriesAChunk * kEntrySize)));
+        if (!m_file.ReadExactlyAt(offset, chunk) || !LoadChunk(chunk, largestId, duplicates)) {
+            return false;
+        }
+        offset += static_cast<int64_t>(chunk.size());
+        remaining -= static_cast<int64_t>(chunk.size());
+    }
+    if (largestId >= m_nextId) {
+        m_nextId = largestId + 1;
+        m_headerStale = true;
+    }
+    m_loaded = true;
+    if (!duplicates) return true;
+    CBracketScope bracket(m_journal);
+    return bracket.Begun() && Compact(false) && bracket.Commit();
+}
+
+bool CDictionaryManager::LoadChunk(std::span<const uint8_t> bytes, int64_t& largestId,
+                                   bool& duplicates) {
+    constexpr int64_t kLargestUsableId = std::numeric_limits<int64_t>::max() - 1;
+    for (size_t at = 0; at < bytes.size(); at += static_cast<size_t>(kEntrySize)) {
+        if (m_recordCount >= std::numeric_limits<uint32_t>::max()) return false;
+        ++m_recordCount;
+        const int64_t id = LoadLE<int64_t>(bytes, at);
+        if (id < 0 || id > kLargestUsableId) continue;
+        if (m_entries.Find(id)) {
+            duplicates = true;
+            continue;
+        }
+        largestId = std::max(largestId, id);
+        DictionaryEntry entry;
+        entry.position = LoadLE<int64_t>(bytes, at + 16);
+        entry.size = LoadLE<int64_t>(bytes, at + 24);
+        entry.deleted = LoadLE<int32_t>(bytes, at + 32) != 0;
+        entry.record = static_cast<uint32_t>(m_recordCount);
+        m_entries.Insert(id, entry);
+        if (!entry.deleted) ++m_liveCount;
+    }
+    return true;
+}
+
+int64_t CDictionaryManager::Add(int64_t position, int64_t size) {
+    const CLockScope lock(m_lock);
+    if (!m_file.IsOpen() || !Load() || m_recordCount >= std::numeric_limits<uint32_t>::max()) {
+        return -1;
+    }
+    Touch();
+    DictionaryEntry entry{position, size, static_cast<uint32_t>(m_recordCount + 1), false};
+    const int64_t id = m_nextId;
+    if (id == std::numeric_limits<int64_t>::max() || m_entries.Find(id)) return -1;
+    const int64_t offset = OffsetOf(entry);
+    if (!m_file.WriteAt(offset, EncodeEntry(id, offset, entry))) return -1;
+    m_entries.Insert(id, entry);
+    ++m_recordCount;
+    ++m_liveCount;
+    ++m_nextId;
+    m_headerStale = true;
+    return id;
+}
+
+bool CDictionaryManager::MarkDeleted(int64_t id) {
+    const CLockScope lock(m_lock);
+    if (id == kUnusableId || !m_file.IsOpen() || !Load()) return false;
+    DictionaryEntry* entry = m_entries.Find(id);
+    if (!entry) return false;
+    Touch();
+    std::vector<uint8_t> flag(4);
+    StoreLE<int32_t>(flag, 0, 1);
+    if (!m_file.WriteAt(OffsetOf(*entry) + 32, flag)) return false;
+    if (!entry->deleted) m_liveCount = std::max<int64_t>(m_liveCount - 1, 0);
+    entry->deleted = true;
+    return true;
+}
+
+bool CDictionaryManager::Move(int64_t id, int64_t position, int64_t size) {
+    const CLockScope lock(m_lock);
+    DictionaryEntry* entry = Load() ? m_entries.Find(id) : nullptr;
+    if (!entry || !m_file.IsOpen()) return false;
+    Touch();
+    std::vector<uint8_t> place(16);
+    StoreLE<int64_t>(place, 0, position);
+    StoreLE<int64_t>(place, 8, size);
+    if (!m_file.WriteAt(OffsetOf(*entry) + 16, place)) return false;
+    entry->position = position;
+    entry->size = size;
+    return true;
+}
+
+const DictionaryEntry* CDictionaryManager::Find(int64_t id) const {
+    const CLockScope lock(m_lock);
+    return id == kUnusableId || !Load() ? nullptr : m_entries.Find(id);
+}
+
+const DictionaryEntry* CDictionaryManager::FindLive(int64_t id) const {
+    const CLockScope lock(m_lock);
+    const DictionaryEntry* entry = Find(id);
+    return entry && !entry->deleted ? entry : nullptr;
+}
+
+bool CDictionaryManager::SkipIdsBelow(int64_t id) {
+    const CLockScope lock(m_lock);
+    if (!Load()) return false;
+    if (m_nextId >= id) return true;
+    Touch();
+    m_nextId = id;
+    return WriteHeader();
+}
+
+bool CDictionaryManager::NeedsCompaction() const {
+    const CLockScope lock(m_lock);
+    return Load() && m_recordCount > 0 && m_liveCount < m_recordCount;
+}
+
+bool CDictionaryManager::Compact(bool force) {
+    const CLockScope lock(m_lock);
+    if (!Load()) return false;
+    return (!force && !NeedsCompaction()) || Rewrite({});
+}
+
+bool CDictionaryManager::CompactMoved(
+    const std::function<void(int64_t, DictionaryEntry&)>& relocate) {
+    const CLockScope lock(m_lock);
+    return Load() && Rewrite(relocate);
+}
+
+bool CDictionaryManager::Rewrite(const std::function<void(int64_t, DictionaryEntry&)>& relocate) {
+    Touch();
+    m_file.Close();
+    if (!m_file.Create(m_path.ToUtf8()) || !WriteHeader()) return false;
+
+    CEntryMap kept;
+    std::vector<uint8_t> bytes;
+    bytes.reserve(static_cast<size_t>(m_liveCount * kEntrySize));
+    m_entries.Walk([&](int64_t id, DictionaryEntry entry) {
+        if (entry.deleted) return true;
+        entry.record = static_cast<uint32_t>(kept.Count() + 1);
+        if (relocate) relocate(id, entry);
+        const std::vector<uint8_t> encoded = EncodeEntry(id, OffsetOf(entry), entry);
+        bytes.insert(bytes.end(), encoded.begin(), encoded.end());
+        kept.Insert(id, entry);
+        return true;
+    });
+    if (!m_file.WriteAt(kHeaderSize, bytes)) return false;
+    m_entries = std::move(kept);
+    m_recordCount = m_entries.Count();
+    m_liveCount = m_recordCount;
+    return true;
+}
+
+void CDictionaryManager::Touch() {
+    if (m_touched || !m_journal.IsAttached() || !m_journal.InBracket()) return;
+    m_journal.Join(*this);
+    m_touched = true;
+}
+
+void CDictionaryManager::ForgetEntries() {
+    m_loaded = false;
+    m_entries.Clear();
+    m_liveCount = 0;
+    m_recordCount = 0;
+}
+
+bool CDictionaryManager::OnBracketCommitted() {
+    const CLockScope lock(m_lock);
+    m_touched = false;
+    return true;
+}
+
+bool CDictionaryManager::OnBracketRolledBack() {
+    const CLockScope lock(m_lock);
+    m_touched = false;
+    ForgetEntries();
+    m_loadFailed = !FalseWhenOutOfMemory([this] {
+        return m_file.OpenExisting(m_path.ToUtf8()) && CheckHeader() &&
+               (m_loading == Loading::WhenNeeded || LoadEntries());
+    });
+    if (!m_loadFailed) return true;
+    // Ids out of half a map would be given twice: without the file nothing is given.
+    ForgetEntries();
+    m_headerStale = false;
+    m_file.Close();
+    // A file that the bracket made is gone with it, and nothing is amiss.
+    return !m_journal.Exists(m_path.ToUtf8());
+}
+
+}  // namespace quillon

@@ -1,0 +1,605 @@
+#include "storage/database/DatabaseManager.h"
+
+#include <algorithm>
+#include <limits>
+#include <set>
+#include <utility>
+
+#include "foundation/ByteCodec.h"
+#include "foundation/OutOfMemory.h"
+#include "foundation/platform/Clock.h"
+#include "storage/backup/BackupRestore.h"
+#include "storage/database/SchemaFile.h"
+#include "storage/journal/Checksums.h"
+#include "storage/tables/TableVerifier.h"
+
+namespace quillon {
+namespace {
+
+// Makes what is missing of the folder's path and brings its names to the medium: commits
+// in a folder that a power cut takes away would be lost. True when it is there already.
+bool MakeFolderForGood(CFileSystem& files, const std::string& folder) {
+    if (files.FolderExists(folder)) return true;
+    const std::string parent = ParentFolder(folder);
+    return (parent == "." || MakeFolderForGood(files, parent)) && files.MakeFolder(folder) &&
+           files.SyncFolder(parent);
+}
+
+}  // namespace
+
+CDatabaseManager::CDatabaseManager(CFileSystem& files) : m_baseFiles(files), m_journal(files) {}
+
+CDatabaseManager::~CDatabaseManager() {
+    (void)Close();
+}
+
+bool CDatabaseManager::Fail(DatabaseProblem problem, std::string_view detail) noexcept {
+    m_problem = problem;
+    try {
+        m_problemDetail = detail;
+    } catch (const std::bad_alloc&) {
+        m_problemDetail.clear();
+    }
+    return false;
+}
+
+bool CDatabaseManager::FailFromFileError(DatabaseProblem fallback, const std::string& detail) {
+    switch (m_baseFiles.LastError()) {
+        case FileError::NoPermission:
+            return Fail(DatabaseProblem::NoPermission, detail);
+        case FileError::NoSpace:
+            return Fail(DatabaseProblem::DiskFull, detail);
+        case FileError::Locked:
+            return Fail(DatabaseProblem::InUse, detail);
+        case FileError::NoMemory:
+            return Fail(DatabaseProblem::OutOfMemory, {});
+        default:
+            return Fail(fallback, detail);
+    }
+}
+
+bool CDatabaseManager::FailFromDamage(const std::string& path) {
+    struct Known {
+        const char* signature;
+        int32_t newest;
+    };
+    constexpr Known kKnown[] = {{"Database", 1}, {"TableDefinition", 1}, {"Dictionary", 1},
+                                {"Data", 2},     {"Index", 1},           {"Journal", 1}};
+    std::vector<uint8_t> head(54);
+    const std::unique_ptr<CFile> file = m_baseFiles.Open(path, OpenMode::Read);
+    if (!file && m_baseFiles.LastError() == FileError::NoPermission) {
+        return Fail(DatabaseProblem::NoPermission, path);
+    }
+    if (file && file->ReadAt(0, head) == 54) {
+        for (const Known& known : kKnown) {
+            if (HasSignature(head, known.signature) && LoadLE<int32_t>(head, 50) > known.newest) {
+                return Fail(DatabaseProblem::NewerVersion, path);
+            }
+        }
+    }
+    return Fail(DatabaseProblem::DamagedFile, path);
+}
+
+bool CDatabaseManager::IsOpen() const {
+    const CLockScope lock(m_lock);
+    return m_open;
+}
+
+DatabaseProblem CDatabaseManager::Problem() const {
+    const CLockScope lock(m_lock);
+    return m_problem;
+}
+
+int64_t CDatabaseManager::SchemaChangeTime() const {
+    const CLockScope lock(m_lock);
+    return m_schemaChangeTime;
+}
+
+bool CDatabaseManager::InBatch() const {
+    const CLockScope lock(m_lock);
+    return m_journal.InBracket();
+}
+
+bool CDatabaseManager::FolderHoldsDatabase(CFileSystem& files, const std::string& folder) {
+    return files.Exists(WithTrailingSeparator(folder) + "DatabaseSchema_blobdict.dat");
+}
+
+std::string CDatabaseManager::SharedDataName(int64_t databaseId) {
+    return "ZEP_No_SQL_Database_" + std::to_string(databaseId) + "_Data";
+}
+
+bool CDatabaseManager::Open(const std::string& folder) {
+    const CLockScope lock(m_lock);
+    (void)Close();
+    m_problem = DatabaseProblem::None;
+    m_problemDetail.clear();
+    m_rebuiltIndexes.clear();
+    if (folder.empty()) return Fail(DatabaseProblem::NoPath, {});
+    const bool opened = Guarded([&] {
+        m_folder = WithTrailingSeparator(folder);
+        return OpenLocked();
+    });
+    if (!opened) {
+        if (m_problem == DatabaseProblem::None) (void)Fail(DatabaseProblem::ReadFailed, m_folder);
+        NameDamagedFile();
+        // Closing must not tidy up in a folder that somebody may have to rescue.
+        m_journal.Break();
+        CloseStores();
+        (void)m_journal.Detach();
+        m_folderLock.reset();
+        m_folder.clear();
+    }
+    m_open = opened;
+    return opened;
+}
+
+// Two files that contradict each other are told apart by their checksums.
+void CDatabaseManager::NameDamagedFile() {
+    if (m_problem != DatabaseProblem::DamagedFile) return;
+    (void)Guarded([&] {
+        std::vector<PageDamage> damage;
+        const std::string named = FileNameOf(m_problemDetail);
+        const auto isNamed = [&](const PageDamage& page) { return page.file == named; };
+        if (m_journal.CheckPages(damage) && !damage.empty() &&
+            std::none_of(damage.begin(), damage.end(), isNamed)) {
+            m_problemDetail = m_folder + damage.front().file;
+        }
+        return true;
+    });
+}
+
+bool CDatabaseManager::OpenLocked() {
+    if (!RecoverInterruptedRestore(m_baseFiles, m_folder)) {
+        return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
+    }
+    if (!MakeFolderForGood(m_baseFiles, m_folder)) {
+        return FailFromFileError(DatabaseProblem::FolderMissing, m_folder);
+    }
+    m_folderLock = m_baseFiles.Lock(m_folder + DatabaseIdentity::kFileName);
+    if (!m_folderLock) {
+        return FailFromFileError(DatabaseProblem::WriteFailed,
+                                 m_folder + DatabaseIdentity::kFileName);
+    }
+    if (!AttachJournal()) return false;
+    DatabaseSchema schema;
+    if (!ReadSchema(schema) || !TidyDataFiles(schema)) return false;
+
+    // A new database's first files are one commit, and so is what opening repairs.
+    if (InBracket([&] { return OpenStores(schema); })) return true;
+    if (m_problem == DatabaseProblem::None) {
+        return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
+    }
+    return false;
+}
+
+bool CDatabaseManager::AttachJournal() {
+    const std::string lockPath = m_folder + DatabaseIdentity::kFileName;
+    std::vector<uint8_t> bytes;
+    DatabaseIdentity identity;
+    if (!ReadWholeFile(m_baseFiles, lockPath, bytes)) {
+        return FailFromFileError(DatabaseProblem::ReadFailed, lockPath);
+    }
+    const bool known = DatabaseIdentity::Decode(bytes, identity);
+    // Made before the lock file is filled, and since then always there.
+    const bool isLost = known && !m_baseFiles.Exists(m_folder + kJournalName) &&
+                        FolderHoldsDatabase(m_baseFiles, m_folder);
+    switch (m_journal.Attach(m_folder, known ? identity.id : 0)) {
+        case CJournal::AttachResult::Ok:
+            break;
+        case CJournal::AttachResult::Damaged:
+            return Fail(DatabaseProblem::DamagedJournal, m_journal.SetAsidePath());
+        case CJournal::AttachResult::UnreadableChecksums:
+            return FailFromFileError(DatabaseProblem::ReadFailed, m_folder + kChecksumsName);
+        case CJournal::AttachResult::NewerVersion:
+            return Fail(DatabaseProblem::NewerVersion, m_folder + kJournalName);
+        case CJournal::AttachResult::Failed:
+            return FailFromFileError(DatabaseProblem::WriteFailed, m_folder + kJournalName);
+    }
+    // Said once: now there is a new one, and the next opening goes on with what is left.
+    if (isLost) return Fail(DatabaseProblem::DamagedJournal, m_folder + kJournalName);
+    if (known) return true;
+    // A new database, or the name in the lock file was damaged or lost to a power cut: the
+    // journal knows it.
+    identity.id = m_journal.DatabaseId();
+    if (WriteWholeFile(m_baseFiles, lockPath, identity.Encode(), true)) return true;
+    return FailFromFileError(DatabaseProblem::WriteFailed, lockPath);
+}
+
+// Removes copies that a compaction, a conversion or a checkpoint had not finished, and
+// converts data files of version 1. Only files of this database are touched: others may lie in
+// the folder, whatever their names end in. Before the stores open, since they open in one bracket
+// and a bracket renames one file.
+bool CDatabaseManager::TidyDataFiles(const DatabaseSchema& schema) {
+    std::vector<std::string> names;
+    if (!m_baseFiles.List(m_folder, names)) {
+        return FailFromFileError(DatabaseProblem::ReadFailed, m_folder);
+    }
+    const std::set<std::string> present(names.begin(), names.end());
+    const auto removeLeftover = [&](const std::string& name) {
+        if (present.contains(name)) (void)m_baseFiles.Remove(m_folder + name);
+    };
+    removeLeftover(std::string(kChecksumsName) + ".new");
+    for (const std::string& name : schema.DataFiles()) {
+        removeLeftover(name + "_tmp");
+        const std::string path = m_folder + name;
+        if (!present.contains(name) || !CDataStore::IsVersion1(m_baseFiles, path)) continue;
+        CDataStore store(m_journal);
+        store.SetPath(CKeelString(path));
+        if (!store.Open() || !store.IsOpen()) {
+            return FailFromFileError(DatabaseProblem::WriteFailed, path);
+        }
+    }
+    return true;
+}
+
+bool CDatabaseManager::ReadSchema(DatabaseSchema& schema) {
+    const std::string schemaPath = m_folder + DatabaseSchema::kFileName;
+    if (m_journal.Exists(schemaPath)) {
+        std::vector<uint8_t> bytes;
+        if (!ReadWholeFile(m_journal, schemaPath, bytes)) {
+            return FailFromFileError(DatabaseProblem::ReadFailed, schemaPath);
+        }
+        switch (DatabaseSchema::Decode(bytes, schema)) {
+            case DatabaseSchema::DecodeResult::Ok:
+                break;
+            case DatabaseSchema::DecodeResult::NewerVersion:
+                return Fail(DatabaseProblem::NewerVersion, schemaPath);
+            case DatabaseSchema::DecodeResult::NotASchema:
+                return Fail(DatabaseProblem::NotADatabase, schemaPath);
+            case DatabaseSchema::DecodeResult::Damaged:
+                return Fail(DatabaseProblem::DamagedFile, schemaPath);
+        }
+        // They were made together with the schema: new ones would hide the loss.
+        for (const char* suffix : {"_blobdict", "_blobdata"}) {
+            const std::string path = WithSuffix(schemaPath, suffix);
+            if (!m_journal.Exists(path)) return Fail(DatabaseProblem::DamagedFile, path);
+        }
+    } else if (m_journal.Exists(m_folder + "DatabaseSchema_blobdict.dat")) {
+        // Tables without the list of them would look like an empty ledger.
+        return Fail(DatabaseProblem::DamagedFile, schemaPath);
+    }
+    return true;
+}
+
+bool CDatabaseManager::OpenStores(const DatabaseSchema& schema) {
+    const std::string schemaPath = m_folder + DatabaseSchema::kFileName;
+    m_nextTableNumber = schema.nextTableNumber;
+    for (const DatabaseSchema::Table& table : schema.tables) {
+        if (!OpenTable(table.number, table.name)) return false;
+    }
+    m_blobs = std::make_unique<CBLOBManager>(m_journal);
+    m_blobs->SetBasePath(schemaPath);
+    if (!m_blobs->Open()) {
+        return FailFromDamage(
+            WithSuffix(schemaPath, m_blobs->Dictionary().IsOpen() ? "_blobdata" : "_blobdict"));
+    }
+    return m_journal.Exists(schemaPath) || (SyncOwnName() && SaveSchema());
+}
+
+// The folder of a new database may have been made by somebody who did not get so far.
+bool CDatabaseManager::SyncOwnName() {
+    if (m_baseFiles.SyncFolder(ParentFolder(m_folder))) return true;
+    return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
+}
+
+bool CDatabaseManager::OpenTable(int32_t number, const std::string& name) {
+    auto table = std::make_unique<CTableManager>(m_journal, m_lock, m_folder, number);
+    if (!table->Create(name)) return false;
+    if (!table->Open()) return FailFromDamage(table->FailedFile());
+    m_tables.push_back(std::move(table));
+    return true;
+}
+
+void CDatabaseManager::CloseStores() {
+    m_rowTable = nullptr;
+    // The stores' last headers are one commit; when it fails they are rebuilt on opening.
+    CBracketScope bracket(m_journal);
+    for (const auto& table : m_tables) table->Close();
+    if (m_blobs) m_blobs->Close();
+    if (bracket.Begun()) (void)bracket.Commit();
+    DropStores();
+}
+
+void CDatabaseManager::DropStores() {
+    m_rowTable = nullptr;
+    (void)FalseWhenOutOfMemory([this] {
+        for (const auto& table : m_tables) {
+            const std::vector<std::string>& names = table->RebuiltIndexes();
+            m_rebuiltIndexes.insert(m_rebuiltIndexes.end(), names.begin(), names.end());
+        }
+        return true;
+    });
+    m_tables.clear();
+    m_blobs.reset();
+}
+
+std::vector<std::string> CDatabaseManager::RebuiltIndexes() {
+    const CLockScope lock(m_lock);
+    std::vector<std::string> names;
+    (void)Guarded([&] {
+        names = m_rebuiltIndexes;
+        for (const auto& table : m_tables) {
+            const std::vector<std::string>& more = table->RebuiltIndexes();
+            names.insert(names.end(), more.begin(), more.end());
+        }
+        std::sort(names.begin(), names.end());
+        names.erase(std::unique(names.begin(), names.end()), names.end());
+        return true;
+    });
+    return names;
+}
+
+bool CDatabaseManager::Close() {
+    const CLockScope lock(m_lock);
+    if (!m_open) return false;
+    while (m_journal.InBracket()) RollbackBatch();
+    const bool flushed = Flush();
+    CloseStores();
+    const bool emptied = m_journal.Detach();
+    m_folderLock.reset();
+    m_folder.clear();
+    m_open = false;
+    m_flushTimer.Stop();
+    m_removeDeletedTimer.Stop();
+    return flushed && emptied;
+}
+
+// --- brackets
+
+bool CDatabaseManager::BeginBatch() {
+    const CLockScope lock(m_lock);
+    if (!m_journal.IsAttached()) return false;
+    if (m_journal.BeginBracket()) return true;
+    NoteBracketFailure();
+    return false;
+}
+
+bool CDatabaseManager::CommitBatch() {
+    const CLockScope lock(m_lock);
+    if (!m_journal.IsAttached()) return false;
+    const bool committed = Guarded([&] { return m_journal.CommitBracket(); });
+    if (!committed) NoteBracketFailure();
+    ReloadIfStale();
+    return committed;
+}
+
+void CDatabaseManager::RollbackBatch() {
+    const CLockScope lock(m_lock);
+    m_journal.RollbackBracket();
+    ReloadIfStale();
+}
+
+void CDatabaseManager::NoteBracketFailure() {
+    switch (m_journal.FailureKind()) {
+        case FileError::NoSpace:
+            (void)Fail(DatabaseProblem::DiskFull, m_folder);
+            break;
+        case FileError::NoPermission:
+            (void)Fail(DatabaseProblem::NoPermission, m_folder);
+            break;
+        case FileError::NoMemory:
+            (void)Fail(DatabaseProblem::OutOfMemory, {});
+            break;
+        default:
+            (void)Fail(DatabaseProblem::WriteFailed, m_folder);
+            break;
+    }
+}
+
+void CDatabaseManager::ReloadIfStale() {
+    const bool lost = m_journal.HasLostParticipant() && !m_tables.empty();
+    if (m_journal.InBracket() || !(m_schemaParticipant.stale || lost)) return;
+    m_schemaParticipant.stale = false;
+    DropStores();
+    m_journal.ForgetLostParticipants();
+    const bool reopened = Guarded([&] {
+        DatabaseSchema schema;
+        return ReadSchema(schema) && OpenStores(schema);
+    });
+    if (reopened) return;
+    // Tables that are missing here are not missing on the disk: write nothing any more.
+    DropStores();
+    m_journal.Break();
+}
+
+void CDatabaseManager::NoteSchemaChange() {
+    m_journal.Join(m_schemaParticipant);
+    m_schemaChangeTime = NowFileTime();
+}
+
+// --- schema
+
+CTableManager* CDatabaseManager::FindTable(std::string_view name) {
+    const CLockScope lock(m_lock);
+    for (const auto& table : m_tables) {
+        if (table->Name().View() == name) return table.get();
+    }
+    return nullptr;
+}
+
+bool CDatabaseManager::SaveSchema() {
+    DatabaseSchema schema;
+    schema.nextTableNumber = m_nextTableNumber;
+    for (const auto& table : m_tables) {
+        schema.tables.push_back(
+            {table->Number(), table->Name().ToUtf8(), FileNameOf(table->DefinitionPath())});
+    }
+    return WriteWholeFile(m_journal, m_folder + DatabaseSchema::kFileName, schema.Encode());
+}
+
+CTableManager* CDatabaseManager::CreateTable(std::string_view name) {
+    const CLockScope lock(m_lock);
+    if (!m_open || !ColumnDefinition::IsName(name) || FindTable(name) ||
+        m_nextTableNumber == std::numeric_limits<int32_t>::max()) {
+        return nullptr;
+    }
+    const bool created = InBracket([&] {
+        NoteSchemaChange();
+        auto table =
+            std::make_unique<CTableManager>(m_journal, m_lock, m_folder, m_nextTableNumber);
+        if (!table->Create(name)) return false;
+        ++m_nextTableNumber;
+        m_tables.push_back(std::move(table));
+        return SaveSchema();
+    });
+    return created ? FindTable(name) : nullptr;
+}
+
+bool CDatabaseManager::AddColumn(std::string_view table, std::string_view column, ColumnType type,
+                                 bool indexed, bool indexAttribute) {
+    const CLockScope lock(m_lock);
+    CTableManager* target = FindTable(table);
+    if (!target) return false;
+    return InBracket([&] {
+        NoteSchemaChange();
+        return target->AddColumn(column, type, indexed, indexAttribute);
+    });
+}
+
+bool CDatabaseManager::HasColumn(std::string_view table, std::string_view column) {
+    const CLockScope lock(m_lock);
+    const CTableManager* target = FindTable(table);
+    return target && target->FindColumn(column);
+}
+
+bool CDatabaseManager::RemoveColumn(std::string_view table, std::string_view column) {
+    const CLockScope lock(m_lock);
+    CTableManager* target = FindTable(table);
+    if (!target || !target->FindColumn(column)) return false;
+    const bool removed = InBracket([&] {
+        NoteSchemaChange();
+        return target->RemoveColumn(column);
+    });
+    // The texts of the column are gone from the rows; their room goes now, unless a
+    // bracket around this one may still bring them back.
+    if (removed && !m_journal.InBracket()) {
+        (void)Guarded([&] { return FindTable(table)->RemoveDeleted(); });
+    }
+    return removed;
+}
+
+bool CDatabaseManager::RemoveTable(std::string_view name) {
+    const CLockScope lock(m_lock);
+    const auto found = std::find_if(m_tables.begin(), m_tables.end(), [&](const auto& table) {
+        return table->Name().View() == name;
+    });
+    if (found == m_tables.end()) return false;
+    m_rowTable = nullptr;
+    return InBracket([&] {
+        NoteSchemaChange();
+        if (!(*found)->DeleteFiles()) return false;
+        m_tables.erase(found);
+        return SaveSchema();
+    });
+}
+
+// --- upkeep
+
+bool CDatabaseManager::WriteStoreStates() {
+    for (const auto& table : m_tables) {
+        if (!table->Flush()) return false;
+    }
+    return m_blobs && m_blobs->Flush();
+}
+
+bool CDatabaseManager::Flush() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    if (!InBracket([&] { return WriteStoreStates(); })) return false;
+    if (m_journal.Checkpoint()) return true;
+    return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
+}
+
+bool CDatabaseManager::RemoveDeleted() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    const bool removed = Guarded([&] {
+        for (const auto& table : m_tables) {
+            if (table->NeedsCompaction() && !table->RemoveDeleted()) return false;
+        }
+        return m_blobs && m_blobs->Compact();
+    });
+    ReloadIfStale();
+    return removed;
+}
+
+bool CDatabaseManager::RebuildIndexes() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    const bool rebuilt = InBracket([&] {
+        return std::all_of(m_tables.begin(), m_tables.end(),
+                           [](const auto& table) { return table->RebuildIndexes(); });
+    });
+    return rebuilt && Flush();
+}
+
+IntegrityCode CDatabaseManager::Verify(std::vector<TableIntegrity>& tables) {
+    const CLockScope lock(m_lock);
+    tables.clear();
+    if (!m_open) return IntegrityCode::General;
+    const bool looked = Guarded([&] {
+        for (const auto& table : m_tables) {
+            TableIntegrity result;
+            result.table = table->Name().ToUtf8();
+            result.rows = table->RowCount();
+            result.code = table->Verify(result.detail);
+            tables.push_back(std::move(result));
+        }
+        // A line of its own only when there is something to say.
+        TableIntegrity blobs;
+        blobs.table = "BLOBs";
+        blobs.rows = m_blobs ? m_blobs->Dictionary().LiveCount() : 0;
+        blobs.code = m_blobs
+                         ? CheckStoreBlocks(m_blobs->Dictionary(), m_blobs->Data(), blobs.detail)
+                         : IntegrityCode::General;
+        if (blobs.code != IntegrityCode::Ok) tables.push_back(std::move(blobs));
+        return true;
+    });
+    if (!looked) {
+        tables.clear();
+        return IntegrityCode::General;
+    }
+    const auto damaged = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
+        return table.code != IntegrityCode::Ok;
+    });
+    return damaged == tables.end() ? IntegrityCode::Ok : damaged->code;
+}
+
+bool CDatabaseManager::VerifyPages(std::vector<PageDamage>& damage) {
+    const CLockScope lock(m_lock);
+    damage.clear();
+    return m_open && Guarded([&] { return m_journal.CheckPages(damage); });
+}
+
+bool CDatabaseManager::AcceptPages() {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return false;
+    return Flush() && Guarded([&] { return m_journal.AcceptPages(); });
+}
+
+bool CDatabaseManager::ListFiles(std::vector<std::string>& names) {
+    const CLockScope lock(m_lock);
+    names.clear();
+    if (!m_open) return false;
+    return Guarded([&] {
+        for (const char* name :
+             {"DatabaseSchema.dat", "DatabaseSchema_blobdict.dat", "DatabaseSchema_blobdata.dat",
+              "DatabaseSchema_blobdata_del.dat"}) {
+            if (m_journal.Exists(m_folder + name)) names.emplace_back(name);
+        }
+        for (const auto& table : m_tables) table->ListFiles(names);
+        std::sort(names.begin(), names.end());
+        return true;
+    });
+}
+
+// --- timers
+
+void CDatabaseManager::RunTimers(int64_t nowMs) {
+    const CLockScope lock(m_lock);
+    if (!m_open || m_journal.InBracket()) return;
+    m_flushTimer.Run(nowMs);
+    m_removeDeletedTimer.Run(nowMs);
+}
+
+}  // namespace quillon
