@@ -2,8 +2,8 @@
 #include <set>
 
 #include "cli/CliFixture.h"
-#include "cli/DemoHousehold.h"
 #include "finance/ledger/Balance.h"
+#include "sample/DemoHousehold.h"
 
 namespace quillon {
 namespace {

@@ -333,8 +333,8 @@ TEST_F(Ledger, Categories) {
         const char* moveTo;
         LedgerStatus status;
     } refused[] = {
-        {"Food", nullptr, LedgerStatus::CategoryUsed},
-        {"Food", "Food", LedgerStatus::SameCategory},
+        {"Food", nullptr, LedgerStatus::StillUsed},
+        {"Food", "Food", LedgerStatus::SameTarget},
         {"Food", "Transfer", LedgerStatus::CategoryReserved},
         {"Food", "Adjustment", LedgerStatus::CategoryReserved},
         {"Transfer", "Food", LedgerStatus::CategoryKept},
@@ -817,6 +817,40 @@ TEST_F(LedgerImport, AFullDiskStopsAtABatchBoundary) {
     EXPECT_EQ(Rows(), 4);
     EXPECT_EQ(Balance(account), -4);
     ExpectSound();
+}
+
+// What holds for categories holds for payees, but that the program keeps none for itself.
+TEST_F(Ledger, Payees) {
+    const int64_t account = Open("Checking", AccountType::Checking);
+    CPayeeEntry shop;
+    CPayeeEntry store;
+    ASSERT_EQ(ledger.AddPayee("Shop", shop), LedgerStatus::Ok);
+    ASSERT_EQ(ledger.AddPayee("Store", store), LedgerStatus::Ok);
+    EXPECT_EQ(ledger.AddPayee("Shop", store), LedgerStatus::NameTaken);
+    EXPECT_EQ(ledger.AddPayee("", store), LedgerStatus::NameMissing);
+    CTransactionEntry row = Row(account, TransactionType::Payment, 1);
+    row.payeeId = shop.id;
+    ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
+    CMemorizedTransactionEntry monthly;
+    monthly.payeeId = shop.id;
+    ASSERT_TRUE(database.AddMemorizedTransaction(monthly));
+
+    EXPECT_EQ(ledger.RenamePayee(shop.id, "Store"), LedgerStatus::NameTaken);
+    EXPECT_EQ(ledger.RenamePayee(99, "Market"), LedgerStatus::NoSuchPayee);
+    EXPECT_EQ(ledger.RemovePayee(shop.id), LedgerStatus::StillUsed);
+    EXPECT_EQ(ledger.RemovePayee(shop.id, shop.id), LedgerStatus::SameTarget);
+    EXPECT_EQ(ledger.RemovePayee(shop.id, 99), LedgerStatus::NoSuchPayee);
+    int64_t uses = 0;
+    ASSERT_TRUE(ledger.CountPayeeUses(shop.id, uses));
+    EXPECT_EQ(uses, 2);
+
+    EXPECT_EQ(ledger.RemovePayee(shop.id, store.id), LedgerStatus::Ok);
+    EXPECT_EQ(database.FindPayeeId("Shop"), kNoRow);
+    ASSERT_TRUE(database.ReadTransaction(row.id, row));
+    EXPECT_EQ(row.payeeId, store.id);
+    COwnedList<CMemorizedTransactionEntry> memorized;
+    ASSERT_TRUE(database.ListMemorizedTransactionsByPayee(store.id, memorized));
+    EXPECT_EQ(memorized.Count(), 1);
 }
 
 }  // namespace

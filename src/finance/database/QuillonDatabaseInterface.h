@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "finance/database/Lookup.h"
 #include "finance/records/FinanceRecords.h"
@@ -79,6 +80,17 @@ public:
     bool IsOpen() const { return m_database.IsOpen(); }
     CDatabaseManager& Database() { return m_database; }
     const CDatabaseManager& Database() const { return m_database; }
+    // With a separator at its end; empty when closed.
+    const std::string& Folder() const { return m_database.Folder(); }
+    // Why the last operation failed, and the file concerned, or empty.
+    DatabaseProblem Problem() const { return m_database.Problem(); }
+    const std::string& ProblemDetail() const { return m_database.ProblemDetail(); }
+    // See CDatabaseManager::RebuiltIndexes.
+    std::vector<std::string> RebuiltIndexes() { return m_database.RebuiltIndexes(); }
+    int64_t TableCount() const { return static_cast<int64_t>(m_database.Tables().size()); }
+    // Writes a backup, sealed with the ledger's password where it has one: see BackupWriter.h.
+    BackupCode Backup(const std::string& path, BackupReport& report,
+                      const BackupOptions& options = {});
     // Runs the store's timers when they are due; `nowMs` is any steady clock.
     void RunTimers(int64_t nowMs);
 

@@ -429,7 +429,7 @@ bool CImportManager::FailStored(int64_t committed) {
     const int64_t wanted = m_result.read;
     m_result.imported = committed;
     std::string reason = "The database cannot be written";
-    if (m_database.Database().Problem() == DatabaseProblem::DiskFull) reason = "The disk is full";
+    if (m_database.Problem() == DatabaseProblem::DiskFull) reason = "The disk is full";
     reason += ": " + std::to_string(committed) + " of " + std::to_string(wanted) +
               " transactions were entered and stay.";
     if (committed > 0 || IdentifierUse() == Identifiers::Kept) {
