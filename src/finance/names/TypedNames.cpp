@@ -116,6 +116,7 @@ std::vector<std::string> NearNames(std::string_view wanted, const std::vector<st
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     near.resize(std::min(near.size(), kMostNear));
     std::vector<std::string> nearest;
+    nearest.reserve(near.size());
     for (const auto& [remoteness, name] : near) nearest.push_back(*name);
     return nearest;
 }
