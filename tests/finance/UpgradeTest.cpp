@@ -1,9 +1,9 @@
 // Databases as older releases wrote them, built through the store itself.
 
 #include <functional>
-#include <sstream>
 
 #include "FinanceFixture.h"
+#include "support/SampleStore.h"
 
 namespace quillon {
 namespace {
@@ -12,20 +12,13 @@ class FinanceUpgrade : public testing::Test {
 protected:
     static constexpr const char* kFolder = "ledger";
 
-    // Makes the table with its stamps. Columns are "Name/0/i": type, and i when it is indexed.
+    // Makes the table with its stamps.
     void MakeTable(const char* name, const std::string& columns) {
         ASSERT_TRUE(store.CreateTable(name));
         ASSERT_TRUE(store.FindTable(name)->SkipRowIdsBelow(1));
-        for (const char* stamp : {kCreationStampColumn, kModificationStampColumn}) {
-            ASSERT_TRUE(store.AddColumn(name, stamp, ColumnType::DateTime, false, false));
-        }
-        std::istringstream words(columns);
-        for (std::string column; words >> column;) {
-            const size_t slash = column.find('/');
-            const auto type = static_cast<ColumnType>(column.at(slash + 1) - '0');
-            ASSERT_TRUE(store.AddColumn(name, column.substr(0, slash), type, column.ends_with("/i"),
-                                        false));
-        }
+        const std::string stamps =
+            std::string(kCreationStampColumn) + "/5 " + kModificationStampColumn + "/5 ";
+        ASSERT_TRUE(AddColumns(store, name, stamps + columns));
     }
 
     int64_t AddRow(const char* table, const std::function<void()>& set) {

@@ -4,6 +4,7 @@
 
 #include "QueryFixture.h"
 #include "query/NoSQLEvaluator.h"
+#include "support/SampleStore.h"
 
 namespace quillon {
 namespace {
@@ -27,11 +28,7 @@ protected:
         ASSERT_GE(database.CommitRow(), 0);
 
         ASSERT_NE(database.CreateTable("Transactions"), nullptr);
-        ASSERT_TRUE(
-            database.AddColumn("Transactions", "AccountID", ColumnType::Int64, true, false));
-        ASSERT_TRUE(
-            database.AddColumn("Transactions", "ServiceDate", ColumnType::DateTime, true, true));
-        ASSERT_TRUE(database.AddColumn("Transactions", "Memo", ColumnType::Text, false, false));
+        ASSERT_TRUE(AddColumns(database, "Transactions", "AccountID/3/i ServiceDate/5/i+ Memo/0"));
         for (int64_t day = 0; day < 20; ++day) {
             ASSERT_TRUE(database.BeginRow("Transactions"));
             ASSERT_TRUE(database.SetInt64("AccountID", day % 2));
