@@ -21,10 +21,4 @@ std::string AbsolutePath(const std::string& path);
 // Empty when the variable is not set.
 std::string EnvironmentVariable(const std::string& name);
 
-// '\\' on Windows and '/' elsewhere.
-char FolderSeparator();
-// `folder` and `name` with one separator between them; `name` alone when
-// `folder` is empty.
-std::string JoinPath(const std::string& folder, const std::string& name);
-
 }  // namespace quillon
