@@ -30,7 +30,7 @@ auto Given(Make make) {
 // --- below the finance layer
 
 bool MakeItems(CDatabaseManager& store) {
-    CBatchScope batch(store);
+    CBracketScope batch(store);
     return batch.Begun() && store.CreateTable("Items") &&
            store.AddColumn("Items", "Name", ColumnType::Text, true, true) &&
            store.AddColumn("Items", "Count", ColumnType::Int32, true, false) &&
@@ -122,7 +122,7 @@ StoreWorkload SingleCommits() {
 StoreWorkload Batches() {
     const auto batch = [](CDatabaseManager& store) {
         const auto blob = Given([] { return Text("c"); });
-        CBatchScope scope(store);
+        CBracketScope scope(store);
         return scope.Begun() && store.DeleteRow("Items", 0) && AddItem(store, 7) &&
                ChangeItem(store, 4, 6) && store.AddBlob(blob) >= 0 && store.DeleteBlob(0) &&
                AddItem(store, 17) && scope.Commit();
@@ -148,7 +148,7 @@ StoreWorkload Schema() {
     const auto removeColumn = [](auto& store) { return store.RemoveColumn("Items", "Notes"); };
     const auto makeTable = [](auto& store) {
         const auto text = Given([] { return CKeelString("x"); });
-        CBatchScope batch(store);
+        CBracketScope batch(store);
         return batch.Begun() && store.CreateTable("Second") &&
                store.AddColumn("Second", "Text", ColumnType::Text, true, false) &&
                store.BeginRow("Second") && store.SetText("Text", text) && store.CommitRow() == 0 &&

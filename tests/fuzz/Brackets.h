@@ -21,7 +21,7 @@ void RunBrackets(CJournal& journal, CInput& steps, Model& model, Apply apply, Ch
         if (plan < 0x80) {
             FUZZ_CHECK(scope.Commit(), "a bracket commits");
         } else {
-            journal.RollbackBracket();
+            journal.RollbackBatch();
             (void)scope.Commit();
             model = before;
         }

@@ -114,7 +114,7 @@ void Work(CDatabaseManager& database, uint8_t plan) {
         FUZZ_CHECK(ContentOf(database, kBlobIds) == before, "rebuilding indexes changes no row");
     }
     if ((plan & 8) != 0) {
-        CBatchScope batch(database);
+        CBracketScope batch(database);
         (void)database.DeleteRow("Ledger", 2);
         (void)database.AddBlob(Text("another"));
         if ((plan & 16) != 0) (void)batch.Commit();

@@ -103,7 +103,7 @@ protected:
     }
 
     void AddRows(int count) {
-        CBatchScope batch(database);
+        CBracketScope batch(database);
         for (int i = 0; i < count; ++i) {
             const Cell cell = RandomCell();
             ASSERT_TRUE(database.BeginRow("Sample"));
@@ -117,7 +117,7 @@ protected:
 
     // Deletes every third row and rewrites every third of the others.
     void ChangeRows() {
-        CBatchScope batch(database);
+        CBracketScope batch(database);
         int turn = 0;
         for (auto row = m_rows.begin(); row != m_rows.end();) {
             ++turn;

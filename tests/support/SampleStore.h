@@ -97,7 +97,7 @@ inline bool AddColumns(CDatabaseManager& database, const char* table, const std:
 
 // "Ledger": every type. A memo that is not indexed can be damaged unnoticed.
 inline bool MakeLedgerTable(CDatabaseManager& database, bool memoIndexed = false) {
-    CBatchScope batch(database);
+    CBracketScope batch(database);
     return database.CreateTable("Ledger") &&
            AddColumns(database, "Ledger",
                       "Name/0/i+ Open/1/i Check/2/i+ Account/3/i Amount/4/i+ Date/5/i+ Memo/0" +

@@ -266,24 +266,14 @@ private:
 class CFinanceBatch {
 public:
     explicit CFinanceBatch(CQuillonDatabaseInterface& database)
-        : m_section(database), m_database(database), m_begun(database.BeginBatch()) {}
-    ~CFinanceBatch() {
-        if (m_begun) m_database.RollbackBatch();
-    }
-    CFinanceBatch(const CFinanceBatch&) = delete;
-    CFinanceBatch& operator=(const CFinanceBatch&) = delete;
+        : m_section(database), m_bracket(database) {}
 
-    bool Begun() const { return m_begun; }
-    [[nodiscard]] bool Commit() {
-        if (!m_begun) return false;
-        m_begun = false;
-        return m_database.CommitBatch();
-    }
+    bool Begun() const { return m_bracket.Begun(); }
+    [[nodiscard]] bool Commit() { return m_bracket.Commit(); }
 
 private:
     CFinanceSection m_section;
-    CQuillonDatabaseInterface& m_database;
-    bool m_begun;
+    CBracketScope<CQuillonDatabaseInterface> m_bracket;
 };
 
 }  // namespace quillon

@@ -6,6 +6,9 @@ namespace quillon {
 
 // Where things lie on this machine. Paths are UTF-8, absolute and without a
 // separator at the end (but for a root folder); empty when the machine does not say.
+//
+//   Errors   An empty text. Nothing here throws but std::bad_alloc.
+//   Threads  Any, as long as nobody changes the environment meanwhile.
 
 // The folder of the running program.
 std::string ExecutableFolder();
