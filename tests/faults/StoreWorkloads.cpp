@@ -336,7 +336,7 @@ WorkStep ImportFile(const char* name, const char* path, DialectMode dialect, boo
         });
         ImportOptions options;
         options.dialect = dialect;
-        options.dryRun = options.keepRows = dryRun;
+        options.dryRun = dryRun;
         import->SetOptions(options);
         const ImportResult result = import->Import();
         const CAllocationPause pause;
