@@ -3,6 +3,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <map>
 #include <random>
 #include <thread>
 
@@ -481,52 +482,34 @@ TEST_F(Ledger, SidesAreToldByTheirEffects) {
     const int64_t savings = Open("Savings", AccountType::Savings);
     const int64_t broker = Open("Broker", AccountType::Investment);
     const int64_t card = Open("Card", AccountType::Credit);
-    struct Entered {
-        int64_t account;
-        TransactionType type;
-        size_t other;  // place in the row, or the row's own when it has none
-    };
+    const std::map<char, int64_t> accounts = {
+        {'C', checking}, {'S', savings}, {'B', broker}, {'V', card}};
     using T = TransactionType;
+    const std::map<char, T> types = {
+        {'p', T::Payment}, {'d', T::Deposit}, {'c', T::Charge}, {'t', T::Transfer}};
     const struct {
         const char* name;
-        std::vector<Entered> rows;
+        // Account, type, and the place of the other side, its own where it has none.
+        std::vector<std::string> rows;
     } cases[] = {
-        {"payment and payment", {{checking, T::Payment, 1}, {card, T::Payment, 0}}},
-        {"two go out", {{checking, T::Transfer, 0}, {savings, T::Payment, 1}}},
-        {"two come in", {{card, T::Payment, 0}, {savings, T::Deposit, 1}}},
-        {"one account", {{checking, T::Transfer, 0}, {checking, T::Deposit, 1}}},
-        {"one after the other",
-         {{checking, T::Payment, 3},
-          {checking, T::Payment, 2},
-          {savings, T::Deposit, 1},
-          {savings, T::Deposit, 0}}},
-        {"there and back",
-         {{checking, T::Payment, 2},
-          {checking, T::Deposit, 3},
-          {savings, T::Deposit, 0},
-          {savings, T::Payment, 1}}},
-        {"equal transfers",
-         {{checking, T::Transfer, 1},
-          {savings, T::Deposit, 0},
-          {checking, T::Transfer, 3},
-          {broker, T::Deposit, 2},
-          {checking, T::Transfer, 5},
-          {savings, T::Deposit, 4}}},
-        {"one side is left alone",
-         {{checking, T::Transfer, 1},
-          {savings, T::Deposit, 0},
-          {checking, T::Transfer, 2},
-          {checking, T::Transfer, 4},
-          {savings, T::Deposit, 3}}},
-        {"the closest",
-         {{checking, T::Transfer, 0}, {card, T::Charge, 2}, {savings, T::Deposit, 1}}},
+        {"payment and payment", {"Cp1", "Vp0"}},
+        {"two go out", {"Ct0", "Sp1"}},
+        {"two come in", {"Vp0", "Sd1"}},
+        {"one account", {"Ct0", "Cd1"}},
+        {"one after the other", {"Cp3", "Cp2", "Sd1", "Sd0"}},
+        {"there and back", {"Cp2", "Cd3", "Sd0", "Sp1"}},
+        {"equal transfers", {"Ct1", "Sd0", "Ct3", "Bd2", "Ct5", "Sd4"}},
+        {"one side is left alone", {"Ct1", "Sd0", "Ct2", "Ct4", "Sd3"}},
+        {"the closest", {"Ct0", "Vc2", "Sd1"}},
     };
+    const auto otherOf = [](const std::string& row) { return static_cast<size_t>(row[2] - '0'); };
     int day = 1;
     for (const auto& test : cases) {
         SCOPED_TRACE(test.name);
         std::vector<int64_t> ids;
-        for (const Entered& entered : test.rows) {
-            CTransactionEntry row = Row(entered.account, entered.type, 40, Day(2024, 7, day));
+        for (const std::string& entered : test.rows) {
+            CTransactionEntry row =
+                Row(accounts.at(entered[0]), types.at(entered[1]), 40, Day(2024, 7, day));
             row.categoryId = database.FindOrAddCategory("Transfer");
             ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
             ids.push_back(row.id);
@@ -536,13 +519,13 @@ TEST_F(Ledger, SidesAreToldByTheirEffects) {
             CTransactionEntry other;
             const CLookup found = ledger.FindOtherTransferSide(ids[i], other);
             EXPECT_FALSE(found.HasFailed());
-            EXPECT_EQ(found ? other.id : ids[i], ids[test.rows[i].other]) << i;
+            EXPECT_EQ(found ? other.id : ids[i], ids[otherOf(test.rows[i])]) << i;
         }
         // A row that has no other side goes alone.
-        const int64_t before = Rows();
-        ASSERT_EQ(ledger.RemoveTransaction(ids[2 % ids.size()], TransferSides::Both),
-                  LedgerStatus::Ok);
-        EXPECT_EQ(Rows(), before - (test.rows[2 % ids.size()].other == 2 % ids.size() ? 1 : 2));
+        const size_t gone = 2 % ids.size();
+        const int64_t left = Rows() - (otherOf(test.rows[gone]) == gone ? 1 : 2);
+        ASSERT_EQ(ledger.RemoveTransaction(ids[gone], TransferSides::Both), LedgerStatus::Ok);
+        EXPECT_EQ(Rows(), left);
     }
 }
 
