@@ -10,16 +10,10 @@
 #include <cstdlib>
 #include <thread>
 
-#include "foundation/FileSystem.h"
+#include "support/TemporaryFolder.h"
 
 namespace quillon {
 namespace {
-
-std::string TextOf(const std::string& path) {
-    std::vector<uint8_t> bytes;
-    (void)ReadWholeFile(PlatformFileSystem(), path, bytes);
-    return {bytes.begin(), bytes.end()};
-}
 
 // Between fork and exec: only calls that are safe there.
 [[noreturn]] void Become(const std::vector<char*>& words, const char* out, const char* err) {
@@ -72,12 +66,8 @@ CChild::End CChild::Wait() {
     return m_status == 127 ? End::NotStarted : End::Exited;
 }
 
-std::string CChild::Output() const {
-    return TextOf(m_folder + "/out.txt");
-}
-
 std::string CChild::Errors() const {
-    return TextOf(m_folder + "/err.txt");
+    return TextOfFile(m_folder + "/err.txt");
 }
 
 void SleepMicroseconds(int64_t microseconds) {

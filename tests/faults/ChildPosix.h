@@ -22,14 +22,12 @@ public:
     CChild& operator=(const CChild&) = delete;
 
     bool Started() const { return m_process > 0; }
-    pid_t Process() const { return m_process; }
     void Kill();
 
     enum class End { Exited, Killed, NotStarted };
     // Waits for its end; `Status()` is its exit status then.
     End Wait();
     int Status() const { return m_status; }
-    std::string Output() const;
     std::string Errors() const;
 
 private:

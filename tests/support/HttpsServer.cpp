@@ -4,21 +4,8 @@
 #include <filesystem>
 #include <sstream>
 #include <thread>
-#include <vector>
-
-#include "foundation/FileSystem.h"
 
 namespace quillon {
-
-namespace {
-
-std::string TextOf(const std::string& path) {
-    std::vector<uint8_t> bytes;
-    (void)ReadWholeFile(PlatformFileSystem(), path, bytes);
-    return {bytes.begin(), bytes.end()};
-}
-
-}  // namespace
 
 CHttpsServer::CHttpsServer() {
     using namespace std::chrono;
@@ -29,7 +16,7 @@ CHttpsServer::CHttpsServer() {
            steady_clock::now() < giveUp) {
         std::this_thread::sleep_for(milliseconds(10));
     }
-    std::istringstream ports(TextOf(m_folder.File("ports")));
+    std::istringstream ports(TextOfFile(m_folder.File("ports")));
     std::string name;
     for (uint16_t port = 0; ports >> name >> port;) m_ports[name] = port;
 }
@@ -41,7 +28,7 @@ CHttpsServer::~CHttpsServer() {
 }
 
 std::string CHttpsServer::Messages() const {
-    return TextOf(m_folder.File("messages"));
+    return TextOfFile(m_folder.File("messages"));
 }
 
 uint16_t CHttpsServer::Port(const std::string& name) const {
@@ -50,7 +37,7 @@ uint16_t CHttpsServer::Port(const std::string& name) const {
 }
 
 std::string CHttpsServer::Requests() const {
-    return TextOf(m_folder.File("requests"));
+    return TextOfFile(m_folder.File("requests"));
 }
 
 }  // namespace quillon

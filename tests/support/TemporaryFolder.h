@@ -4,6 +4,7 @@
 #include <random>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "foundation/FileSystem.h"
 
@@ -39,5 +40,12 @@ public:
 private:
     std::filesystem::path m_path;
 };
+
+// Empty where it cannot be read.
+inline std::string TextOfFile(const std::string& path) {
+    std::vector<uint8_t> bytes;
+    (void)ReadWholeFile(PlatformFileSystem(), path, bytes);
+    return {bytes.begin(), bytes.end()};
+}
 
 }  // namespace quillon
