@@ -110,6 +110,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 // The target's entry, which hands its input to `check`.
 #define FUZZ_ENTRY(check)                                                     \
     extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) { \
-        check({data, size});                                                  \
+        (check)({data, size});                                                \
         return 0;                                                             \
     }
