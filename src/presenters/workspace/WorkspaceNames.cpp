@@ -1,0 +1,113 @@
+// Changes of accounts, categories and payees.
+
+#include "presenters/workspace/WorkspaceWork.h"
+
+namespace quillon {
+
+LedgerStatus CWorkspace::OpenAccount(CAccountEntry& account, double openingBalance, int64_t date,
+                                     const std::string& label) {
+    CAccountEntry opened(account);
+    const LedgerStatus done =
+        Perform(label, "New account '" + account.name.ToUtf8() + "'", [&](ChangeNotice& notice) {
+            const LedgerStatus status = m_ledger.OpenAccount(opened, openingBalance, date);
+            if (status != LedgerStatus::Ok) return status;
+            COwnedList<CTransactionEntry> rows;
+            if (!m_database.ListTransactionsByAccount(opened.id, rows)) {
+                return LedgerStatus::StoreFailed;
+            }
+            for (const CTransactionEntry& row : rows) notice.AddRow(RowChange::Added, row);
+            notice.accountTable = true;
+            notice.categoryTable = !rows.IsEmpty();  // "Adjustment" may be new
+            notice.AddAccount(opened.id);
+            return LedgerStatus::Ok;
+        });
+    if (done == LedgerStatus::Ok) account = opened;
+    return done;
+}
+
+LedgerStatus CWorkspace::ChangeAccount(const CAccountEntry& account, const std::string& label) {
+    return Perform(label, "Change account '" + account.name.ToUtf8() + "'",
+                   [&](ChangeNotice& notice) {
+                       const LedgerStatus status = m_ledger.ChangeAccount(account);
+                       notice.accountTable = true;
+                       notice.AddAccount(account.id);
+                       return status;
+                   });
+}
+
+LedgerStatus CWorkspace::SetAccountOpen(int64_t accountId, bool open, const std::string& label) {
+    const std::string own =
+        std::string(open ? "Reopen" : "Close") + " account '" + m_names.Account(accountId) + "'";
+    return Perform(label, own, [&](ChangeNotice& notice) {
+        const LedgerStatus status = m_ledger.SetAccountOpen(accountId, open);
+        notice.accountTable = true;
+        notice.AddAccount(accountId);
+        return status;
+    });
+}
+
+// The rows that a removed name leaves to another one.
+void CWorkspace::NoteRowsFiled(const COwnedList<CTransactionEntry>& rows, ChangeNotice& notice) {
+    for (const CTransactionEntry& row : rows) notice.AddRow(RowChange::Changed, row);
+}
+
+LedgerStatus CWorkspace::AddCategory(std::string_view name, CCategoryEntry& category,
+                                     const std::string& label) {
+    return Perform(label, "New category '" + std::string(name) + "'", [&](ChangeNotice& notice) {
+        notice.categoryTable = true;
+        return m_ledger.AddCategory(name, category);
+    });
+}
+
+LedgerStatus CWorkspace::RenameCategory(int64_t categoryId, std::string_view name,
+                                        const std::string& label) {
+    const std::string own = "Rename category '" + m_names.Category(categoryId) + "'";
+    return Perform(label, own, [&](ChangeNotice& notice) {
+        notice.categoryTable = true;
+        return m_ledger.RenameCategory(categoryId, name);
+    });
+}
+
+LedgerStatus CWorkspace::RemoveCategory(int64_t categoryId, int64_t moveTo,
+                                        const std::string& label) {
+    const std::string own = "Delete category '" + m_names.Category(categoryId) + "'";
+    return Perform(label, own, [&](ChangeNotice& notice) {
+        COwnedList<CTransactionEntry> rows;
+        if (!m_database.ListTransactionsByCategory(categoryId, rows)) {
+            return LedgerStatus::StoreFailed;
+        }
+        NoteRowsFiled(rows, notice);
+        notice.categoryTable = true;
+        return m_ledger.RemoveCategory(categoryId, moveTo);
+    });
+}
+
+LedgerStatus CWorkspace::AddPayee(std::string_view name, CPayeeEntry& payee,
+                                  const std::string& label) {
+    return Perform(label, "New payee '" + std::string(name) + "'", [&](ChangeNotice& notice) {
+        notice.payeeTable = true;
+        return m_ledger.AddPayee(name, payee);
+    });
+}
+
+LedgerStatus CWorkspace::RenamePayee(int64_t payeeId, std::string_view name,
+                                     const std::string& label) {
+    const std::string own = "Rename payee '" + m_names.Payee(payeeId) + "'";
+    return Perform(label, own, [&](ChangeNotice& notice) {
+        notice.payeeTable = true;
+        return m_ledger.RenamePayee(payeeId, name);
+    });
+}
+
+LedgerStatus CWorkspace::RemovePayee(int64_t payeeId, int64_t moveTo, const std::string& label) {
+    const std::string own = "Delete payee '" + m_names.Payee(payeeId) + "'";
+    return Perform(label, own, [&](ChangeNotice& notice) {
+        COwnedList<CTransactionEntry> rows;
+        if (!m_database.ListTransactionsByPayee(payeeId, rows)) return LedgerStatus::StoreFailed;
+        NoteRowsFiled(rows, notice);
+        notice.payeeTable = true;
+        return m_ledger.RemovePayee(payeeId, moveTo);
+    });
+}
+
+}  // namespace quillon

@@ -1,0 +1,172 @@
+// Changes of transactions.
+
+#include <algorithm>
+
+#include "presenters/workspace/WorkspaceWork.h"
+#include "wording/Words.h"
+
+namespace quillon {
+
+namespace {
+
+std::string LabelOf(const char* verb, size_t count, const std::string& rest = {}) {
+    return std::string(verb) + ' ' +
+           Counted(static_cast<int64_t>(count), "transaction", "transactions") + rest;
+}
+
+}  // namespace
+
+LedgerStatus CWorkspace::ReadRow(int64_t id, CTransactionEntry& row) {
+    const CLookup read = m_database.ReadTransaction(id, row);
+    if (read.HasFailed()) return LedgerStatus::StoreFailed;
+    return read ? LedgerStatus::Ok : LedgerStatus::NoSuchTransaction;
+}
+
+LedgerStatus CWorkspace::MakeNames(const NewNames& names, int64_t& payeeId, int64_t& categoryId,
+                                   ChangeNotice& notice) {
+    bool added = false;
+    if (!names.payee.empty()) {
+        payeeId = m_database.FindOrAddPayee(names.payee, &added);
+        if (payeeId == kNoRow) return LedgerStatus::StoreFailed;
+        notice.payeeTable |= added;
+    }
+    if (!names.category.empty()) {
+        categoryId = m_database.FindOrAddCategory(names.category, &added);
+        if (categoryId == kNoRow) return LedgerStatus::StoreFailed;
+        notice.categoryTable |= added;
+    }
+    return LedgerStatus::Ok;
+}
+
+LedgerStatus CWorkspace::EnterTransaction(CTransactionEntry& transaction, const NewNames& names,
+                                          const std::string& label) {
+    CTransactionEntry entered(transaction);
+    const LedgerStatus done = Perform(label, "Enter transaction", [&](ChangeNotice& notice) {
+        LedgerStatus status = MakeNames(names, entered.payeeId, entered.categoryId, notice);
+        if (status == LedgerStatus::Ok) status = m_ledger.EnterTransaction(entered);
+        if (status == LedgerStatus::Ok) notice.AddRow(RowChange::Added, entered);
+        return status;
+    });
+    if (done == LedgerStatus::Ok) transaction = entered;
+    return done;
+}
+
+LedgerStatus CWorkspace::ChangeTransaction(CTransactionEntry& wanted, TransferSides sides,
+                                           const NewNames& names, const std::string& label) {
+    CTransactionEntry changed(wanted);
+    const LedgerStatus done = Perform(label, "Change transaction", [&](ChangeNotice& notice) {
+        CTransactionEntry old;
+        CTransactionEntry other;
+        LedgerStatus status = ReadRow(changed.id, old);
+        if (status != LedgerStatus::Ok) return status;
+        CLookup both = CLookup::None();
+        if (sides == TransferSides::Both) both = m_ledger.FindOtherTransferSide(old.id, other);
+        if (both.HasFailed()) return LedgerStatus::StoreFailed;
+        status = MakeNames(names, changed.payeeId, changed.categoryId, notice);
+        if (status == LedgerStatus::Ok) status = m_ledger.ChangeTransaction(changed, sides);
+        if (status != LedgerStatus::Ok) return status;
+        notice.AddRow(RowChange::Changed, changed, old.accountId);
+        if (both) notice.AddRow(RowChange::Changed, other);
+        return status;
+    });
+    if (done == LedgerStatus::Ok) wanted = changed;
+    return done;
+}
+
+LedgerStatus CWorkspace::RemoveRow(int64_t id, TransferSides sides, ChangeNotice& notice) {
+    // It went with the other side of its transfer.
+    const auto isGone = [id](const RowNotice& row) { return row.row == id; };
+    if (sides == TransferSides::Both &&
+        std::any_of(notice.rows.begin(), notice.rows.end(), isGone)) {
+        return LedgerStatus::Ok;
+    }
+    CTransactionEntry row;
+    CTransactionEntry other;
+    LedgerStatus status = ReadRow(id, row);
+    if (status != LedgerStatus::Ok) return status;
+    CLookup both = CLookup::None();
+    if (sides == TransferSides::Both) both = m_ledger.FindOtherTransferSide(id, other);
+    if (both.HasFailed()) return LedgerStatus::StoreFailed;
+    status = m_ledger.RemoveTransaction(id, sides);
+    if (status != LedgerStatus::Ok) return status;
+    notice.AddRow(RowChange::Removed, row);
+    if (both) notice.AddRow(RowChange::Removed, other);
+    return LedgerStatus::Ok;
+}
+
+LedgerStatus CWorkspace::RemoveTransactions(std::span<const int64_t> rows, TransferSides sides,
+                                            const std::string& label) {
+    return Perform(label, LabelOf("Delete", rows.size()), [&](ChangeNotice& notice) {
+        for (const int64_t id : rows) {
+            const LedgerStatus status = RemoveRow(id, sides, notice);
+            if (status != LedgerStatus::Ok) return status;
+        }
+        return LedgerStatus::Ok;
+    });
+}
+
+LedgerStatus CWorkspace::EnterTransfer(const TransferRequest& request, CTransactionEntry& paying,
+                                       CTransactionEntry& receiving, const NewNames& names,
+                                       const std::string& label) {
+    CTransactionEntry out;
+    CTransactionEntry in;
+    const LedgerStatus done = Perform(label, "Transfer funds", [&](ChangeNotice& notice) {
+        TransferRequest made(request);
+        int64_t category = kNoRow;  // a transfer has its own
+        LedgerStatus status = MakeNames({names.payee, {}}, made.payeeId, category, notice);
+        const std::optional<int64_t> known = m_database.FindCategoryId(kTransferCategory);
+        if (status == LedgerStatus::Ok) status = m_ledger.EnterTransfer(made, out, in);
+        if (status != LedgerStatus::Ok) return status;
+        notice.categoryTable |= !known || *known == kNoRow;
+        notice.AddRow(RowChange::Added, out);
+        notice.AddRow(RowChange::Added, in);
+        return LedgerStatus::Ok;
+    });
+    if (done != LedgerStatus::Ok) return done;
+    paying = out;
+    receiving = in;
+    return done;
+}
+
+LedgerStatus CWorkspace::AssignCategory(std::span<const int64_t> rows, int64_t categoryId,
+                                        const std::string& label) {
+    CCategoryEntry category;
+    if (categoryId != kNoRow) {
+        const CLookup read = m_database.ReadCategory(categoryId, category);
+        if (read.HasFailed()) return LedgerStatus::StoreFailed;
+        if (!read) return LedgerStatus::NoSuchCategory;
+    }
+    const std::string own = LabelOf("File", rows.size(), " under '" + category.name.ToUtf8() + "'");
+    return ChangeEach(rows, label, own, [&](CTransactionEntry& row) {
+        return m_database.UpdateTransactionCategory(row.id, categoryId) ? LedgerStatus::Ok
+                                                                        : LedgerStatus::StoreFailed;
+    });
+}
+
+LedgerStatus CWorkspace::AssignPayee(std::span<const int64_t> rows, int64_t payeeId,
+                                     const std::string& label) {
+    CPayeeEntry payee;
+    if (payeeId != kNoRow) {
+        const CLookup read = m_database.ReadPayee(payeeId, payee);
+        if (read.HasFailed()) return LedgerStatus::StoreFailed;
+        if (!read) return LedgerStatus::NoSuchPayee;
+    }
+    const std::string own =
+        LabelOf("Give", rows.size(), " the payee '" + payee.name.ToUtf8() + "'");
+    return ChangeEach(rows, label, own, [&](CTransactionEntry& row) {
+        return m_database.UpdateTransactionPayee(row.id, payeeId) ? LedgerStatus::Ok
+                                                                  : LedgerStatus::StoreFailed;
+    });
+}
+
+LedgerStatus CWorkspace::MoveToAccount(std::span<const int64_t> rows, int64_t accountId,
+                                       const std::string& label) {
+    const std::string own =
+        LabelOf("Move", rows.size(), " to '" + m_names.Account(accountId) + "'");
+    return ChangeEach(rows, label, own, [&](CTransactionEntry& row) {
+        row.accountId = accountId;
+        return m_ledger.ChangeTransaction(row);
+    });
+}
+
+}  // namespace quillon
