@@ -68,6 +68,9 @@ std::unique_ptr<CBenchEngine> MakeSqliteEngine();
 // Bank reconciliation, product and plain search; prints a table. Takes minutes.
 void MeasureReconciliation();
 
+// The register of one account with so many rows; prints a table. `folder` is empty.
+void MeasurePresenters(const std::string& folder, int64_t rows);
+
 [[noreturn]] void Die(const std::string& message);
 
 }  // namespace quillon::bench

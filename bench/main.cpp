@@ -271,21 +271,31 @@ void WriteJson(const std::string& path, const std::vector<Table>& tables) {
     if (!out.flush()) Die("cannot write " + path);
 }
 
+void MeasureRegister(const std::string& folder, int64_t rows) {
+    fs::create_directories(folder);
+    MeasurePresenters(folder, rows);
+    fs::remove_all(folder);
+}
+
 int Main(int argc, char** argv) {
     std::vector<int64_t> sizes = {100'000, 1'000'000};
     std::string json;
+    bool onlyPresenters = false;
     for (int i = 1; i < argc; ++i) {
         const std::string_view argument = argv[i];
         if (argument == "--json" && i + 1 < argc) {
             json = argv[++i];
         } else if (argument == "--rows" && i + 1 < argc) {
             sizes = {std::atoll(argv[++i])};
+        } else if (argument == "--presenters") {
+            onlyPresenters = true;
         } else if (argument == "--reconcile") {
             MeasureReconciliation();
             return 0;
         } else {
             std::fprintf(stderr,
-                         "usage: quillon-bench [--rows N] [--json FILE]\n"
+                         "usage: quillon-bench [--rows N] [--json FILE] [--presenters]\n"
+                         "       --presenters                the register alone\n"
                          "       quillon-bench --reconcile   bank reconciliation beside a search "
                          "of every set; takes minutes\n");
             return 2;
@@ -297,6 +307,10 @@ int Main(int argc, char** argv) {
     std::vector<Table> tables;
     for (const int64_t rows : sizes) {
         if (rows < 5'000) Die("--rows takes 5000 or more");
+        if (onlyPresenters) {
+            MeasureRegister(folder, rows);
+            continue;
+        }
         fs::create_directories(folder);
         CAnswers answers;
         Table table{rows, {}, {}};
@@ -307,6 +321,7 @@ int Main(int argc, char** argv) {
         MeasureCommits(*theirs, *ours, folder, table.theirs, table.ours);
         fs::remove_all(folder);
         Print(table);
+        MeasureRegister(folder, rows);
         tables.push_back(std::move(table));
     }
     if (!json.empty()) WriteJson(json, tables);

@@ -152,8 +152,8 @@ function(quillon_bench)
         return()
     endif()
     add_executable(quillon-bench ${sources})
-    target_link_libraries(quillon-bench PRIVATE json quillon_import quillon_finance
-        SQLite::SQLite3)
+    target_link_libraries(quillon-bench PRIVATE json quillon_presenters quillon_import
+        quillon_finance SQLite::SQLite3)
     find_package(benchmark QUIET)
     if(benchmark_FOUND)
         target_link_libraries(quillon-bench PRIVATE benchmark::benchmark)

@@ -202,6 +202,32 @@ TEST_F(RegisterPresenterTest, KnowsWhatLiesAhead) {
     EXPECT_EQ(view.FirstLineAfter(Day(2024, 5, 10)), -1);
 }
 
+// A filter does not wait for the memos of a large register; those found in them come later.
+TEST_F(RegisterPresenterTest, LargeRegistersReadMemosAhead) {
+    const int64_t account = Account("Checking");
+    constexpr int64_t kRows = 12'000;
+    CLedgerImport import(workspace.Ledger(), account);
+    ASSERT_EQ(import.Begin(), LedgerStatus::Ok);
+    for (int64_t i = 0; i < kRows; ++i) {
+        CTransactionEntry row = Row(account, TransactionType::Payment, 1);
+        if (i == 1 || i == kRows - 1) row.memo = "needle";
+        ASSERT_EQ(import.Enter(row), LedgerStatus::Ok);
+    }
+    ASSERT_TRUE(import.Finish());
+    ASSERT_TRUE(view.Show(account));
+    view.SetFilter("Needle");
+    EXPECT_EQ(view.LineCount(), 0);
+    EXPECT_FALSE(view.IsFilterComplete());
+    int told = 0;
+    view.whenChanged = [&] { ++told; };
+    EXPECT_FALSE(view.ReadTextsAhead(kRows / 2));
+    EXPECT_TRUE(view.ReadTextsAhead(kRows));
+    EXPECT_EQ(Shown(), (std::vector<int64_t>{2, kRows}));
+    EXPECT_EQ(told, 1);
+    Enter(Row(account, TransactionType::Payment, 2));
+    EXPECT_TRUE(view.IsFilterComplete());
+}
+
 TEST_F(RegisterPresenterTest, AFailedReadShowsNothing) {
     const int64_t account = Account("Checking");
     Enter(Row(account, TransactionType::Deposit, 1));
@@ -226,13 +252,19 @@ protected:
     size_t Below(size_t limit) { return random() % limit; }
 
     CTransactionEntry AnyRow(CTransactionEntry row) {
-        static constexpr const char* kMemos[] = {"", "weekly", "Ärger mit 3 Rechnungen", "12.34"};
+        static constexpr const char* kMemos[] = {"",
+                                                 "weekly",
+                                                 "weekly shopping",
+                                                 "12.34",
+                                                 "Weekly shopping, large",
+                                                 "weekly shopping, small",
+                                                 "Ärger mit 3 Rechnungen"};
         static constexpr const char* kKinds[] = {"", "", "ATM", "EFT"};
         row.serviceDate = Day(2024, 1, 1) + static_cast<int64_t>(Below(40)) * kTicksPerDay;
         row.amount = static_cast<double>(Below(3'000)) / 100.0;
         row.transactionType = static_cast<TransactionType>(Below(6));
         row.check = Below(3) == 0 ? static_cast<int32_t>(Below(50)) : 0;
-        row.memo = kMemos[Below(4)];
+        row.memo = kMemos[Below(std::size(kMemos))];
         row.electronicPayment = kKinds[Below(4)];
         return row;
     }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "finance/ledger/Balance.h"
+#include "storage/index/RadixSort.h"
 
 namespace quillon {
 
@@ -65,16 +66,18 @@ void CRegisterOrder::Recount(Block& block) const {
 void CRegisterOrder::Build() {
     std::vector<uint32_t> slots(m_data.ids.size());
     std::iota(slots.begin(), slots.end(), 0U);
-    if (!std::is_sorted(m_data.dates.begin(), m_data.dates.end()) ||
-        !std::is_sorted(m_data.ids.begin(), m_data.ids.end())) {
-        // Keys beside the slots: the sort stays within what it moves.
+    const bool inOrder = std::is_sorted(
+        slots.begin(), slots.end(), [this](uint32_t a, uint32_t b) { return m_data.Before(a, b); });
+    if (!inOrder) {
+        // Keys beside the slots: the sorts stay within what they move.
         std::vector<std::pair<int64_t, uint32_t>> keys(slots.size());
-        for (const uint32_t slot : slots) keys[slot] = {m_data.dates[slot], slot};
-        std::sort(keys.begin(), keys.end(), [this](const auto& a, const auto& b) {
-            return a.first != b.first ? a.first < b.first
-                                      : m_data.ids[a.second] < m_data.ids[b.second];
-        });
-        for (size_t i = 0; i < keys.size(); ++i) slots[i] = keys[i].second;
+        const auto sortBy = [&](const std::vector<int64_t>& column) {
+            for (size_t i = 0; i < keys.size(); ++i) keys[i] = {column[slots[i]], slots[i]};
+            RadixSort(keys, [](const auto& key) { return key.first; });
+            for (size_t i = 0; i < keys.size(); ++i) slots[i] = keys[i].second;
+        };
+        if (!std::is_sorted(m_data.ids.begin(), m_data.ids.end())) sortBy(m_data.ids);
+        sortBy(m_data.dates);
     }
     m_blocks.clear();
     m_blocks.reserve(slots.size() / kBlock + 1);

@@ -9,6 +9,13 @@
 
 namespace quillon {
 
+namespace {
+
+// Reading so many memos takes no longer than a key may.
+constexpr size_t kTextsReadAtOnce = 10'000;
+
+}  // namespace
+
 CRegisterPresenter::CRegisterPresenter(CWorkspace& workspace)
     : m_workspace(workspace),
       m_texts(workspace.Database(), m_rows),
@@ -129,7 +136,9 @@ void CRegisterPresenter::Arrange() {
     m_lines.clear();
     m_shown.assign(m_isView ? m_rows.SlotCount() : 0, 0);
     if (!m_isView) return;
-    if (m_search.NeedsTexts()) m_texts.ReadSome(SIZE_MAX);
+    if (m_search.NeedsTexts() && m_texts.LeftToRead() <= kTextsReadAtOnce) {
+        m_texts.ReadSome(SIZE_MAX);
+    }
     m_rows.Order().Walk([this](uint32_t slot) {
         if (!m_search.Finds(slot)) return;
         m_lines.push_back(slot);
@@ -163,6 +172,16 @@ void CRegisterPresenter::SortBy(RegisterColumn column) {
         return true;
     });
     Tell();
+}
+
+bool CRegisterPresenter::ReadTextsAhead(size_t rows) {
+    if (m_texts.HasAll()) return true;
+    Guard([&] {
+        if (m_texts.ReadSome(rows) && m_search.NeedsTexts()) Arrange();
+        return true;
+    });
+    if (m_texts.HasAll() && m_search.NeedsTexts()) Tell();
+    return m_texts.HasAll();
 }
 
 // --- today

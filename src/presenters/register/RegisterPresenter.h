@@ -99,9 +99,13 @@ public:
     double BalanceOn(int64_t date) const;
     double BalanceAfterAll() const;
 
-    // While the program is idle: reads memos ahead of the first filter or sort that needs them.
+    // While the program is idle: reads so many memos ahead of the first filter or order that
+    // needs them. With the last, a filter that waited for them shows what it finds in them.
     // True: there are no more.
-    bool ReadTextsAhead(size_t rows) { return m_texts.ReadSome(rows); }
+    bool ReadTextsAhead(size_t rows);
+    // False: more lines may be found in memos that are not read yet. Only a large register
+    // waits for ReadTextsAhead; a small one reads them with the first key.
+    bool IsFilterComplete() const { return !m_search.NeedsTexts() || m_texts.HasAll(); }
 
     void LedgerChanged(const ChangeNotice& notice) override;
 

@@ -87,7 +87,7 @@ std::vector<SearchWord> ParseSearch(std::string_view text) {
 }
 
 CRegisterSearch::CRegisterSearch(std::string_view text, const CRegisterRows& rows,
-                                 CRegisterTexts& texts, const CNameTables& names)
+                                 const CRegisterTexts& texts, const CNameTables& names)
     : m_rows(&rows), m_texts(&texts), m_names(&names) {
     for (SearchWord& word : ParseSearch(text)) {
         const bool digits = word.folded.find_first_not_of("0123456789.,-") == std::string::npos;
@@ -164,13 +164,13 @@ bool CRegisterSearch::HasText(Word& word, uint32_t slot) {
            NameHas(folded, word.categories, category,
                    [&]() -> const std::string& { return m_names->Category(category); }) ||
            HasAmount(word, slot) || HasNumber(word, slot) ||
-           m_texts->FoldedMemo(slot).find(folded) != std::string_view::npos;
+           m_texts->FoldedMemoIfRead(slot).find(folded) != std::string_view::npos;
 }
 
 bool CRegisterSearch::HasNumber(const Word& word, uint32_t slot) {
     const int32_t check = m_rows->Data().checks[slot];
     if (check == 0) {
-        const std::string& electronic = m_texts->Electronic(slot);
+        const std::string& electronic = m_texts->ElectronicIfRead(slot);
         return !electronic.empty() &&
                FoldCase(electronic).find(word.word.folded) != std::string::npos;
     }

@@ -30,13 +30,14 @@ struct SearchWord {
 // Words that say nothing are left out.
 std::vector<SearchWord> ParseSearch(std::string_view text);
 
-// Which rows of a register have all the words. Names are matched once each, not once a row.
+// Which rows of a register have all the words. Names are matched once each, not once a row;
+// memos and kinds of electronic payment as far as they have been read.
 //
 //   Ownership  Borrows rows, texts and names, which must outlive it.
 //   Errors     std::bad_alloc.
 class CRegisterSearch {
 public:
-    CRegisterSearch(std::string_view text, const CRegisterRows& rows, CRegisterTexts& texts,
+    CRegisterSearch(std::string_view text, const CRegisterRows& rows, const CRegisterTexts& texts,
                     const CNameTables& names);
 
     // Without words every row is found.
@@ -62,7 +63,7 @@ private:
     bool HasAmount(const Word& word, uint32_t slot) const;
 
     const CRegisterRows* m_rows;
-    CRegisterTexts* m_texts;
+    const CRegisterTexts* m_texts;
     const CNameTables* m_names;
     std::vector<Word> m_words;
 };

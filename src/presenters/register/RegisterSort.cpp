@@ -1,11 +1,13 @@
 #include "presenters/register/RegisterSort.h"
 
 #include <algorithm>
+#include <bit>
 #include <string>
 #include <unordered_map>
 #include <utility>
 
 #include "foundation/Unicode.h"
+#include "storage/index/RadixSort.h"
 
 namespace quillon {
 
@@ -30,15 +32,51 @@ uint64_t Prefix(std::string_view text) {
     return prefix;
 }
 
-// Sorts what stands beside the keys by them.
-template <typename Key, typename Less>
-void SortByKeys(std::vector<uint32_t>& slots, std::vector<std::pair<Key, uint32_t>>& keyed,
-                bool ascending, Less less) {
-    std::stable_sort(keyed.begin(), keyed.end(), [&](const auto& a, const auto& b) {
-        return ascending ? less(a, b) : less(b, a);
-    });
-    for (size_t i = 0; i < keyed.size(); ++i) slots[i] = keyed[i].second;
+// Integers in the order of doubles that are numbers; the other way round for falling ones.
+int64_t OrderedKey(double value, bool ascending) {
+    const auto bits = std::bit_cast<int64_t>(value + 0.0);  // never -0
+    const int64_t rising = bits < 0 ? bits ^ INT64_MAX : bits;
+    return ascending ? rising : ~rising;
 }
+
+// Memos by eight bytes at a time: those that are even so far are sorted by the next eight.
+class CMemoSort {
+public:
+    CMemoSort(CRegisterTexts& texts, bool ascending) : m_texts(texts), m_ascending(ascending) {}
+
+    void Sort(std::vector<uint32_t>& slots) {
+        m_keyed.resize(slots.size());
+        for (size_t i = 0; i < slots.size(); ++i) m_keyed[i].second = slots[i];
+        SortRun(0, slots.size(), 0);
+        for (size_t i = 0; i < slots.size(); ++i) slots[i] = m_keyed[i].second;
+    }
+
+private:
+    void SortRun(size_t begin, size_t end, size_t depth) {
+        bool goesOn = false;
+        for (size_t i = begin; i < end; ++i) {
+            std::string_view rest = m_texts.FoldedMemo(m_keyed[i].second);
+            rest.remove_prefix(std::min(depth, rest.size()));
+            goesOn |= rest.size() > 8;
+            m_keyed[i].first = m_ascending ? Prefix(rest) : ~Prefix(rest);
+        }
+        const auto first = m_keyed.begin();
+        std::stable_sort(first + static_cast<std::ptrdiff_t>(begin),
+                         first + static_cast<std::ptrdiff_t>(end),
+                         [](const auto& a, const auto& b) { return a.first < b.first; });
+        if (!goesOn) return;
+        for (size_t start = begin; start < end;) {
+            size_t next = start + 1;
+            while (next < end && m_keyed[next].first == m_keyed[start].first) ++next;
+            if (next - start > 1) SortRun(start, next, depth + 8);
+            start = next;
+        }
+    }
+
+    CRegisterTexts& m_texts;
+    bool m_ascending;
+    std::vector<std::pair<uint64_t, uint32_t>> m_keyed;
+};
 
 }  // namespace
 
@@ -143,28 +181,19 @@ void CRegisterSort::SortByNumbers(std::vector<uint32_t>& slots, RegisterColumn c
                                   bool ascending) {
     std::vector<double> keys;
     ReadKeys(column, keys);
-    std::vector<std::pair<double, uint32_t>> keyed(slots.size());
-    for (size_t i = 0; i < slots.size(); ++i) keyed[i] = {keys[slots[i]], slots[i]};
-    SortByKeys(slots, keyed, ascending,
-               [](const auto& a, const auto& b) { return a.first < b.first; });
-}
-
-void CRegisterSort::SortByMemos(std::vector<uint32_t>& slots, bool ascending) {
-    std::vector<std::pair<uint64_t, uint32_t>> keyed(slots.size());
+    std::vector<std::pair<int64_t, uint32_t>> keyed(slots.size());
     for (size_t i = 0; i < slots.size(); ++i) {
-        keyed[i] = {Prefix(m_texts.FoldedMemo(slots[i])), slots[i]};
+        keyed[i] = {OrderedKey(keys[slots[i]], ascending), slots[i]};
     }
-    SortByKeys(slots, keyed, ascending, [this](const auto& a, const auto& b) {
-        if (a.first != b.first) return a.first < b.first;
-        return m_texts.FoldedMemo(a.second) < m_texts.FoldedMemo(b.second);
-    });
+    RadixSort(keyed, [](const auto& key) { return key.first; });
+    for (size_t i = 0; i < slots.size(); ++i) slots[i] = keyed[i].second;
 }
 
 void CRegisterSort::Sort(std::vector<uint32_t>& slots, RegisterColumn column, bool ascending) {
     const bool needsTexts = column == RegisterColumn::Memo || column == RegisterColumn::Number;
     if (needsTexts) m_texts.ReadSome(SIZE_MAX);
     if (column == RegisterColumn::Memo) {
-        SortByMemos(slots, ascending);
+        CMemoSort(m_texts, ascending).Sort(slots);
     } else {
         SortByNumbers(slots, column, ascending);
     }

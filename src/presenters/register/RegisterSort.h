@@ -30,7 +30,6 @@ public:
 
 private:
     void SortByNumbers(std::vector<uint32_t>& slots, RegisterColumn column, bool ascending);
-    void SortByMemos(std::vector<uint32_t>& slots, bool ascending);
     // For every slot.
     void ReadKeys(RegisterColumn column, std::vector<double>& keys);
     void RankNames(const std::vector<int64_t>& ids, bool payees, std::vector<double>& keys);

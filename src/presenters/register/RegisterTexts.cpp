@@ -38,6 +38,8 @@ void CRegisterTexts::Keep(uint32_t slot, const std::string& memo, const std::str
 
 void CRegisterTexts::Put(uint32_t slot, const CTransactionEntry& row) {
     Keep(slot, row.memo.ToUtf8(), row.electronicPayment.ToUtf8());
+    // A new row behind all others, which were read.
+    if (slot == m_read) ++m_read;
 }
 
 void CRegisterTexts::ReadSlots(const std::vector<uint32_t>& slots) {
@@ -78,7 +80,7 @@ bool CRegisterTexts::ReadSome(size_t count) {
 }
 
 const CRegisterTexts::Place& CRegisterTexts::Reach(uint32_t slot) {
-    if (slot >= m_places.size() || m_places[slot].electronic == kUnread) ReadSlots({slot});
+    if (!HasRead(slot)) ReadSlots({slot});
     return m_places[slot];
 }
 
@@ -88,8 +90,18 @@ std::string_view CRegisterTexts::Memo(uint32_t slot) {
 }
 
 std::string_view CRegisterTexts::FoldedMemo(uint32_t slot) {
-    const Place& place = Reach(slot);
+    Reach(slot);
+    return FoldedMemoIfRead(slot);
+}
+
+std::string_view CRegisterTexts::FoldedMemoIfRead(uint32_t slot) const {
+    if (!HasRead(slot)) return {};
+    const Place& place = m_places[slot];
     return std::string_view(m_pool).substr(place.offset + place.foldedAt, place.foldedSize);
+}
+
+const std::string& CRegisterTexts::ElectronicIfRead(uint32_t slot) const {
+    return m_kinds[HasRead(slot) ? m_places[slot].electronic : 0];
 }
 
 const std::string& CRegisterTexts::Electronic(uint32_t slot) {

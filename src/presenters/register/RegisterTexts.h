@@ -32,10 +32,16 @@ public:
     std::string_view FoldedMemo(uint32_t slot);
     const std::string& Electronic(uint32_t slot);
 
+    // The same without reading: empty where the row was not read yet.
+    std::string_view FoldedMemoIfRead(uint32_t slot) const;
+    const std::string& ElectronicIfRead(uint32_t slot) const;
+
     // Reads up to so many rows that were not read yet, in the order of the files. True: all
     // are read.
     bool ReadSome(size_t count);
     bool HasAll() const { return m_read >= m_rows.SlotCount(); }
+    // Slots that ReadSome may have to read.
+    size_t LeftToRead() const { return m_rows.SlotCount() - m_read; }
 
 private:
     struct Place {
@@ -49,6 +55,9 @@ private:
     static constexpr size_t kRowsARead = 4096;
 
     const Place& Reach(uint32_t slot);
+    bool HasRead(uint32_t slot) const {
+        return slot < m_places.size() && m_places[slot].electronic != kUnread;
+    }
     void ReadSlots(const std::vector<uint32_t>& slots);
     void Keep(uint32_t slot, const std::string& memo, const std::string& electronic);
     uint16_t CodeOf(const std::string& electronic);
