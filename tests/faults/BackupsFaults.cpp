@@ -87,8 +87,9 @@ Material MakeMaterial(const std::string& kind, size_t chunkSize) {
     Material material;
     material.options = QuickOptions(chunkSize);
     for (FaultsSample& sample : AllSamples()) {
-        if (sample.name == kind) material.fresh = std::move(sample);
-        if (sample.name == (kind == "store" ? "ledger" : "store")) material.old = std::move(sample);
+        const bool isOld = sample.name == (kind == "store" ? "ledger" : "store");
+        if (isOld || sample.name == kind)
+            (isOld ? material.old : material.fresh) = std::move(sample);
     }
     CMemoryFileSystem files;
     files.Restore(material.fresh.disk);

@@ -31,6 +31,7 @@ uint64_t MicrosecondsSince(std::chrono::steady_clock::time_point start) {
 
 // Kept below what an import commits at once, so that each command is one commit.
 constexpr int64_t kMostLines = 400;
+constexpr int64_t kLeastLines = 50;
 
 // The ledger in its folder, from one kill of the command line to the next.
 class CVictim {
@@ -115,7 +116,8 @@ private:
     std::vector<std::string> Choose(int64_t round) {
         const std::string memo = "round " + std::to_string(round);
         const std::string amount = RandomAmount();
-        switch (m_random() % 5) {
+        // An import first, of more rows than are deleted later.
+        switch (round == 0 ? 0 : m_random() % 5) {
             case 0:
                 return {"import", "qfx", WriteDownload(round), "--account", "Checking"};
             case 1:
@@ -134,11 +136,13 @@ private:
     }
 
     std::string WriteDownload(int64_t round) {
-        const std::string path = m_folder.File("download.qfx");
+        std::string path = m_folder.File("download.qfx");
         std::ofstream file(path, std::ios::binary);
         file << "OFXHEADER:100\nDATA:OFXSGML\nVERSION:102\nENCODING:USASCII\nCHARSET:1252\n\n"
                 "<OFX><BANKMSGSRSV1><STMTTRNRS><STMTRS><CURDEF>USD<BANKTRANLIST>\n";
-        for (int64_t i = static_cast<int64_t>(m_random() % kMostLines); i >= 0; --i) {
+        for (int64_t i =
+                 kLeastLines + static_cast<int64_t>(m_random() % (kMostLines - kLeastLines));
+             i > 0; --i) {
             const std::string name = std::to_string(round) + "-" + std::to_string(i);
             file << "<STMTTRN><TRNTYPE>DEBIT<DTPOSTED>20240205<TRNAMT>-" << RandomAmount()
                  << "<FITID>F" << name << "<NAME>Shop " << (i % 50) << "<MEMO>line " << name
@@ -197,6 +201,7 @@ size_t WorkUntilKilled(const StoreWorkload& workload, std::optional<uint64_t> mi
     CPipe acknowledged;
     const pid_t process = ::fork();
     if (process == 0) Work(workload, acknowledged);
+    if (process < 0) return 0;
     if (microseconds) {
         SleepMicroseconds(static_cast<int64_t>(*microseconds));
         ::kill(process, SIGKILL);
