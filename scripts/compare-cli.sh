@@ -299,21 +299,23 @@ files() {
     both check test Checking --svg try.svg --overwrite
     show try.svg
     both check print Checking --transaction 1 --svg check.svg
-    both check print Checking --transaction 7 --svg check.svg --memo 'Rent March'
-    both check print Checking --transaction 5 --svg check.svg --number 2000 --overwrite
-    both check print Checking --transaction 7 --svg check.svg --number 0
-    both check print Nobody --transaction 7 --svg check2.svg
+    both check print Checking --transaction 6 --svg check.svg --memo 'Rent March'
+    both check print Checking --transaction 15 --svg check.svg --number 2000 --overwrite
+    both check print Checking --transaction 999 --svg check2.svg
+    both check print Checking --transaction 6 --svg check2.svg --number 0
+    both check print Nobody --transaction 6 --svg check2.svg
     show check.svg
 }
 
 reconciling() {
-    both reconcile Checking --balance 2406.57
-    both reconcile Checking --balance 2448.34 --days 90 --max 5
-    both reconcile Checking --balance 2448.34 --days 100 --max -1
-    both reconcile Checking --balance 2448.34 --cleared 4,5 --yes
-    both reconcile Checking --balance 2448.34 --cleared 4 5
-    both reconcile Checking --balance 2448.34 --cleared 999
-    both reconcile Checking --balance 2448.34 --cleared x
+    both reconcile Checking --balance 6998.68
+    both reconcile Checking --balance 7000.18
+    both reconcile Checking --balance 7000.18 --days 90 --max 5
+    both reconcile Checking --balance 7000.18 --days 100 --max -1
+    both reconcile Checking --balance 7000.18 --cleared 6,15 --yes
+    both reconcile Checking --balance 7000.18 --cleared 6 17
+    both reconcile Checking --balance 7000.18 --cleared 999
+    both reconcile Checking --balance 7000.18 --cleared x
     both reconcile Odd --balance -3
     both reconcile Nobody --balance 1
 }
@@ -348,7 +350,7 @@ keeping() {
     both restore protected.backup --to copy3 --password-file first
     both restore protected.backup --to copy3 --password-file second
     both password clear --password-file second
-    printf 'x' | dd of="$(ls ledger/*_data.dat | head -n 1)" bs=1 seek=90 conv=notrunc status=none
+    printf 'x' | dd of=ledger/Table_3_data.dat bs=1 seek=200 conv=notrunc status=none
     both verify
     both verify --repair
     both verify
@@ -393,7 +395,8 @@ sample() {
     run --database other transaction list 'Everyday Checking' --from 2024-12-01 --json
     run --database other transaction list 'Everyday Checking' --contains market
     run --database other --json verify
-    # Of the many rows, the sums are enough.
+    run --database other reconcile 'Everyday Checking' --balance 5000 --days 20 --max 4
+    run --database other --json reconcile 'Everyday Checking' --balance 5000 --days 20 --max 4
     run --database other export csv 'Everyday Checking' everyday.csv
     sha256sum everyday.csv >>"$transcript"
 }
