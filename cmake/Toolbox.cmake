@@ -136,8 +136,8 @@ function(quillon_cli)
     else()
         add_library(quillon_cli INTERFACE)
     endif()
-    target_link_libraries(quillon_cli ${kind} quillon_import quillon_output quillon_quotes
-        quillon_reports quillon_finance)
+    target_link_libraries(quillon_cli ${kind} quillon_presenters quillon_wording
+        quillon_sample quillon_reports quillon_quotes quillon_output quillon_import quillon_finance)
     if(main)
         add_executable(quillon-cli ${main})
         target_link_libraries(quillon-cli PRIVATE quillon_cli)

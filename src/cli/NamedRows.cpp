@@ -1,6 +1,5 @@
 #include "cli/NamedRows.h"
 
-#include "cli/DatabaseMessages.h"
 #include "cli/terminal/Values.h"
 
 namespace quillon {
@@ -11,17 +10,6 @@ std::string CellOf(const Json& value) {
     if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
     return value.is_string() ? value.get<std::string>() : value.dump();
 }
-
-struct PayeeUses {
-    COwnedList<CTransactionEntry> transactions;
-    COwnedList<CMemorizedTransactionEntry> memorized;
-
-    PayeeUses(CQuillonDatabaseInterface& database, int64_t payeeId) {
-        RequireStored(database.ListTransactionsByPayee(payeeId, transactions) &&
-                          database.ListMemorizedTransactionsByPayee(payeeId, memorized),
-                      database);
-    }
-};
 
 }  // namespace
 
@@ -55,35 +43,6 @@ void PrintRowTable(CCommandContext& context, const Json& rows,
     table.Print(context.Host().out, 0);
     context.Say("");
     context.Say(Counted(static_cast<int64_t>(rows.size()), one, many));
-}
-
-int64_t CountCategoryUses(CQuillonDatabaseInterface& database, int64_t categoryId) {
-    COwnedList<CTransactionEntry> transactions;
-    COwnedList<CMemorizedTransactionEntry> memorized;
-    COwnedList<CBudgetItem> budget;
-    RequireStored(database.ListTransactionsByCategory(categoryId, transactions) &&
-                      database.ListMemorizedTransactions(memorized) &&
-                      database.ListBudgetItemsByCategory(categoryId, budget),
-                  database);
-    int64_t uses = int64_t{transactions.Count()} + budget.Count();
-    for (const CMemorizedTransactionEntry& row : memorized) uses += row.categoryId == categoryId;
-    return uses;
-}
-
-int64_t CountPayeeUses(CQuillonDatabaseInterface& database, int64_t payeeId) {
-    const PayeeUses uses(database, payeeId);
-    return int64_t{uses.transactions.Count()} + uses.memorized.Count();
-}
-
-void MovePayeeUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to) {
-    PayeeUses uses(database, from);
-    for (const CTransactionEntry& row : uses.transactions) {
-        RequireStored(database.UpdateTransactionPayee(row.id, to), database);
-    }
-    for (CMemorizedTransactionEntry& row : uses.memorized) {
-        row.payeeId = to;
-        RequireStored(database.UpdateMemorizedTransaction(row), database);
-    }
 }
 
 }  // namespace quillon

@@ -5,7 +5,6 @@
 
 #include "cli/CommandContext.h"
 #include "cli/terminal/TablePrinter.h"
-#include "finance/database/QuillonDatabaseInterface.h"
 
 namespace quillon {
 
@@ -24,12 +23,5 @@ struct RowColumn {
 void PrintRowTable(CCommandContext& context, const Json& rows,
                    const std::vector<RowColumn>& columns, const std::string& one,
                    const std::string& many);
-
-// The rows that refer to a name's row. Transactions, memorized transactions and budget items
-// may refer to a category, the first two to a payee.
-int64_t CountCategoryUses(CQuillonDatabaseInterface& database, int64_t categoryId);
-int64_t CountPayeeUses(CQuillonDatabaseInterface& database, int64_t payeeId);
-// Refers them to another payee.
-void MovePayeeUses(CQuillonDatabaseInterface& database, int64_t from, int64_t to);
 
 }  // namespace quillon

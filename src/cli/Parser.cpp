@@ -6,8 +6,9 @@
 #include <deque>
 #include <utility>
 
-#include "cli/Names.h"
 #include "cli/terminal/Failure.h"
+#include "finance/names/TypedNames.h"
+#include "wording/NameWords.h"
 
 namespace quillon {
 
@@ -133,7 +134,7 @@ std::string UsageMessage(const CLI::App& program, const CLI::ParseError& error) 
     // What a group does not know falls through to the program.
     const std::vector<std::string> unknown = program.remaining(true);
     if (unknown.empty() || unknown.front().starts_with("-")) return error.what();
-    const std::string near = Suggestion(unknown.front(), names);
+    const std::string near = DidYouMean(NearNames(unknown.front(), names));
     return Quoted(unknown.front()) + " is not a command" + (near.empty() ? "" : "; " + near);
 }
 

@@ -70,10 +70,6 @@ Json TransactionJson(const RegisterLine& line, const CNameTables& names) {
             {"memo", row.memo.ToUtf8()}};
 }
 
-std::string NumberText(const CTransactionEntry& row) {
-    return row.check != 0 ? std::to_string(row.check) : row.electronicPayment.ToUtf8();
-}
-
 std::string Describe(const RegisterLine& line, const CNameTables& names) {
     const CTransactionEntry& row = line.row;
     std::string text = FormatIsoDate(row.serviceDate) + "  " +

@@ -5,6 +5,7 @@
 #include "cli/CommandContext.h"
 #include "cli/Names.h"
 #include "finance/ledger/AccountRegister.h"
+#include "finance/ledger/RegisterFilter.h"
 
 namespace quillon {
 
@@ -20,9 +21,6 @@ RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transact
 
 Json AccountJson(const CAccountEntry& account);
 Json TransactionJson(const RegisterLine& line, const CNameTables& names);
-
-// "1024" for a check, "ATM" and its kin for an electronic payment, or empty.
-std::string NumberText(const CTransactionEntry& row);
 
 // "2024-03-01  Payment 12.50, Shop, Groceries (transaction 7 in 'Checking')".
 std::string Describe(const RegisterLine& line, const CNameTables& names);

@@ -12,15 +12,6 @@ namespace quillon {
 
 namespace {
 
-// Tables that a half-finished start left behind. Naming them helps whoever is asked.
-std::string IncompleteSchema(const SchemaOutcome& schema) {
-    std::string names;
-    for (const char* table : schema.tablesFailed)
-        names += (names.empty() ? "" : ", ") + std::string(table);
-    if (names.empty()) names = std::to_string(schema.upgradesFailed.size()) + " upgrade steps";
-    return names;
-}
-
 std::string OnOneLine(std::string text) {
     std::replace(text.begin(), text.end(), '\n', ' ');
     return text;
@@ -54,7 +45,7 @@ CSession::~CSession() {
 }
 
 void CSession::NoteRebuilt() {
-    std::vector<std::string> names = m_database.Database().RebuiltIndexes();
+    std::vector<std::string> names = m_database.RebuiltIndexes();
     if (names == m_notedRebuilt) return;
     m_context.Note(RebuiltMessage(names));
     m_notedRebuilt = std::move(names);
@@ -82,14 +73,15 @@ void CSession::Refuse() const {
             throw CFailure("The protection of the ledger in " + Quoted(Folder()) +
                            " cannot be read; restore the ledger from a backup.");
         default:
-            throw CFailure(DatabaseMessage(opened.problem, Folder(), opened.detail));
+            throw CFailure(
+                DatabaseMessage(opened.problem, Folder(), opened.detail, Medium::Terminal));
     }
 }
 
 void CSession::TakeIncomplete(CCommandContext& context, Start start) {
     const std::string what = "The ledger in " + Quoted(Folder()) +
                              " could not be brought up to date (" +
-                             IncompleteSchema(Opened().schema) + ")";
+                             IncompleteSchemaText(Opened().schema) + ")";
     if (start == Start::Create) {
         (void)m_startUp.Cancel();
         throw CFailure(what + "; make room on the disk, or run 'verify', and try again.");
@@ -104,7 +96,8 @@ void CSession::RefuseMissing() const {
     std::vector<std::string> names;
     if (m_files.FolderExists(Folder()) && !m_files.List(Folder(), names) &&
         m_files.LastError() == FileError::NoPermission) {
-        throw CFailure(DatabaseMessage(DatabaseProblem::NoPermission, Folder(), {}));
+        throw CFailure(
+            DatabaseMessage(DatabaseProblem::NoPermission, Folder(), {}, Medium::Terminal));
     }
     throw CFailure("There is no ledger in " + Quoted(Folder()) +
                    "; make one with 'init', or name its folder with --database DIR.");
@@ -114,7 +107,7 @@ void CSession::EnterPassword(CCommandContext& context) {
     const std::string password = context.ReadPassword("Password of the ledger: ");
     const PasswordAnswer answer = m_startUp.EnterPassword(password);
     if (answer == PasswordAnswer::Accepted) return;
-    const std::string trouble = StoreMessage(m_database);
+    const std::string trouble = StoreMessage(m_database, Medium::Terminal);
     (void)m_startUp.Cancel();
     if (answer == PasswordAnswer::Unavailable) throw CFailure(trouble);
     throw CFailure(OnOneLine(kWrongPasswordMessage));

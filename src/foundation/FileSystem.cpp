@@ -38,7 +38,7 @@ bool ReplaceThrough(CFileSystem& files, const std::string& temporary, const std:
 
 std::string FreeNameBeside(CFileSystem& files, const std::string& path) {
     for (int number = 1; number <= 1000; ++number) {
-        std::string name = path + "." + std::to_string(number) + ".new";
+        std::string name = path + "." + std::to_string(number) + kNewCopyEnding;
         if (!files.Exists(name) && !files.FolderExists(name)) return name;
     }
     return {};
@@ -50,39 +50,7 @@ bool ReplaceWholeFile(CFileSystem& files, const std::string& path, std::span<con
 }
 
 bool ReplaceStoreFile(CFileSystem& files, const std::string& path, std::span<const uint8_t> bytes) {
-    return ReplaceThrough(files, path + ".new", path, bytes);
-}
-
-std::string WithTrailingSeparator(std::string folder) {
-    if (!folder.empty() && !IsPathSeparator(folder.back())) folder += PathSeparator();
-    return folder;
-}
-
-std::string WithoutTrailingSeparators(std::string folder) {
-    while (folder.size() > 1 && IsPathSeparator(folder.back())) folder.pop_back();
-    return folder;
-}
-
-std::string ParentFolder(const std::string& path) {
-    const std::string parent = FolderOf(WithoutTrailingSeparators(path));
-    return parent.empty() ? "." : parent;
-}
-
-std::string FolderOf(const std::string& path) {
-    size_t end = path.size();
-    while (end > 0 && !IsPathSeparator(path[end - 1])) --end;
-    return path.substr(0, end);
-}
-
-std::string FileNameOf(const std::string& path) {
-    return path.substr(FolderOf(path).size());
-}
-
-std::string WithSuffix(const std::string& path, const std::string& suffix) {
-    const size_t folderEnd = FolderOf(path).size();
-    const size_t dot = path.rfind('.');
-    if (dot == std::string::npos || dot < folderEnd) return {};
-    return path.substr(0, dot) + suffix + path.substr(dot);
+    return ReplaceThrough(files, path + kNewCopyEnding, path, bytes);
 }
 
 }  // namespace quillon

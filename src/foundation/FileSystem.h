@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "foundation/Path.h"
+
 namespace quillon {
 
 // The one seam between the program's files and the machine. The platform's file
@@ -94,24 +96,11 @@ std::string FreeNameBeside(CFileSystem& files, const std::string& path);
 // contents or the new, and no neighbour is touched.
 [[nodiscard]] bool ReplaceWholeFile(CFileSystem& files, const std::string& path,
                                     std::span<const uint8_t> bytes);
-// The same through `path` + ".new" alone, whatever has that name: for files of the store, in
-// folders of its own, whose opening knows a copy that was not finished by that name.
+// What the file is called until then.
+inline constexpr const char* kNewCopyEnding = ".new";
+// The same through `path` + kNewCopyEnding alone, whatever has that name: for files of the store,
+// in folders of its own, whose opening knows a copy that was not finished by that name.
 [[nodiscard]] bool ReplaceStoreFile(CFileSystem& files, const std::string& path,
                                     std::span<const uint8_t> bytes);
-
-// Path helpers. Both "/" and "\" count as separators on Windows, "/" alone elsewhere.
-char PathSeparator();
-bool IsPathSeparator(char character);
-// `folder` with a separator at its end; "" stays "".
-std::string WithTrailingSeparator(std::string folder);
-std::string WithoutTrailingSeparators(std::string folder);
-// The folder that holds a file or folder, named with or without a separator at its end: "." for
-// a plain name.
-std::string ParentFolder(const std::string& path);
-// "a/b/c.dat" -> "a/b/" and "c.dat".
-std::string FolderOf(const std::string& path);
-std::string FileNameOf(const std::string& path);
-// Inserts `suffix` in front of the file name's last dot; "" when the name has no dot.
-std::string WithSuffix(const std::string& path, const std::string& suffix);
 
 }  // namespace quillon

@@ -14,6 +14,7 @@ namespace quillon {
 //              not part of it. There is no escaping.
 //   Doubles    Of sections or names that occur twice the first counts.
 //   Errors     false or empty. A missing file is an empty one.
+//   Threads    None: two writers of one file lose one of the two writes.
 //   Caching    None: every call reads the file, and a write is in the file when it
 //              returns.
 class CProfile {

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string_view>
 
+#include "foundation/AsciiText.h"
+
 namespace quillon {
 namespace {
 
@@ -13,23 +15,8 @@ constexpr std::string_view kLineEnd = "\r\n";
 // 0x1A is the end-of-file mark that old editors leave behind.
 constexpr std::string_view kBlanks = " \t\n\v\f\r\x1A";
 
-std::string_view TrimmedLeft(std::string_view text) {
-    const size_t start = text.find_first_not_of(kBlanks);
-    return start == std::string_view::npos ? std::string_view() : text.substr(start);
-}
-
 std::string_view Trimmed(std::string_view text) {
-    text = TrimmedLeft(text);
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
-
-char Lowered(char letter) {
-    return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-}
-
-bool SameName(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return Lowered(x) == Lowered(y); });
+    return TrimBlanks(text, kBlanks);
 }
 
 std::string_view Unquoted(std::string_view value) {
@@ -113,10 +100,10 @@ Place Find(std::string_view text, std::string_view section, std::string_view nam
     for (Line line; lines.Next(line);) {
         if (line.kind == Line::Kind::Section) {
             if (place.hasSection) break;
-            place.hasSection = SameName(line.name, Trimmed(section));
+            place.hasSection = EqualIgnoringAsciiCase(line.name, Trimmed(section));
         } else if (!place.hasSection || line.kind == Line::Kind::Blank || line.IsComment()) {
             // A comment belongs to its section, but is not found by name.
-        } else if (SameName(line.name, Trimmed(name))) {
+        } else if (EqualIgnoringAsciiCase(line.name, Trimmed(name))) {
             place.line = line;
             break;
         }
@@ -163,7 +150,7 @@ bool CProfileFile::Write(const std::string& path, const std::string& section,
     if (EndsOpen(text)) text += kLineEnd;
     const Place place = Find(text, section, name);
     // Blanks in front would be lost in reading anyway.
-    const std::string_view written = TrimmedLeft(value);
+    const std::string_view written = TrimBlanksLeft(value, kBlanks);
     if (place.line && place.line->kind == Line::Kind::Value && place.line->value == written) {
         return true;
     }
@@ -210,7 +197,7 @@ std::vector<std::string> CProfileFile::Names(const std::string& path, const std:
     for (Line line; lines.Next(line);) {
         if (line.kind == Line::Kind::Section) {
             if (inside) break;
-            inside = SameName(line.name, Trimmed(section));
+            inside = EqualIgnoringAsciiCase(line.name, Trimmed(section));
         } else if (inside && line.kind == Line::Kind::Value && !line.name.empty()) {
             names.emplace_back(line.name);
         }

@@ -69,12 +69,12 @@ std::string CSettingsFile::Path() const {
     if (!chosen.empty()) return chosen;
     const std::string programFolder = m_places.programFolder();
     if (!programFolder.empty()) {
-        std::string portable = WithTrailingSeparator(programFolder) + kFileName;
+        std::string portable = JoinPath(programFolder, kFileName);
         if (m_files.Exists(portable)) return portable;
     }
     const std::string roaming = m_places.roamingFolder();
     if (roaming.empty()) return PathSeparator() + std::string(kFileName);
-    return WithTrailingSeparator(WithTrailingSeparator(roaming) + kFolderName) + kFileName;
+    return JoinPath(JoinPath(roaming, kFolderName), kFileName);
 }
 
 bool CSettingsFile::ReadString(const std::string& section, const std::string& key,

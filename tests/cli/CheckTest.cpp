@@ -1,11 +1,13 @@
 // check words, format, print, test.
 
 #include "cli/CliFixture.h"
+#include "support/EachFailure.h"
 
 namespace quillon {
 namespace {
 
-using Call = CMemoryFileSystem::Call;
+using testing::HasSubstr;
+using testing::Not;
 
 class Check : public CliTest {
 protected:
@@ -15,19 +17,18 @@ protected:
             .at("id");
     }
     Arguments Print(int64_t id, const std::string& file, const Arguments& more = {}) {
-        Arguments arguments{"check", "print", "Checking", "--transaction", std::to_string(id),
-                            "--svg", file};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return arguments;
+        return Arguments("check print Checking --transaction " + std::to_string(id) + " --svg " +
+                         file) +
+               more;
     }
     int32_t CheckOf(int64_t id) {
-        for (const auto& row : Json({"transaction", "list", "Checking"})) {
+        for (const auto& row : Json("transaction list Checking")) {
             if (row.at("id") == id) return row.at("check");
         }
         ADD_FAILURE() << "no transaction " << id;
         return -1;
     }
-    int32_t Latest() { return Json({"account", "list"})[0].at("latestCheckNumber"); }
+    int32_t Latest() { return Json("account list")[0].at("latestCheckNumber"); }
     // A run that must fail with this one line.
     void Refused(const Arguments& arguments, const std::string& line) {
         const CliRun run = Run(arguments);
@@ -38,52 +39,39 @@ protected:
 };
 
 TEST_F(Check, Words) {
-    const struct {
-        const char* amount;
-        const char* words;
-    } rows[] = {
-        {"1234567.89",
-         "One Million Two Hundred Thirty Four Thousand Five Hundred Sixty Seven and 89/100"},
-        {"1,234.5", "One Thousand Two Hundred Thirty Four and 50/100"},
-        {"100.5", "One Hundred and 50/100"},
-        {"$15", "Fifteen and 00/100"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.amount);
-        EXPECT_EQ(Json({"check", "words", row.amount}).dump(),
-                  std::string(R"({"words":")") + row.words + "\"}");
-        EXPECT_EQ(Run({"check", "words", row.amount}).out, std::string(row.words) + "\n");
-    }
-    EXPECT_EQ(Run({"check", "words", "0.99"}).out, "An amount below 1.00 has no words.\n");
-    const CliRun billions = Run({"--json", "check", "words", "2000000000"});
+    const std::string words = "One Thousand Two Hundred Thirty Four and 50/100";
+    EXPECT_EQ(Json("check words $1,234.5").dump(), R"({"words":")" + words + "\"}");
+    EXPECT_EQ(Run("check words $1,234.5").out, words + "\n");
+    EXPECT_EQ(Run("check words 0.99").out, "An amount below 1.00 has no words.\n");
+    const CliRun billions = Run("--json check words 2000000000");
     EXPECT_EQ(billions.Json().at("words"), "");
-    EXPECT_NE(billions.err.find("note: Amounts of a billion"), std::string::npos);
+    EXPECT_THAT(billions.err, HasSubstr("note: Amounts of a billion"));
     for (const char* bad : {"1,23,4", "abc", "", "1e3", "12,50"}) {
         Refused({"check", "words", bad},
                 std::string("'") + bad + "' is not an amount; write it like 1234.50.");
     }
-    Refused({"check", "words", "1.999"},
+    Refused("check words 1.999",
             "The amount 1.999 has more than two decimals; write it in whole cents, like 1234.50.");
-    Refused({"check", "words", "--", "-5"},
+    Refused("check words -- -5",
             "The amount -5 is negative; write it without sign, checks only pay out.");
 }
 
 TEST_F(Check, FormatIsShownAndSet) {
     MakeLedger();
-    const auto before = Json({"check", "format", "show", "checking"});
+    const auto before = Json("check format show checking");
     EXPECT_EQ(before.dump(),
               R"({"account":"Checking","date":"10,2155,230","payee":"10,690,530",)"
               R"("amount":"10,2910,530","writtenAmount":"10,230,700","memo":"10,310,1180",)"
               R"("width":6.0,"vertical":false,"stored":false})");
-    const auto after = Json({"check", "format", "set", "Checking", "--payee", "11, 700,540",
-                             "--width", "8.5", "--vertical"});
+    const auto after =
+        Json("check format set Checking --payee '11, 700,540' --width 8.5 --vertical");
     EXPECT_EQ(after.at("payee"), "11,700,540");
     EXPECT_EQ(after.at("date"), "10,2155,230");
     EXPECT_EQ(after.at("width"), 8.5);
     EXPECT_EQ(after.at("vertical"), true);
     EXPECT_EQ(after.at("stored"), true);
-    EXPECT_EQ(Json({"check", "format", "show", "Checking"}), after);
-    EXPECT_EQ(Run({"check", "format", "show", "Checking"}).out,
+    EXPECT_EQ(Json("check format show Checking"), after);
+    EXPECT_EQ(Run("check format show Checking").out,
               "Text            Font height  Horizontal  Vertical\n"
               "--------------  -----------  ----------  --------\n"
               "Date                     10        2155       230\n"
@@ -107,12 +95,12 @@ TEST_F(Check, FormatIsShownAndSet) {
     for (const char* bad : {"0", "six", "6,5", "nan", ""}) {
         Refused({"check", "format", "set", "Checking", "--width", bad, "--horizontal"}, width);
     }
-    EXPECT_EQ(Json({"check", "format", "show", "Checking"}), after);
+    EXPECT_EQ(Json("check format show Checking"), after);
 
-    Refused({"check", "format", "show", "Visa"},
+    Refused("check format show Visa",
             "The account 'Visa' is a credit account; checks are drawn on checking accounts only.");
-    EXPECT_EQ(Run({"check", "format", "set", "Checking"}).status, 2);
-    EXPECT_EQ(Run({"check", "format", "set", "Checking", "--vertical", "--horizontal"}).status, 2);
+    EXPECT_EQ(Run("check format set Checking").status, 2);
+    EXPECT_EQ(Run("check format set Checking --vertical --horizontal").status, 2);
 }
 
 TEST_F(Check, PrintsAndCounts) {
@@ -126,10 +114,10 @@ TEST_F(Check, PrintsAndCounts) {
          {"<title>Print Check 1024</title>", ">03/05/2024<", ">Alder Court Apartments<",
           ">1,234.50<", ">One Thousand Two Hundred Thirty Four and 50/100<",
           ">Rent &lt;March&gt;<"}) {
-        EXPECT_NE(svg.find(part), std::string::npos) << part;
+        EXPECT_THAT(svg, HasSubstr(part));
     }
-    EXPECT_EQ(svg.find("private"), std::string::npos);
-    EXPECT_EQ(svg.find("<rect"), std::string::npos);
+    EXPECT_THAT(svg, Not(HasSubstr("private")));
+    EXPECT_THAT(svg, Not(HasSubstr("<rect")));
     EXPECT_EQ(CheckOf(rent), 1024);
 
     EXPECT_EQ(Run(Print(other, "b.svg")).out, "Check 1025 was written to 'b.svg'.\n");
@@ -143,7 +131,7 @@ TEST_F(Check, PrintsAndCounts) {
               "Check 1025 was written to 'c.svg'.\nCheck number 1025 is also that of "
               "transaction " +
                   std::to_string(other) + ".\n");
-    EXPECT_EQ(Json({"verify"}).at("code"), 0);
+    EXPECT_EQ(Json("verify").at("code"), 0);
 }
 
 TEST_F(Check, RefusesWithOneLineAndWritesNothing) {
@@ -189,16 +177,14 @@ TEST_F(Check, AFailedPrintStoresNothing) {
 TEST_F(Check, SaysWhenTheNumberCouldNotBeStored) {
     MakeLedger();
     const int64_t id = Pay("5");
-    const auto before = m_disk.Snapshot();
     bool told = false;
-    for (int64_t failAt = 1; failAt < 100; ++failAt) {
-        SCOPED_TRACE(failAt);
-        m_disk.Restore(before);
-        m_disk.FailNth(Call::AnySync, failAt, FileError::NoSpace,
-                       CMemoryFileSystem::Times::ForEver);
+    for (CEachFailure failure(m_disk, {.kind = CMemoryFileSystem::Call::AnySync,
+                                      .times = CMemoryFileSystem::Times::ForEver});
+         failure.Next();) {
+        SCOPED_TRACE(failure.Nth());
+        failure.Arm();
         const CliRun run = Run(Print(id, "x.svg"));
-        const bool failed = m_disk.HasFailed();
-        m_disk.StopFailing();
+        failure.Disarm();
         const bool written = m_disk.Exists("x.svg");
         if (run.err.find("Check 1 was written to 'x.svg', but its number was not stored: ") !=
             std::string::npos) {
@@ -208,34 +194,28 @@ TEST_F(Check, SaysWhenTheNumberCouldNotBeStored) {
         }
         const int32_t number = CheckOf(id);
         EXPECT_EQ(Latest(), number);
-        if (run.status == 0) {
-            EXPECT_EQ(number, 1);
-        }
-        if (number == 1) {
-            EXPECT_TRUE(written);
-        }
-        if (!failed) break;
+        EXPECT_TRUE(run.status != 0 || number == 1);
+        EXPECT_TRUE(number != 1 || written);
     }
     EXPECT_TRUE(told);
 }
 
 TEST_F(Check, TestPrint) {
     MakeLedger();
-    Json({"check", "format", "set", "Checking", "--vertical"});
-    EXPECT_EQ(Run({"check", "test", "Checking", "--svg", "t.svg"}).out,
+    Json("check format set Checking --vertical");
+    EXPECT_EQ(Run("check test Checking --svg t.svg").out,
               "The test print was written to 't.svg'.\n");
     const std::string svg = FileText("t.svg");
     for (const char* part : {"width=\"69.85mm\" height=\"152.40mm\"", "<rect", "rotate(-90 ",
                              ">Sample Payee Company<", "<title>Test Print</title>"}) {
-        EXPECT_NE(svg.find(part), std::string::npos) << part;
+        EXPECT_THAT(svg, HasSubstr(part));
     }
-    EXPECT_EQ(Json({"check", "test", "Checking", "--svg", "u.svg"}).dump(),
-              R"({"check":0,"file":"u.svg"})");
+    EXPECT_EQ(Json("check test Checking --svg u.svg").dump(), R"({"check":0,"file":"u.svg"})");
     EXPECT_EQ(Latest(), 0);
-    Refused({"check", "test", "Visa", "--svg", "v.svg"},
+    Refused("check test Visa --svg v.svg",
             "The account 'Visa' is a credit account; checks are drawn on checking accounts only.");
-    Json({"check", "format", "set", "Checking", "--width", "2"});
-    Refused({"check", "test", "Checking", "--svg", "v.svg"},
+    Json("check format set Checking --width 2");
+    Refused("check test Checking --svg v.svg",
             "The date does not fit on the check, even in small print; change its position or the "
             "check width.");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <deque>
@@ -31,33 +32,54 @@ struct CliRun {
     }
 };
 
+// The words of a command: "transaction list 'Old card'", where quotes keep blanks in a word, or
+// a list of words.
+struct CommandWords : std::vector<std::string> {
+    CommandWords() = default;
+    CommandWords(std::initializer_list<std::string> words) : vector(words) {}
+    CommandWords(const char* line) {
+        bool isQuoted = false;
+        bool isWord = false;
+        for (; *line; ++line) {
+            const bool ends = *line == ' ' && !isQuoted;
+            if (!ends && !isWord) emplace_back();
+            isWord = !ends;
+            if (*line == '\'') {
+                isQuoted = !isQuoted;
+            } else if (!ends) {
+                back() += *line;
+            }
+        }
+    }
+    CommandWords(const std::string& line) : CommandWords(line.c_str()) {}
+
+    CommandWords operator+(const CommandWords& more) const {
+        CommandWords words = *this;
+        words.insert(words.end(), more.begin(), more.end());
+        return words;
+    }
+};
+
 // The command line over a disk in memory and a settings file of its own. The ledger is
 // "ledger" unless a test says otherwise.
 class CliTest : public testing::Test {
 protected:
-    using Arguments = std::vector<std::string>;
+    using Arguments = CommandWords;
 
     CliRun RunBare(const Arguments& arguments) {
         std::ostringstream out;
         std::ostringstream err;
+        const auto ask = [this](const std::string& prompt, std::string& answer) {
+            m_prompts.push_back(prompt);
+            if (m_typed.empty()) return false;
+            answer = m_typed.front();
+            m_typed.pop_front();
+            return true;
+        };
         CommandLineHost host{.out = out,
                              .err = err,
-                             .readPassword =
-                                 [this](const std::string& prompt, std::string& password) {
-                                     m_prompts.push_back(prompt);
-                                     if (m_typed.empty()) return false;
-                                     password = m_typed.front();
-                                     m_typed.pop_front();
-                                     return true;
-                                 },
-                             .readAnswer =
-                                 [this](const std::string& question, std::string& answer) {
-                                     m_prompts.push_back(question);
-                                     if (m_typed.empty()) return false;
-                                     answer = m_typed.front();
-                                     m_typed.pop_front();
-                                     return true;
-                                 },
+                             .readPassword = ask,
+                             .readAnswer = ask,
                              .settings = SettingsPlaces::Fixed(m_folder.File("Quillon.cfg")),
                              .files = m_disk,
                              .keyCost = {.memoryKiB = 64, .passes = 1}};
@@ -68,15 +90,13 @@ protected:
         return run;
     }
 
-    CliRun Run(Arguments arguments) {
-        arguments.insert(arguments.begin(), {"--database", "ledger"});
-        return RunBare(arguments);
+    CliRun Run(const Arguments& arguments) {
+        return RunBare(Arguments("--database ledger") + arguments);
     }
 
     // A run that must succeed without a word on standard error; its JSON document.
-    nlohmann::ordered_json Json(Arguments arguments) {
-        arguments.insert(arguments.begin(), "--json");
-        const CliRun run = Run(arguments);
+    nlohmann::ordered_json Json(const Arguments& arguments) {
+        const CliRun run = Run(Arguments("--json") + arguments);
         EXPECT_EQ(run.status, 0) << run.err;
         EXPECT_EQ(run.err, "");
         EXPECT_FALSE(run.Json().is_discarded()) << run.out;
@@ -85,16 +105,14 @@ protected:
 
     // A ledger with 'Checking' (1,000.00), 'Savings' and 'Visa' (-200.00).
     void MakeLedger() {
-        Json({"init"});
-        Json({"account", "add", "Checking", "--type", "checking", "--balance", "1000", "--date",
-              "2024-01-01"});
-        Json({"account", "add", "Savings", "--type", "savings"});
-        Json({"account", "add", "Visa", "--type", "credit", "--balance", "-200.00", "--date",
-              "2024-01-01"});
+        Json("init");
+        Json("account add Checking --type checking --balance 1000 --date 2024-01-01");
+        Json("account add Savings --type savings");
+        Json("account add Visa --type credit --balance -200.00 --date 2024-01-01");
     }
 
     double BalanceOf(const std::string& account) {
-        for (const auto& row : Json({"account", "list"})) {
+        for (const auto& row : Json("account list")) {
             if (row.at("name") == account) return row.at("balance");
         }
         ADD_FAILURE() << "no account " << account;

@@ -1,7 +1,5 @@
 // The command quote against a real HTTPS server that the settings name.
 
-#include <gmock/gmock.h>
-
 #include <cstdlib>
 
 #include "cli/CliFixture.h"
@@ -9,6 +7,8 @@
 
 namespace quillon {
 namespace {
+
+using testing::HasSubstr;
 
 class QuoteOverTheNetwork : public CliTest {
 protected:
@@ -36,7 +36,7 @@ TEST_F(QuoteOverTheNetwork, PricesAndFailures) {
     // The program gives a server a second, which a busy machine may need more than once.
     CliRun run;
     for (int round = 0; round < 20; ++round) {
-        run = Run({"--json", "quote", "ACME", "--fall-through"});
+        run = Run("--json quote ACME --fall-through");
         if (run.status == 0) break;
     }
     ASSERT_EQ(run.status, 0) << run.err;
@@ -45,17 +45,17 @@ TEST_F(QuoteOverTheNetwork, PricesAndFailures) {
     EXPECT_EQ(quote.at("name"), "Acme, Inc.");
     EXPECT_EQ(quote.at("service"), 1);
 
-    const CliRun dead = Run({"quote", "ACME", "--service", "0"});
+    const CliRun dead = Run("quote ACME --service 0");
     EXPECT_EQ(dead.status, 1);
-    EXPECT_THAT(dead.err, testing::HasSubstr("No price of 'ACME': no connection to '127.0.0.1'"));
+    EXPECT_THAT(dead.err, HasSubstr("No price of 'ACME': no connection to '127.0.0.1'"));
     EXPECT_EQ(std::count(dead.err.begin(), dead.err.end(), '\n'), 1);
 
     // The list of symbols lies beside the settings.
     WriteFile(m_folder.File("StockSymbols.txt"), "ACME\tNYSE\n");
     Serve("0", "good", "/search/");
-    Run({"quote", "ACME"});
-    EXPECT_THAT(m_server.Requests(), testing::HasSubstr("/search/ACME:NYSE "));
-    EXPECT_THAT(m_server.Requests(), testing::Not(testing::HasSubstr("NASDAQ")));
+    Run("quote ACME");
+    EXPECT_THAT(m_server.Requests(), HasSubstr("/search/ACME:NYSE "));
+    EXPECT_THAT(m_server.Requests(), testing::Not(HasSubstr("NASDAQ")));
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 namespace quillon {
 namespace {
 
+using testing::HasSubstr;
+
 using Keys = std::vector<std::string>;
 const Keys kAccountKeys{"id",    "name", "description", "type", "balance", "latestCheckNumber",
                         "active"};
@@ -17,53 +19,51 @@ const Keys kTransactionKeys{"id",     "account",    "date",  "type",     "typeCo
 
 class Register : public CliTest {
 protected:
-    int64_t Add(const Arguments& options) {
-        Arguments arguments{"transaction", "add"};
-        arguments.insert(arguments.end(), options.begin(), options.end());
-        return Json(arguments).at("id");
+    // "Checking payment 2024-03-05 40.10", and options.
+    int64_t Add(const Arguments& what, const Arguments& options = {}) {
+        const Arguments words{"transaction", "add",   what[0],    "--type", what[1],
+                              "--date",      what[2], "--amount", what[3]};
+        return Json(words + options).at("id");
     }
 };
 
 TEST_F(Register, AccountsKeepTheirShape) {
-    const auto made = Json({"init"});
+    const auto made = Json("init");
     EXPECT_EQ(CliRun::Keys(made), (Keys{"database", "created", "tables"}));
     EXPECT_EQ(made.dump(), R"({"database":"ledger","created":true,"tables":15})");
-    EXPECT_EQ(Json({"init"}).at("created"), false);
+    EXPECT_EQ(Json("init").at("created"), false);
 
-    const auto visa = Json({"account", "add", "Visa", "--type", "credit", "--balance", "-812.33",
-                            "--description", "Lakeside", "--date", "2024-03-31"});
+    const auto visa = Json(
+        "account add Visa --type credit --balance -812.33 --description Lakeside --date "
+        "2024-03-31");
     EXPECT_EQ(CliRun::Keys(visa), kAccountKeys);
     EXPECT_EQ(visa.dump(), R"({"id":1,"name":"Visa","description":"Lakeside","type":"credit",)"
                            R"("balance":-812.33,"latestCheckNumber":0,"active":true})");
-    EXPECT_EQ(Json({"account", "list"}).dump(), "[" + visa.dump() + "]");
-    EXPECT_EQ(Json({"account", "close", "visa"}).at("active"), false);
-    EXPECT_EQ(Run({"account", "close", "Visa"}).status, 1);
-    EXPECT_EQ(Run({"transaction", "add", "Visa", "--type", "charge", "--date", "2024-04-01",
-                   "--amount", "1"})
-                  .err,
+    EXPECT_EQ(Json("account list").dump(), "[" + visa.dump() + "]");
+    EXPECT_EQ(Json("account close visa").at("active"), false);
+    EXPECT_EQ(Run("account close Visa").status, 1);
+    EXPECT_EQ(Run("transaction add Visa --type charge --date 2024-04-01 --amount 1").err,
               "quillon-cli: The account 'Visa' is closed; 'account reopen' takes it into use "
               "again.\n");
-    EXPECT_EQ(Json({"account", "reopen", "Visa"}).at("active"), true);
+    EXPECT_EQ(Json("account reopen Visa").at("active"), true);
 
-    Json({"transaction", "add", "Visa", "--type", "payment", "--date", "2024-04-01", "--amount",
-          "12.33"});
-    EXPECT_EQ(Json({"account", "edit", "Visa", "--name", "Giro", "--type", "checking"}).dump(),
+    Json("transaction add Visa --type payment --date 2024-04-01 --amount 12.33");
+    EXPECT_EQ(Json("account edit Visa --name Giro --type checking").dump(),
               R"({"id":1,"name":"Giro","description":"Lakeside","type":"checking",)"
               R"("balance":-824.66,"latestCheckNumber":0,"active":true})");
-    EXPECT_EQ(Run({"account", "edit", "Giro"}).status, 2);
-    EXPECT_EQ(Json({"verify"}).at("code"), 0);
+    EXPECT_EQ(Run("account edit Giro").status, 2);
+    EXPECT_EQ(Json("verify").at("code"), 0);
 }
 
 TEST_F(Register, RunningBalancesInRegisterOrder) {
     MakeLedger();
     // Entered out of order; two on one day stay in the order of their numbers.
-    Add({"Checking", "--type", "payment", "--date", "2024-03-05", "--amount", "40.10", "--payee",
-         "Shop", "--category", "Groceries", "--check", "1001"});
-    Add({"Checking", "--type", "deposit", "--date", "2024-02-01", "--amount", "1,250.55", "--payee",
-         "Employer", "--category", "Income", "--electronic", "EFT", "--memo", "Pay"});
-    Add({"Checking", "--type", "withdrawal", "--date", "2024-03-05", "--amount", "60"});
+    Add("Checking payment 2024-03-05 40.10", "--payee Shop --category Groceries --check 1001");
+    Add("Checking deposit 2024-02-01 1,250.55",
+        "--payee Employer --category Income --electronic EFT --memo Pay");
+    Add("Checking withdrawal 2024-03-05 60");
 
-    const auto rows = Json({"transaction", "list", "Checking"});
+    const auto rows = Json("transaction list Checking");
     ASSERT_EQ(rows.size(), 4u);
     EXPECT_EQ(CliRun::Keys(rows[0]), kTransactionKeys);
     EXPECT_EQ(rows[1].dump(),
@@ -77,9 +77,9 @@ TEST_F(Register, RunningBalancesInRegisterOrder) {
         EXPECT_EQ(rows[i].at("id"), ids[i]);
     }
     EXPECT_EQ(BalanceOf("Checking"), 2150.45);
-    EXPECT_EQ(Json({"account", "list"})[0].at("latestCheckNumber"), 1001);
+    EXPECT_EQ(Json("account list")[0].at("latestCheckNumber"), 1001);
     EXPECT_EQ(
-        Run({"transaction", "list", "Checking"}).out,
+        Run("transaction list Checking").out,
         "Id  Date        Type        Number  Payee     Category      Effect   Balance  Memo\n"
         "--  ----------  ----------  ------  --------  ----------  --------  --------  "
         "---------------\n"
@@ -96,12 +96,10 @@ TEST_F(Register, RunningBalancesInRegisterOrder) {
 // Filters hide lines and leave the running balance alone.
 TEST_F(Register, Filters) {
     MakeLedger();
-    Add({"Checking", "--type", "payment", "--date", "2024-02-10", "--amount", "10", "--payee",
-         "Café Mühlbach", "--category", "Travel"});
-    Add({"Checking", "--type", "payment", "--date", "2024-02-20", "--amount", "20", "--payee",
-         "Harbor Fish", "--category", "Groceries", "--memo", "Two kilos"});
-    Add({"Checking", "--type", "payment", "--date", "2024-03-01", "--amount", "30", "--payee",
-         "Harbor Fitness", "--check", "77"});
+    Add("Checking payment 2024-02-10 10", "--payee 'Café Mühlbach' --category Travel");
+    Add("Checking payment 2024-02-20 20",
+        "--payee 'Harbor Fish' --category Groceries --memo 'Two kilos'");
+    Add("Checking payment 2024-03-01 30", "--payee 'Harbor Fitness' --check 77");
     const struct {
         const char* name;
         Arguments options;
@@ -122,13 +120,12 @@ TEST_F(Register, Filters) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        Arguments arguments{"transaction", "list", "Checking"};
-        arguments.insert(arguments.end(), row.options.begin(), row.options.end());
         std::vector<double> balances;
-        for (const auto& line : Json(arguments)) balances.push_back(line.at("balance"));
+        const auto lines = Json(Arguments("transaction list Checking") + row.options);
+        for (const auto& line : lines) balances.push_back(line.at("balance"));
         EXPECT_EQ(balances, row.balances);
     }
-    EXPECT_EQ(Run({"transaction", "list", "Checking", "--payee", "Harbour Fish"}).err,
+    EXPECT_EQ(Run("transaction list Checking --payee 'Harbour Fish'").err,
               "quillon-cli: There is no payee 'Harbour Fish'; did you mean 'Harbor Fish'? 'payee "
               "list' shows all.\n");
 }
@@ -137,8 +134,7 @@ TEST_F(Register, Filters) {
 TEST_F(Register, EditsAndDeletes) {
     MakeLedger();
     const std::string id = std::to_string(
-        Add({"Checking", "--type", "payment", "--date", "2024-02-01", "--amount", "100", "--payee",
-             "Shop", "--category", "Groceries", "--memo", "first"}));
+        Add("Checking payment 2024-02-01 100", "--payee Shop --category Groceries --memo first"));
     EXPECT_EQ(BalanceOf("Checking"), 900);
     EXPECT_EQ(Json({"transaction", "edit", id, "--amount", "25.5"}).at("amount"), 25.5);
     EXPECT_EQ(BalanceOf("Checking"), 974.5);
@@ -159,7 +155,7 @@ TEST_F(Register, EditsAndDeletes) {
     EXPECT_EQ(cleared.at("memo"), "first");
     EXPECT_EQ(Json({"transaction", "delete", id}).at("memo"), "first");
     EXPECT_EQ(BalanceOf("Visa"), -200);
-    EXPECT_EQ(Json({"verify"}).at("code"), 0);
+    EXPECT_EQ(Json("verify").at("code"), 0);
 }
 
 // A command on a few transactions reads a few, however many the account has; halving an index
@@ -205,7 +201,7 @@ TEST_F(Register, ReadsWhatItShows) {
 TEST_F(Register, TransfersHaveTwoSides) {
     MakeLedger();
     const CStoppedClock clock(FileTimeFromDate(2024, 5, 6));
-    const auto sides = Json({"transfer", "Checking", "Visa", "--amount", "150", "--memo", "Card"});
+    const auto sides = Json("transfer Checking Visa --amount 150 --memo Card");
     ASSERT_EQ(sides.size(), 2u);
     EXPECT_EQ(sides[0].at("type"), "transfer");
     EXPECT_EQ(sides[0].at("effect"), -150);
@@ -218,9 +214,8 @@ TEST_F(Register, TransfersHaveTwoSides) {
     // One side alone: done, and the other one is mentioned.
     const CliRun alone = Run({"transaction", "edit", receiving, "--memo", "Mine"});
     EXPECT_EQ(alone.status, 0);
-    EXPECT_NE(alone.out.find("transaction " + paying + " in 'Checking', was left as it was"),
-              std::string::npos)
-        << alone.out;
+    EXPECT_THAT(alone.out,
+                HasSubstr("transaction " + paying + " in 'Checking', was left as it was"));
 
     const auto both = Json({"transaction", "edit", paying, "--amount", "175", "--both"});
     ASSERT_EQ(both.size(), 2u);
@@ -233,31 +228,30 @@ TEST_F(Register, TransfersHaveTwoSides) {
 
 TEST_F(Register, CategoriesPayeesAndRules) {
     MakeLedger();
-    const auto category = Json({"category", "add", "Garden"});
+    const auto category = Json("category add Garden");
     ASSERT_EQ(category.size(), 1u);
     EXPECT_EQ(CliRun::Keys(category[0]),
               (Keys{"id", "name", "includeIncome", "includeWorth", "includeInvestment",
                     "includePayee", "includeTotal", "includeBudget", "includeReports"}));
-    Add({"Checking", "--type", "payment", "--date", "2024-02-01", "--amount", "5", "--payee",
-         "Seeds & Co", "--category", "Garden"});
-    EXPECT_EQ(Run({"category", "delete", "Garden"}).err,
+    Add("Checking payment 2024-02-01 5", "--payee 'Seeds & Co' --category Garden");
+    EXPECT_EQ(Run("category delete Garden").err,
               "quillon-cli: The category 'Garden' is used in 1 place; give another one for them "
               "with --to CATEGORY.\n");
-    EXPECT_EQ(Run({"category", "rename", "Garden", "Rent"}).status, 1);
-    EXPECT_EQ(Json({"category", "rename", "Garden", "Yard"})[0].at("name"), "Yard");
-    Json({"category", "delete", "Yard", "--to", "Household"});
-    Json({"payee", "add", "Seeds"});
-    Json({"payee", "delete", "Seeds & Co", "--to", "Seeds"});
-    const auto row = Json({"transaction", "list", "Checking"})[1];
+    EXPECT_EQ(Run("category rename Garden Rent").status, 1);
+    EXPECT_EQ(Json("category rename Garden Yard")[0].at("name"), "Yard");
+    Json("category delete Yard --to Household");
+    Json("payee add Seeds");
+    Json("payee delete 'Seeds & Co' --to Seeds");
+    const auto row = Json("transaction list Checking")[1];
     EXPECT_EQ(row.at("category"), "Household");
     EXPECT_EQ(row.at("payee"), "Seeds");
-    EXPECT_EQ(Json({"payee", "list"}).dump(), R"([{"id":2,"name":"Seeds"}])");
+    EXPECT_EQ(Json("payee list").dump(), R"([{"id":2,"name":"Seeds"}])");
 
-    const auto rule = Json({"rule", "add", "SEEDS", "Seeds"});
+    const auto rule = Json("rule add SEEDS Seeds");
     EXPECT_EQ(rule.dump(), R"([{"id":2,"search":"SEEDS","replace":"Seeds"}])");
-    EXPECT_EQ(Json({"rule", "rename", "2", "SEED"})[0].at("replace"), "Seeds");
-    EXPECT_EQ(Json({"rule", "delete", "SEED"}).size(), 1u);
-    EXPECT_EQ(Json({"rule", "list"}).dump(), R"([{"id":1,"search":"void","replace":"VOID"}])");
+    EXPECT_EQ(Json("rule rename 2 SEED")[0].at("replace"), "Seeds");
+    EXPECT_EQ(Json("rule delete SEED").size(), 1u);
+    EXPECT_EQ(Json("rule list").dump(), R"([{"id":1,"search":"void","replace":"VOID"}])");
 }
 
 }  // namespace

@@ -98,12 +98,7 @@ private:
 struct Gauge {
     std::thread::id thread;
     int pauses = 0;
-    int64_t liveBytes = 0;
-    int64_t liveBlocks = 0;
-    int64_t bytesAtMark = 0;
-    int64_t peakBytes = 0;
-    int64_t largestBlock = 0;
-    int64_t allocations = 0;
+    CAllocationGauge::Values counts;
     int64_t callsBefore = -1;  // allocations that still pass; -1: no order
     CAllocationGauge::Times times = CAllocationGauge::Times::Once;
     bool hasFailed = false;
@@ -121,12 +116,11 @@ bool IsCounting() {
 
 // True: refuse this allocation.
 bool FailsNow(std::size_t size) {
-    ++gauge.allocations;
+    ++gauge.counts.allocations;
     // A size that no block can have is not of interest, only that it was refused.
-    gauge.largestBlock =
-        std::max(gauge.largestBlock,
-                 static_cast<int64_t>(std::min<std::size_t>(
-                     size, static_cast<std::size_t>(std::numeric_limits<int64_t>::max()))));
+    constexpr size_t kLargest = std::numeric_limits<int64_t>::max();
+    gauge.counts.largestBlock =
+        std::max(gauge.counts.largestBlock, static_cast<int64_t>(std::min(size, kLargest)));
     if (gauge.callsBefore < 0) return false;
     if (gauge.callsBefore > 0) {
         --gauge.callsBefore;
@@ -140,16 +134,16 @@ bool FailsNow(std::size_t size) {
 void NoteAllocated(const void* block, std::size_t size) {
     if (!block) return;
     gauge.blocks.Insert(block, size);
-    ++gauge.liveBlocks;
-    gauge.liveBytes += static_cast<int64_t>(size);
-    gauge.peakBytes = std::max(gauge.peakBytes, gauge.liveBytes);
+    ++gauge.counts.liveBlocks;
+    gauge.counts.liveBytes += static_cast<int64_t>(size);
+    gauge.counts.peakBytes = std::max(gauge.counts.peakBytes, gauge.counts.liveBytes);
 }
 
 void NoteFreed(const void* block) {
     std::size_t size = 0;
     if (!block || !gauge.blocks.Erase(block, size)) return;
-    --gauge.liveBlocks;
-    gauge.liveBytes -= static_cast<int64_t>(size);
+    --gauge.counts.liveBlocks;
+    gauge.counts.liveBytes -= static_cast<int64_t>(size);
 }
 
 // Allocates by `get`, counted when it is to be counted.
@@ -200,9 +194,7 @@ CAllocationGauge::CAllocationGauge() {
     gauge.blocks.Clear();
     gauge.thread = std::this_thread::get_id();
     gauge.pauses = 0;
-    gauge.liveBytes = 0;
-    gauge.liveBlocks = 0;
-    MarkPeak();
+    gauge.counts = {};
     StopFailing();
     gauge.hasFailed = false;
     armed = true;
@@ -213,31 +205,8 @@ CAllocationGauge::~CAllocationGauge() {
     gauge.blocks.Clear();
 }
 
-int64_t CAllocationGauge::LiveBytes() const {
-    return gauge.liveBytes;
-}
-
-int64_t CAllocationGauge::LiveBlocks() const {
-    return gauge.liveBlocks;
-}
-
-int64_t CAllocationGauge::PeakBytes() const {
-    return gauge.peakBytes - gauge.bytesAtMark;
-}
-
-int64_t CAllocationGauge::LargestBlock() const {
-    return gauge.largestBlock;
-}
-
-int64_t CAllocationGauge::Allocations() const {
-    return gauge.allocations;
-}
-
-void CAllocationGauge::MarkPeak() {
-    gauge.bytesAtMark = gauge.liveBytes;
-    gauge.peakBytes = gauge.liveBytes;
-    gauge.largestBlock = 0;
-    gauge.allocations = 0;
+CAllocationGauge::Values CAllocationGauge::Counts() const {
+    return gauge.counts;
 }
 
 void CAllocationGauge::FailNth(int64_t nth, Times times) {
@@ -300,64 +269,40 @@ void __wrap_free(void* block) {
 }
 }
 
-void* operator new(std::size_t size) {
-    return NewOrThrow(size);
-}
-void* operator new[](std::size_t size) {
-    return NewOrThrow(size);
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return NewOrNull(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return NewOrNull(size);
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    return NewOrThrow(size, alignment);
-}
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-    return NewOrThrow(size, alignment);
-}
-void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return NewOrNull(size, alignment);
-}
-void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return NewOrNull(size, alignment);
-}
-
-void operator delete(void* block) noexcept {
-    __wrap_free(block);
-}
-void operator delete[](void* block) noexcept {
-    __wrap_free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    __wrap_free(block);
-}
-void operator delete[](void* block, std::size_t) noexcept {
-    __wrap_free(block);
-}
-void operator delete(void* block, const std::nothrow_t&) noexcept {
-    __wrap_free(block);
-}
-void operator delete[](void* block, const std::nothrow_t&) noexcept {
-    __wrap_free(block);
-}
-void operator delete(void* block, std::align_val_t) noexcept {
-    DeleteAligned(block);
-}
-void operator delete[](void* block, std::align_val_t) noexcept {
-    DeleteAligned(block);
-}
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
-    DeleteAligned(block);
-}
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept {
-    DeleteAligned(block);
-}
-void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    DeleteAligned(block);
-}
-void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    DeleteAligned(block);
-}
+// NOLINTBEGIN(bugprone-macro-parentheses)
+#define QUILLON_OPERATORS(brackets)                                                                \
+    void* operator new brackets(std::size_t size) {                                                \
+        return NewOrThrow(size);                                                                   \
+    }                                                                                              \
+    void* operator new brackets(std::size_t size, const std::nothrow_t&) noexcept {                \
+        return NewOrNull(size);                                                                    \
+    }                                                                                              \
+    void* operator new brackets(std::size_t size, std::align_val_t alignment) {                    \
+        return NewOrThrow(size, alignment);                                                        \
+    }                                                                                              \
+    void* operator new brackets(std::size_t size, std::align_val_t alignment,                      \
+                                const std::nothrow_t&) noexcept {                                  \
+        return NewOrNull(size, alignment);                                                         \
+    }                                                                                              \
+    void operator delete brackets(void* block) noexcept {                                          \
+        __wrap_free(block);                                                                        \
+    }                                                                                              \
+    void operator delete brackets(void* block, std::size_t) noexcept {                             \
+        __wrap_free(block);                                                                        \
+    }                                                                                              \
+    void operator delete brackets(void* block, const std::nothrow_t&) noexcept {                   \
+        __wrap_free(block);                                                                        \
+    }                                                                                              \
+    void operator delete brackets(void* block, std::align_val_t) noexcept {                        \
+        DeleteAligned(block);                                                                      \
+    }                                                                                              \
+    void operator delete brackets(void* block, std::size_t, std::align_val_t) noexcept {           \
+        DeleteAligned(block);                                                                      \
+    }                                                                                              \
+    void operator delete brackets(void* block, std::align_val_t, const std::nothrow_t&) noexcept { \
+        DeleteAligned(block);                                                                      \
+    }
+QUILLON_OPERATORS()
+QUILLON_OPERATORS([])
+#undef QUILLON_OPERATORS
+// NOLINTEND(bugprone-macro-parentheses)

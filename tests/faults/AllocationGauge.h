@@ -21,15 +21,14 @@ public:
     CAllocationGauge(const CAllocationGauge&) = delete;
     CAllocationGauge& operator=(const CAllocationGauge&) = delete;
 
-    // --- what is not freed yet
-    int64_t LiveBytes() const;
-    int64_t LiveBlocks() const;
-    // --- since the last MarkPeak: the largest of LiveBytes, less what lived at the mark;
-    // the largest single block that was asked for, also when it was refused; how many were.
-    int64_t PeakBytes() const;
-    int64_t LargestBlock() const;
-    int64_t Allocations() const;
-    void MarkPeak();
+    struct Values {
+        int64_t liveBytes = 0;  // not freed yet
+        int64_t liveBlocks = 0;
+        int64_t peakBytes = 0;     // the largest of liveBytes
+        int64_t largestBlock = 0;  // that was asked for, also when it was refused
+        int64_t allocations = 0;   // that were asked for
+    };
+    Values Counts() const;
 
     // Lets the `nth` allocation from now (1 is the next) fail, and with ForEver all later
     // ones. Replaces an earlier order.

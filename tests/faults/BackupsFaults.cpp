@@ -11,10 +11,11 @@
 
 #include "Faults.h"
 #include "FaultsDatabase.h"
+#include "StoreContent.h"
 #include "foundation/ByteCodec.h"
-#include "storage/backup/BackupContainer.h"
-#include "storage/backup/BackupRestore.h"
+#include "storage/BackupFixture.h"
 #include "storage/database/DatabaseManager.h"
+#include "support/EachFailure.h"
 
 namespace quillon {
 namespace {
@@ -22,7 +23,6 @@ namespace {
 using Call = CMemoryFileSystem::Call;
 using Times = CMemoryFileSystem::Times;
 
-constexpr const char* kHash = "5f4dcc3b5aa765d61d8327deb882cf99";
 constexpr const char* kContainer = "b.backup";
 
 // A key that costs next to nothing.
@@ -33,12 +33,8 @@ BackupOptions QuickOptions(size_t chunkSize) {
     return options;
 }
 
-struct Stretch {
-    size_t at = 0;
-    size_t size = 0;
-};
-
 // Header, directory and chunks of a sound container.
+using Stretch = ChunkPlace;
 struct Parts {
     Stretch header;
     Stretch directory;
@@ -46,32 +42,26 @@ struct Parts {
 };
 
 Parts PartsOfContainer(const Bytes& container) {
-    Parts parts;
-    parts.header = {0, BackupHeader::kDiskSize};
-    parts.directory = {BackupHeader::kDiskSize,
-                       static_cast<size_t>(LoadLE<int64_t>(container, 62))};
-    for (size_t at = parts.directory.at + parts.directory.size; at < container.size();) {
-        const size_t length = LoadLE<uint32_t>(container, at + 28) & 0x0FFF'FFFF;
-        parts.chunks.push_back({at, BackupChunkHeader::kDiskSize + length});
-        at += parts.chunks.back().size;
-    }
-    return parts;
+    constexpr size_t kHeader = BackupHeader::kDiskSize;
+    return {{0, kHeader},
+            {kHeader, static_cast<size_t>(LoadLE<int64_t>(container, 62))},
+            ChunksOf(container)};
 }
 
 Bytes With(const Bytes& container, const Stretch& place, const Bytes& other) {
-    return Join(Prefix(container, place.at), other, Slice(container, place.at + place.size));
+    return Join(Prefix(container, place.offset), other,
+                Slice(container, place.offset + place.size));
 }
 
 Bytes Of(const Bytes& container, const Stretch& place) {
-    return Slice(container, place.at, place.size);
+    return Slice(container, place.offset, place.size);
 }
 
 // What a restore may say of a container that it refuses.
 bool IsContainerFault(RestoreCode code) {
-    constexpr std::array kCodes{RestoreCode::NotABackup, RestoreCode::NewerVersion,
-                                RestoreCode::WrongPassword, RestoreCode::Damaged,
-                                RestoreCode::Truncated};
-    return std::find(kCodes.begin(), kCodes.end(), code) != kCodes.end();
+    using enum RestoreCode;
+    return code == NotABackup || code == NewerVersion || code == WrongPassword || code == Damaged ||
+           code == Truncated;
 }
 
 // The databases and their containers that everything is tried with.
@@ -103,10 +93,10 @@ Material MakeMaterial(const std::string& kind, size_t chunkSize) {
     CMemoryFileSystem files;
     files.Restore(material.fresh.disk);
     CDatabaseManager database(files);
-    if (!database.Open(kFaultsFolder)) throw std::runtime_error("a sample does not open");
+    if (!database.Open(kLedgerFolder)) throw std::runtime_error("a sample does not open");
     material.guarded = ContainerOf(files, database, kHash, material.options);
     material.open = ContainerOf(files, database, {}, material.options);
-    const std::string table = kind == "store" ? "Ledger" : "Payee";
+    const std::string table = kind == "store" ? "Items" : "Payee";
     if (!database.BeginRow(table) || database.CommitRow() < 0) {
         throw std::runtime_error("a sample cannot be changed");
     }
@@ -146,23 +136,16 @@ private:
 
     void Bytewise(const Bytes& sound) {
         const Parts parts = PartsOfContainer(sound);
-        const size_t headEnd = parts.directory.at + 64;
+        const size_t headEnd = parts.directory.offset + 64;
         for (size_t at = 0; at < sound.size(); ++at) {
             if (!IsTried(at, headEnd)) continue;
-            const auto flipped = static_cast<uint8_t>(sound[at] ^ (1U << (at % 8)));
-            Refuse("byte " + std::to_string(at) + " flipped", WithByte(sound, at, flipped));
             Refuse("cut to " + std::to_string(at), Prefix(sound, at));
-            if (!m_options.isLong) continue;
-            for (const uint8_t value : {uint8_t{0}, uint8_t{0xFF}}) {
-                if (sound[at] == value) continue;
-                Refuse("byte " + std::to_string(at) + " made " + std::to_string(value),
-                       WithByte(sound, at, value));
-            }
+            ForEachOtherByte(sound[at], at, m_options.isLong, [&](uint8_t value, const auto& what) {
+                Refuse(what, WithByte(sound, at, value));
+            });
         }
         for (const size_t count : {size_t{1}, size_t{32}, size_t{5000}}) {
-            Bytes rubbish(count);
-            for (uint8_t& byte : rubbish) byte = static_cast<uint8_t>(m_random());
-            Refuse(std::to_string(count) + " bytes more", Join(sound, rubbish));
+            Refuse(std::to_string(count) + " bytes more", Join(sound, Rubbish(m_random, count)));
         }
         Refuse("twice", Join(sound, sound));
         Refuse("empty", {});
@@ -182,8 +165,8 @@ private:
             Refuse(name + " in place of the next", With(sound, parts.chunks[next], one));
             if (next > i) {
                 Refuse(name + " swapped with the next",
-                       Join(Prefix(sound, chunk.at), other, one,
-                            Slice(sound, parts.chunks[next].at + parts.chunks[next].size)));
+                       Join(Prefix(sound, chunk.offset), other, one,
+                            Slice(sound, parts.chunks[next].offset + parts.chunks[next].size)));
             }
             if (i < others.chunks.size()) {
                 Refuse(name + " of a sibling",
@@ -195,8 +178,8 @@ private:
         Refuse("directory of a sibling",
                With(sound, parts.directory, Of(m_material.sibling, others.directory)));
         Refuse("header and directory of a sibling",
-               Join(Prefix(m_material.sibling, others.directory.at + others.directory.size),
-                    Slice(sound, parts.directory.at + parts.directory.size)));
+               Join(Prefix(m_material.sibling, others.directory.offset + others.directory.size),
+                    Slice(sound, parts.directory.offset + parts.directory.size)));
     }
 
     void Passwords(const Bytes& sound) {
@@ -215,9 +198,9 @@ private:
         m_disk.Bytes(kContainer) = container;
         const int64_t changes = m_disk.Count(Call::AnyChange);
         RestoreReport report;
-        const RestoreCode code = RestoreBackup(m_disk, kContainer, kFaultsFolder, m_hash, true,
+        const RestoreCode code = RestoreBackup(m_disk, kContainer, kLedgerFolder, m_hash, true,
                                                report, m_material.options);
-        const std::string message = RestoreMessage(code, kContainer, kFaultsFolder, report.detail);
+        const std::string message = RestoreMessage(code, kContainer, kLedgerFolder, report.detail);
         if (!IsContainerFault(code)) {
             m_report.Fault(name + ": restore says: " + message);
         } else if (message.find(kContainer) == std::string::npos) {
@@ -264,16 +247,14 @@ void ComeBack(CFaultsReport& report, const Material& material) {
         files.Restore(material.fresh.disk);
         CDatabaseManager database(files);
         RestoreReport restored;
-        std::string content;
-        std::string why = "the backup does not come back";
-        const bool isSound =
-            database.Open(kFaultsFolder) && !ContainerOf(files, database, kHash, options).empty() &&
+        const bool comesBack =
+            database.Open(kLedgerFolder) && !ContainerOf(files, database, kHash, options).empty() &&
             database.Close() &&
             RestoreBackup(files, kContainer, "again", kHash, false, restored, options) ==
-                RestoreCode::Done &&
-            ReadSound(files, "again", content, why);
-        report.Expect(isSound && content == material.fresh.content,
-                      name + ": " + (isSound ? "other contents" : why));
+                RestoreCode::Done;
+        const StoreLook look = LookAtFolder(files, false, "again", Stamps::Kept);
+        report.Expect(comesBack && look.IsSound() && look.content == material.fresh.content,
+                      name + ": " + (look.IsSound() ? "other contents" : look.problem));
     }
 }
 
@@ -298,11 +279,9 @@ public:
     }
 
 private:
-    static constexpr int64_t kMostStops = 5000;
-
     RestoreCode Restore(CMemoryFileSystem& disk) const {
         RestoreReport report;
-        return RestoreBackup(disk, kContainer, kFaultsFolder, kHash, true, report,
+        return RestoreBackup(disk, kContainer, kLedgerFolder, kHash, true, report,
                              m_material.options);
     }
 
@@ -313,60 +292,60 @@ private:
 
     // Stopped at every change, as a kill leaves it; then again while that is put right.
     void StopEverywhere() {
-        bool stopped = true;
-        for (int64_t stopAt = 1; stopped && stopAt < kMostStops; ++stopAt) {
-            for (const size_t written : {size_t{0}, size_t{60}}) {
-                CMemoryFileSystem disk;
-                disk.Restore(m_before);
-                disk.FailNth(Call::AnyChangeOrSync, stopAt, FileError::Other, Times::ForEver,
-                             written);
+        for (const size_t written : {size_t{0}, size_t{60}}) {
+            CMemoryFileSystem disk;
+            disk.Restore(m_before);
+            CEachFailure failure(disk, Stop(written));
+            while (failure.Next()) {
+                failure.Arm();
                 const RestoreCode code = Restore(disk);
-                stopped = disk.HasFailed();
+                (void)failure.Disarm();
                 const Disk left = disk.Snapshot();
                 const std::string name =
-                    Name(written == 0 ? "stopped at" : "stopped inside", stopAt);
+                    Name(written == 0 ? "stopped at" : "stopped inside", failure.Nth());
                 Look(left, code == RestoreCode::Done, name);
                 // The same remains need only be put right once.
                 if (m_options.isLong || m_seen.insert(left).second) StopAgain(left, code, name);
             }
+            if (failure.IsEndless()) m_report.Fault(Name("a restore that never ends", 0));
         }
-        if (stopped) m_report.Fault(Name("a restore that never ends", kMostStops));
     }
 
     void StopAgain(const Disk& left, RestoreCode code, const std::string& name) {
-        bool stopped = true;
-        for (int64_t stopAt = 1; stopped && stopAt < kMostStops; ++stopAt) {
-            CMemoryFileSystem disk;
-            disk.Restore(left);
-            disk.FailNth(Call::AnyChangeOrSync, stopAt, FileError::Other, Times::ForEver);
-            (void)RecoverInterruptedRestore(disk, kFaultsFolder);
-            stopped = disk.HasFailed();
+        CMemoryFileSystem disk;
+        disk.Restore(left);
+        for (CEachFailure failure(disk, Stop(0)); failure.Next();) {
+            failure.Arm();
+            (void)RecoverInterruptedRestore(disk, kLedgerFolder);
+            (void)failure.Disarm();
             Look(disk.Snapshot(), code == RestoreCode::Done,
-                 name + ", recovery at " + std::to_string(stopAt));
+                 name + ", recovery at " + std::to_string(failure.Nth()));
         }
     }
 
     // One call fails and the disk works on.
     void FailEverywhere(Call kind) {
-        bool failed = true;
-        for (int64_t failAt = 1; failed && failAt < kMostStops; ++failAt) {
-            CMemoryFileSystem disk;
-            disk.Restore(m_before);
-            disk.FailNth(kind, failAt, FileError::NoSpace);
+        CMemoryFileSystem disk;
+        disk.Restore(m_before);
+        for (CEachFailure failure(disk, {.kind = kind}); failure.Next();) {
+            failure.Arm();
             const RestoreCode code = Restore(disk);
-            failed = disk.HasFailed();
-            disk.StopFailing();
-            const std::string name =
-                Name("failing call of kind " + std::to_string(static_cast<int>(kind)), failAt);
+            const bool failed = failure.Disarm();
+            const std::string name = Name(
+                "failing call of kind " + std::to_string(static_cast<int>(kind)), failure.Nth());
             if (!failed && code != RestoreCode::Done) m_report.Fault(name + ": failed by itself");
-            const bool isTakenBack = !disk.FolderExists("db.restoring") &&
-                                     !disk.FolderExists("db.old") &&
-                                     !disk.Exists("db/Restore.mark");
+            const bool isTakenBack = !disk.FolderExists("ledger.restoring") &&
+                                     !disk.FolderExists("ledger.old") &&
+                                     !disk.Exists("ledger/Restore.mark");
             if (code != RestoreCode::Done && !isTakenBack) {
                 m_report.Fault(name + ": not taken back at once");
             }
             Look(disk.Snapshot(), code == RestoreCode::Done, name);
         }
+    }
+
+    static CEachFailure::Plan Stop(size_t written) {
+        return {.error = FileError::Other, .times = Times::ForEver, .written = written};
     }
 
     // Recovers, opens, and says what is wrong with what is there then.
@@ -375,23 +354,23 @@ private:
         m_report.Case();
         CMemoryFileSystem disk;
         disk.Restore(left);
-        if (!RecoverInterruptedRestore(disk, kFaultsFolder)) {
+        if (!RecoverInterruptedRestore(disk, kLedgerFolder)) {
             m_report.Fault(name + ": recovery fails");
             return;
         }
-        if (!CDatabaseManager::FolderHoldsDatabase(disk, kFaultsFolder)) {
+        if (!CDatabaseManager::FolderHoldsDatabase(disk, kLedgerFolder)) {
             if (m_replaces || acknowledged) m_report.Fault(name + ": there is no database");
             return;
         }
         for (int look = 0; look < 2; ++look) {
-            std::string content;
-            std::string why;
-            if (!ReadSound(disk, kFaultsFolder, content, why)) {
-                m_report.Fault(name + ": " + why);
+            const StoreLook found = LookAtFolder(disk, false, kLedgerFolder, Stamps::Kept);
+            if (!found.IsSound()) {
+                m_report.Fault(name + ": " + found.problem);
                 return;
             }
-            const bool isNew = content == m_material.fresh.content;
-            const bool isOld = m_replaces && !acknowledged && content == m_material.old.content;
+            const bool isNew = found.content == m_material.fresh.content;
+            const bool isOld =
+                m_replaces && !acknowledged && found.content == m_material.old.content;
             if (!isNew && !isOld) {
                 m_report.Fault(name + (acknowledged ? ": restored, but not the backup's contents"
                                                     : ": neither the old nor the new contents"));
@@ -399,7 +378,7 @@ private:
             }
         }
         for (const auto& [path, bytes] : disk.Snapshot()) {
-            const bool isOurs = path == kContainer || path.starts_with("db/");
+            const bool isOurs = path == kContainer || path.starts_with("ledger/");
             if (!isOurs || path.find("Restore.mark") != std::string::npos) {
                 m_report.Fault(name + ": " + path + " is left");
                 return;
@@ -428,13 +407,13 @@ void Run(const FaultsOptions& options, CFaultsReport& report) {
         {"ledger", "ledger", kBackupChunkSize},
     };
     for (const auto& kind : kinds) {
-        if (kind.name.find(options.only) == std::string::npos) continue;
+        if (!options.Wants(kind.name)) continue;
         const Material material = MakeMaterial(kind.sample, kind.chunkSize);
         CRefusals(options, report, material, kind.name).Run();
         if (kind.chunkSize < kBackupChunkSize) ComeBack(report, material);
-        std::printf("%s: containers of %zu and %zu bytes, so far %lld cases\n", kind.name.c_str(),
-                    material.guarded.size(), material.open.size(),
-                    static_cast<long long>(report.Cases()));
+        Say(kind.name + ": containers of " + std::to_string(material.guarded.size()) + " and " +
+            std::to_string(material.open.size()) + " bytes, so far " +
+            std::to_string(report.Cases()) + " cases");
         // The ledger has a hundred files more, small chunks are many: the same steps for each.
         const bool isMore = kind.sample == "ledger" || kind.chunkSize < kBackupChunkSize;
         if (isMore && !options.isLong) continue;

@@ -40,55 +40,28 @@ public:
 
     // `every`: of so many calls one fails, from `first` on.
     void Run(int64_t first, int64_t every) {
-        if (!Rehearse()) return;
+        const std::optional<Rehearsal> rehearsal = Rehearse(m_workload, m_report);
+        if (!rehearsal) return;
+        m_rehearsal = *rehearsal;
         // Of long work no more than of the others.
-        if (every > 1) every = std::max(every, m_allCalls / kMostCalls);
+        if (every > 1) every = std::max(every, m_rehearsal.calls / kMostCalls);
         for (const FailureKind& kind : kFailures) {
             m_kind = &kind;
-            for (int64_t at = first; at <= m_allCalls; at += every) FailAt(at);
+            for (int64_t at = first; at <= m_rehearsal.calls; at += every) FailAt(at);
         }
     }
 
-    int64_t Calls() const { return m_allCalls; }
-    int64_t Survived() const { return m_survived; }
+    std::string Found() const {
+        return std::to_string(m_rehearsal.calls) + " calls, " + std::to_string(m_survived) +
+               " failures made up for, ";
+    }
 
 private:
     static constexpr int64_t kMostCalls = 12;  // in the short form, about
 
-    // Once without failures: the contents after each step, and in between.
-    bool Rehearse() {
-        CPowerCutDisk disk;
-        {
-            CWorkSession session(disk, m_workload);
-            if (!m_workload.prepare(session)) {
-                m_report.Fault(std::string(m_workload.name) + ": cannot be prepared");
-                return false;
-            }
-            m_before = disk.Everything();
-        }
-        CPowerCutDisk work(m_before);
-        CWorkSession session(work, m_workload);
-        m_states = {{LookAtImage(m_before, m_workload.isFinance).content}};
-        for (const WorkStep& step : m_workload.steps) {
-            std::vector<uint64_t> states = {m_states.back().back()};
-            const auto note = [&] {
-                const uint64_t now = LookAtImage(work.Everything(), m_workload.isFinance).content;
-                if (now != states.back()) states.push_back(now);
-            };
-            work.OnChange([&](const std::string&) { note(); });
-            const bool done = step.act(session);
-            work.OnChange({});
-            note();
-            m_report.Expect(done, std::string(m_workload.name) + ", " + step.name + ": fails");
-            m_states.push_back(states);
-        }
-        m_allCalls = work.Count(Call::Any);
-        return true;
-    }
-
     void FailAt(int64_t at) {
         m_at = at;
-        CPowerCutDisk disk(m_before);
+        CPowerCutDisk disk(m_rehearsal.before);
         disk.FailNth(Call::Any, at, m_kind->error, m_kind->times, m_kind->written);
         {
             CWorkSession session(disk, m_workload);
@@ -104,11 +77,8 @@ private:
     // it opens.
     void OpenAndCut(CPowerCutDisk& disk) {
         disk.OnChange([&](const std::string& call) {
-            disk.ForEachCut({.mostSteps = 1, .subsets = 1, .everySubset = false},
-                            [&](const DiskImage& image, const std::string& what) {
-                                Check(LookAtImage(image, m_workload.isFinance),
-                                      "opened again, power off before " + call + ", " + what);
-                            });
+            CheckCuts(disk, {.mostSteps = 1, .subsets = 1, .everySubset = false},
+                      "opened again, power off before " + call + ", ");
         });
         (void)LookAtFolder(disk, m_workload.isFinance);
     }
@@ -131,21 +101,17 @@ private:
 
         // The program that is killed now, and the computer whose power goes.
         Check(LookAtImage(disk.Everything(), m_workload.isFinance), "killed");
-        CutPlan plan{.mostSteps = 1,
-                     .subsets = 1,
-                     .everySubset = false,
-                     .seed = static_cast<uint64_t>(m_at)};
-        disk.ForEachCut(plan, [this](const DiskImage& image, const std::string& what) {
-            Check(LookAtImage(image, m_workload.isFinance), "power off, " + what);
-        });
+        const auto seed = static_cast<uint64_t>(m_at);
+        CheckCuts(disk, {.mostSteps = 1, .subsets = 1, .everySubset = false, .seed = seed},
+                  "power off, ");
         LiveOn(disk, session, acknowledged);
     }
 
     // Contents that are right from here on.
     void Allow(size_t done, bool acknowledged) {
-        m_allowed = {m_states[done].back()};
+        m_allowed = {m_rehearsal.states[done].back()};
         if (acknowledged) return;
-        const std::vector<uint64_t>& inFlight = m_states[done + 1];
+        const std::vector<uint64_t>& inFlight = m_rehearsal.states[done + 1];
         m_allowed.insert(m_allowed.end(), inFlight.begin(), inFlight.end());
     }
 
@@ -174,8 +140,9 @@ private:
         if (!live.IsSound()) return;
         // Not taken back by a failure: a step of several commits may have made some of them,
         // and a restore that could not go back on a dead disk goes forwards when it is opened.
-        const bool isRight = live.content == m_allowed.front() ||
-                             ((m_step->commits != 1 || !wasOpen) && IsAllowed(live));
+        const bool isRight =
+            live.content == m_allowed.front() ||
+            ((m_step->commits != 1 || !wasOpen) && WrongWith(live, m_allowed).empty());
         m_report.Expect(isRight, Name() + "lives on with other contents than acknowledged");
         if (isRight) CommitMore(disk, session);
     }
@@ -184,25 +151,25 @@ private:
     void CommitMore(CPowerCutDisk& disk, CWorkSession& session) {
         const std::vector<uint8_t> blob = {'m', 'o', 'r', 'e'};
         const bool acknowledged = session.Store().AddBlob(blob) >= 0;
-        const uint64_t content = LookAtOpen(session.Store(), nullptr).content;
+        const uint64_t content = ContentHash(session.Store());
         m_allowed.push_back(content);
         if (!acknowledged) return;
         m_allowed = {content};
-        disk.ForEachCut({.mostSteps = 0, .subsets = 0, .everySubset = false},
-                        [this](const DiskImage& image, const std::string& what) {
-                            Check(LookAtImage(image, m_workload.isFinance),
-                                  "one more commit, then power off, " + what);
-                        });
+        CheckCuts(disk, {.mostSteps = 0, .subsets = 0, .everySubset = false},
+                  "one more commit, then power off, ");
     }
 
-    bool IsAllowed(const StoreLook& look) const {
-        return std::find(m_allowed.begin(), m_allowed.end(), look.content) != m_allowed.end();
+    void CheckCuts(const CPowerCutDisk& disk, const CutPlan& plan, const std::string& when) {
+        disk.ForEachCut(plan, [&](const DiskImage& image, const std::string& what) {
+            Check(LookAtImage(image, m_workload.isFinance), when + what);
+        });
     }
 
     void Check(const StoreLook& look, const std::string& what) {
         m_report.Expect(look.IsSound(), Name() + what + ": " + look.problem);
         if (!look.IsSound()) return;
-        m_report.Expect(IsAllowed(look), Name() + what + ": other contents than acknowledged");
+        const std::string wrong = WrongWith(look, m_allowed);
+        m_report.Expect(wrong.empty(), Name() + what + ": " + wrong);
     }
 
     std::string Name() const {
@@ -212,10 +179,8 @@ private:
 
     const StoreWorkload& m_workload;
     CFaultsReport& m_report;
-    DiskImage m_before;
-    std::vector<std::vector<uint64_t>> m_states;  // before the first step, and of each step
-    std::vector<uint64_t> m_allowed;              // the first: acknowledged
-    int64_t m_allCalls = 0;
+    Rehearsal m_rehearsal;
+    std::vector<uint64_t> m_allowed;  // the first: acknowledged
     const FailureKind* m_kind = nullptr;
     const WorkStep* m_step = nullptr;
     int64_t m_at = 0;
@@ -225,21 +190,12 @@ private:
 
 void RunCalls(const FaultsOptions& options, CFaultsReport& report) {
     constexpr int64_t kShortEvery = 13;
-    for (const StoreWorkload& workload : StoreWorkloads()) {
-        if (std::string(workload.name).find(options.only) == std::string::npos) continue;
-        const int64_t casesBefore = report.Cases();
+    const auto seed = static_cast<int64_t>(options.seed);
+    ForEachWorkload("calls", options, report, [&](const StoreWorkload& workload) {
         CCallsMachine machine(workload, report);
-        if (options.isLong) {
-            machine.Run(1, 1);
-        } else {
-            machine.Run(1 + static_cast<int64_t>(options.seed) % kShortEvery, kShortEvery);
-        }
-        std::printf("calls: %s: %lld calls, %lld failures made up for, %lld cases\n", workload.name,
-                    static_cast<long long>(machine.Calls()),
-                    static_cast<long long>(machine.Survived()),
-                    static_cast<long long>(report.Cases() - casesBefore));
-        std::fflush(stdout);
-    }
+        machine.Run(options.isLong ? 1 : 1 + seed % kShortEvery, options.isLong ? 1 : kShortEvery);
+        return machine.Found();
+    });
 }
 
 const CFaultsKind kCalls("calls", "Every call of the file system fails in turn, once or for good",

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <string>
@@ -36,6 +37,28 @@ private:
     pid_t m_process = -1;
     bool m_waited = false;
     int m_status = -1;
+};
+
+class CPipe {
+public:
+    CPipe() { m_made = ::pipe(m_ends) == 0; }
+    ~CPipe() {
+        CloseWriting();
+        if (m_made) ::close(m_ends[0]);
+    }
+    CPipe(const CPipe&) = delete;
+    CPipe& operator=(const CPipe&) = delete;
+    int Reading() const { return m_ends[0]; }
+    int Writing() const { return m_ends[1]; }
+    void CloseWriting() {
+        if (m_made && !m_closed) ::close(m_ends[1]);
+        m_closed = true;
+    }
+
+private:
+    int m_ends[2] = {-1, -1};
+    bool m_made = false;
+    bool m_closed = false;
 };
 
 void SleepMicroseconds(int64_t microseconds);

@@ -56,10 +56,8 @@ public:
     void Run(const FaultsSample& sample) {
         m_sample = &sample;
         for (auto file = sample.disk.begin(); file != sample.disk.end(); ++file) {
-            if (FileNameOf(file->first).find(m_options.only) == std::string::npos &&
-                sample.name.find(m_options.only) == std::string::npos) {
+            if (!m_options.Wants(FileNameOf(file->first)) && !m_options.Wants(sample.name))
                 continue;
-            }
             FlipBytes(file->first, file->second);
             CutFile(file->first, file->second);
             ReplaceFile(file);
@@ -81,21 +79,14 @@ private:
     void FlipBytes(const std::string& path, const Bytes& bytes) {
         for (size_t at = 0; at < bytes.size(); ++at) {
             if (!IsTried(bytes, at)) continue;
-            const auto flipped = static_cast<uint8_t>(bytes[at] ^ (1U << (at % 8)));
-            Byte(path, bytes, at, flipped, "flipped");
-            if (!m_options.isLong) continue;
-            for (const uint8_t value : {uint8_t{0}, uint8_t{0xFF}}) {
-                if (bytes[at] != value) Byte(path, bytes, at, value, value == 0 ? "zero" : "ones");
-            }
+            ForEachOtherByte(bytes[at], at, m_options.isLong,
+                             [&](uint8_t value, const std::string& what) {
+                                 Damage damage = Of(path, what);
+                                 damage.disk[path][at] = value;
+                                 damage.offset = static_cast<int64_t>(at);
+                                 Try(damage);
+                             });
         }
-    }
-
-    void Byte(const std::string& path, const Bytes& bytes, size_t at, uint8_t value,
-              const char* how) {
-        Damage damage = Of(path, "byte " + std::to_string(at) + " " + how);
-        damage.disk[path] = WithByte(bytes, at, value);
-        damage.offset = static_cast<int64_t>(at);
-        Try(damage);
     }
 
     void CutFile(const std::string& path, const Bytes& bytes) {
@@ -117,11 +108,11 @@ private:
         Try(missing);
 
         Damage rubbish = Of(path, "full of rubbish");
-        for (uint8_t& byte : rubbish.disk[path]) byte = static_cast<uint8_t>(m_random());
+        rubbish.disk[path] = Rubbish(m_random, file->second.size());
         Try(rubbish);
 
         Damage zeros = Of(path, "full of zeros");
-        std::fill(zeros.disk[path].begin(), zeros.disk[path].end(), uint8_t{0});
+        zeros.disk[path] = Zeros(file->second.size());
         Try(zeros);
 
         const auto next =
@@ -151,8 +142,7 @@ private:
         disk.Restore(damage.disk);
         CBoundedFiles files(disk, kMostCalls);
         std::string fault;
-        int64_t peak = 0;
-        int64_t largest = 0;
+        int64_t most = 0;
         {
             const CAllocationGauge gauge;
             try {
@@ -160,12 +150,12 @@ private:
             } catch (const std::exception& error) {
                 fault = std::string("exception: ") + error.what();
             }
-            peak = gauge.PeakBytes();
-            largest = gauge.LargestBlock();
+            const CAllocationGauge::Values counts = gauge.Counts();
+            most = std::max(counts.peakBytes, counts.largestBlock);
         }
         if (files.IsExhausted()) return "it does not end";
-        if (fault.empty() && std::max(peak, largest) > kMostBytes) {
-            return "allocates " + std::to_string(std::max(peak, largest)) + " bytes";
+        if (fault.empty() && most > kMostBytes) {
+            return "allocates " + std::to_string(most) + " bytes";
         }
         return fault;
     }
@@ -176,7 +166,7 @@ private:
         CDatabaseManager& database = ledger.Database();
         const bool isLedger = damage.what.starts_with("ledger") && m_report.Cases() % 2 == 0;
         const bool opened =
-            isLedger ? ledger.Open(kFaultsFolder).opened : database.Open(kFaultsFolder);
+            isLedger ? ledger.Open(kLedgerFolder).opened : database.Open(kLedgerFolder);
         if (!opened) return Refused(damage, files, database, isFirst);
         std::vector<TableIntegrity> tables;
         std::vector<PageDamage> pages;
@@ -186,7 +176,7 @@ private:
             ++m_counts.reported;
             return isFirst ? Named(damage, tables, pages) : std::string();
         }
-        const std::string content = ContentText(database, Stamps::Kept);
+        const uint64_t content = ContentHash(database, Stamps::Kept);
         if (content == m_sample->content) {
             ++m_counts.harmless;
             const bool maySay = MaySaySilent(damage) || !m_sample->earlier.empty() ||
@@ -258,21 +248,17 @@ void Run(const FaultsOptions& options, CFaultsReport& report) {
     NameCaseOnCrash();
     CDamager damager(options, report);
     for (const FaultsSample& sample : AllSamples()) {
-        std::string content;
-        std::string why;
         CMemoryFileSystem disk;
         disk.Restore(sample.disk);
         SetCurrentCase(sample.name);
-        const bool sound = ReadSound(disk, kFaultsFolder, content, why);
-        report.Expect(sound && content == sample.content, sample.name + " itself: " + why);
+        const StoreLook look = LookAtFolder(disk, false, kLedgerFolder, Stamps::Kept);
+        report.Expect(look.IsSound() && look.content == sample.content,
+                      sample.name + " itself: " + look.problem);
         damager.Run(sample);
         const Counts& found = damager.Found();
-        std::printf(
-            "%s: so far %lld refused, %lld reported, %lld harmless, %lld without the "
-            "journal's end\n",
-            sample.name.c_str(), static_cast<long long>(found.refused),
-            static_cast<long long>(found.reported), static_cast<long long>(found.harmless),
-            static_cast<long long>(found.shortened));
+        Say(sample.name + ": so far " + std::to_string(found.refused) + " refused, " +
+            std::to_string(found.reported) + " reported, " + std::to_string(found.harmless) +
+            " harmless, " + std::to_string(found.shortened) + " without the journal's end");
     }
 }
 

@@ -17,8 +17,15 @@ struct FaultsOptions {
     uint64_t seed = 1;    // of everything random, so that a fault can be had again
     std::string only;     // of workloads or files, those whose name contains it; empty: all
     std::string program;  // quillon-cli
-    std::string self;     // this program
+
+    bool Wants(const std::string& name) const { return name.find(only) != std::string::npos; }
+    int64_t RoundsOr(int64_t ofLong, int64_t ofShort) const {
+        return rounds > 0 ? rounds : isLong ? ofLong : ofShort;
+    }
 };
+
+// A line on standard output, at once.
+void Say(const std::string& line);
 
 // Counts what was tried and writes each fault as one line on standard error.
 class CFaultsReport {
@@ -55,15 +62,6 @@ public:
     CFaultsKind(std::string_view name, const char* help, FaultsFunction run) {
         FaultsKinds()[name] = {help, run};
     }
-};
-
-// What a machine starts as a program of its own: quillon-faults worker NAME ARGUMENT.
-using FaultsWorker = int (*)(const std::string& argument);
-std::map<std::string_view, FaultsWorker>& FaultsWorkers();
-
-class CFaultsWorker {
-public:
-    CFaultsWorker(std::string_view name, FaultsWorker run) { FaultsWorkers()[name] = run; }
 };
 
 }  // namespace quillon

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -15,30 +16,38 @@
 
 namespace quillon {
 
-// Small databases, in the folder "db" of a disk in memory, for machines that damage them.
+// Small databases, in the folder "ledger" of a disk in memory, for machines that damage them.
 
 using Disk = std::map<std::string, Bytes>;  // by path
-
-inline constexpr const char* kFaultsFolder = "db";
-inline constexpr const char* kFaultsPassword = "correct horse";
 
 struct FaultsSample {
     std::string name;
     Disk disk;
-    std::string content;  // ContentText, with the stamps
+    uint64_t content = 0;  // ContentHash, with the stamps
     // What earlier commits had made of it, when the journal still holds the later ones.
-    std::vector<std::string> earlier;
+    std::vector<uint64_t> earlier = {};
 };
 
-// A record store with every type of column, compressed texts, BLOBs and free room, and a
-// ledger with a password, accounts, transactions and transfers: each closed in order, as a
-// killed program leaves it, and killed before the last commits reached the files.
+// What the workloads "single commits" and "money between accounts" make, called "store" and
+// "ledger": each closed in order, as a killed program leaves it, and killed before the last
+// commits reached the files.
 std::vector<FaultsSample> AllSamples();
 
-// Opens, checks and closes. False: it does not open, or something is damaged; `why` then
-// tells. Otherwise the contents.
-bool ReadSound(CFileSystem& files, const std::string& folder, std::string& content,
-               std::string& why);
+// Other values for a byte: one bit turned over, and in the long form no bits and all of them.
+template <class Visit>
+void ForEachOtherByte(uint8_t byte, size_t at, bool isLong, Visit visit) {
+    const std::string name = "byte " + std::to_string(at);
+    visit(static_cast<uint8_t>(byte ^ (1U << (at % 8))), name + " flipped");
+    if (!isLong) return;
+    if (byte != 0) visit(uint8_t{0}, name + " zero");
+    if (byte != 0xFF) visit(uint8_t{0xFF}, name + " ones");
+}
+
+inline Bytes Rubbish(std::mt19937_64& random, size_t size) {
+    Bytes bytes(size);
+    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+    return bytes;
+}
 
 // A disk that refuses everything after so many calls: for loops that would not end. What
 // it does itself is neither counted by a gauge of allocations nor fails for want of memory.

@@ -10,6 +10,11 @@
 
 namespace quillon {
 
+void Say(const std::string& line) {
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+}
+
 void CFaultsReport::Fault(const std::string& what) {
     ++m_faults;
     if (m_faults <= kMostLines) std::fprintf(stderr, "fault: %s\n", what.c_str());
@@ -21,33 +26,22 @@ std::map<std::string_view, FaultsKind>& FaultsKinds() {
     return kinds;
 }
 
-std::map<std::string_view, FaultsWorker>& FaultsWorkers() {
-    static std::map<std::string_view, FaultsWorker> workers;
-    return workers;
-}
-
 namespace {
 
 int RunKind(const std::string& name, const FaultsKind& kind, const FaultsOptions& options) {
     CFaultsReport report;
     kind.run(options, report);
-    std::printf("faults: %s: %lld cases, %lld faults\n", name.c_str(),
-                static_cast<long long>(report.Cases()), static_cast<long long>(report.Faults()));
-    std::fflush(stdout);
+    Say("faults: " + name + ": " + std::to_string(report.Cases()) + " cases, " +
+        std::to_string(report.Faults()) + " faults");
     // A machine that tried nothing has shown nothing.
     return report.Faults() == 0 && report.Cases() > 0 ? 0 : 1;
 }
 
 int Run(int count, char** words) {
-    if (count == 4 && std::string_view(words[1]) == "worker") {
-        const auto worker = FaultsWorkers().find(words[2]);
-        return worker == FaultsWorkers().end() ? 2 : worker->second(words[3]);
-    }
     CLI::App program("Breaks the record store in every way of one kind and looks at what is left");
     program.require_subcommand(1);
     FaultsOptions options;
     options.program = QUILLON_CLI_PROGRAM;
-    options.self = words[0];
     int status = 0;
     for (const auto& entry : FaultsKinds()) {
         const std::string name(entry.first);

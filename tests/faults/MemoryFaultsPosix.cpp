@@ -69,9 +69,9 @@ private:
 
     std::vector<Point> Rehearse() {
         std::vector<Point> points;
-        World prepared({}, *m_workload);
-        bool done = m_workload->prepare(prepared.session);
-        World world({prepared.memory.Everything()}, *m_workload);
+        const std::optional<DiskImage> prepared = PreparedDisk(*m_workload, m_report);
+        bool done = prepared.has_value();
+        World world({prepared.value_or(DiskImage())}, *m_workload);
         for (const WorkStep& step : m_workload->steps) {
             points.push_back({world.memory.Everything(), world.session.Store().IsOpen()});
             done = done && step.act(world.session);
@@ -122,9 +122,9 @@ private:
                 unfailed.states = {world->LookKilled().content};
                 if (m_step->commits > 1) NoteStates(*world, unfailed.states);
             }
-            const int64_t allocated = gauge.Allocations();
+            const int64_t allocated = gauge.Counts().allocations;
             done = m_step->act(world->session);
-            unfailed.allocations = gauge.Allocations() - allocated;
+            unfailed.allocations = gauge.Counts().allocations - allocated;
             const CAllocationPause pause;
             world->memory.OnChange({});
             unfailed.seen = world->session.seen;
@@ -133,7 +133,7 @@ private:
             done = done && after.IsSound();
             world.reset();
         }
-        unfailed.leftBlocks = gauge.LiveBlocks();
+        unfailed.leftBlocks = gauge.Counts().liveBlocks;
         return done;
     }
 
@@ -174,9 +174,9 @@ private:
             Judge(*world, unfailed, said, times);
             world.reset();
         }
-        if (gauge.LiveBlocks() > unfailed.leftBlocks) {
-            Fault(std::to_string(gauge.LiveBlocks() - unfailed.leftBlocks) + " blocks leaked, " +
-                  std::to_string(gauge.LiveBytes()) + " bytes");
+        if (gauge.Counts().liveBlocks > unfailed.leftBlocks) {
+            Fault(std::to_string(gauge.Counts().liveBlocks - unfailed.leftBlocks) +
+                  " blocks leaked, " + std::to_string(gauge.Counts().liveBytes) + " bytes");
         }
     }
 
@@ -226,13 +226,8 @@ private:
     }
 
     void Check(const StoreLook& look, const std::string& when) {
-        const bool isAllowed =
-            std::find(m_allowed.begin(), m_allowed.end(), look.content) != m_allowed.end();
-        if (!look.IsSound()) {
-            Fault(when + ": " + look.problem);
-        } else if (!isAllowed) {
-            Fault(when + ": other contents than acknowledged");
-        }
+        const std::string wrong = WrongWith(look, m_allowed);
+        if (!wrong.empty()) Fault(when + ": " + wrong);
     }
 
     std::string Name() const { return std::string(m_workload->name) + ", " + m_step->name; }
@@ -252,34 +247,35 @@ private:
 bool GaugeWorks() {
     CAllocationGauge gauge;
     gauge.FailNth(1, Times::Once);
-    bool textFailed = false;
-    try {
-        const CKeelString text("a text takes a block from malloc");
-    } catch (const std::bad_alloc&) {
-        textFailed = true;
-    }
+    const auto fails = [](auto allocate) {
+        try {
+            allocate();
+        } catch (const std::bad_alloc&) {
+            return true;
+        }
+        return false;
+    };
+    const bool textFailed =
+        fails([] { const CKeelString text("a text takes a block from malloc"); });
     gauge.FailNth(2, Times::ForEver);
-    bool vectorFailed = false;
-    try {
+    const bool vectorFailed = fails([] {
         const std::vector<int> first(10);
         const std::vector<int> second(10);
-    } catch (const std::bad_alloc&) {
-        vectorFailed = true;
-    }
+    });
     gauge.StopFailing();
-    return textFailed && vectorFailed && gauge.LiveBlocks() == 0 && gauge.Allocations() == 3;
+    return textFailed && vectorFailed && gauge.Counts().liveBlocks == 0 &&
+           gauge.Counts().allocations == 3;
 }
 
 void RunMemory(const FaultsOptions& options, CFaultsReport& report) {
     report.Expect(GaugeWorks(), "allocations are not counted");
     CMemoryMachine machine(options, report);
-    for (const StoreWorkload& workload : StoreWorkloads()) {
-        if (std::string(workload.name).find(options.only) == std::string::npos) continue;
+    ForEachWorkload("memory", options, report, [&](const StoreWorkload& workload) {
         machine.Run(workload);
-    }
-    std::printf("memory: works of %lld allocations; %lld times the store then refused changes\n",
-                static_cast<long long>(machine.Allocations()),
-                static_cast<long long>(machine.Refusals()));
+        return std::string();
+    });
+    Say("memory: works of " + std::to_string(machine.Allocations()) + " allocations; " +
+        std::to_string(machine.Refusals()) + " times the store then refused changes");
 }
 
 const CFaultsKind kMemory("memory", "Memory runs out at any allocation", RunMemory);

@@ -37,7 +37,7 @@ public:
           m_recoveryStops(plan.recoveryStops) {}
 
     void Run() {
-        const std::optional<DiskImage> before = Prepare();
+        const std::optional<DiskImage> before = PreparedDisk(m_workload, m_report);
         if (!before) return;
         CPowerCutDisk disk(*before);
         m_disk = &disk;
@@ -65,21 +65,12 @@ public:
         disk.OnChange({});
     }
 
-    int64_t Stops() const { return m_stops; }
-    int64_t Disks() const { return static_cast<int64_t>(m_looks.size()); }
-    int64_t SecondStops() const { return m_secondStops; }
-
-private:
-    std::optional<DiskImage> Prepare() {
-        CPowerCutDisk disk;
-        CWorkSession session(disk, m_workload);
-        if (!m_workload.prepare(session)) {
-            m_report.Fault(std::string(m_workload.name) + ": cannot be prepared");
-            return std::nullopt;
-        }
-        return disk.Everything();
+    std::string Found() const {
+        return std::to_string(m_stops) + " stops, " + std::to_string(m_secondStops) +
+               " in recovery, " + std::to_string(m_looks.size()) + " different disks, ";
     }
 
+private:
     // One stop of the work: every disk that it may leave.
     void Stop(const std::string& call) {
         ++m_stops;
@@ -88,7 +79,11 @@ private:
         const StoreLook now = LookAt(killed);
         m_report.Expect(now.IsSound(), Name("killed") + now.problem);
         if (now.IsSound() && now.content != m_states.back()) m_states.push_back(now.content);
-        if (m_stops % m_plan.killEvery == 0) StopRecoveryOfKilled();
+        if (m_stops % m_plan.killEvery == 0) {
+            // The next start reads what no sync has brought to the medium. It stops at other
+            // calls each time.
+            StopRecovery(*m_disk->AfterKill(), m_stops, nullptr, "killed");
+        }
         if (m_stops % m_plan.stopEvery != 0) return;
         CutPlan plan = m_plan.cuts;
         plan.seed += static_cast<uint64_t>(m_stops);
@@ -96,7 +91,10 @@ private:
             const StoreLook look = LookAt(image);
             m_report.Expect(IsRight(look), Name(what) + Wrong(look));
             if (!look.IsSound() || m_disks++ % m_recoveryEvery != 0) return;
-            StopRecovery(image, look, what);
+            if (m_recovered.insert(image.Hash()).second) {
+                CPowerCutDisk disk(image);
+                StopRecovery(disk, 0, &look, what);
+            }
             if (m_secondStops > m_recoveryStops) {
                 m_recoveryStops *= 2;
                 m_recoveryEvery *= 4;
@@ -122,43 +120,24 @@ private:
                std::to_string(m_acknowledged);
     }
 
-    // The power fails again while the image is opened.
-    void StopRecovery(const DiskImage& image, const StoreLook& expected, const std::string& what) {
-        if (!m_recovered.insert(image.Hash()).second) return;
-        CPowerCutDisk disk(image);
-        int64_t calls = 0;
+    // The power fails again while the next start recovers what the disk holds: `expected`, or
+    // whatever is right now.
+    void StopRecovery(CPowerCutDisk& disk, int64_t calls, const StoreLook* expected,
+                      const std::string& what) {
         disk.OnChange([&](const std::string& call) {
             if (++calls % m_plan.recoveryStopEvery != 0) return;
             ++m_secondStops;
             CutPlan plan = m_plan.cutsInRecovery;
             plan.seed += static_cast<uint64_t>(m_secondStops);
-            disk.ForEachCut(plan, [&](const DiskImage& again, const std::string& whatAgain) {
-                const StoreLook look = LookAt(again);
-                m_report.Expect(look.IsSound() && look.content == expected.content,
-                                Name(what) + "then before " + call + ", " + whatAgain + ": " +
-                                    (look.IsSound() ? "holds other contents" : look.problem));
+            disk.ForEachCut(plan, [&](const DiskImage& image, const std::string& whatAgain) {
+                const StoreLook look = LookAt(image);
+                const bool isRight =
+                    IsRight(look) && (!expected || look.content == expected->content);
+                m_report.Expect(isRight, Name(what) + "then before " + call + ", " + whatAgain +
+                                             ": " + Wrong(look));
             });
         });
         (void)LookAtFolder(disk, m_workload.isFinance);
-    }
-
-    // Killed first, so that the next start reads what no sync has brought to the medium; then
-    // the power fails while it recovers.
-    void StopRecoveryOfKilled() {
-        const std::unique_ptr<CPowerCutDisk> disk = m_disk->AfterKill();
-        int64_t calls = m_stops;  // so that they are others each time
-        disk->OnChange([&](const std::string& call) {
-            if (++calls % m_plan.recoveryStopEvery != 0) return;
-            ++m_secondStops;
-            CutPlan plan = m_plan.cutsInRecovery;
-            plan.seed += static_cast<uint64_t>(m_secondStops);
-            disk->ForEachCut(plan, [&](const DiskImage& image, const std::string& what) {
-                const StoreLook look = LookAt(image);
-                m_report.Expect(IsRight(look),
-                                Name("killed, then before " + call + ", " + what) + Wrong(look));
-            });
-        });
-        (void)LookAtFolder(*disk, m_workload.isFinance);
     }
 
     const StoreLook& LookAt(const DiskImage& image) {
@@ -213,18 +192,11 @@ void RunPower(const FaultsOptions& options, CFaultsReport& report) {
         plan.recoveryStops = 100;
         plan.killEvery = 11;
     }
-    for (const StoreWorkload& workload : StoreWorkloads()) {
-        if (std::string(workload.name).find(options.only) == std::string::npos) continue;
-        const int64_t casesBefore = report.Cases();
+    ForEachWorkload("power", options, report, [&](const StoreWorkload& workload) {
         CPowerMachine machine(workload, plan, report);
         machine.Run();
-        std::printf("power: %s: %lld stops, %lld in recovery, %lld different disks, %lld cases\n",
-                    workload.name, static_cast<long long>(machine.Stops()),
-                    static_cast<long long>(machine.SecondStops()),
-                    static_cast<long long>(machine.Disks()),
-                    static_cast<long long>(report.Cases() - casesBefore));
-        std::fflush(stdout);
-    }
+        return machine.Found();
+    });
 }
 
 const CFaultsKind kPower("power", "The power fails before any change, and again in recovery",

@@ -27,28 +27,6 @@ struct Verdict {
     DatabaseProblem problem = DatabaseProblem::None;
 };
 
-class CPipe {
-public:
-    CPipe() { m_made = ::pipe(m_ends) == 0; }
-    ~CPipe() {
-        CloseWriting();
-        if (m_made) ::close(m_ends[0]);
-    }
-    CPipe(const CPipe&) = delete;
-    CPipe& operator=(const CPipe&) = delete;
-    int Reading() const { return m_ends[0]; }
-    int Writing() const { return m_ends[1]; }
-    void CloseWriting() {
-        if (m_made && !m_closed) ::close(m_ends[1]);
-        m_closed = true;
-    }
-
-private:
-    int m_ends[2] = {-1, -1};
-    bool m_made = false;
-    bool m_closed = false;
-};
-
 // A program that waits for the start, tries to open and keeps what it got until the
 // stop; the ends of both pipes are their closing.
 [[noreturn]] void Contend(int contestant, const std::string& folder, CPipe& start, CPipe& verdicts,
@@ -190,11 +168,10 @@ private:
 };
 
 void RunRaces(const FaultsOptions& options, CFaultsReport& report) {
-    const int64_t rounds = options.rounds > 0 ? options.rounds : options.isLong ? 200 : 20;
+    const int64_t rounds = options.RoundsOr(200, 20);
     CRaces races(options, report);
     for (int64_t round = 0; round < rounds; ++round) races.Run(round);
-    std::printf("races: the slowest refusal took %lld ms\n",
-                static_cast<long long>(races.SlowestMilliseconds()));
+    Say("races: the slowest refusal took " + std::to_string(races.SlowestMilliseconds()) + " ms");
 }
 
 const CFaultsKind kRaces("races", "Programs race for one folder, also through a link", RunRaces);

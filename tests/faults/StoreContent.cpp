@@ -1,5 +1,6 @@
 #include "StoreContent.h"
 
+#include <algorithm>
 #include <functional>
 
 #include "finance/ledger/Ledger.h"
@@ -23,7 +24,13 @@ std::string ProblemText(DatabaseProblem problem, const std::string& detail) {
 
 }  // namespace
 
-std::string ContentText(CDatabaseManager& database, Stamps stamps) {
+std::string WrongWith(const StoreLook& look, const std::vector<uint64_t>& allowed) {
+    if (!look.IsSound()) return look.problem;
+    const bool isAllowed = std::find(allowed.begin(), allowed.end(), look.content) != allowed.end();
+    return isAllowed ? "" : "other contents than acknowledged";
+}
+
+uint64_t ContentHash(CDatabaseManager& database, Stamps stamps) {
     LeftOut leftOut;
     if (stamps == Stamps::LeftOut) leftOut = {kCreationStampColumn, kModificationStampColumn};
     std::string text;
@@ -35,10 +42,11 @@ std::string ContentText(CDatabaseManager& database, Stamps stamps) {
         }
         text += '\n';
     }
-    return text;
+    return std::hash<std::string>{}(text);
 }
 
-StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance) {
+StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* finance,
+                     Stamps stamps) {
     StoreLook look;
     std::vector<TableIntegrity> tables;
     const IntegrityCode code = database.Verify(tables);
@@ -49,7 +57,7 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
         look.problem = "page " + std::to_string(pages.front().page) + " of " + pages.front().file +
                        " is not as it was written";
     }
-    look.content = std::hash<std::string>{}(ContentText(database));
+    look.content = ContentHash(database, stamps);
     if (!finance || !look.problem.empty()) return look;
     CLedger ledger(*finance);
     std::vector<BalanceMismatch> mismatches;
@@ -58,7 +66,7 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
     return look;
 }
 
-StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder) {
+StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder, Stamps stamps) {
     StoreLook look;
     if (!isFinance) {
         CDatabaseManager database(files);
@@ -66,7 +74,7 @@ StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder) {
             look.problem = ProblemText(database.Problem(), database.ProblemDetail());
             return look;
         }
-        look = LookAtOpen(database, nullptr);
+        look = LookAtOpen(database, nullptr, stamps);
         if (!database.Close()) look.problem = "does not close";
         return look;
     }
@@ -76,7 +84,7 @@ StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder) {
         look.problem = ProblemText(opened.problem, opened.detail);
         return look;
     }
-    look = LookAtOpen(finance.Database(), &finance);
+    look = LookAtOpen(finance.Database(), &finance, stamps);
     if (!finance.Close()) look.problem = "does not close";
     return look;
 }

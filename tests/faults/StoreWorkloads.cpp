@@ -15,22 +15,6 @@
 
 namespace quillon {
 
-CWorkSession::CWorkSession(CFileSystem& files, const StoreWorkload& workload) : m_files(files) {
-    if (workload.isFinance) {
-        m_finance = std::make_unique<CQuillonDatabaseInterface>(files);
-        m_ledger = std::make_unique<CLedger>(*m_finance);
-    } else {
-        m_store = std::make_unique<CDatabaseManager>(files);
-    }
-    Store().Journal().SetRooms(workload.rooms);
-}
-
-bool CWorkSession::Open() {
-    if (!m_finance) return m_store->Open(kLedgerFolder);
-    const FinanceOpenResult opened = m_finance->Open(kLedgerFolder);
-    return opened.opened && opened.schema.Complete();
-}
-
 namespace {
 
 constexpr const char* kBackupPath = "ledger.backup";
@@ -46,7 +30,7 @@ auto Given(Make make) {
 // --- below the finance layer
 
 bool MakeItems(CDatabaseManager& store) {
-    CBatchScope batch(store);
+    CBracketScope batch(store);
     return batch.Begun() && store.CreateTable("Items") &&
            store.AddColumn("Items", "Name", ColumnType::Text, true, true) &&
            store.AddColumn("Items", "Count", ColumnType::Int32, true, false) &&
@@ -97,120 +81,107 @@ bool CloseStep(CWorkSession& session) {
 
 const WorkStep kOpen = {"open", OpenStep, 0, true};
 const WorkStep kClose = {"close", CloseStep, 0};
-const WorkStep kAddItem = {"add a row", [](CWorkSession& s) { return AddItem(s.Store(), 9); }};
+
+template <class Act>
+WorkStep OnStore(const char* name, Act act, int commits = 1) {
+    return {name, [act](CWorkSession& s) { return act(s.Store()); }, commits};
+}
+
+const WorkStep kAddItem = OnStore("add a row", [](auto& store) { return AddItem(store, 9); });
+const WorkStep kChangeItem =
+    OnStore("change a row", [](auto& store) { return ChangeItem(store, 0, 8); });
+const WorkStep kReplaceBlob = OnStore("replace a BLOB", [](auto& store) {
+    const auto blob = Given([] { return Text(Notes(7)); });
+    return store.ReplaceBlob(1, blob);
+});
+const WorkStep kDeleteBlob =
+    OnStore("delete a BLOB", [](auto& store) { return store.DeleteBlob(0); });
+const WorkStep kRemoveDeleted = OnStore(
+    "remove deleted", [](auto& store) { return store.RemoveDeleted(); }, 0);
+
+WorkStep DeleteItem(int64_t row) {
+    return OnStore("delete a row", [row](auto& store) { return store.DeleteRow("Items", row); });
+}
+
+bool NothingToPrepare(CWorkSession&) {
+    return true;
+}
 
 StoreWorkload FirstStart() {
-    return {"first start of a store",
-            false,
-            [](CWorkSession&) { return true; },
-            {kOpen,
-             {"make a table", [](CWorkSession& s) { return MakeItems(s.Store()); }},
-             kAddItem,
-             kClose}};
+    const WorkStep make = OnStore("make a table", MakeItems);
+    return {"first start of a store", false, NothingToPrepare, {kOpen, make, kAddItem, kClose}};
 }
 
 StoreWorkload SingleCommits() {
-    const auto replace = [](CWorkSession& s) {
-        const auto blob = Given([] { return Text(Notes(7)); });
-        return s.Store().ReplaceBlob(1, blob);
-    };
     return {"single commits",
             false,
             PrepareItems,
-            {kOpen,
-             kAddItem,
-             {"change a row", [](CWorkSession& s) { return ChangeItem(s.Store(), 0, 8); }},
-             {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 4); }},
-             {"replace a BLOB", replace},
-             {"delete a BLOB", [](CWorkSession& s) { return s.Store().DeleteBlob(0); }}}};
+            {kOpen, kAddItem, kChangeItem, DeleteItem(4), kReplaceBlob, kDeleteBlob}};
 }
 
 StoreWorkload Batches() {
-    const auto batch = [](CWorkSession& s) {
-        CDatabaseManager& store = s.Store();
+    const auto batch = [](CDatabaseManager& store) {
         const auto blob = Given([] { return Text("c"); });
-        CBatchScope scope(store);
+        CBracketScope scope(store);
         return scope.Begun() && store.DeleteRow("Items", 0) && AddItem(store, 7) &&
                ChangeItem(store, 4, 6) && store.AddBlob(blob) >= 0 && store.DeleteBlob(0) &&
                AddItem(store, 17) && scope.Commit();
     };
-    return {"batch", false, PrepareItems, {kOpen, {"batch", batch}, kAddItem, kClose}};
+    return {"batch", false, PrepareItems, {kOpen, OnStore("batch", batch), kAddItem, kClose}};
 }
 
 StoreWorkload Upkeep() {
+    const WorkStep flush = OnStore(
+        "flush", [](auto& store) { return store.Flush(); }, 0);
+    const WorkStep rebuild = OnStore(
+        "rebuild indexes", [](auto& store) { return store.RebuildIndexes(); }, 0);
     return {"flush and remove deleted",
             false,
             PrepareItems,
-            {kOpen,
-             {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 0); }},
-             {"flush", [](CWorkSession& s) { return s.Store().Flush(); }, 0},
-             {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 2); }},
-             {"remove deleted", [](CWorkSession& s) { return s.Store().RemoveDeleted(); }, 0},
-             kAddItem,
-             {"rebuild indexes", [](CWorkSession& s) { return s.Store().RebuildIndexes(); }, 0}}};
+            {kOpen, DeleteItem(0), flush, DeleteItem(2), kRemoveDeleted, kAddItem, rebuild}};
 }
 
 StoreWorkload Schema() {
-    const auto makeTable = [](CWorkSession& s) {
-        CDatabaseManager& store = s.Store();
+    const auto addColumn = [](auto& store) {
+        return store.AddColumn("Items", "More", ColumnType::Int64, true, true);
+    };
+    const auto removeColumn = [](auto& store) { return store.RemoveColumn("Items", "Notes"); };
+    const auto makeTable = [](auto& store) {
         const auto text = Given([] { return CKeelString("x"); });
-        CBatchScope batch(store);
+        CBracketScope batch(store);
         return batch.Begun() && store.CreateTable("Second") &&
                store.AddColumn("Second", "Text", ColumnType::Text, true, false) &&
                store.BeginRow("Second") && store.SetText("Text", text) && store.CommitRow() == 0 &&
                batch.Commit();
     };
+    const auto removeTable = [](auto& store) { return store.RemoveTable("Items"); };
     return {"columns and tables",
             false,
             PrepareItems,
-            {kOpen,
-             {"add a column",
-              [](CWorkSession& s) {
-                  return s.Store().AddColumn("Items", "More", ColumnType::Int64, true, true);
-              }},
-             {"remove a column",
-              [](CWorkSession& s) { return s.Store().RemoveColumn("Items", "Notes"); }},
-             {"make a table", makeTable},
-             {"remove a table", [](CWorkSession& s) { return s.Store().RemoveTable("Items"); }}}};
+            {kOpen, OnStore("add a column", addColumn), OnStore("remove a column", removeColumn),
+             OnStore("make a table", makeTable), OnStore("remove a table", removeTable)}};
 }
 
 StoreWorkload OldVersion() {
-    return {"conversion of an old version",
-            false,
-            [](CWorkSession& s) {
-                return PrepareItems(s) && s.Store().Close() &&
-                       MakeOldVersion(s.Files(), kLedgerFolder);
-            },
-            {kOpen, kAddItem, kClose}};
+    const auto prepare = [](CWorkSession& s) {
+        return PrepareItems(s) && s.Store().Close() && MakeOldVersion(s.Files(), kLedgerFolder);
+    };
+    return {"conversion of an old version", false, prepare, {kOpen, kAddItem, kClose}};
 }
 
 // A journal that outgrows what it keeps, and what empties it, every few commits.
 constexpr JournalRooms kSmallRooms{.step = 4096, .kept = 2 * 4096, .checkpoint = 5 * 4096};
 
 StoreWorkload GrowingJournal() {
-    const auto addBlob = [](CWorkSession& s) {
+    const WorkStep addBlob = OnStore("add a large BLOB", [](auto& store) {
         const auto blob = Given([] { return Text(Notes(3) + std::string(9000, 'p')); });
-        return s.Store().AddBlob(blob) >= 0;
-    };
-    const auto replaceBlob = [](CWorkSession& s) {
-        const auto blob = Given([] { return Text(Notes(7)); });
-        return s.Store().ReplaceBlob(1, blob);
-    };
+        return store.AddBlob(blob) >= 0;
+    });
     return {"journal that grows",
             false,
             PrepareItems,
-            {kOpen,
-             kAddItem,
-             {"add a large BLOB", addBlob},
-             {"change a row", [](CWorkSession& s) { return ChangeItem(s.Store(), 0, 8); }},
-             {"delete a row", [](CWorkSession& s) { return s.Store().DeleteRow("Items", 4); }},
-             {"replace a BLOB", replaceBlob},
-             kAddItem,
-             {"delete a BLOB", [](CWorkSession& s) { return s.Store().DeleteBlob(0); }},
-             {"remove deleted", [](CWorkSession& s) { return s.Store().RemoveDeleted(); }, 0},
-             {"add a large BLOB", addBlob},
-             kAddItem,
-             kClose},
+            {kOpen, kAddItem, addBlob, kChangeItem, DeleteItem(4), kReplaceBlob, kAddItem,
+             kDeleteBlob, kRemoveDeleted, addBlob, kAddItem, kClose},
             kSmallRooms};
 }
 
@@ -252,12 +223,32 @@ bool PrepareLedger(CWorkSession& session) {
            session.Store().Flush() && EnterPayment(session, 7.25, "second");
 }
 
+// Two accounts, each with its opening balance.
+const WorkStep kAccounts = {"accounts", OpenAccounts, 2};
+
 StoreWorkload Seeding() {
-    return {"first start of a ledger",
-            true,
-            [](CWorkSession&) { return true; },
-            // Two accounts, each with its opening balance.
-            {kOpen, {"accounts", OpenAccounts, 2}, kClose}};
+    return {"first start of a ledger", true, NothingToPrepare, {kOpen, kAccounts, kClose}};
+}
+
+// Payments that are imported, a bracket for so many.
+WorkStep ImportInBatches(int32_t perBracket, int payments) {
+    const auto import = [=](CWorkSession& s) {
+        CLedgerImport import(s.Ledger(), 2, perBracket);
+        if (import.Begin() != LedgerStatus::Ok) return false;
+        for (int i = 0; i < payments; ++i) {
+            CTransactionEntry entry = Payment(i + 0.75, "of a batch");
+            if (import.Enter(entry) != LedgerStatus::Ok) return false;
+        }
+        return import.Finish();
+    };
+    return {"import in three batches", import, 3};
+}
+
+WorkStep RemoveTransaction(const char* name, int64_t row,
+                           TransferSides sides = TransferSides::ThisOnly) {
+    return {name, [=](CWorkSession& s) {
+                return s.Ledger().RemoveTransaction(row, sides) == LedgerStatus::Ok;
+            }};
 }
 
 // Lets `edit` change a row, and brings it to the ledger.
@@ -265,10 +256,7 @@ template <class Edit>
 bool ChangeRow(CWorkSession& s, int64_t row, TransferSides sides, Edit edit) {
     CTransactionEntry entry;
     if (!s.Finance()->ReadTransaction(row, entry)) return false;
-    {
-        const CAllocationPause pause;
-        entry.memo = CKeelString("a memo that is longer than before");
-    }
+    entry.memo = Given([] { return CKeelString("a memo that is longer than before"); });
     edit(entry);
     return s.Ledger().ChangeTransaction(entry, sides) == LedgerStatus::Ok;
 }
@@ -283,8 +271,7 @@ StoreWorkload Transfers() {
         request.amount = 100.0;
         request.date = kDay;
         request.memo = Given([] { return CKeelString("to savings"); });
-        CTransactionEntry paying;
-        CTransactionEntry receiving;
+        CTransactionEntry paying, receiving;
         return s.Ledger().EnterTransfer(request, paying, receiving) == LedgerStatus::Ok;
     };
     const auto move = [](CWorkSession& s) {
@@ -302,9 +289,6 @@ StoreWorkload Transfers() {
         return batch.Begun() && EnterPayment(s, 30.75, "in a batch") &&
                s.Ledger().RemoveTransaction(4) == LedgerStatus::Ok && batch.Commit();
     };
-    const auto remove = [](CWorkSession& s) {
-        return s.Ledger().RemoveTransaction(kPayingSide, TransferSides::Both) == LedgerStatus::Ok;
-    };
     return {"money between accounts",
             true,
             PrepareLedger,
@@ -313,7 +297,7 @@ StoreWorkload Transfers() {
              {"move to the other account", move},
              {"edit both sides", editBoth},
              {"enter and delete in a batch", batch},
-             {"delete the transfer", remove}}};
+             RemoveTransaction("delete the transfer", kPayingSide, TransferSides::Both)}};
 }
 
 std::string QfxFile() {
@@ -342,52 +326,38 @@ bool PrepareStatements(CWorkSession& s) {
 }
 
 template <typename Importer>
-bool ImportFile(CWorkSession& session, const char* path, DialectMode dialect, bool dryRun = false) {
-    CAccountEntry account;
-    if (!session.Finance()->ReadAccount(1, account)) return false;
-    const auto import = Given([&] {
-        return std::make_unique<Importer>(*session.Finance(), account, CKeelString(path),
-                                          session.Files());
-    });
-    ImportOptions options;
-    options.dialect = dialect;
-    options.dryRun = options.keepRows = dryRun;
-    import->SetOptions(options);
-    const ImportResult result = import->Import();
-    const CAllocationPause pause;
-    // Not the report and the notes, which may be wanting.
-    session.seen = std::to_string(result.imported) + ' ' + std::to_string(result.payeesCreated) +
-                   ' ' + std::to_string(result.categoriesCreated);
-    return !result.failed;
+WorkStep ImportFile(const char* name, const char* path, DialectMode dialect, bool dryRun = false) {
+    const auto run = [=](CWorkSession& session) {
+        CAccountEntry account;
+        if (!session.Finance()->ReadAccount(1, account)) return false;
+        const auto import = Given([&] {
+            return std::make_unique<Importer>(*session.Finance(), account, CKeelString(path),
+                                              session.Files());
+        });
+        ImportOptions options;
+        options.dialect = dialect;
+        options.dryRun = dryRun;
+        import->SetOptions(options);
+        const ImportResult result = import->Import();
+        const CAllocationPause pause;
+        // Not the report and the notes, which may be wanting.
+        session.seen = std::to_string(result.imported) + ' ' +
+                       std::to_string(result.payeesCreated) + ' ' +
+                       std::to_string(result.categoriesCreated);
+        return !result.failed;
+    };
+    return {name, run, dryRun ? 0 : 1};
 }
 
 StoreWorkload Imports() {
-    const auto inBatches = [](CWorkSession& s) {
-        CLedgerImport import(s.Ledger(), 2, 2);
-        if (import.Begin() != LedgerStatus::Ok) return false;
-        for (int i = 0; i < 5; ++i) {
-            CTransactionEntry entry = Payment(i + 0.75, "of a batch");
-            if (import.Enter(entry) != LedgerStatus::Ok) return false;
-        }
-        return import.Finish();
-    };
     return {"imports",
             true,
             PrepareStatements,
-            {kOpen,
-             {"import QFX",
-              [](CWorkSession& s) {
-                  return ImportFile<CQFXImportManager>(s, kQfxPath, DialectMode::Auto);
-              }},
-             {"import QIF",
-              [](CWorkSession& s) {
-                  return ImportFile<CQIFImportManager>(s, kQifPath, DialectMode::Auto);
-              }},
-             {"import QIF by the plain rules",
-              [](CWorkSession& s) {
-                  return ImportFile<CQIFImportManager>(s, kQifPath, DialectMode::Plain);
-              }},
-             {"import in three batches", inBatches, 3}}};
+            {kOpen, ImportFile<CQFXImportManager>("import QFX", kQfxPath, DialectMode::Auto),
+             ImportFile<CQIFImportManager>("import QIF", kQifPath, DialectMode::Auto),
+             ImportFile<CQIFImportManager>("import QIF by the plain rules", kQifPath,
+                                           DialectMode::Plain),
+             ImportInBatches(2, 5)}};
 }
 
 // --- reading
@@ -443,33 +413,16 @@ StoreWorkload Reading() {
              {"register", ReadRegisters, 0},
              {"range", ListRange, 0},
              {"query", AskQuery, 0},
-             {"preview",
-              [](CWorkSession& s) {
-                  return ImportFile<CQFXImportManager>(s, kQfxPath, DialectMode::Auto, true);
-              },
-              0},
+             ImportFile<CQFXImportManager>("preview", kQfxPath, DialectMode::Auto, true),
              kClose}};
 }
 
 StoreWorkload GrowingImports() {
-    const auto import = [](CWorkSession& s) {
-        CLedgerImport import(s.Ledger(), 2, 4);
-        if (import.Begin() != LedgerStatus::Ok) return false;
-        for (int i = 0; i < 12; ++i) {
-            CTransactionEntry entry = Payment(i + 0.75, "of a batch");
-            if (import.Enter(entry) != LedgerStatus::Ok) return false;
-        }
-        return import.Finish();
-    };
+    const WorkStep import = ImportInBatches(4, 12);
     return {"journal that imports outgrow",
             true,
             PrepareLedger,
-            {kOpen,
-             {"import in three batches", import, 3},
-             {"remove a transaction",
-              [](CWorkSession& s) { return s.Ledger().RemoveTransaction(4) == LedgerStatus::Ok; }},
-             {"import in three batches", import, 3},
-             kClose},
+            {kOpen, import, RemoveTransaction("remove a transaction", 4), import, kClose},
             {.step = 4096, .kept = 4 * 4096, .checkpoint = 12 * 4096}};
 }
 
@@ -482,24 +435,12 @@ bool PrepareOldLedger(CWorkSession& session) {
         !store.FindTable("Transaction")->SkipRowIdsBelow(1)) {
         return false;
     }
-    struct Column {
-        const char* name;
-        ColumnType type;
-    };
-    for (const Column& column : {Column{kCreationStampColumn, ColumnType::DateTime},
-                                 {kModificationStampColumn, ColumnType::DateTime},
-                                 {"AccountID", ColumnType::Int64},
-                                 {"ServiceDate", ColumnType::DateTime},
-                                 {"EletronicPaymentType", ColumnType::Text},
-                                 {"Check", ColumnType::Int32},
-                                 {"TransactionType", ColumnType::Int32},
-                                 {"Payee", ColumnType::Text},
-                                 {"CategoryID", ColumnType::Int64},
-                                 {"Amount", ColumnType::Double},
-                                 {"FitID", ColumnType::Int64},
-                                 {"Memo", ColumnType::Text}}) {
-        if (!store.AddColumn("Transaction", column.name, column.type, true, false)) return false;
-    }
+    const bool hasColumns = AddColumns(
+        store, "Transaction",
+        std::string(kCreationStampColumn) + "/5/i " + kModificationStampColumn +
+            "/5/i AccountID/3/i ServiceDate/5/i EletronicPaymentType/0/i Check/2/i "
+            "TransactionType/2/i Payee/0/i CategoryID/3/i Amount/4/i FitID/3/i Memo/0/i");
+    if (!hasColumns) return false;
     for (const char* payee : {"Baker", "Grocer", "Baker"}) {
         if (!store.BeginRow("Transaction") || !store.SetText("Payee", payee) ||
             !store.SetDouble("Amount", 5.0) || !store.SetText("Memo", Notes(3)) ||
@@ -511,11 +452,8 @@ bool PrepareOldLedger(CWorkSession& session) {
 }
 
 StoreWorkload Upgrade() {
-    return {"upgrade of an old ledger",
-            true,
-            PrepareOldLedger,
-            // What the look finds is upgraded, too.
-            {kOpen, {"accounts", OpenAccounts, 2}, kClose}};
+    // What the look finds is upgraded, too.
+    return {"upgrade of an old ledger", true, PrepareOldLedger, {kOpen, kAccounts, kClose}};
 }
 
 // Under a key that costs next to nothing.
@@ -538,17 +476,16 @@ bool RestoreInto(CWorkSession& s, const char* folder, bool overwrite) {
 }
 
 StoreWorkload Restore() {
+    const auto prepare = [](CWorkSession& s) {
+        return PrepareLedger(s) && BackUp(s) && EnterPayment(s, 99.0, "after the backup") &&
+               s.Finance()->Close();
+    };
+    const auto over = [](CWorkSession& s) { return RestoreInto(s, kLedgerFolder, true); };
+    const auto beside = [](CWorkSession& s) { return RestoreInto(s, kRestoredFolder, false); };
     return {"restore",
             true,
-            [](CWorkSession& s) {
-                return PrepareLedger(s) && BackUp(s) && EnterPayment(s, 99.0, "after the backup") &&
-                       s.Finance()->Close();
-            },
-            {{"restore", [](CWorkSession& s) { return RestoreInto(s, kLedgerFolder, true); }},
-             {"restore beside it",
-              [](CWorkSession& s) { return RestoreInto(s, kRestoredFolder, false); }, 0},
-             kOpen,
-             {"backup", BackUp, 0}}};
+            prepare,
+            {{"restore", over}, {"restore beside it", beside, 0}, kOpen, {"backup", BackUp, 0}}};
 }
 
 }  // namespace

@@ -2,11 +2,14 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "Faults.h"
 #include "finance/database/QuillonDatabaseInterface.h"
 #include "finance/ledger/Ledger.h"
+#include "support/PowerCutDisk.h"
 
 namespace quillon {
 
@@ -55,6 +58,25 @@ struct StoreWorkload {
 };
 
 const std::vector<StoreWorkload>& StoreWorkloads();
+
+// Calls `run` with each workload that is wanted, and says what it found.
+void ForEachWorkload(const char* kind, const FaultsOptions& options, CFaultsReport& report,
+                     const std::function<std::string(const StoreWorkload&)>& run);
+
+// Prepares the workload. False: a fault, which is reported.
+bool Prepare(CFileSystem& files, const StoreWorkload& workload, CFaultsReport& report);
+// The disk on which the work begins.
+std::optional<DiskImage> PreparedDisk(const StoreWorkload& workload, CFaultsReport& report);
+
+// The work as it goes when nothing fails.
+struct Rehearsal {
+    DiskImage before;
+    // Contents: first those before the work alone, then of each step those before it, between
+    // its commits and after it.
+    std::vector<std::vector<uint64_t>> states;
+    int64_t calls = 0;  // of the file system
+};
+std::optional<Rehearsal> Rehearse(const StoreWorkload& workload, CFaultsReport& report);
 
 // Where one of them restores a backup beside the ledger.
 inline constexpr const char* kRestoredFolder = "restored";

@@ -59,6 +59,11 @@ int Stumble(bool changes) {
     return -1;
 }
 
+// An interrupted sync is a failed one to the store; see CFile::Sync.
+bool StumblesInSync() {
+    return plan.trouble != Trouble::Interrupted && Stumble(true) != 0;
+}
+
 size_t PartOf(size_t size) {
     return size > 1 && IsTroubled(Trouble::InPart) ? size / 2 : size;
 }
@@ -88,16 +93,11 @@ ssize_t __wrap_pwrite64(int file, const void* bytes, size_t size, off64_t offset
 int __wrap_ftruncate64(int file, off64_t size) {
     return quillon::Stumble(true) != 0 ? -1 : __real_ftruncate64(file, size);
 }
-// An interrupted sync is a failed one to the store; see CFile::Sync.
 int __wrap_fdatasync(int file) {
-    return quillon::plan.trouble != quillon::Trouble::Interrupted && quillon::Stumble(true) != 0
-               ? -1
-               : __real_fdatasync(file);
+    return quillon::StumblesInSync() ? -1 : __real_fdatasync(file);
 }
 int __wrap_fsync(int file) {
-    return quillon::plan.trouble != quillon::Trouble::Interrupted && quillon::Stumble(true) != 0
-               ? -1
-               : __real_fsync(file);
+    return quillon::StumblesInSync() ? -1 : __real_fsync(file);
 }
 int __wrap_rename(const char* from, const char* to) {
     return quillon::Stumble(true) != 0 ? -1 : __real_rename(from, to);
@@ -122,19 +122,8 @@ int __wrap_open64(const char* path, int flags, ...) {
 namespace quillon {
 namespace {
 
-const char* NameOf(Trouble trouble) {
-    switch (trouble) {
-        case Trouble::Interrupted:
-            return "interrupted";
-        case Trouble::InPart:
-            return "done in part";
-        case Trouble::Failure:
-            return "input/output error";
-        case Trouble::NoRoom:
-            return "no room";
-    }
-    return "";
-}
+constexpr const char* kTroubles[] = {"interrupted", "done in part", "input/output error",
+                                     "no room"};
 
 class CSyscallsMachine {
 public:
@@ -158,13 +147,7 @@ private:
         CFileSystem& files = PlatformFileSystem();
         uint64_t live = 0;
         bool done = true;
-        {
-            CWorkSession session(files, m_workload);
-            if (!m_workload.prepare(session)) {
-                m_report.Fault(std::string(m_workload.name) + ": cannot be prepared");
-                return false;
-            }
-        }
+        if (!Prepare(files, m_workload, m_report)) return false;
         CWorkSession session(files, m_workload);
         plan = trouble;
         plan.armed = true;
@@ -175,7 +158,7 @@ private:
         }
         plan.armed = false;
         const std::string name = std::string(m_workload.name) + ", " + step + ", " +
-                                 NameOf(trouble.trouble) + " at call " +
+                                 kTroubles[static_cast<int>(trouble.trouble)] + " at call " +
                                  std::to_string(trouble.at) + ": ";
         m_report.Expect(done || (plan.troubled && !harmless), name + "the step failed");
         if (harmless) m_report.Expect(plan.troubled, name + "no call met it");
@@ -188,7 +171,7 @@ private:
         }
         const bool troubled = plan.troubled;
         const bool isOpen = session.Store().IsOpen();
-        if (isOpen) live = LookAtOpen(session.Store(), nullptr).content;
+        if (isOpen) live = ContentHash(session.Store());
         const bool isWhole = isOpen && session.Store().Close();
         const StoreLook look = LookAtFolder(files, m_workload.isFinance);
         m_report.Expect(look.IsSound(), name + look.problem);
@@ -202,16 +185,11 @@ private:
 
 void RunSyscalls(const FaultsOptions& options, CFaultsReport& report) {
     const std::filesystem::path here = std::filesystem::current_path();
-    for (const StoreWorkload& workload : StoreWorkloads()) {
-        const std::string name = workload.name;
-        if (name.find(options.only) == std::string::npos) continue;
-        const int64_t casesBefore = report.Cases();
-        constexpr int64_t kShortEvery = 149;
+    constexpr int64_t kShortEvery = 149;
+    ForEachWorkload("syscalls", options, report, [&](const StoreWorkload& workload) {
         CSyscallsMachine(workload, report).Run(options.isLong ? 1 : kShortEvery);
-        std::printf("syscalls: %s: %lld cases\n", workload.name,
-                    static_cast<long long>(report.Cases() - casesBefore));
-        std::fflush(stdout);
-    }
+        return std::string();
+    });
     std::filesystem::current_path(here);
 }
 

@@ -4,6 +4,8 @@
 
 #include <cmath>
 #include <limits>
+#include <string_view>
+#include <vector>
 
 namespace quillon {
 namespace {
@@ -140,30 +142,22 @@ TEST(Balance, MoneySumLosesNothing) {
     EXPECT_EQ(largeBetween.Value(), 0.07);
 }
 
-TEST(FinanceCodes, NamesAndCodes) {
-    const struct {
-        int32_t code;
-        const char* name;
-    } transactions[] = {{0, "Payment"},   {1, "Deposit"},    {2, "Charge"},
-                        {3, "Principal"}, {4, "Withdrawal"}, {5, "Transfer"}};
-    for (const auto& row : transactions) {
-        TransactionType type = TransactionType::Payment;
-        EXPECT_TRUE(FromName(row.name, type));
-        EXPECT_EQ(static_cast<int32_t>(type), row.code);
-        EXPECT_EQ(NameOf(type), row.name);
+// Names in the order of their codes.
+template <class Type>
+void ExpectNames(const std::vector<std::string_view>& names) {
+    for (size_t code = 0; code < names.size(); ++code) {
+        Type type{};
+        EXPECT_TRUE(FromName(names[code], type));
+        EXPECT_EQ(static_cast<size_t>(type), code);
+        EXPECT_EQ(NameOf(type), names[code]);
     }
-    const struct {
-        int32_t code;
-        const char* name;
-    } periods[] = {{0, "Annual"},    {1, "Bi-Annual"},   {2, "Bi-Weekly"},       {3, "Monthly"},
-                   {4, "Quarterly"}, {5, "Semi-Annual"}, {6, "Twice Per Month"}, {7, "Weekly"}};
-    for (const auto& row : periods) {
-        PeriodType type = PeriodType::Annual;
-        EXPECT_TRUE(FromName(row.name, type));
-        EXPECT_EQ(static_cast<int32_t>(type), row.code);
-        EXPECT_EQ(NameOf(type), row.name);
-    }
+}
 
+TEST(FinanceCodes, NamesAndCodes) {
+    ExpectNames<TransactionType>(
+        {"Payment", "Deposit", "Charge", "Principal", "Withdrawal", "Transfer"});
+    ExpectNames<PeriodType>({"Annual", "Bi-Annual", "Bi-Weekly", "Monthly", "Quarterly",
+                             "Semi-Annual", "Twice Per Month", "Weekly"});
     AccountType account = AccountType::Checking;
     EXPECT_TRUE(FromName("loan", account));
     EXPECT_EQ(account, AccountType::Loan);

@@ -333,8 +333,8 @@ TEST_F(Ledger, Categories) {
         const char* moveTo;
         LedgerStatus status;
     } refused[] = {
-        {"Food", nullptr, LedgerStatus::CategoryUsed},
-        {"Food", "Food", LedgerStatus::SameCategory},
+        {"Food", nullptr, LedgerStatus::StillUsed},
+        {"Food", "Food", LedgerStatus::SameTarget},
         {"Food", "Transfer", LedgerStatus::CategoryReserved},
         {"Food", "Adjustment", LedgerStatus::CategoryReserved},
         {"Transfer", "Food", LedgerStatus::CategoryKept},
@@ -479,6 +479,7 @@ TEST_F(Ledger, ATransferStaysOne) {
 TEST_F(Ledger, SidesAreToldByTheirEffects) {
     const int64_t checking = Open("Checking", AccountType::Checking);
     const int64_t savings = Open("Savings", AccountType::Savings);
+    const int64_t broker = Open("Broker", AccountType::Investment);
     const int64_t card = Open("Card", AccountType::Credit);
     struct Entered {
         int64_t account;
@@ -504,6 +505,19 @@ TEST_F(Ledger, SidesAreToldByTheirEffects) {
           {checking, T::Deposit, 3},
           {savings, T::Deposit, 0},
           {savings, T::Payment, 1}}},
+        {"equal transfers",
+         {{checking, T::Transfer, 1},
+          {savings, T::Deposit, 0},
+          {checking, T::Transfer, 3},
+          {broker, T::Deposit, 2},
+          {checking, T::Transfer, 5},
+          {savings, T::Deposit, 4}}},
+        {"one side is left alone",
+         {{checking, T::Transfer, 1},
+          {savings, T::Deposit, 0},
+          {checking, T::Transfer, 2},
+          {checking, T::Transfer, 4},
+          {savings, T::Deposit, 3}}},
         {"the closest",
          {{checking, T::Transfer, 0}, {card, T::Charge, 2}, {savings, T::Deposit, 1}}},
     };
@@ -524,37 +538,12 @@ TEST_F(Ledger, SidesAreToldByTheirEffects) {
             EXPECT_FALSE(found.HasFailed());
             EXPECT_EQ(found ? other.id : ids[i], ids[test.rows[i].other]) << i;
         }
-    }
-}
-
-TEST_F(Ledger, OtherSideAmongEqualTransfers) {
-    const int64_t checking = Open("Checking", AccountType::Checking, 500);
-    const int64_t savings = Open("Savings", AccountType::Savings);
-    const int64_t broker = Open("Broker", AccountType::Investment);
-    CTransactionEntry paying[3], receiving[3];
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_EQ(ledger.EnterTransfer(Transfer(checking, i == 1 ? broker : savings, 40), paying[i],
-                                       receiving[i]),
+        // A row that has no other side goes alone.
+        const int64_t before = Rows();
+        ASSERT_EQ(ledger.RemoveTransaction(ids[2 % ids.size()], TransferSides::Both),
                   LedgerStatus::Ok);
+        EXPECT_EQ(Rows(), before - (test.rows[2 % ids.size()].other == 2 % ids.size() ? 1 : 2));
     }
-    CTransactionEntry other;
-    for (int i = 0; i < 3; ++i) {
-        ASSERT_TRUE(ledger.FindOtherTransferSide(paying[i].id, other));
-        EXPECT_EQ(other.id, receiving[i].id);
-        ASSERT_TRUE(ledger.FindOtherTransferSide(receiving[i].id, other));
-        EXPECT_EQ(other.id, paying[i].id);
-    }
-    // A side left alone does not take the other half of another transfer.
-    ASSERT_EQ(ledger.RemoveTransaction(receiving[1].id), LedgerStatus::Ok);
-    EXPECT_FALSE(ledger.FindOtherTransferSide(paying[1].id, other));
-    ASSERT_EQ(ledger.RemoveTransaction(paying[1].id, TransferSides::Both), LedgerStatus::Ok);
-    EXPECT_EQ(Rows(), 1 + 4);
-    // Nor does a changed one, or a row that is no transfer.
-    paying[0].amount = 41;
-    ASSERT_EQ(ledger.ChangeTransaction(paying[0]), LedgerStatus::Ok);
-    EXPECT_FALSE(ledger.FindOtherTransferSide(paying[0].id, other));
-    EXPECT_FALSE(ledger.FindOtherTransferSide(1, other));
-    ExpectSound();
 }
 
 TEST_F(Ledger, MismatchesAreFoundAndRepaired) {
@@ -717,36 +706,6 @@ TEST_F(Ledger, ThreadsDoNotComeBetween) {
     ExpectSound();
 }
 
-// Each change of the disk fails once, in turn, during a transfer: rows and balances of
-// both accounts are there, or none of them.
-TEST_F(Ledger, ATransferIsAllOrNothing) {
-    const int64_t checking = Open("Checking", AccountType::Checking, 100);
-    const int64_t card = Open("Card", AccountType::Credit, -100);
-    ASSERT_TRUE(database.Close());
-    const auto before = disk.Snapshot();
-    bool failed = true;
-    for (int64_t failAt = 1; failed; ++failAt) {
-        SCOPED_TRACE(failAt);
-        disk.Restore(before);
-        ASSERT_TRUE(database.Open(kFolder).opened);
-        disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, failAt, FileError::NoSpace);
-        CTransactionEntry paying, receiving;
-        const LedgerStatus status =
-            ledger.EnterTransfer(Transfer(checking, card, 25), paying, receiving);
-        failed = disk.HasFailed();
-        disk.StopFailing();
-        (void)database.Close();
-        ASSERT_TRUE(database.Open(kFolder).opened);
-        const bool entered = Rows() == 4;
-        EXPECT_TRUE(entered || status != LedgerStatus::Ok);
-        EXPECT_EQ(Rows(), entered ? 4 : 2);
-        EXPECT_EQ(Balance(checking), entered ? 75 : 100);
-        EXPECT_EQ(Balance(card), entered ? -75 : -100);
-        ExpectSound();
-        ASSERT_TRUE(database.Close());
-    }
-}
-
 class LedgerImport : public Ledger {};
 
 TEST_F(LedgerImport, CommitsInBatches) {
@@ -817,6 +776,40 @@ TEST_F(LedgerImport, AFullDiskStopsAtABatchBoundary) {
     EXPECT_EQ(Rows(), 4);
     EXPECT_EQ(Balance(account), -4);
     ExpectSound();
+}
+
+// What holds for categories holds for payees, but that the program keeps none for itself.
+TEST_F(Ledger, Payees) {
+    const int64_t account = Open("Checking", AccountType::Checking);
+    CPayeeEntry shop;
+    CPayeeEntry store;
+    ASSERT_EQ(ledger.AddPayee("Shop", shop), LedgerStatus::Ok);
+    ASSERT_EQ(ledger.AddPayee("Store", store), LedgerStatus::Ok);
+    EXPECT_EQ(ledger.AddPayee("Shop", store), LedgerStatus::NameTaken);
+    EXPECT_EQ(ledger.AddPayee("", store), LedgerStatus::NameMissing);
+    CTransactionEntry row = Row(account, TransactionType::Payment, 1);
+    row.payeeId = shop.id;
+    ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
+    CMemorizedTransactionEntry monthly;
+    monthly.payeeId = shop.id;
+    ASSERT_TRUE(database.AddMemorizedTransaction(monthly));
+
+    EXPECT_EQ(ledger.RenamePayee(shop.id, "Store"), LedgerStatus::NameTaken);
+    EXPECT_EQ(ledger.RenamePayee(99, "Market"), LedgerStatus::NoSuchPayee);
+    EXPECT_EQ(ledger.RemovePayee(shop.id), LedgerStatus::StillUsed);
+    EXPECT_EQ(ledger.RemovePayee(shop.id, shop.id), LedgerStatus::SameTarget);
+    EXPECT_EQ(ledger.RemovePayee(shop.id, 99), LedgerStatus::NoSuchPayee);
+    int64_t uses = 0;
+    ASSERT_TRUE(ledger.CountPayeeUses(shop.id, uses));
+    EXPECT_EQ(uses, 2);
+
+    EXPECT_EQ(ledger.RemovePayee(shop.id, store.id), LedgerStatus::Ok);
+    EXPECT_EQ(database.FindPayeeId("Shop"), kNoRow);
+    ASSERT_TRUE(database.ReadTransaction(row.id, row));
+    EXPECT_EQ(row.payeeId, store.id);
+    COwnedList<CMemorizedTransactionEntry> memorized;
+    ASSERT_TRUE(database.ListMemorizedTransactionsByPayee(store.id, memorized));
+    EXPECT_EQ(memorized.Count(), 1);
 }
 
 }  // namespace

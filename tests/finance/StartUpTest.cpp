@@ -6,7 +6,7 @@
 
 #include "settings/ProfileFile.h"
 #include "storage/database/DatabaseManager.h"
-#include "support/MemoryFileSystem.h"
+#include "support/EachFailure.h"
 
 namespace quillon {
 namespace {
@@ -136,26 +136,23 @@ TEST_F(StartUpTest, AFailedStartLeavesNothingOpenAndMayBeTriedAgain) {
 TEST_F(StartUpTest, ADiskThatFailsDuringTheFirstStartIsReportedAndClosed) {
     int64_t failures = 0;
     // Not every call: a start makes hundreds, most of them alike.
-    for (int64_t nth = 1;; nth += 7) {
-        CMemoryFileSystem disk;
-        CQuillonDatabaseInterface database(disk);
-        CStartUp startUp(database, m_settings, disk);
-        disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, nth, FileError::NoSpace,
-                     CMemoryFileSystem::Times::ForEver);
+    for (CEachFailure failure(m_disk, {.times = CMemoryFileSystem::Times::ForEver, .every = 7});
+         failure.Next();) {
+        SCOPED_TRACE(failure.Nth());
+        Program program(*this);
+        CStartUp& startUp = program.startUp;
+        failure.Arm();
         const StartUpStep step = startUp.Start("ledger");
-        if (!disk.HasFailed()) {
-            EXPECT_EQ(step, StartUpStep::SetPassword);
-            break;
-        }
+        EXPECT_TRUE(failure.Disarm() || step == StartUpStep::SetPassword);
         // A failure behind the last commit is nobody's loss.
         if (step == StartUpStep::Failed) {
-            EXPECT_FALSE(database.IsOpen()) << nth;
-            EXPECT_NE(startUp.Failure(), StartUpFailure::None) << nth;
+            EXPECT_FALSE(program.database.IsOpen());
+            EXPECT_NE(startUp.Failure(), StartUpFailure::None);
         }
         failures += step == StartUpStep::Failed || step == StartUpStep::Incomplete;
-        disk.StopFailing();
-        EXPECT_EQ(startUp.Start("ledger"), StartUpStep::SetPassword) << nth;
-        EXPECT_NE(startUp.FoundExisting(), startUp.Opened().created) << nth;
+        EXPECT_EQ(startUp.Start("ledger"), StartUpStep::SetPassword);
+        EXPECT_NE(startUp.FoundExisting(), startUp.Opened().created);
+        ASSERT_TRUE(program.database.Close());
     }
     EXPECT_GT(failures, 10);
 }

@@ -154,15 +154,6 @@ TEST_P(FileSystemTest, RenameReplacesAndRemoveRemoves) {
     EXPECT_FALSE(m_files->SyncFolder(Path("missing")));
 }
 
-TEST(Paths, ParentFolders) {
-    const struct {
-        const char* path;
-        const char* parent;
-    } rows[] = {{"a/b/c.dat", "a/b/"}, {"a/b/", "a/"}, {"a//", "."}, {"c.dat", "."},
-                {"/a", "/"},           {"/", "/"},     {"", "."}};
-    for (const auto& row : rows) EXPECT_EQ(ParentFolder(row.path), row.parent) << row.path;
-}
-
 TEST_P(FileSystemTest, FoldersAreMadeListedAndRemoved) {
     const std::string inner =
         WithTrailingSeparator(Path("Geschäft")) + WithTrailingSeparator("2024") + "März";

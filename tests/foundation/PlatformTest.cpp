@@ -48,14 +48,6 @@ TEST(Folders, AreAbsoluteWithoutASeparatorAtTheEnd) {
     EXPECT_TRUE(std::filesystem::is_directory(std::u8string(here.begin(), here.end())));
 }
 
-TEST(Folders, JoinsWithOneSeparator) {
-    const std::string separator(1, FolderSeparator());
-    EXPECT_EQ(JoinPath("a", "b"), "a" + separator + "b");
-    EXPECT_EQ(JoinPath("a/", "b"), "a/b");
-    EXPECT_EQ(JoinPath("a" + separator, "b"), "a" + separator + "b");
-    EXPECT_EQ(JoinPath("", "b"), "b");
-}
-
 TEST(Folders, ReadsEnvironmentVariables) {
     EXPECT_FALSE(EnvironmentVariable("PATH").empty());
     EXPECT_EQ(EnvironmentVariable("QUILLON_NO_SUCH_VARIABLE"), "");

@@ -190,7 +190,4 @@ void Run(CInput input) {
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::Run({data, size});
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Run)

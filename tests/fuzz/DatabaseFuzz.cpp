@@ -8,6 +8,7 @@
 #include "SmallDatabase.h"
 #include "storage/database/DatabaseManager.h"
 #include "support/MemoryFileSystem.h"
+#include "support/SampleStore.h"
 
 namespace quillon::fuzz {
 namespace {
@@ -56,43 +57,13 @@ void Change(CInput& input, std::map<std::string, Bytes>& files) {
     }
 }
 
-using Content = std::vector<std::string>;
-
-std::string TextOf(const CTableRowUpdateInfoValue& value) {
-    if (value.type == ColumnType::Text) return value.isSet ? "'" + value.text.ToUtf8() : "none";
-    return std::to_string(value.Key());
-}
-
-// Everything that can be read, and what cannot.
-Content ContentOf(CDatabaseManager& database) {
-    Content content;
-    std::vector<uint8_t> record;
-    for (const auto& table : database.Tables()) {
-        content.push_back("table " + table->Name().ToUtf8());
-        table->WalkRows([&](int64_t rowId) {
-            std::string line = std::to_string(rowId);
-            const bool readable = table->ReadRecord(rowId, record);
-            for (const CTableColumn& column : table->Columns()) {
-                CTableRowUpdateInfoValue value;
-                const bool read = readable && table->ValueFromRecord(record, column, value);
-                line += '|' + (read ? TextOf(value) : "unreadable");
-            }
-            content.push_back(std::move(line));
-            return true;
-        });
-    }
-    for (int64_t id = 0; id < kBlobIds; ++id) {
-        Bytes bytes;
-        content.push_back(database.ReadBlob(id, bytes) ? "blob " + ToString(bytes) : "no blob");
-    }
-    return content;
-}
-
 // The code, with what and where.
-Content Verdict(CDatabaseManager& database) {
+using Verdicts = std::vector<std::string>;
+
+Verdicts Verdict(CDatabaseManager& database) {
     std::vector<TableIntegrity> tables;
     const IntegrityCode code = database.Verify(tables);
-    Content verdict = {std::to_string(static_cast<int>(code))};
+    Verdicts verdict = {std::to_string(static_cast<int>(code))};
     for (const TableIntegrity& table : tables) {
         verdict.push_back(table.table + ' ' + std::to_string(static_cast<int>(table.code)) + ' ' +
                           table.detail);
@@ -104,7 +75,7 @@ void AddRow(CDatabaseManager& database) {
     for (const auto& table : database.Tables()) {
         if (table->Columns().empty()) continue;
         const std::string name = table->Name().ToUtf8();
-        const Content before = ContentOf(database);
+        const DatabaseContent before = ContentOf(database, kBlobIds);
         FUZZ_CHECK(database.BeginRow(name), "a table that is there takes rows");
         for (const CTableColumn& column : table->Columns()) {
             if (column.type == ColumnType::Text) {
@@ -115,7 +86,7 @@ void AddRow(CDatabaseManager& database) {
         }
         const int64_t rowId = database.CommitRow();
         if (rowId < 0) {
-            FUZZ_CHECK(ContentOf(database) == before, "a row that fails changes nothing");
+            FUZZ_CHECK(ContentOf(database, kBlobIds) == before, "a row that fails changes nothing");
             continue;
         }
         for (const CTableColumn& column : table->Columns()) {
@@ -133,17 +104,17 @@ void AddRow(CDatabaseManager& database) {
 void Work(CDatabaseManager& database, uint8_t plan) {
     if ((plan & 1) != 0) AddRow(database);
     if ((plan & 2) != 0) {
-        const Content before = ContentOf(database);
+        const DatabaseContent before = ContentOf(database, kBlobIds);
         (void)database.RemoveDeleted();
-        FUZZ_CHECK(ContentOf(database) == before, "compacting keeps what can be read");
+        FUZZ_CHECK(ContentOf(database, kBlobIds) == before, "compacting keeps what can be read");
     }
     if ((plan & 4) != 0) {
-        const Content before = ContentOf(database);
+        const DatabaseContent before = ContentOf(database, kBlobIds);
         (void)database.RebuildIndexes();
-        FUZZ_CHECK(ContentOf(database) == before, "rebuilding indexes changes no row");
+        FUZZ_CHECK(ContentOf(database, kBlobIds) == before, "rebuilding indexes changes no row");
     }
     if ((plan & 8) != 0) {
-        CBatchScope batch(database);
+        CBracketScope batch(database);
         (void)database.DeleteRow("Ledger", 2);
         (void)database.AddBlob(Text("another"));
         if ((plan & 16) != 0) (void)batch.Commit();
@@ -176,28 +147,25 @@ void Check(CInput input) {
         }
         return;
     }
-    const Content first = ContentOf(database);
-    const Content verdict = Verdict(database);
+    const DatabaseContent first = ContentOf(database, kBlobIds);
+    const Verdicts verdict = Verdict(database);
     FUZZ_CHECK(database.Close(), "what opened closes");
     FUZZ_CHECK(database.Open("db"), "and opens again");
-    FUZZ_CHECK(ContentOf(database) == first, "with the same rows");
+    FUZZ_CHECK(ContentOf(database, kBlobIds) == first, "with the same rows");
     FUZZ_CHECK(Verdict(database) == verdict, "in the same order");
 
     if (plan == 0) return;
     Work(database, plan);
-    const Content last = ContentOf(database);
-    const Content lastVerdict = Verdict(database);
+    const DatabaseContent last = ContentOf(database, kBlobIds);
+    const Verdicts lastVerdict = Verdict(database);
     if (verdict.front() == "0") FUZZ_CHECK(lastVerdict.front() == "0", "work keeps a sound one so");
     FUZZ_CHECK(database.Close(), "it closes after work");
     FUZZ_CHECK(database.Open("db"), "and opens after it");
-    FUZZ_CHECK(ContentOf(database) == last, "what was committed is there");
+    FUZZ_CHECK(ContentOf(database, kBlobIds) == last, "what was committed is there");
     FUZZ_CHECK(Verdict(database) == lastVerdict, "and in the same order");
 }
 
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::Check({data, size});
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Check)

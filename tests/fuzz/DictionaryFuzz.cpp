@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <tuple>
 
+#include "Brackets.h"
 #include "Fuzz.h"
 #include "foundation/ByteCodec.h"
 #include "storage/blocks/DictionaryManager.h"
-#include "storage/journal/Journal.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {
@@ -56,9 +56,7 @@ Model ExpectedOf(std::span<const uint8_t> file) {
 int64_t PickId(CInput& input, const Model& model) {
     const uint8_t choice = input.Byte();
     if (choice >= 0xF0 || model.empty()) return input.Number();
-    auto place = model.begin();
-    std::advance(place, choice % std::min<size_t>(model.size(), 16));
-    return place->first;
+    return PickFrom(model, choice).first;
 }
 
 void Apply(CInput& input, CDictionaryManager& dictionary, Model& model) {
@@ -116,9 +114,7 @@ void CheckAgainst(const CDictionaryManager& dictionary, const Model& model) {
 }
 
 void Check(CInput input) {
-    const size_t size = input.Byte();
-    const auto operations = input.Take(size);
-    CInput steps(operations.data(), operations.size());
+    CInput steps = input.Steps();
     const Bytes file = CopyOf(input.Rest());
 
     CMemoryFileSystem files;
@@ -135,21 +131,9 @@ void Check(CInput input) {
     Model model = ContentOf(dictionary);
     FUZZ_CHECK(LiveOf(model) == LiveOf(ExpectedOf(file)), "every live entry was read");
     CheckAgainst(dictionary, model);
-    for (int bracket = 0; bracket < 8 && !steps.IsEmpty(); ++bracket) {
-        Model inside = model;
-        const uint8_t plan = steps.Byte();
-        CBracketScope scope(journal);
-        FUZZ_CHECK(scope.Begun(), "a bracket begins");
-        for (int i = 0; i <= plan % 8; ++i) Apply(steps, dictionary, inside);
-        if (plan < 0x80) {
-            FUZZ_CHECK(scope.Commit(), "a bracket commits");
-            model = inside;
-        } else {
-            journal.RollbackBracket();
-            (void)scope.Commit();
-        }
-        CheckAgainst(dictionary, model);
-    }
+    RunBrackets(
+        journal, steps, model, [&] { Apply(steps, dictionary, model); },
+        [&] { CheckAgainst(dictionary, model); });
     FUZZ_CHECK(dictionary.Close(), "it closes");
     const int64_t fileSize = static_cast<int64_t>(files.Bytes(kPath).size());
     FUZZ_CHECK(fileSize <= static_cast<int64_t>(std::max(file.size(), size_t{62})) + 64 * 36,
@@ -161,7 +145,4 @@ void Check(CInput input) {
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::Check({data, size});
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Check)

@@ -143,14 +143,14 @@ void CheckWriting(std::span<const uint8_t> plain, uint8_t choice) {
     FUZZ_CHECK(slow && *slow == back, "the stream follows the format");
 }
 
+void Check(CInput input) {
+    const uint8_t choice = input.Byte();
+    const auto bytes = input.Rest();
+    CheckReading(bytes);
+    CheckWriting(bytes, choice);
+}
+
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::CInput input(data, size);
-    const uint8_t choice = input.Byte();
-    const auto bytes = input.Rest();
-    quillon::fuzz::CheckReading(bytes);
-    quillon::fuzz::CheckWriting(bytes, choice);
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Check)

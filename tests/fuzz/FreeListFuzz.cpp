@@ -97,9 +97,7 @@ void Apply(CInput& input, CDeletedBlockManager& list, Blocks& model, int64_t dat
 
 void Check(CInput input) {
     const int64_t dataSize = std::abs(input.Number() >> 1);
-    const size_t size = input.Byte();
-    const auto operations = input.Take(size);
-    CInput steps(operations.data(), operations.size());
+    CInput steps = input.Steps();
     const Bytes file = CopyOf(input.Rest());
 
     CMemoryFileSystem files;
@@ -121,7 +119,4 @@ void Check(CInput input) {
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::Check({data, size});
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Check)

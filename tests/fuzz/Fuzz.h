@@ -57,6 +57,11 @@ public:
         for (int i = 0; i < 8; ++i) bits |= uint64_t{Byte()} << (8 * i);
         return static_cast<int64_t>(bits);
     }
+    // One byte for how many follow, and they.
+    CInput Steps() {
+        const auto steps = Take(Byte());
+        return {steps.data(), steps.size()};
+    }
     std::span<const uint8_t> Take(size_t count) {
         const auto taken = m_rest.first(count < m_rest.size() ? count : m_rest.size());
         m_rest = m_rest.subspan(taken.size());
@@ -101,3 +106,10 @@ Seeds MakeSeeds();
 
 // libFuzzer's entry. A program of all targets gives each its own name for it.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+// The target's entry, which hands its input to `check`.
+#define FUZZ_ENTRY(check)                                                     \
+    extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) { \
+        check({data, size});                                                  \
+        return 0;                                                             \
+    }

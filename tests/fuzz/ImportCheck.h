@@ -47,8 +47,7 @@ public:
         Bytes& file = m_files.Bytes("in.txt");
         file = CopyOf(bytes);
         options.dryRun = true;
-        options.keepRows = true;
-        const ImportResult preview = Import<Importer>(options);
+        const ImportResult preview = Preview<Importer>(options);
         FUZZ_CHECK(file == CopyOf(bytes), "a preview leaves the file alone");
         FUZZ_CHECK(Transactions() == 0, "a preview enters nothing");
         CheckResult(preview);
@@ -92,15 +91,34 @@ private:
         FUZZ_CHECK(result.failed == result.message.empty(), "a success says what was done");
         if (result.failed) return;
         FUZZ_CHECK(result.imported + result.duplicates <= result.read, "no more than was read");
+    }
+
+    // The rows of a plan, one by one and in a walk, and its counts.
+    template <typename Importer>
+    ImportResult Preview(const ImportOptions& options) {
+        Importer import(m_database, m_account, "in.txt", m_files);
+        import.SetOptions(options);
+        const CImportPlan plan = import.MakePlan();
         int64_t entered = 0;
-        int64_t duplicates = 0;
-        for (const ImportRow& row : result.rows) {
-            entered += row.outcome == RowOutcome::Entered;
-            duplicates += row.outcome == RowOutcome::Duplicate;
+        size_t index = 0;
+        plan.ForEachRow([&](const ImportPlanRow& row) {
+            const ImportPlanRow same = plan.Row(index++);
+            FUZZ_CHECK(same.line == row.line && same.date == row.date &&
+                           same.amount == row.amount && same.fitId == row.fitId &&
+                           same.payee == row.payee && same.memo == row.memo &&
+                           same.idText == row.idText,
+                       "a row is the same however it is asked for");
+            for (const std::string_view text : {row.payeeInFile, row.payee, row.categoryInFile,
+                                                row.category, row.memo, row.idText}) {
+                Touch(text);
+            }
             FUZZ_CHECK(std::isfinite(row.amount), "amounts are finite");
-        }
-        FUZZ_CHECK(entered == result.imported && duplicates == result.duplicates,
+            entered += row.action == PlanAction::Enter;
+        });
+        ImportResult preview = plan.Preview();
+        FUZZ_CHECK(index == plan.RowCount() && entered == preview.imported,
                    "rows and counters agree");
+        return preview;
     }
 
     int64_t Transactions() {

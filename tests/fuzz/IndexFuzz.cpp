@@ -5,9 +5,9 @@
 #include <bit>
 #include <set>
 
+#include "Brackets.h"
 #include "Fuzz.h"
 #include "storage/index/IndexManager.h"
-#include "storage/journal/Journal.h"
 #include "support/MemoryFileSystem.h"
 
 namespace quillon::fuzz {
@@ -23,9 +23,7 @@ public:
           m_type(static_cast<ColumnType>(m_kind % 6)),
           m_index(m_journal, m_type, true) {
         if (m_kind >= 0x80) m_index.SortAfter(0);
-        const size_t size = input.Byte();
-        const auto operations = input.Take(size);
-        m_steps = CInput(operations.data(), operations.size());
+        m_steps = input.Steps();
         m_file = CopyOf(input.Rest());
     }
 
@@ -39,7 +37,8 @@ public:
         }
         m_model = Content();
         CheckAgainstModel();
-        for (int bracket = 0; bracket < 8 && !m_steps.IsEmpty(); ++bracket) RunBracket();
+        RunBrackets(
+            m_journal, m_steps, m_model, [&] { Apply(); }, [&] { CheckAgainstModel(); });
         FUZZ_CHECK(m_index.Close(), "it closes");
         FUZZ_CHECK(m_index.Open(kPath) == IndexLoad::Ok, "it opens again");
         CheckAgainstModel();
@@ -55,36 +54,16 @@ private:
         return model;
     }
 
-    void RunBracket() {
-        const Model before = m_model;
-        const uint8_t plan = m_steps.Byte();
-        CBracketScope scope(m_journal);
-        FUZZ_CHECK(scope.Begun(), "a bracket begins");
-        for (int i = 0; i <= plan % 8; ++i) Apply();
-        if (plan < 0x80) {
-            FUZZ_CHECK(scope.Commit(), "a bracket commits");
-        } else {
-            m_journal.RollbackBracket();
-            (void)scope.Commit();
-            m_model = before;
-        }
-        CheckAgainstModel();
-    }
-
     int64_t PickRow() {
         const uint8_t choice = m_steps.Byte();
         if (choice >= 0xC0 || m_model.empty()) return m_steps.Number();
-        auto place = m_model.begin();
-        std::advance(place, choice % std::min<size_t>(m_model.size(), 16));
-        return place->first;
+        return PickFrom(m_model, choice).first;
     }
     int64_t PickKey() {
         const uint8_t choice = m_steps.Byte();
         if (choice >= 0xE0) return Whole(m_steps.Number() % 100'000);
         if (choice >= 0xC0 || m_model.empty()) return m_steps.Number();
-        auto place = m_model.begin();
-        std::advance(place, choice % std::min<size_t>(m_model.size(), 16));
-        return place->second;
+        return PickFrom(m_model, choice).second;
     }
     // What most keys of a column are: days, cents.
     int64_t Whole(int64_t units) const {
@@ -163,10 +142,11 @@ private:
     Model m_model;
 };
 
+void Check(CInput input) {
+    CCheck(input).Run();
+}
+
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::CCheck(quillon::fuzz::CInput(data, size)).Run();
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Check)

@@ -355,7 +355,4 @@ void Check(CInput input) {
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::Check({data, size});
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Check)

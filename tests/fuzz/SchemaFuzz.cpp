@@ -12,6 +12,12 @@
 namespace quillon::fuzz {
 namespace {
 
+// What is read can be written in one way only.
+template <class Encoded>
+void CheckOneWay(const Encoded& encoded, std::span<const uint8_t> bytes) {
+    FUZZ_CHECK(std::ranges::equal(encoded, bytes.first(encoded.size())), "one way to write it");
+}
+
 void CheckSchema(std::span<const uint8_t> bytes) {
     DatabaseSchema schema;
     if (DatabaseSchema::Decode(bytes, schema) != DatabaseSchema::DecodeResult::Ok) {
@@ -68,8 +74,7 @@ void CheckIdentityAndJournal(std::span<const uint8_t> bytes) {
     }
     JournalHeader header;
     if (JournalHeader::Decode(bytes, header) == JournalHeader::DecodeResult::Ok) {
-        FUZZ_CHECK(std::ranges::equal(header.Encode(), bytes.first(JournalHeader::kDiskSize)),
-                   "one way to write a header");
+        CheckOneWay(header.Encode(), bytes);
     }
     std::vector<JournalOperation> operations;
     if (bytes.size() < 4) return;
@@ -87,43 +92,30 @@ void CheckBackupRecords(std::span<const uint8_t> bytes) {
     BackupHeader header;
     const auto size = static_cast<int64_t>(bytes.size());
     if (BackupHeader::Decode(bytes, size, header) == RestoreCode::Done) {
-        FUZZ_CHECK(std::ranges::equal(header.Encode(), bytes.first(BackupHeader::kDiskSize)),
-                   "one way to write a header");
+        CheckOneWay(header.Encode(), bytes);
         FUZZ_CHECK(header.directorySize <= size, "the directory lies in the file");
     }
     BackupEntry entry;
     if (bytes.size() >= BackupEntry::kDiskSize && BackupEntry::Decode(bytes, entry)) {
         Bytes encoded(BackupEntry::kDiskSize);
         entry.Encode(encoded);
-        FUZZ_CHECK(std::ranges::equal(encoded, bytes.first(BackupEntry::kDiskSize)),
-                   "one way to write an entry");
+        CheckOneWay(encoded, bytes);
         FUZZ_CHECK(entry.name.find_first_of("/\\:") == std::string::npos, "names stay in a folder");
     }
     BackupChunkHeader chunk;
     if (bytes.size() >= BackupChunkHeader::kDiskSize && BackupChunkHeader::Decode(bytes, chunk)) {
-        FUZZ_CHECK(std::ranges::equal(chunk.Encode(), bytes.first(BackupChunkHeader::kDiskSize)),
-                   "one way to write a chunk's header");
+        CheckOneWay(chunk.Encode(), bytes);
     }
+}
+
+void Check(CInput input) {
+    constexpr void (*kChecks[])(std::span<const uint8_t>) = {
+        CheckSchema, CheckDefinition, CheckIdentityAndJournal, CheckBackupRecords};
+    const uint8_t kind = input.Byte() % 4;
+    kChecks[kind](input.Rest());
 }
 
 }  // namespace
 }  // namespace quillon::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    quillon::fuzz::CInput input(data, size);
-    switch (input.Byte() % 4) {
-        case 0:
-            quillon::fuzz::CheckSchema(input.Rest());
-            break;
-        case 1:
-            quillon::fuzz::CheckDefinition(input.Rest());
-            break;
-        case 2:
-            quillon::fuzz::CheckIdentityAndJournal(input.Rest());
-            break;
-        default:
-            quillon::fuzz::CheckBackupRecords(input.Rest());
-            break;
-    }
-    return 0;
-}
+FUZZ_ENTRY(quillon::fuzz::Check)

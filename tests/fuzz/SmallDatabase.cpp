@@ -2,21 +2,10 @@
 
 #include "storage/database/DatabaseManager.h"
 #include "support/MemoryFileSystem.h"
+#include "support/SampleStore.h"
 
 namespace quillon::fuzz {
 namespace {
-
-void AddRow(CDatabaseManager& database, int number, const std::string& memo) {
-    FUZZ_CHECK(database.BeginRow("Ledger"), "a row begins");
-    database.SetText("Name", "Row " + std::to_string(number));
-    database.SetBoolean("Open", number % 2 == 1);
-    database.SetInt32("Check", number);
-    database.SetInt64("Account", number * int64_t{1'000'000'007});
-    database.SetDouble("Amount", -0.5 * number);
-    database.SetDateTime("Date", 133'000'000'000'000'000 + number);
-    database.SetText("Memo", memo);
-    FUZZ_CHECK(database.CommitRow() >= 0, "a row is added");
-}
 
 std::map<std::string, Bytes> Make() {
     CMemoryFileSystem files;
@@ -34,7 +23,9 @@ std::map<std::string, Bytes> Make() {
                "with tables");
     const std::string wordy = "Groceries, household and the weekly market; groceries again";
     for (int number = 1; number <= 5; ++number) {
-        AddRow(database, number, number % 2 == 0 ? wordy + wordy : "");
+        FUZZ_CHECK(AddLedgerRow(database, {"Row " + std::to_string(number), number, -0.5 * number,
+                                           number % 2 == 0 ? wordy + wordy : ""}) >= 0,
+                   "a row is added");
     }
     FUZZ_CHECK(database.DeleteRow("Ledger", 1), "a row is deleted");
     FUZZ_CHECK(database.AddBlob(Text("a picture")) == 0 && database.AddBlob({}) == 1, "BLOBs");

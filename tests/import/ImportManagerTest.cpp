@@ -374,23 +374,20 @@ TEST_F(ImportManager, DryRunTouchesNothing) {
     const std::string text = "<OFX>" + StatementLine("7", "20210315", "1", "A") +
                              StatementLine("8", "20210315", "1", "A") +
                              StatementLine("8", "20210315", "1", "A");
-    ImportOptions options = Inferred();
-    options.dryRun = options.keepRows = true;
     const auto before = m_files.Snapshot();
-    const ImportResult result = ImportQfx(text, options);
-    EXPECT_EQ(result.imported, 2);
-    EXPECT_EQ(result.duplicates, 1);
-    EXPECT_EQ(result.payeesCreated, 1);
-    ASSERT_EQ(result.rows.size(), 3U);
-    EXPECT_EQ(result.rows[2].outcome, RowOutcome::Duplicate);
-    EXPECT_EQ(result.rows[0].payee, "A");
-    auto after = m_files.Snapshot();
-    EXPECT_EQ(ToString(after.at("in.qfx")), text);
-    after.erase("in.qfx");
-    EXPECT_EQ(after, before);
-    const ImportResult done = ImportQfx(text, Inferred());
-    EXPECT_EQ(done.imported, result.imported);
-    EXPECT_EQ(done.payeesCreated, result.payeesCreated);
+    for (const DialectMode mode : {DialectMode::Auto, DialectMode::Plain}) {
+        ImportOptions options;
+        options.dialect = mode;
+        options.dryRun = true;
+        const ImportResult result = ImportQfx(text, options);
+        EXPECT_EQ(result.imported, mode == DialectMode::Auto ? 2 : 3);
+        EXPECT_EQ(result.duplicates, mode == DialectMode::Auto ? 1 : 0);
+        EXPECT_EQ(result.payeesCreated, 1);
+        auto after = m_files.Snapshot();
+        EXPECT_EQ(ToString(after.at("in.qfx")), text);
+        after.erase("in.qfx");
+        EXPECT_EQ(after, before);
+    }
 }
 
 TEST_F(ImportManager, AFileThatCannotBeRewrittenIsImportedAllTheSame) {

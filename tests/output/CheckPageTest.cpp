@@ -1,5 +1,6 @@
 #include "output/CheckPage.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,6 +11,9 @@
 
 namespace quillon {
 namespace {
+
+using testing::HasSubstr;
+using testing::Not;
 
 constexpr int32_t kSixInches = 15240;
 constexpr int32_t kPersonalHeight = 6985;
@@ -225,15 +229,13 @@ TEST(CheckSvg, TurnsTextsAndDrawsTheEdge) {
     CCheckPrintFormat format;
     format.verticalOrientation = true;
     CheckPage page = LayOutCheck(format, Sample()).page;
-    EXPECT_EQ(CheckSvg(page).find("<rect"), std::string::npos);
+    EXPECT_THAT(CheckSvg(page), Not(HasSubstr("<rect")));
     page.outline = true;
     const std::string svg = CheckSvg(page);
-    EXPECT_NE(svg.find("width=\"69.85mm\" height=\"152.40mm\""), std::string::npos) << svg;
-    EXPECT_NE(svg.find("<rect x=\"10\" y=\"10\" width=\"6965\" height=\"15220\""),
-              std::string::npos);
-    EXPECT_NE(svg.find("x=\"1256\" y=\"6117\" font-size=\"352.78\" "
-                       "transform=\"rotate(-90 1256 6117)\""),
-              std::string::npos);
+    EXPECT_THAT(svg, HasSubstr("width=\"69.85mm\" height=\"152.40mm\""));
+    EXPECT_THAT(svg, HasSubstr("<rect x=\"10\" y=\"10\" width=\"6965\" height=\"15220\""));
+    EXPECT_THAT(svg, HasSubstr("x=\"1256\" y=\"6117\" font-size=\"352.78\" "
+                               "transform=\"rotate(-90 1256 6117)\""));
 }
 
 }  // namespace

@@ -1,15 +1,19 @@
 #include "output/CheckPrinter.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
 
 #include "foundation/CalendarDate.h"
-#include "support/MemoryFileSystem.h"
+#include "support/EachFailure.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillon {
 namespace {
+
+using testing::HasSubstr;
+using testing::Not;
 
 class CheckPrinter : public testing::Test {
 protected:
@@ -173,7 +177,7 @@ TEST_F(CheckPrinter, RefusesWhatIsNoCheck) {
         const CheckTrouble trouble = m_printer.Prepare(request, job);
         EXPECT_EQ(trouble.problem, row.problem);
         EXPECT_EQ(TextOf(trouble).empty(), row.problem == CheckProblem::None);
-        EXPECT_EQ(TextOf(trouble).find('\n'), std::string::npos);
+        EXPECT_THAT(TextOf(trouble), Not(HasSubstr("\n")));
     }
     ASSERT_TRUE(
         m_database.UpdateAccountLatestCheckNumber(m_checking, std::numeric_limits<int32_t>::max()));
@@ -244,30 +248,21 @@ TEST_F(CheckPrinter, RecordIsOneCommit) {
     request.number = 77;
     const CheckJob job = Prepared(request);
     ASSERT_TRUE(m_database.Close());
-    const auto before = m_disk.Snapshot();
-    for (int64_t failAt = 1; failAt < 1000; ++failAt) {
-        SCOPED_TRACE(failAt);
-        m_disk.Restore(before);
+    for (CEachFailure failure(m_disk, {.times = CMemoryFileSystem::Times::ForEver});
+         failure.Next();) {
+        SCOPED_TRACE(failure.Nth());
         ASSERT_TRUE(m_database.Open("ledger").opened);
-        m_disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, failAt, FileError::NoSpace,
-                       CMemoryFileSystem::Times::ForEver);
+        failure.Arm();
         const LedgerStatus status = m_printer.Record(job);
-        const bool failed = m_disk.HasFailed();
-        m_disk.StopFailing();
+        const bool failed = failure.Disarm();
         m_database.Close();
         ASSERT_TRUE(m_database.Open("ledger").opened);
         const bool stored = CheckOf(id) == 77;
         EXPECT_EQ(Latest(), stored ? 77 : 0);
-        if (status == LedgerStatus::Ok) {
-            EXPECT_TRUE(stored);
-        }
+        EXPECT_TRUE(status != LedgerStatus::Ok || stored);
+        EXPECT_TRUE(failed || status == LedgerStatus::Ok);
         ASSERT_TRUE(m_database.Close());
-        if (!failed) {
-            EXPECT_EQ(status, LedgerStatus::Ok);
-            return;
-        }
     }
-    FAIL() << "never ran to the end";
 }
 
 }  // namespace

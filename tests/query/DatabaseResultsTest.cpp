@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "QueryFixture.h"
+#include "support/SampleStore.h"
 
 namespace quillon {
 namespace {
@@ -36,20 +37,9 @@ protected:
     void SetUp() override {
         ASSERT_NE(database.CreateTable("Sample"), nullptr);
         // Indexed and not, so that values come from memory and from the record.
-        const struct {
-            const char* name;
-            ColumnType type;
-            bool indexed;
-        } columns[] = {
-            {"Text", ColumnType::Text, true},      {"Boolean", ColumnType::Boolean, false},
-            {"Int32", ColumnType::Int32, true},    {"Int64", ColumnType::Int64, false},
-            {"Double", ColumnType::Double, false}, {"DateTime", ColumnType::DateTime, true},
-            {"Memo", ColumnType::Text, false},
-        };
-        for (const auto& column : columns) {
-            ASSERT_TRUE(
-                database.AddColumn("Sample", column.name, column.type, column.indexed, false));
-        }
+        ASSERT_TRUE(
+            AddColumns(database, "Sample",
+                       "Text/0/i Boolean/1 Int32/2/i Int64/3 Double/4 DateTime/5/i Memo/0"));
         for (const Entry& entry : kEntries) {
             ASSERT_TRUE(database.BeginRow("Sample"));
             if (entry.text) {

@@ -1,10 +1,12 @@
 // Every operator on every type against the oracle, over columns with and without an index, then
 // random clauses, before and after changes and reopening.
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <map>
 #include <random>
 #include <set>
+#include <sstream>
 
 #include "QueryFixture.h"
 #include "WhereOracle.h"
@@ -22,48 +24,23 @@ constexpr int64_t kMin64 = std::numeric_limits<int64_t>::min();
 constexpr int64_t kDay = 864'000'000'000;
 constexpr int64_t kSomeDay = 132'223'104'000'000'000;  // 2020-01-01
 
-const std::vector<std::optional<std::string>> kTexts = {
-    std::nullopt,
-    "",
-    "a",
-    "A",
-    "ab",
-    "aB",
-    "b",
-    "Groceries",
-    "gro",
-    "Gro",
-    "Café",
-    "CAFÉ",
-    "caf\xC3\xA9s",
-    "*",
-    "g*s",
-    "caf?",
-    "?",
-    "é",
-    "z",
-    "a much longer text of over 33 bytes",
-};
+const std::vector<std::optional<std::string>> kTexts = [] {
+    std::istringstream words("a A ab aB b Groceries gro Gro Café CAFÉ cafés * g*s caf? ? é z");
+    std::vector<std::optional<std::string>> texts = {std::nullopt, "",
+                                                     "a much longer text of over 33 bytes"};
+    for (std::string word; words >> word;) texts.emplace_back(word);
+    return texts;
+}();
 const std::vector<int32_t> kInts = {
     std::numeric_limits<int32_t>::min(), -70000, -2, -1, 0, 1, 2, 3, 70000,
     std::numeric_limits<int32_t>::max()};
 const std::vector<int64_t> kLongs = {kMin64, kMin64 + 1, -5'000'000'000, -1,    0, 1,
                                      2,      7,          5'000'000'000,  kMax64};
-const std::vector<double> kDoubles = {kNaN,
-                                      -kNaN,
-                                      -kInf,
-                                      kInf,
-                                      0.0,
-                                      -0.0,
-                                      std::numeric_limits<double>::denorm_min(),
-                                      -std::numeric_limits<double>::denorm_min(),
-                                      -1.5,
-                                      1.5,
-                                      -12.34,
-                                      12.34,
-                                      1e300,
-                                      -1e300,
-                                      std::numeric_limits<double>::max()};
+constexpr double kLeast = std::numeric_limits<double>::denorm_min();
+const std::vector<double> kDoubles = {
+    kNaN,   -kNaN,  -kInf,   kInf,   0.0,
+    -0.0,   kLeast, -kLeast, -1.5,   1.5,
+    -12.34, 12.34,  1e300,   -1e300, std::numeric_limits<double>::max()};
 // The last two are after all others: file times have no sign.
 const std::vector<int64_t> kDates = {0,      1,      kSomeDay - 1,    kSomeDay, kSomeDay + 1,
                                      kMax64, kMin64, kSomeDay + kDay, -1};
@@ -126,7 +103,7 @@ protected:
     }
 
     void AddRows(int count) {
-        CBatchScope batch(database);
+        CBracketScope batch(database);
         for (int i = 0; i < count; ++i) {
             const Cell cell = RandomCell();
             ASSERT_TRUE(database.BeginRow("Sample"));
@@ -140,7 +117,7 @@ protected:
 
     // Deletes every third row and rewrites every third of the others.
     void ChangeRows() {
-        CBatchScope batch(database);
+        CBracketScope batch(database);
         int turn = 0;
         for (auto row = m_rows.begin(); row != m_rows.end();) {
             ++turn;
@@ -194,54 +171,32 @@ protected:
     }
 
     static std::string Describe(const Access& access, const Condition& condition) {
-        std::string text = ColumnName(access, condition.type) + " " +
-                           std::to_string(static_cast<int32_t>(condition.operation)) + " ";
-        switch (condition.type) {
-            case ColumnType::Text:
-                return text + '"' + condition.value.text.value_or("") + '"';
-            case ColumnType::Boolean:
-                return text + (condition.value.boolean ? "true" : "false");
-            case ColumnType::Int32:
-                return text + std::to_string(condition.value.int32);
-            case ColumnType::Int64:
-                return text + std::to_string(condition.value.int64);
-            case ColumnType::Double:
-                return text + std::to_string(condition.value.number);
-            case ColumnType::DateTime:
-                return text + std::to_string(condition.value.dateTime);
-        }
-        return text;
+        const Cell& value = condition.value;
+        const std::string values[] = {value.text.value_or(""),      std::to_string(value.boolean),
+                                      std::to_string(value.int32),  std::to_string(value.int64),
+                                      std::to_string(value.number), std::to_string(value.dateTime)};
+        return ColumnName(access, condition.type) + " " +
+               std::to_string(static_cast<int32_t>(condition.operation)) + " " +
+               values[static_cast<size_t>(condition.type)];
     }
 
     // One value of the pool a condition; the pool of booleans has two.
     static std::vector<Condition> ConditionsOf(ColumnType type) {
         std::vector<Condition> conditions;
-        const auto add = [&](auto Cell::*member, auto value) {
-            Condition condition;
-            condition.type = type;
-            condition.value.*member = value;
-            conditions.push_back(condition);
+        const auto add = [&](auto Cell::*member, const auto& pool) {
+            for (const auto& value : pool) {
+                Condition condition;
+                condition.type = type;
+                condition.value.*member = value;
+                conditions.push_back(condition);
+            }
         };
-        switch (type) {
-            case ColumnType::Text:
-                for (const auto& value : kTexts) add(&Cell::text, value);
-                break;
-            case ColumnType::Boolean:
-                for (const bool value : {false, true}) add(&Cell::boolean, value);
-                break;
-            case ColumnType::Int32:
-                for (const int32_t value : kInts) add(&Cell::int32, value);
-                break;
-            case ColumnType::Int64:
-                for (const int64_t value : kLongs) add(&Cell::int64, value);
-                break;
-            case ColumnType::Double:
-                for (const double value : kDoubles) add(&Cell::number, value);
-                break;
-            case ColumnType::DateTime:
-                for (const int64_t value : kDates) add(&Cell::dateTime, value);
-                break;
-        }
+        if (type == ColumnType::Text) add(&Cell::text, kTexts);
+        if (type == ColumnType::Boolean) add(&Cell::boolean, std::array{false, true});
+        if (type == ColumnType::Int32) add(&Cell::int32, kInts);
+        if (type == ColumnType::Int64) add(&Cell::int64, kLongs);
+        if (type == ColumnType::Double) add(&Cell::number, kDoubles);
+        if (type == ColumnType::DateTime) add(&Cell::dateTime, kDates);
         return conditions;
     }
 

@@ -1,7 +1,7 @@
 #include "WhereOracle.h"
 
 #include <algorithm>
-#include <functional>
+#include <iterator>
 
 namespace quillon::oracle {
 namespace {
@@ -43,59 +43,32 @@ bool Wildcard(const std::string& pattern, size_t p, const std::string& text, siz
 }
 
 bool TextPasses(const std::string& v, int code, const std::string& x) {
+    // Empty texts are neither before nor after anything.
     const bool ordered = !v.empty() && !x.empty();
     const bool less = ordered && v < x;
     const bool greater = ordered && v > x;
-    switch (code) {
-        case 0:
-            return v == x;
-        case 1:
-            return v != x;
-        case 2:
-            return less;
-        case 3:
-            return greater;
-        case 4:
-            return less || v == x;
-        case 5:
-            return greater || v == x;
-        case 6:
-            return Has(v, x);
-        case 7:
-            return Has(x, v);
-        case 8:
-            return Lower(v) == Lower(x);
-        case 9:
-            return Lower(v) != Lower(x);
-        case 10:
-            return Has(Lower(v), Lower(x));
-        case 11:
-            return Has(Lower(x), Lower(v));
-        case 12:
-            return Wildcard(Lower(x), 0, Lower(v), 0);
-        default:
-            return false;
-    }
+    const std::string lower = Lower(v);
+    const std::string wanted = Lower(x);
+    const bool passes[] = {v == x,
+                           v != x,
+                           less,
+                           greater,
+                           less || v == x,
+                           greater || v == x,
+                           Has(v, x),
+                           Has(x, v),
+                           lower == wanted,
+                           lower != wanted,
+                           Has(lower, wanted),
+                           Has(wanted, lower),
+                           Wildcard(wanted, 0, lower, 0)};
+    return code >= 0 && code < std::ssize(passes) && passes[code];
 }
 
 template <typename T>
 bool NumberPasses(T v, int code, T x) {
-    switch (code) {
-        case 0:
-            return v == x;
-        case 1:
-            return v != x;
-        case 2:
-            return v < x;
-        case 3:
-            return v > x;
-        case 4:
-            return v <= x;
-        case 5:
-            return v >= x;
-        default:
-            return false;
-    }
+    const bool passes[] = {v == x, v != x, (v < x), (v > x), v <= x, v >= x};
+    return code >= 0 && code < std::ssize(passes) && passes[code];
 }
 
 bool BooleanPasses(bool v, int code, bool x) {

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "HttpsTrust.h"
-#include "quotes/StockQuoteGateway.h"
 #include "support/HttpsServer.h"
 #include "support/RunningUnderWine.h"
 
@@ -134,27 +133,15 @@ TEST_F(HttpsTransport, SlowServersAreLeft) {
         const char* name;
         const char* port;
         const char* path;
-        HttpsLimits limits;
+        HttpsLimits limits;  // connect, silence, total
         const char* detail;  // where the platform tells the phases apart
     } rows[] = {
-        {"no handshake", "silent", "/", {.connect = kNear, .silence = kNear, .total = kFar}, ""},
-        {"no answer", "good", "/never/x", {.connect = kFar, .silence = kNear, .total = kFar}, ""},
-        {"stops", "good", "/stall/x", {.connect = kFar, .silence = kNear, .total = kFar}, ""},
-        {"bytes",
-         "good",
-         "/drip/x",
-         {.connect = kFar, .silence = kFar, .total = 2 * kNear},
-         "not done within"},
-        {"headers",
-         "good",
-         "/headerdrip/x",
-         {.connect = kFar, .silence = kFar, .total = 2 * kNear},
-         "not done within"},
-        {"never, as a whole",
-         "good",
-         "/never/x",
-         {.connect = kFar, .silence = kFar, .total = kNear},
-         "not done within"},
+        {"no handshake", "silent", "/", {kNear, kNear, kFar}, ""},
+        {"no answer", "good", "/never/x", {kFar, kNear, kFar}, ""},
+        {"stops", "good", "/stall/x", {kFar, kNear, kFar}, ""},
+        {"bytes", "good", "/drip/x", {kFar, kFar, 2 * kNear}, "not done within"},
+        {"headers", "good", "/headerdrip/x", {kFar, kFar, 2 * kNear}, "not done within"},
+        {"never, as a whole", "good", "/never/x", {kFar, kFar, kNear}, "not done within"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -203,42 +190,6 @@ TEST_F(HttpsTransport, ManyThreads) {
         EXPECT_EQ(answer.status, Status::Success) << answer.detail;
         EXPECT_THAT(answer.body, HasSubstr("42.50"));
     }
-}
-
-TEST_F(HttpsTransport, GatewayOverTheNetwork) {
-    const CTemporaryFolder folder("quotes");
-    const CSettingsFile settings(SettingsPlaces::Fixed(folder.File("Quillon.cfg")));
-    const char* const modes[] = {"/search/", "/analysis/", "/news/"};
-    for (int number = 0; number < kStockQuoteServices; ++number) {
-        const std::string section = StockQuoteServiceSection(number);
-        ASSERT_TRUE(settings.WriteString(section, "Host", kHost));
-        ASSERT_TRUE(settings.WriteInteger(section, "Port", s_server->Port("good")));
-        ASSERT_TRUE(settings.WriteString(section, "PathPrefix", modes[number]));
-    }
-    const std::unique_ptr<CHttpsTransport> transport = PlatformHttpsTransport(Options());
-    CStockQuoteGateway gateway(*transport, settings, CStockSymbols({folder.Path()}));
-    const struct {
-        double price;
-        const char* name;
-    } expected[] = {{1234.56, "Acme & Sons"}, {189.84, "Acme, Inc."}, {42.5, "Acme Corp"}};
-    for (int number = 0; number < kStockQuoteServices; ++number) {
-        const CStockQuoteResult result = gateway.Request(CStockQuote("ACME"), number);
-        EXPECT_DOUBLE_EQ(result.price, expected[number].price);
-        EXPECT_EQ(result.name, expected[number].name);
-    }
-    EXPECT_THAT(s_server->Requests(), HasSubstr("good /search/ACME:NASDAQ |"));
-    EXPECT_THAT(s_server->Requests(), HasSubstr("good /analysis/ACME/ |"));
-
-    // One service is dead, the next has the symbol at no price.
-    const std::string section = StockQuoteServiceSection(0);
-    ASSERT_TRUE(settings.WriteInteger(section, "Port", s_server->Port("refused")));
-    ASSERT_TRUE(settings.WriteString(StockQuoteServiceSection(1), "PathPrefix", "/zero/"));
-    const CStockQuoteResult result =
-        gateway.Request(CStockQuote("ACME"), 0, CStockQuoteGateway::OnFailure::NextService);
-    ASSERT_EQ(result.attempts.size(), 3U);
-    EXPECT_EQ(result.attempts[0].status, Status::NotConnected);
-    EXPECT_EQ(result.attempts[1].status, Status::NoPrice);
-    EXPECT_EQ(result.service, 2);
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 
 #include "settings/ProfileFile.h"
 #include "support/Bytes.h"
-#include "support/MemoryFileSystem.h"
+#include "support/EachFailure.h"
 #include "support/RunningUnderWine.h"
 #include "support/TemporaryFolder.h"
 
@@ -268,22 +268,18 @@ TEST_P(ProfileTest, ListsSectionsAndNames) {
 TEST(ProfileFile, FailedWriteLosesNothing) {
     const std::string before = "[S]\r\nk=old\r\nj=1\r\n";
     const std::string after = "[S]\r\nk=new\r\nj=1\r\n";
-    for (int64_t failAt = 1; failAt < 100; ++failAt) {
-        SCOPED_TRACE(failAt);
-        CMemoryFileSystem disk;
-        disk.Bytes("Quillon.cfg") = Text(before);
-        disk.FailNth(CMemoryFileSystem::Call::AnyChange, failAt, FileError::NoSpace,
-                     CMemoryFileSystem::Times::Once, 5);
+    CMemoryFileSystem disk;
+    disk.Bytes("Quillon.cfg") = Text(before);
+    CEachFailure failure(disk, {.kind = CMemoryFileSystem::Call::AnyChange, .written = 5});
+    while (failure.Next()) {
+        SCOPED_TRACE(failure.Nth());
         CProfileFile profile(disk);
+        failure.Arm();
         const bool written = profile.Write("Quillon.cfg", "S", "k", "new");
+        EXPECT_TRUE(failure.Disarm() || written);
         EXPECT_EQ(ToString(disk.Bytes("Quillon.cfg")), written ? after : before);
         EXPECT_EQ(disk.Snapshot().size(), 1U) << "no temporary file is left";
-        if (!disk.HasFailed()) {
-            EXPECT_TRUE(written);
-            return;
-        }
     }
-    FAIL() << "never ran to the end";
 }
 
 TEST(ProfileFile, UnreadableFileIsNotReplaced) {

@@ -96,7 +96,7 @@ TEST(BackupDatabase, RefusalsWriteNothing) {
     ASSERT_TRUE(FillDatabase(database, 5));
     EXPECT_EQ(database.Backup("", "", report, QuickOptions()), BackupCode::NoPath);
     {
-        const CBatchScope batch(database);
+        const CBracketScope batch(database);
         EXPECT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::Other);
     }
     // The texts are damaged while the database is open; its check finds it.

@@ -17,7 +17,7 @@ TEST(Crypto, DigestsAreTheKnownOnes) {
     EXPECT_EQ(Md5Hex(std::string(1'000, 'a')), "cabe45dcc9ae5b66ba86600cca6b8ba8");
 }
 
-TEST(Backup, WritesTheOuterLayout) {
+TEST(Backup, WritesTheOuterFormat) {
     CMemoryFileSystem disk;
     PutFiles(disk, "ledger", SmallDatabase());
     BackupReport report;

@@ -132,7 +132,7 @@ TEST(Checksums, WrittenOnlyWhenSomethingChanged) {
     EXPECT_EQ(files.Count(Call::Rename), before + 1);
 }
 
-TEST(Checksums, TellWhatTheLayoutsCannot) {
+TEST(Checksums, TellWhatTheFormatsCannot) {
     struct Row {
         const char* name;
         std::function<void(CMemoryFileSystem&)> damage;
@@ -209,7 +209,7 @@ TEST(Checksums, FollowWhateverIsDone) {
         {"indexes anew", [](CDatabaseManager& d) { return d.RebuildIndexes(); }},
         {"a batch that is taken back",
          [](CDatabaseManager& d) {
-             const CBatchScope batch(d);
+             const CBracketScope batch(d);
              return batch.Begun() && AddLedgerRow(d, {"z", 3, 3, WordyText(3)}) >= 0;
          }},
     };

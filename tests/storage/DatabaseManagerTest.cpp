@@ -366,39 +366,6 @@ TEST(Database, FullDiskFailsTheCommitAndGoesOn) {
     EXPECT_EQ(database.FindTable("Ledger")->RowCount(), 2);
 }
 
-TEST(Database, Version1DataFilesAreConverted) {
-    CMemoryFileSystem files;
-    DatabaseContent content;
-    {
-        CDatabaseManager database(files);
-        ASSERT_TRUE(database.Open(kFolder) && MakeLedgerTable(database));
-        for (int i = 0; i < 4; ++i) ASSERT_EQ(AddLedgerRow(database, {"n", i, 1, WordyText(i)}), i);
-        ASSERT_TRUE(database.DeleteRow("Ledger", 1));
-        ASSERT_EQ(database.AddBlob(Text("blob")), 0);
-        content = ContentOf(database);
-    }
-    auto old = files.Snapshot();
-    old.erase("db/Checksums.dat");
-    for (auto& [path, bytes] : old) {
-        if (!path.ends_with("data.dat")) continue;
-        bytes[50] = 1;
-        bytes.insert(bytes.begin() + 54, 8, 0xAB);
-    }
-    CMemoryFileSystem disk;
-    disk.Restore(old);
-    {
-        CDatabaseManager database(disk);
-        ASSERT_TRUE(database.Open(kFolder));
-        EXPECT_EQ(ContentOf(database), content);
-        EXPECT_EQ(CodeOf(database), 0);
-    }
-    auto converted = disk.Snapshot();
-    auto expected = files.Snapshot();
-    converted.erase("db/Journal.dat");
-    expected.erase("db/Journal.dat");
-    EXPECT_EQ(converted, expected) << "byte for byte what the current version writes";
-}
-
 // What others keep in the folder is theirs, whatever its name ends in.
 TEST(Database, TidiesUpNothingButItsOwn) {
     const Bytes oldData = Join(Signature("Data"), Le32(1), Text("8 bytes!"), Text("blocks"));

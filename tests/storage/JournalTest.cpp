@@ -5,7 +5,6 @@
 #include "StoreFixture.h"
 #include "foundation/ByteCodec.h"
 #include "foundation/FileInterface.h"
-#include "support/PowerCutDisk.h"
 
 namespace quillon {
 namespace {
@@ -115,11 +114,11 @@ TEST(JournalFormat, WritesHeaderAndGroupsByteForByte) {
     CJournalDisk disk;
     disk.files.Bytes("db/kept.dat") = Text("0123456789");
     disk.files.Bytes("db/gone.dat") = Text("x");
-    ASSERT_TRUE(disk.journal.BeginBracket());
+    ASSERT_TRUE(disk.journal.BeginBatch());
     ASSERT_TRUE(WriteText(disk.journal, "kept.dat", 2, "AB"));
     ASSERT_TRUE(WriteWholeFile(disk.journal, "db/new.dat", Text("new")));
     ASSERT_TRUE(disk.journal.Remove("db/gone.dat"));
-    ASSERT_TRUE(disk.journal.CommitBracket());
+    ASSERT_TRUE(disk.journal.CommitBatch());
     const Bytes journal = disk.files.Bytes(kJournal);
     CGroupChain chain;
     chain.salt = chain.previous = LoadLE<uint64_t>(journal, 62);
@@ -128,13 +127,13 @@ TEST(JournalFormat, WritesHeaderAndGroupsByteForByte) {
                                      Write("new.dat", 0, "new"), Remove("gone.dat")});
     EXPECT_EQ(Slice(journal, 4096, first.size()), first);
 
-    ASSERT_TRUE(disk.journal.BeginBracket());
+    ASSERT_TRUE(disk.journal.BeginBatch());
     {
         CFileInterface file(disk.journal);
         ASSERT_TRUE(file.OpenExisting("db/kept.dat") && file.SetSize(4) && file.SetSize(20) &&
                     file.WriteAt(6, Text("zz")));
     }
-    ASSERT_TRUE(disk.journal.CommitBracket());
+    ASSERT_TRUE(disk.journal.CommitBatch());
     const Bytes second =
         chain.Group({SetSize("kept.dat", 4), Write("kept.dat", 6, "zz"), SetSize("kept.dat", 20)});
     EXPECT_EQ(Slice(disk.files.Bytes(kJournal), 8192, second.size()), second);
@@ -297,13 +296,13 @@ TEST(Journal, BracketIsAllOrNothing) {
         disk.files.Bytes("db/a.dat") = Text("aaaa");
         disk.files.Bytes("db/b.dat") = Text("bbbb");
         const auto before = disk.files.Snapshot();
-        ASSERT_TRUE(disk.journal.BeginBracket());
+        ASSERT_TRUE(disk.journal.BeginBatch());
         ASSERT_TRUE(WriteText(disk.journal, "a.dat", 3, "12"));
         ASSERT_TRUE(disk.journal.Remove("db/b.dat"));
         ASSERT_TRUE(WriteWholeFile(disk.journal, "db/c.dat", Text("c")));
-        ASSERT_TRUE(disk.journal.BeginBracket());
+        ASSERT_TRUE(disk.journal.BeginBatch());
         ASSERT_TRUE(WriteText(disk.journal, "a.dat", 0, "N"));
-        ASSERT_TRUE(disk.journal.CommitBracket()) << "the inner one";
+        ASSERT_TRUE(disk.journal.CommitBatch()) << "the inner one";
 
         EXPECT_EQ(disk.files.Snapshot(), before) << "nothing on the disk yet";
         EXPECT_EQ(ReadText(disk.journal, "a.dat"), "Naa12");
@@ -312,9 +311,9 @@ TEST(Journal, BracketIsAllOrNothing) {
         EXPECT_FALSE(disk.journal.Remove("db/b.dat"));
         EXPECT_EQ(ReadText(disk.journal, "c.dat"), "c");
         if (commit) {
-            ASSERT_TRUE(disk.journal.CommitBracket());
+            ASSERT_TRUE(disk.journal.CommitBatch());
         } else {
-            disk.journal.RollbackBracket();
+            disk.journal.RollbackBatch();
         }
         EXPECT_EQ(ReadText(disk.journal, "a.dat"), commit ? "Naa12" : "aaaa");
         EXPECT_EQ(ReadText(disk.journal, "b.dat"), commit ? "(none)" : "bbbb");
@@ -322,32 +321,32 @@ TEST(Journal, BracketIsAllOrNothing) {
         if (!commit) {
             EXPECT_EQ(disk.files.Snapshot(), before);
         }
-        EXPECT_FALSE(disk.journal.InBracket());
+        EXPECT_FALSE(disk.journal.InBatch());
     }
 }
 
 TEST(Journal, RollbackInsideDoomsTheOutermost) {
     CJournalDisk disk;
     disk.files.Bytes("db/a.dat") = Text("aaaa");
-    ASSERT_TRUE(disk.journal.BeginBracket());
+    ASSERT_TRUE(disk.journal.BeginBatch());
     ASSERT_TRUE(WriteText(disk.journal, "a.dat", 0, "1"));
-    ASSERT_TRUE(disk.journal.BeginBracket());
-    disk.journal.RollbackBracket();
+    ASSERT_TRUE(disk.journal.BeginBatch());
+    disk.journal.RollbackBatch();
     EXPECT_FALSE(WriteText(disk.journal, "a.dat", 1, "2")) << "no change is acknowledged any more";
-    EXPECT_FALSE(disk.journal.CommitBracket());
+    EXPECT_FALSE(disk.journal.CommitBatch());
     EXPECT_EQ(FilesOf(disk.files), (std::map<std::string, std::string>{{"a.dat", "aaaa"}}));
     ASSERT_TRUE(WriteText(disk.journal, "a.dat", 0, "2")) << "the next one is free of it";
     EXPECT_EQ(ReadText(disk.journal, "a.dat"), "2aaa");
-    EXPECT_FALSE(disk.journal.CommitBracket()) << "none is open";
+    EXPECT_FALSE(disk.journal.CommitBatch()) << "none is open";
 }
 
 TEST(Journal, FilesOfOtherFoldersPassThrough) {
     CJournalDisk disk;
     ASSERT_TRUE(disk.files.MakeFolder("db/below") && disk.files.MakeFolder("other"));
-    ASSERT_TRUE(disk.journal.BeginBracket());
+    ASSERT_TRUE(disk.journal.BeginBatch());
     ASSERT_TRUE(WriteWholeFile(disk.journal, "other/x.dat", Text("x")));
     ASSERT_TRUE(WriteWholeFile(disk.journal, "db/below/x.dat", Text("x")));
-    disk.journal.RollbackBracket();
+    disk.journal.RollbackBatch();
     EXPECT_TRUE(disk.files.Exists("other/x.dat"));
     EXPECT_TRUE(disk.files.Exists("db/below/x.dat"));
 }
@@ -368,7 +367,7 @@ TEST(Journal, AfterAFailedSyncNothingIsAcknowledged) {
         disk.files.StopFailing();
         EXPECT_TRUE(disk.journal.IsBroken());
         EXPECT_FALSE(WriteText(disk.journal, "a.dat", 2, "3"));
-        EXPECT_FALSE(disk.journal.BeginBracket());
+        EXPECT_FALSE(disk.journal.BeginBatch());
         EXPECT_FALSE(disk.journal.Checkpoint());
         EXPECT_FALSE(disk.journal.Remove("db/a.dat"));
         EXPECT_EQ(ReadText(disk.journal, "a.dat"), written ? "12aa" : "1aaa");
@@ -377,109 +376,6 @@ TEST(Journal, AfterAFailedSyncNothingIsAcknowledged) {
         const std::string now = ReadText(disk.journal, "a.dat");
         EXPECT_TRUE(now == "12aa" || (!written && now == "1aaa")) << now;
         EXPECT_TRUE(WriteText(disk.journal, "a.dat", 2, "3"));
-    }
-}
-
-// A journal that outgrows its kept room again and again, cut off before every change and with
-// every call failing: a commit that was acknowledged stands, and no older one comes back.
-class CGrowingJournal {
-public:
-    explicit CGrowingJournal(CFileSystem& files) : m_journal(files) {
-        m_journal.SetRooms({.step = 4096, .kept = 2 * 4096, .checkpoint = 4 * 4096});
-    }
-    // True: all was acknowledged.
-    bool Run() {
-        if (m_journal.Attach(kFolder, 7) != Result::Ok) return false;
-        for (int number = 1; number <= 8; ++number) {
-            CBracketScope bracket(m_journal);
-            const std::string text = std::to_string(100 + number);
-            // Alternating, so that a few old commits alone leave the two files at odds.
-            const bool written = bracket.Begun() && WriteText(m_journal, "all.dat", 0, text) &&
-                                 WriteText(m_journal, number % 2 == 0 ? "even.dat" : "odd.dat", 0,
-                                           text + std::string(3000, 'x'));
-            attempted = number;
-            if (!written || !bracket.Commit()) return false;
-            acknowledged = number;
-        }
-        return m_journal.Detach();
-    }
-    static DiskImage Before() {
-        return {{{"db/all.dat", Text("100")},
-                 {"db/even.dat", Text("100")},
-                 {"db/odd.dat", Text("099")}},
-                {"db"}};
-    }
-    void ExpectRight(const DiskImage& image) const {
-        CMemoryFileSystem files;
-        files.Restore(image.files);
-        CJournal journal(files);
-        EXPECT_EQ(journal.Attach(kFolder, 7), Result::Ok);
-        const int found = std::stoi(ReadText(journal, "all.dat")) - 100;
-        EXPECT_TRUE(found == acknowledged || found == attempted)
-            << found << " instead of " << acknowledged << " or " << attempted;
-        const auto last = [&](const char* name) { return ReadText(journal, name).substr(0, 3); };
-        EXPECT_EQ(last(found % 2 == 0 ? "even.dat" : "odd.dat"), std::to_string(100 + found));
-        EXPECT_EQ(last(found % 2 == 0 ? "odd.dat" : "even.dat"),
-                  found > 0 ? std::to_string(99 + found) : "099");
-    }
-
-    // The next start on a disk that may still lose what it has not synced: the power fails
-    // while it recovers.
-    void ExpectRightInRecovery(CPowerCutDisk& disk) const {
-        disk.OnChange([&](const std::string& call) {
-            disk.ForEachCut({.mostSteps = 2, .subsets = 0, .everySubset = false},
-                            [&](const DiskImage& image, const std::string& what) {
-                                SCOPED_TRACE("recovery, before " + call + ", " + what);
-                                ExpectRight(image);
-                            });
-        });
-        CJournal journal(disk);
-        EXPECT_EQ(journal.Attach(kFolder, 7), Result::Ok);
-    }
-
-    int acknowledged = 0;
-    int attempted = 0;
-
-private:
-    CJournal m_journal;
-};
-
-TEST(Journal, EmptyingMayBeStoppedAnywhere) {
-    CPowerCutDisk disk(CGrowingJournal::Before());
-    CGrowingJournal work(disk);
-    disk.OnChange([&](const std::string& call) {
-        disk.ForEachCut({.mostSteps = 2, .subsets = 0},
-                        [&](const DiskImage& image, const std::string& what) {
-                            SCOPED_TRACE("before " + call + ", " + what);
-                            work.ExpectRight(image);
-                        });
-        // What a kill leaves in the system's memory alone is read by the next start.
-        if (call.starts_with("sync")) work.ExpectRightInRecovery(*disk.AfterKill());
-    });
-    EXPECT_TRUE(work.Run());
-}
-
-TEST(Journal, EmptyingMayFailAnywhere) {
-    for (const auto times : {CMemoryFileSystem::Times::Once, CMemoryFileSystem::Times::ForEver}) {
-        bool failed = true;
-        for (int64_t at = 1; failed; ++at) {
-            CPowerCutDisk disk(CGrowingJournal::Before());
-            disk.FailNth(Call::Any, at, FileError::Other, times, CMemoryFileSystem::kHalf);
-            CGrowingJournal work(disk);
-            EXPECT_TRUE(work.Run() || disk.HasFailed());
-            failed = disk.HasFailed();
-            const std::string call = disk.FailedCall();
-            SCOPED_TRACE(call + ", call " + std::to_string(at));
-            disk.StopFailing();
-            work.ExpectRight(disk.Everything());
-            constexpr CutPlan kFew{.mostSteps = 1, .subsets = 1, .everySubset = false};
-            disk.ForEachCut(kFew, [&](const DiskImage& image, const std::string& what) {
-                SCOPED_TRACE(what);
-                work.ExpectRight(image);
-            });
-            // Not what a failed sync has lost, although it is still read.
-            if (call.starts_with("sync")) work.ExpectRightInRecovery(disk);
-        }
     }
 }
 

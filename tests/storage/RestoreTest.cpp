@@ -59,21 +59,6 @@ TEST(Restore, RefusesHostileDirectories) {
         {"a byte behind its end", ForgedContainer(schema, Zeros(1)), RestoreCode::Damaged},
         {"no schema", ForgedContainer(Entry("Table_1.dat"), {}), RestoreCode::Damaged},
         {"one name twice", ForgedContainer(Join(schema, schema), {}), RestoreCode::Damaged},
-        {"no name", ForgedContainer(Join(schema, Entry("")), {}), RestoreCode::Damaged},
-        {"folder above", ForgedContainer(Join(schema, Entry("..")), {}), RestoreCode::Damaged},
-        {"way out", ForgedContainer(Join(schema, Entry("../Table_1.dat")), {}),
-         RestoreCode::Damaged},
-        {"way out on Windows", ForgedContainer(Join(schema, Entry("..\\Table_1.dat")), {}),
-         RestoreCode::Damaged},
-        {"absolute", ForgedContainer(Join(schema, Entry("/etc/passwd")), {}), RestoreCode::Damaged},
-        {"control character", ForgedContainer(Join(schema, Entry("Table_1\x1b.dat")), {}),
-         RestoreCode::Damaged},
-        {"the lock", ForgedContainer(Join(schema, Entry("Database.lock")), {}),
-         RestoreCode::Damaged},
-        {"the journal", ForgedContainer(Join(schema, Entry("Journal.dat")), {}),
-         RestoreCode::Damaged},
-        {"the restore's mark", ForgedContainer(Join(schema, Entry("Restore.mark")), {}),
-         RestoreCode::Damaged},
         {"more than the file holds", ForgedContainer(Join(schema, Entry("Table_1.dat", 40, 1)), {}),
          RestoreCode::Truncated},
         {"sizes that overflow",
@@ -98,79 +83,39 @@ TEST(Restore, RefusesHostileDirectories) {
         disk.Bytes("b.dat") = row.container;
         EXPECT_EQ(Restore(disk, "b.dat", "ledger"), RestoreCode::Done);
     }
+    for (const char* name : {"", "..", "../Table_1.dat", "..\\Table_1.dat", "/etc/passwd",
+                             "Table_1\x1b.dat", "Database.lock", "Journal.dat", "Restore.mark"}) {
+        SCOPED_TRACE(name);
+        ExpectRefused(ForgedContainer(Join(schema, Entry(name)), {}), RestoreCode::Damaged);
+    }
 }
 
 TEST(Restore, ReplacesOnlyWhatItMay) {
+    constexpr bool kTold = true;
+    using enum RestoreCode;
     const struct {
         const char* name;
         FileMap there;
-        std::string path;
-        std::string folder;
         bool overwrite;
         RestoreCode code;
+        std::string folder = "ledger";
     } rows[] = {
-        {"no folder yet", {}, "b.dat", "ledger", false, RestoreCode::Done},
-        {"folders above are missing", {}, "b.dat", "a/b/ledger", false, RestoreCode::Done},
-        {"only the lock",
-         {{"ledger/Database.lock", {}}},
-         "b.dat",
-         "ledger",
-         false,
-         RestoreCode::Done},
-        {"a database",
-         {{"ledger/Table_1.dat", {1}}},
-         "b.dat",
-         "ledger",
-         false,
-         RestoreCode::TargetNotEmpty},
-        {"a database, told",
-         {{"ledger/Table_1.dat", {1}}, {"ledger/Journal.dat", {2}}},
-         "b.dat",
-         "ledger",
-         true,
-         RestoreCode::Done},
-        {"a note beside it, told",
-         {{"ledger/Table_1.dat", {1}}, {"ledger/notes.txt", {2}}},
-         "b.dat",
-         "ledger",
-         true,
-         RestoreCode::ForeignFiles},
-        {"a folder in it, told",
-         {{"ledger/Table_1.dat/x", {1}}},
-         "b.dat",
-         "ledger",
-         true,
-         RestoreCode::ForeignFiles},
-        {"somebody's documents",
-         {{"ledger/notes.txt", {1}}},
-         "b.dat",
-         "ledger",
-         false,
-         RestoreCode::TargetNotEmpty},
-        {"a file", {{"ledger", {1}}}, "b.dat", "ledger", true, RestoreCode::InTheWay},
-        {"own folder beside it",
-         {{"ledger.old/notes.txt", {1}}, {"ledger/Table_1.dat", {2}}},
-         "b.dat",
-         "ledger",
-         true,
-         RestoreCode::InTheWay},
-        {"own database beside it",
-         {{"ledger.old/DatabaseSchema.dat", {1}}, {"ledger/Table_1.dat", {2}}},
-         "b.dat",
-         "ledger",
-         true,
-         RestoreCode::InTheWay},
-        {"own database beside it, named like ours",
-         {{"ledger.restoring/DatabaseSchema.dat", {1}}},
-         "b.dat",
-         "ledger",
-         true,
-         RestoreCode::InTheWay},
-        {"no target", {}, "b.dat", "", true, RestoreCode::NoTarget},
-        {"here", {}, "b.dat", ".", true, RestoreCode::NoTarget},
-        {"above", {}, "b.dat", "ledger/..", true, RestoreCode::NoTarget},
-        {"the root", {}, "b.dat", "/", true, RestoreCode::NoTarget},
-        {"no container", {}, "c.dat", "ledger", false, RestoreCode::NoSuchFile},
+        {"no folder yet", {}, false, Done},
+        {"folders above are missing", {}, false, Done, "a/b/ledger"},
+        {"only the lock", {{"ledger/Database.lock", {}}}, false, Done},
+        {"a database", {{"ledger/Table_1.dat", {1}}}, false, TargetNotEmpty},
+        {"one, told", {{"ledger/Table_1.dat", {1}}, {"ledger/Journal.dat", {2}}}, kTold, Done},
+        {"a note in it", {{"ledger/Table_1.dat", {1}}, {"ledger/notes", {2}}}, kTold, ForeignFiles},
+        {"a folder in it", {{"ledger/Table_1.dat/x", {1}}}, kTold, ForeignFiles},
+        {"somebody's documents", {{"ledger/notes.txt", {1}}}, false, TargetNotEmpty},
+        {"a file", {{"ledger", {1}}}, kTold, InTheWay},
+        {"folder beside", {{"ledger.old/x", {1}}, {"ledger/Table_1.dat", {2}}}, kTold, InTheWay},
+        {"database beside", {{"ledger.old/DatabaseSchema.dat", {1}}}, kTold, InTheWay},
+        {"named like ours", {{"ledger.restoring/DatabaseSchema.dat", {1}}}, kTold, InTheWay},
+        {"no target", {}, kTold, NoTarget, ""},
+        {"here", {}, kTold, NoTarget, "."},
+        {"above", {}, kTold, NoTarget, "ledger/.."},
+        {"the root", {}, kTold, NoTarget, "/"},
     };
     const Bytes container = ContainerOf(SmallDatabase());
     for (const auto& row : rows) {
@@ -178,14 +123,17 @@ TEST(Restore, ReplacesOnlyWhatItMay) {
         CMemoryFileSystem disk;
         disk.Bytes("b.dat") = container;
         for (const auto& [path, bytes] : row.there) disk.Bytes(path) = bytes;
-        auto before = disk.Snapshot();
-        EXPECT_EQ(Restore(disk, row.path, row.folder, row.overwrite), row.code);
-        if (row.code == RestoreCode::Done) {
+        const auto before = disk.Snapshot();
+        EXPECT_EQ(Restore(disk, "b.dat", row.folder, row.overwrite), row.code);
+        if (row.code == Done) {
             EXPECT_EQ(FilesIn(disk, row.folder), SmallDatabase());
         } else {
             EXPECT_EQ(disk.Snapshot(), before);
         }
     }
+    CMemoryFileSystem empty;
+    EXPECT_EQ(Restore(empty, "b.dat", "ledger"), NoSuchFile);
+    EXPECT_FALSE(empty.FolderExists("ledger"));
 }
 
 TEST(Restore, KeepsOffAnOpenDatabase) {

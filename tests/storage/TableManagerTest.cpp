@@ -437,23 +437,6 @@ TEST(Table, AddingAndRemovingColumnsKeepsRows) {
     ASSERT_EQ(expected[-1], (std::vector<std::string>{"Flag 1 indexed", "Note 0 indexed"}));
 }
 
-// Names have 120 bytes with their zero.
-TEST(Table, LongestNames) {
-    CLedgerDisk disk;
-    const std::string longest(119, 'n');
-    const std::string longer = longest + 'n';
-    EXPECT_EQ(disk.database.CreateTable(longer), nullptr);
-    EXPECT_FALSE(disk.database.AddColumn("Ledger", longer, ColumnType::Text, true, true));
-    ASSERT_TRUE(disk.database.CreateTable(longest) &&
-                disk.database.AddColumn(longest, longest, ColumnType::Text, true, true));
-    ASSERT_TRUE(disk.database.BeginRow(longest) && disk.database.SetText(longest, "x"));
-    ASSERT_EQ(disk.database.CommitRow(), 0);
-    disk.Reopen();
-    ASSERT_NE(disk.database.FindTable(longest), nullptr);
-    EXPECT_NE(disk.database.FindTable(longest)->FindColumn(longest), nullptr);
-    EXPECT_EQ(CodeOf(disk.database), 0);
-}
-
 TEST(Table, WithoutColumnsItHasNoFiles) {
     CMemoryFileSystem files;
     CDatabaseManager database(files);
@@ -487,7 +470,7 @@ TEST(Table, WithoutColumnsItHasNoFiles) {
 TEST(Table, RemoveDeletedShrinksEveryFileAndKeepsIds) {
     CLedgerDisk disk;
     {
-        CBatchScope batch(disk.database);
+        CBracketScope batch(disk.database);
         for (int i = 0; i < 300; ++i) {
             ASSERT_EQ(
                 AddLedgerRow(disk.database, {"N" + std::to_string(i), i, i * 1.5, WordyText(i)}),

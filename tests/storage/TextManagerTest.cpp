@@ -147,33 +147,6 @@ TEST(Texts, ReadsOtherWriters) {
     }
 }
 
-TEST(Texts, CompactionShrinksAndKeepsIds) {
-    CTextDisk disk;
-    ASSERT_TRUE(disk.texts.Open());
-    EXPECT_FALSE(disk.texts.NeedsCompaction());
-    for (int i = 0; i < 40; ++i) EXPECT_EQ(disk.texts.Add(CKeelString(WordyText(i))), i);
-    for (int64_t id = 0; id < 40; ++id) {
-        if (id % 4 != 0) {
-            EXPECT_TRUE(disk.texts.Delete(id));
-        }
-    }
-    ASSERT_TRUE(disk.texts.Flush());
-    const size_t before = disk.files.Bytes(kTextData).size();
-    ASSERT_TRUE(disk.texts.NeedsCompaction());
-    ASSERT_TRUE(disk.texts.Compact());
-    EXPECT_FALSE(disk.texts.NeedsCompaction());
-    EXPECT_LT(disk.files.Bytes(kTextData).size() * 3, before);
-    EXPECT_EQ(disk.files.Bytes(kTextDict).size(), 62U + 10 * 36);
-    EXPECT_FALSE(disk.files.Exists(kTextData + "_tmp"));
-    EXPECT_FALSE(disk.files.Exists(std::string(kFolder) + "Table_3_textdata_del.dat"));
-    for (int i = 0; i < 40; ++i) EXPECT_EQ(disk.Get(i), i % 4 ? "(unreadable)" : WordyText(i));
-    EXPECT_EQ(disk.texts.Add(CKeelString("next")), 40);
-    ASSERT_TRUE(disk.texts.Close());
-    ASSERT_TRUE(disk.texts.Open());
-    EXPECT_EQ(disk.Get(36), WordyText(36));
-    EXPECT_EQ(disk.Get(40), "next");
-}
-
 TEST(Texts, ADamagedTextStopsTheCompaction) {
     CTextDisk disk;
     ASSERT_TRUE(disk.texts.Open());

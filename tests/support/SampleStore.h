@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -79,17 +80,28 @@ inline DatabaseContent ContentOf(CDatabaseManager& database, int64_t blobIds = 8
     return content;
 }
 
+// Columns as "Name/0/i+": the number of the type, i when it is indexed, + for the attribute.
+inline bool AddColumns(CDatabaseManager& database, const char* table, const std::string& columns) {
+    std::istringstream words(columns);
+    for (std::string word; words >> word;) {
+        const size_t slash = word.find('/');
+        const auto type = static_cast<ColumnType>(word.at(slash + 1) - '0');
+        const bool isIndexed = word.find("/i") != std::string::npos;
+        if (!database.AddColumn(table, word.substr(0, slash), type, isIndexed,
+                                word.ends_with('+'))) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // "Ledger": every type. A memo that is not indexed can be damaged unnoticed.
 inline bool MakeLedgerTable(CDatabaseManager& database, bool memoIndexed = false) {
-    CBatchScope batch(database);
+    CBracketScope batch(database);
     return database.CreateTable("Ledger") &&
-           database.AddColumn("Ledger", "Name", ColumnType::Text, true, true) &&
-           database.AddColumn("Ledger", "Open", ColumnType::Boolean, true, false) &&
-           database.AddColumn("Ledger", "Check", ColumnType::Int32, true, true) &&
-           database.AddColumn("Ledger", "Account", ColumnType::Int64, true, false) &&
-           database.AddColumn("Ledger", "Amount", ColumnType::Double, true, true) &&
-           database.AddColumn("Ledger", "Date", ColumnType::DateTime, true, true) &&
-           database.AddColumn("Ledger", "Memo", ColumnType::Text, memoIndexed, false) &&
+           AddColumns(database, "Ledger",
+                      "Name/0/i+ Open/1/i Check/2/i+ Account/3/i Amount/4/i+ Date/5/i+ Memo/0" +
+                          std::string(memoIndexed ? "/i" : "")) &&
            batch.Commit();
 }
 

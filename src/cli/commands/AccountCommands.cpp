@@ -136,11 +136,12 @@ void SetActive(CCommandContext& context, const std::string& name, bool active) {
     CSession session(context);
     CAccountEntry account = RequireAccount(session.Database(), name);
     const std::string shown = Quoted(account.name.ToUtf8());
-    if (account.active == active) {
+    const LedgerStatus status = session.Ledger().SetAccountOpen(account.id, active);
+    if (status == LedgerStatus::AccountSo) {
         throw CFailure("The account " + shown + " is " + (active ? "open" : "closed") +
                        " already.");
     }
-    RequireStored(session.Database().SetAccountActive(account.id, active), session.Database());
+    RequireDone(status, session.Database());
     account.active = active;
     if (context.WantsJson()) {
         context.Print(AccountJson(account));

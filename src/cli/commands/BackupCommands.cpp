@@ -57,7 +57,7 @@ bool SameFolder(std::string first, std::string second) {
 void Backup(CCommandContext& context, const std::string& file) {
     CSession session(context);
     const std::string path = ContainerPath(context, file);
-    if (!path.empty() && SameFolder(FolderOf(path), session.Database().Database().Folder())) {
+    if (!path.empty() && SameFolder(FolderOf(path), session.Database().Folder())) {
         throw CFailure(
             "A backup does not belong into the ledger's own folder; choose another "
             "place, best on another disk.");
@@ -66,8 +66,7 @@ void Backup(CCommandContext& context, const std::string& file) {
     BackupCode code = BackupCode::Other;
     {
         CProgress progress(context.Host(), "Backing up");
-        code = session.Database().Database().Backup(path, session.PasswordHash(), report,
-                                                    OptionsWith(context, progress));
+        code = session.Database().Backup(path, report, OptionsWith(context, progress));
     }
     if (code == BackupCode::Done) {
         context.Settings().WriteString(settings::kFileFolder, settings::kDatabaseBackupPath,

@@ -7,6 +7,7 @@
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Values.h"
+#include "wording/LedgerWords.h"
 
 namespace quillon {
 
@@ -24,20 +25,11 @@ Json CategoryJson(const CCategoryEntry& category) {
             {"includeReports", category.includeReports}};
 }
 
-std::string RequireNewName(CQuillonDatabaseInterface& database, const std::string& name) {
-    RequireLine(name, "name");
-    if (name.empty()) throw CFailure("A category needs a name.");
-    const std::optional<int64_t> holder = database.FindCategoryId(name);
-    RequireStored(holder.has_value(), database);
-    if (*holder != kNoRow) {
-        throw CFailure("There is a category " + Quoted(name) + " already; choose another name.");
-    }
-    return name;
-}
-
-[[noreturn]] void RefuseKept(const std::string& name) {
-    throw CFailure("The category " + Quoted(name) +
-                   " is needed by the program and stays as it is.");
+// Throws unless `status` is Ok.
+void RequireDone(LedgerStatus status, CSession& session, const NameTrouble& trouble) {
+    if (status == LedgerStatus::Ok) return;
+    RequireStored(status != LedgerStatus::StoreFailed, session.Database());
+    throw CFailure(NameMessage(status, trouble, Medium::Terminal));
 }
 
 void List(CCommandContext& context) {
@@ -61,9 +53,9 @@ void List(CCommandContext& context) {
 
 void Add(CCommandContext& context, const std::string& name) {
     CSession session(context);
+    RequireLine(name, "name");
     CCategoryEntry category;
-    category.name = RequireNewName(session.Database(), name);
-    RequireStored(session.Database().AddCategory(category), session.Database());
+    RequireDone(session.Ledger().AddCategory(name, category), session, {.name = name});
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + Quoted(name) + " was added.");
 }
@@ -72,10 +64,11 @@ void Rename(CCommandContext& context, const std::string& from, const std::string
     CSession session(context);
     CCategoryEntry category = RequireCategory(session.Database(), from);
     const std::string old = category.name.ToUtf8();
-    category.name = RequireNewName(session.Database(), to);
-    const LedgerStatus status = session.Ledger().RenameCategory(category.id, to);
-    if (status == LedgerStatus::CategoryKept) RefuseKept(old);
-    RequireDone(status, session.Database());
+    RequireLine(to, "name");
+    const LedgerStatus status =
+        to == old ? LedgerStatus::NameTaken : session.Ledger().RenameCategory(category.id, to);
+    RequireDone(status, session, {.name = status == LedgerStatus::CategoryKept ? old : to});
+    category.name = to;
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + Quoted(old) + " is " + Quoted(to) + " now.");
 }
@@ -84,26 +77,15 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
     CSession session(context);
     CQuillonDatabaseInterface& database = session.Database();
     const CCategoryEntry category = RequireCategory(database, name);
-    const std::string shown = Quoted(category.name.ToUtf8());
     const int64_t target = moveTo.Given() ? RequireCategory(database, moveTo.value).id : kNoRow;
-    switch (const LedgerStatus status = session.Ledger().RemoveCategory(category.id, target)) {
-        case LedgerStatus::CategoryKept:
-            RefuseKept(category.name.ToUtf8());
-        case LedgerStatus::CategoryReserved:
-            throw CFailure("Nothing is moved to " + Quoted(moveTo.value) +
-                           ", under which the program itself files transfers and opening "
-                           "balances; choose another category.");
-        case LedgerStatus::CategoryUsed:
-            throw CFailure("The category " + shown + " is used in " +
-                           Counted(CountCategoryUses(database, category.id), "place", "places") +
-                           "; give another one for them with --to CATEGORY.");
-        case LedgerStatus::SameCategory:
-            throw CFailure("--to names the category itself.");
-        default:
-            RequireDone(status, database);
+    NameTrouble trouble{.name = category.name.ToUtf8(), .target = moveTo.value};
+    const LedgerStatus status = session.Ledger().RemoveCategory(category.id, target);
+    if (status == LedgerStatus::StillUsed) {
+        RequireStored(session.Ledger().CountCategoryUses(category.id, trouble.uses), database);
     }
+    RequireDone(status, session, trouble);
     PrintRows(context, Json::array({CategoryJson(category)}),
-              "The category " + shown + " was deleted.");
+              "The category " + Quoted(trouble.name) + " was deleted.");
 }
 
 }  // namespace

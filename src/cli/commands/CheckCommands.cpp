@@ -190,7 +190,7 @@ void SetFormat(CCommandContext& context, const FormatOptions& options) {
         case CheckLayoutStatus::BadWidth:
             throw CFailure(OneLine(MessageOf(CheckLayoutProblem::BadWidth)));
         case CheckLayoutStatus::StoreFailed:
-            throw CFailure(StoreMessage(database));
+            throw CFailure(StoreMessage(database, Medium::Terminal));
         case CheckLayoutStatus::Ok:
             break;
     }
@@ -205,7 +205,8 @@ void SetFormat(CCommandContext& context, const FormatOptions& options) {
 
 void RequireReady(const CheckTrouble& trouble, const CQuillonDatabaseInterface& database) {
     if (trouble.problem == CheckProblem::None) return;
-    if (trouble.problem == CheckProblem::StoreFailed) throw CFailure(StoreMessage(database));
+    if (trouble.problem == CheckProblem::StoreFailed)
+        throw CFailure(StoreMessage(database, Medium::Terminal));
     throw CFailure(TextOf(trouble));
 }
 

@@ -1,12 +1,13 @@
 // demo: a sample ledger to look around in.
 
-#include "cli/DemoHousehold.h"
-#include "cli/DemoLedger.h"
+#include "cli/DatabaseMessages.h"
 #include "cli/Session.h"
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Progress.h"
 #include "cli/terminal/Values.h"
+#include "sample/DemoHousehold.h"
+#include "sample/DemoLedger.h"
 
 namespace quillon {
 
@@ -28,8 +29,10 @@ void MakeDemo(CCommandContext& context, const std::string& folder) {
     int64_t transactions = 0;
     {
         CProgress progress(context.Host(), "Living ten years");
-        transactions = FillDemoLedger(
-            session.Ledger(), [&](int64_t done, int64_t total) { progress.Show(done, total); });
+        RequireDone(
+            FillDemoLedger(session.Ledger(), transactions,
+                           [&](int64_t done, int64_t total) { progress.Show(done, total); }),
+            session.Database());
     }
     const auto accounts = static_cast<int64_t>(kDemoAccounts.size());
     if (context.WantsJson()) {

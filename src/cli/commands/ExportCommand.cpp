@@ -1,11 +1,12 @@
 // export csv, export qif: a register into a file.
 
-#include "cli/RegisterExport.h"
+#include "cli/Register.h"
 #include "cli/Session.h"
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/OutputFile.h"
 #include "cli/terminal/Values.h"
+#include "output/RegisterExport.h"
 
 namespace quillon {
 
@@ -23,7 +24,7 @@ void Export(CCommandContext& context, bool csv, const ExportOptions& options) {
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), options.account);
     const std::vector<RegisterLine> lines = ReadRegister(session.Database(), account);
-    const CNameTables names(session.Database());
+    const CNameTables names = RequireNames(session.Database());
     const std::string text =
         csv ? RegisterCsv(lines, names) : RegisterQif(lines, names, account.accountType);
     const std::vector<uint8_t> bytes(text.begin(), text.end());

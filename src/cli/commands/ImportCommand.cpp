@@ -42,7 +42,6 @@ ImportOptions ReadOptions(const ImportCommandOptions& given) {
     options.allSources = given.source == "all";
     if (!options.allSources) options.source = given.source;
     options.everyNote = given.notes == "all";
-    options.dryRun = given.dryRun;
     return options;
 }
 
@@ -86,21 +85,15 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
     return json;
 }
 
-const char* OutcomeText(RowOutcome outcome) {
-    switch (outcome) {
-        case RowOutcome::Entered:
-            return "enter";
-        case RowOutcome::Duplicate:
-            return "known already";
-        case RowOutcome::Skipped:
-            break;
-    }
-    return "skip";
+const char* ActionText(const ImportPlanRow& row) {
+    if (row.action == PlanAction::Enter) return "enter";
+    const bool isKnown = row.outcome == PlanOutcome::Held || row.outcome == PlanOutcome::Repeated;
+    return isKnown ? "known already" : "skip";
 }
 
 // What a dry run would do with each record.
-void PrintPreview(CCommandContext& context, const std::vector<ImportRow>& rows) {
-    if (rows.empty()) return;
+void PrintPreview(CCommandContext& context, const CImportPlan& plan) {
+    if (plan.RowCount() == 0) return;
     using Align = CTablePrinter::Align;
     using Fit = CTablePrinter::Fit;
     CTablePrinter table;
@@ -111,10 +104,11 @@ void PrintPreview(CCommandContext& context, const std::vector<ImportRow>& rows) 
     table.AddColumn("Category", Align::Left, Fit::Yield);
     table.AddColumn("Would");
     table.AddColumn("Memo", Align::Left, Fit::Drop);
-    for (const ImportRow& row : rows) {
+    plan.ForEachRow([&table](const ImportPlanRow& row) {
         table.AddRow({std::to_string(row.line), FormatIsoDate(row.date), FormatCurrency(row.amount),
-                      row.payee, row.category, OutcomeText(row.outcome), row.memo});
-    }
+                      std::string(row.payee), std::string(row.category), ActionText(row),
+                      std::string(row.memo)});
+    });
     CommandLineHost& host = context.Host();
     table.Print(host.out, host.outIsTerminal ? static_cast<size_t>(host.columns) : 0);
     context.Say("");
@@ -132,14 +126,15 @@ void PrintNotes(CCommandContext& context, const std::vector<ImportNote>& notes) 
     context.Say("");
 }
 
-void PrintResult(CCommandContext& context, const ImportResult& result, bool dryRun) {
+void PrintResult(CCommandContext& context, const CImportPlan& plan, const ImportResult& result,
+                 bool dryRun) {
     const Dialect& dialect = result.dialect;
     context.Say(std::string("Read as: dates ") + NameOf(dialect.dateOrder) + ", years " +
                 NameOf(dialect.years) + ", decimal " + NameOf(dialect.decimal) +
                 ", character set " + NameOf(dialect.charset));
     context.Say("");
     PrintNotes(context, result.notes);
-    PrintPreview(context, result.rows);
+    if (dryRun) PrintPreview(context, plan);
     if (dryRun) {
         context.Say("Dry run, nothing was entered. Of " +
                     Counted(result.read, "record", "records") + " " +
@@ -158,39 +153,45 @@ void PrintResult(CCommandContext& context, const ImportResult& result, bool dryR
     }
 }
 
+using Importer = std::unique_ptr<CImportManager>;
+
+Importer MakeImporter(CCommandContext& context, CSession& session, Format format,
+                      const CAccountEntry& account, const CKeelString& path) {
+    CFileSystem& files = context.Host().files;
+    if (format == Format::Qif) {
+        return std::make_unique<CQIFImportManager>(session.Database(), account, path, files);
+    }
+    return std::make_unique<CQFXImportManager>(session.Database(), account, path, files);
+}
+
+ImportResult Commit(CCommandContext& context, CImportManager& importer, ImportOptions options) {
+    CProgress progress(context.Host(), "Importing");
+    options.progress = [&progress](int64_t done, int64_t total) {
+        progress.Show(done, total);
+        return true;
+    };
+    importer.SetOptions(options);
+    return importer.Import();
+}
+
 void Import(CCommandContext& context, Format format, const ImportCommandOptions& given) {
-    ImportOptions options = ReadOptions(given);
+    const ImportOptions options = ReadOptions(given);
     if (options.dialect == DialectMode::Plain && !given.source.empty()) {
         throw CFailure(
             "By the plain rules a file is one account's; --source works with --dialect auto.",
             ExitStatus::WrongUsage);
     }
-    options.keepRows = given.dryRun && !context.WantsJson();
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), given.account);
     if (!account.active) {
         throw CFailure("The account " + Quoted(account.name.ToUtf8()) +
                        " is closed; 'account reopen' takes it into use again.");
     }
-    ImportResult result;
-    {
-        CProgress progress(context.Host(), "Importing");
-        options.progress = [&progress](int64_t done, int64_t total) {
-            progress.Show(done, total);
-            return true;
-        };
-        CFileSystem& files = context.Host().files;
-        const auto run = [&](auto importer) {
-            importer->SetOptions(options);
-            result = importer->Import();
-        };
-        const CKeelString path(given.file);
-        if (format == Format::Qif) {
-            run(std::make_unique<CQIFImportManager>(session.Database(), account, path, files));
-        } else {
-            run(std::make_unique<CQFXImportManager>(session.Database(), account, path, files));
-        }
-    }
+    const Importer importer = MakeImporter(context, session, format, account, given.file);
+    importer->SetOptions(options);
+    CImportPlan plan;
+    if (given.dryRun) plan = importer->MakePlan();
+    const ImportResult result = given.dryRun ? plan.Preview() : Commit(context, *importer, options);
     if (result.needsSource) {
         if (context.WantsJson()) {
             context.Print({{"file", given.file},
@@ -205,7 +206,7 @@ void Import(CCommandContext& context, Format format, const ImportCommandOptions&
         context.Print(ResultJson(given, account, result));
         return;
     }
-    PrintResult(context, result, given.dryRun);
+    PrintResult(context, plan, result, given.dryRun);
     if (given.dryRun) return;
     const CAccountEntry now = RequireAccount(session.Database(), account.name.ToUtf8());
     context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +

@@ -7,6 +7,7 @@
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Values.h"
+#include "wording/LedgerWords.h"
 
 namespace quillon {
 
@@ -16,16 +17,18 @@ Json PayeeJson(const CPayeeEntry& payee) {
     return {{"id", payee.id}, {"name", payee.name.ToUtf8()}};
 }
 
-std::string RequireNewName(CQuillonDatabaseInterface& database, const std::string& name) {
-    RequireLine(name, "name");
-    if (name.empty()) throw CFailure("A payee needs a name.");
-    const std::optional<int64_t> holder = database.FindPayeeId(name);
-    RequireStored(holder.has_value(), database);
-    if (*holder != kNoRow) {
-        throw CFailure("There is a payee " + Quoted(name) +
-                       " already; to join two of them use 'payee delete OLD --to " + name + "'.");
-    }
-    return name;
+// Throws unless `status` is Ok.
+void RequireDone(LedgerStatus status, CSession& session, const NameTrouble& trouble) {
+    if (status == LedgerStatus::Ok) return;
+    RequireStored(status != LedgerStatus::StoreFailed, session.Database());
+    throw CFailure(NameMessage(status, trouble, Medium::Terminal));
+}
+
+NameTrouble TroubleWith(const std::string& name) {
+    NameTrouble trouble;
+    trouble.isPayee = true;
+    trouble.name = name;
+    return trouble;
 }
 
 void List(CCommandContext& context) {
@@ -40,9 +43,9 @@ void List(CCommandContext& context) {
 
 void Add(CCommandContext& context, const std::string& name) {
     CSession session(context);
+    RequireLine(name, "name");
     CPayeeEntry payee;
-    payee.name = RequireNewName(session.Database(), name);
-    RequireStored(session.Database().AddPayee(payee), session.Database());
+    RequireDone(session.Ledger().AddPayee(name, payee), session, TroubleWith(name));
     PrintRows(context, Json::array({PayeeJson(payee)}),
               "The payee " + Quoted(name) + " was added.");
 }
@@ -51,8 +54,11 @@ void Rename(CCommandContext& context, const std::string& from, const std::string
     CSession session(context);
     CPayeeEntry payee = RequirePayee(session.Database(), from);
     const std::string old = payee.name.ToUtf8();
-    payee.name = RequireNewName(session.Database(), to);
-    RequireStored(session.Database().RenamePayee(payee.id, to), session.Database());
+    RequireLine(to, "name");
+    const LedgerStatus status =
+        to == old ? LedgerStatus::NameTaken : session.Ledger().RenamePayee(payee.id, to);
+    RequireDone(status, session, TroubleWith(to));
+    payee.name = to;
     PrintRows(context, Json::array({PayeeJson(payee)}),
               "The payee " + Quoted(old) + " is " + Quoted(to) + " now.");
 }
@@ -61,20 +67,15 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
     CSession session(context);
     CQuillonDatabaseInterface& database = session.Database();
     const CPayeeEntry payee = RequirePayee(database, name);
-    const std::string shown = Quoted(payee.name.ToUtf8());
-    CFinanceBatch batch(database);
-    RequireStored(batch.Begun(), database);
-    const int64_t uses = CountPayeeUses(database, payee.id);
-    if (moveTo.Given()) {
-        const CPayeeEntry target = RequirePayee(database, moveTo.value);
-        if (target.id == payee.id) throw CFailure("--to names the payee itself.");
-        MovePayeeUses(database, payee.id, target.id);
-    } else if (uses > 0) {
-        throw CFailure("The payee " + shown + " is used in " + Counted(uses, "place", "places") +
-                       "; give another one for them with --to PAYEE.");
+    const int64_t target = moveTo.Given() ? RequirePayee(database, moveTo.value).id : kNoRow;
+    NameTrouble trouble = TroubleWith(payee.name.ToUtf8());
+    const LedgerStatus status = session.Ledger().RemovePayee(payee.id, target);
+    if (status == LedgerStatus::StillUsed) {
+        RequireStored(session.Ledger().CountPayeeUses(payee.id, trouble.uses), database);
     }
-    RequireStored(database.DeletePayee(payee.id) && batch.Commit(), database);
-    PrintRows(context, Json::array({PayeeJson(payee)}), "The payee " + shown + " was deleted.");
+    RequireDone(status, session, trouble);
+    PrintRows(context, Json::array({PayeeJson(payee)}),
+              "The payee " + Quoted(trouble.name) + " was deleted.");
 }
 
 }  // namespace

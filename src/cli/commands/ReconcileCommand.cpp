@@ -45,7 +45,7 @@ public:
         m_lines = ReadRegister(database, m_account);
         RequireClearedLines();
         Reconcile();
-        const CNameTables names(database);
+        const CNameTables names = RequireNames(database);
         if (m_context.WantsJson()) {
             PrintJson();
         } else {

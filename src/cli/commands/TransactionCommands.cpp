@@ -75,7 +75,7 @@ void FindNames(const EntryOptions& options, CQuillonDatabaseInterface& database,
 
 void PrintLines(CCommandContext& context, CQuillonDatabaseInterface& database,
                 const std::string& what, const std::vector<RegisterLine>& lines, bool asArray) {
-    const CNameTables names(database);
+    const CNameTables names = RequireNames(database);
     if (context.WantsJson()) {
         Json rows = Json::array();
         for (const RegisterLine& line : lines) rows.push_back(TransactionJson(line, names));

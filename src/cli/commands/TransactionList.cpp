@@ -25,57 +25,27 @@ struct ListOptions {
     TextOption contains;
 };
 
-// Filters hide lines; the running balance goes over all of them.
-class CRegisterFilter {
-public:
-    explicit CRegisterFilter(const ListOptions& options) : m_options(options) {
-        if (options.from.Given()) m_from = RequireDate(options.from.value);
-        if (options.to.Given()) m_to = RequireDate(options.to.value);
-        if (m_from > m_to) {
-            throw CFailure("--from " + options.from.value + " is after --to " + options.to.value +
-                           "; no date lies between them.");
-        }
+RegisterFilter FilterOf(const ListOptions& options) {
+    RegisterFilter filter;
+    if (options.from.Given()) filter.from = RequireDate(options.from.value);
+    if (options.to.Given()) filter.to = RequireDate(options.to.value);
+    if (filter.IsEmptyRange()) {
+        throw CFailure("--from " + options.from.value + " is after --to " + options.to.value +
+                       "; no date lies between them.");
     }
+    if (options.payee.Given()) filter.payee = options.payee.value;
+    if (options.category.Given()) filter.category = options.category.value;
+    if (options.contains.Given()) filter.contains = options.contains.value;
+    return filter;
+}
 
-    // A name must exist; a pattern may match nothing.
-    void RequireNames(CQuillonDatabaseInterface& database) const {
-        if (m_options.payee.Given() && !HasWildcard(m_options.payee.value)) {
-            RequirePayee(database, m_options.payee.value);
-        }
-        if (m_options.category.Given() && !HasWildcard(m_options.category.value)) {
-            RequireCategory(database, m_options.category.value);
-        }
+// A name must exist; a pattern may match nothing.
+void RequireKnownNames(CQuillonDatabaseInterface& database, const RegisterFilter& filter) {
+    if (filter.payee && !HasWildcard(*filter.payee)) RequirePayee(database, *filter.payee);
+    if (filter.category && !HasWildcard(*filter.category)) {
+        RequireCategory(database, *filter.category);
     }
-
-    // The register's lines that lie between the dates asked for.
-    std::vector<RegisterLine> Read(CQuillonDatabaseInterface& database,
-                                   const CAccountEntry& account) const {
-        if (!m_options.from.Given() && !m_options.to.Given())
-            return ReadRegister(database, account);
-        return ReadRegister(database, account, m_from, m_to);
-    }
-
-    bool Shows(const RegisterLine& line, const CNameTables& names) const {
-        const CTransactionEntry& row = line.row;
-        const std::string& payee = names.Payee(row.payeeId);
-        const std::string& category = names.Category(row.categoryId);
-        if (m_options.payee.Given() && !MatchesWildcard(m_options.payee.value, payee)) return false;
-        if (m_options.category.Given() && !MatchesWildcard(m_options.category.value, category)) {
-            return false;
-        }
-        if (!m_options.contains.Given()) return true;
-        const std::string& wanted = m_options.contains.value;
-        return ContainsIgnoringCase(payee, wanted) || ContainsIgnoringCase(category, wanted) ||
-               ContainsIgnoringCase(row.memo.ToUtf8(), wanted) ||
-               ContainsIgnoringCase(NumberText(row), wanted) ||
-               ContainsIgnoringCase(FormatCurrency(line.effect), wanted);
-    }
-
-private:
-    const ListOptions& m_options;
-    int64_t m_from = kMinimumFileTime;
-    int64_t m_to = kMaximumFileTime;
-};
+}
 
 void PrintRegister(CCommandContext& context, const std::vector<const RegisterLine*>& lines,
                    const CNameTables& names) {
@@ -110,12 +80,13 @@ void PrintRegister(CCommandContext& context, const std::vector<const RegisterLin
 }
 
 void ListTransactions(CCommandContext& context, const ListOptions& options) {
-    const CRegisterFilter filter(options);
+    const RegisterFilter filter = FilterOf(options);
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), options.account);
-    filter.RequireNames(session.Database());
-    const CNameTables names(session.Database());
-    const std::vector<RegisterLine> lines = filter.Read(session.Database(), account);
+    RequireKnownNames(session.Database(), filter);
+    const CNameTables names = RequireNames(session.Database());
+    std::vector<RegisterLine> lines;
+    RequireStored(filter.Read(session.Database(), account, lines), session.Database());
     std::vector<const RegisterLine*> shown;
     for (const RegisterLine& line : lines) {
         if (filter.Shows(line, names)) shown.push_back(&line);

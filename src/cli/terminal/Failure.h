@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/CommandLine.h"
+#include "wording/Words.h"
 
 namespace quillon {
 
@@ -23,10 +24,5 @@ private:
     std::string m_message;
     ExitStatus m_status;
 };
-
-// Text of a message's names, files and values.
-inline std::string Quoted(const std::string& text) {
-    return "'" + text + "'";
-}
 
 }  // namespace quillon

@@ -12,14 +12,6 @@ namespace quillon {
 
 namespace {
 
-std::string LowerAscii(std::string_view text) {
-    std::string lower(text);
-    for (char& character : lower) {
-        if (character >= 'A' && character <= 'Z') character = static_cast<char>(character + 32);
-    }
-    return lower;
-}
-
 template <class Number>
 bool ParseWhole(const std::string& text, Number& number) {
     const char* const end = text.data() + text.size();
@@ -28,17 +20,10 @@ bool ParseWhole(const std::string& text, Number& number) {
 }
 
 template <class Code>
-std::string KeyOrNumber(Code type) {
-    const std::string_view name = NameOf(type);
-    return name.empty() ? std::to_string(static_cast<int32_t>(type)) : LowerAscii(name);
-}
-
-template <class Code>
 std::vector<std::string> Keys(int32_t count) {
     std::vector<std::string> keys;
     keys.reserve(static_cast<size_t>(count));
-    for (int32_t code = 0; code < count; ++code)
-        keys.push_back(KeyOrNumber(static_cast<Code>(code)));
+    for (int32_t code = 0; code < count; ++code) keys.push_back(KeyOf(static_cast<Code>(code)));
     return keys;
 }
 
@@ -97,14 +82,6 @@ const std::string& RequireLine(const std::string& text, const std::string& what)
     throw CFailure("The " + what + " is not UTF-8 text; check the terminal's character set.");
 }
 
-std::string KeyOf(AccountType type) {
-    return KeyOrNumber(type);
-}
-
-std::string KeyOf(TransactionType type) {
-    return KeyOrNumber(type);
-}
-
 std::vector<std::string> AccountTypeKeys() {
     return Keys<AccountType>(kAccountTypeCount);
 }
@@ -123,24 +100,6 @@ TransactionType RequireTransactionType(const std::string& key) {
     TransactionType type = TransactionType::Payment;
     if (FromName(key, type)) return type;
     throw CFailure(Quoted(key) + " is not a transaction type.", ExitStatus::WrongUsage);
-}
-
-std::string Printable(std::string_view text) {
-    const std::string repaired = RepairUtf8(text);
-    std::string printable;
-    printable.reserve(repaired.size());
-    for (size_t position = 0; position < repaired.size();) {
-        const char32_t character = DecodeUtf8(repaired, position);
-        const bool control = character < 0x20 || (character >= 0x7F && character < 0xA0);
-        AppendUtf8(printable, control ? U' ' : character);
-    }
-    return printable;
-}
-
-std::string Counted(int64_t count, const std::string& one, const std::string& many) {
-    std::string digits = std::to_string(count);
-    for (size_t place = digits.size(); place > 3;) digits.insert(place -= 3, ",");
-    return digits + " " + (count == 1 ? one : many);
 }
 
 }  // namespace quillon

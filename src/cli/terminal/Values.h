@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "finance/records/FinanceRecords.h"
+#include "foundation/PrintableText.h"
+#include "wording/Words.h"
 
 namespace quillon {
 
@@ -23,19 +25,10 @@ int32_t RequireCheckNumber(const std::string& text);
 // A text that the ledger can hold on one line: no line breaks and no zeros.
 const std::string& RequireLine(const std::string& text, const std::string& what);
 
-// "checking", "deposit": names of types as the command line takes and gives them.
-std::string KeyOf(AccountType type);
-std::string KeyOf(TransactionType type);
+// "checking", "deposit": see KeyOf.
 std::vector<std::string> AccountTypeKeys();
 std::vector<std::string> TransactionTypeKeys();
 AccountType RequireAccountType(const std::string& key);
 TransactionType RequireTransactionType(const std::string& key);
-
-// A text from bank files or people on a terminal: control characters, which could move
-// the cursor or worse, become blanks, and bytes that are no UTF-8 a replacement mark.
-std::string Printable(std::string_view text);
-
-// "1 transaction", "2,000 transactions".
-std::string Counted(int64_t count, const std::string& one, const std::string& many);
 
 }  // namespace quillon

@@ -49,6 +49,18 @@ bool CQuillonDatabaseInterface::Close() {
     });
 }
 
+BackupCode CQuillonDatabaseInterface::Backup(const std::string& path, BackupReport& report,
+                                             const BackupOptions& options) {
+    BackupCode code = BackupCode::Other;
+    m_rows->Run([&] {
+        CKeelString hash;
+        if (!ReadPasswordHash(hash)) return false;
+        code = m_database.Backup(path, hash.ToUtf8(), report, options);
+        return true;
+    });
+    return code;
+}
+
 void CQuillonDatabaseInterface::RunTimers(int64_t nowMs) {
     m_rows->Run([&] {
         m_rows->ForgetQuery();

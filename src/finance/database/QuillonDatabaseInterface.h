@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "finance/database/Lookup.h"
 #include "finance/records/FinanceRecords.h"
@@ -79,6 +80,17 @@ public:
     bool IsOpen() const { return m_database.IsOpen(); }
     CDatabaseManager& Database() { return m_database; }
     const CDatabaseManager& Database() const { return m_database; }
+    // With a separator at its end; empty when closed.
+    const std::string& Folder() const { return m_database.Folder(); }
+    // Why the last operation failed, and the file concerned, or empty.
+    DatabaseProblem Problem() const { return m_database.Problem(); }
+    const std::string& ProblemDetail() const { return m_database.ProblemDetail(); }
+    // See CDatabaseManager::RebuiltIndexes.
+    std::vector<std::string> RebuiltIndexes() { return m_database.RebuiltIndexes(); }
+    int64_t TableCount() const { return static_cast<int64_t>(m_database.Tables().size()); }
+    // Writes a backup, sealed with the ledger's password where it has one: see BackupWriter.h.
+    BackupCode Backup(const std::string& path, BackupReport& report,
+                      const BackupOptions& options = {});
     // Runs the store's timers when they are due; `nowMs` is any steady clock.
     void RunTimers(int64_t nowMs);
 
@@ -254,24 +266,14 @@ private:
 class CFinanceBatch {
 public:
     explicit CFinanceBatch(CQuillonDatabaseInterface& database)
-        : m_section(database), m_database(database), m_begun(database.BeginBatch()) {}
-    ~CFinanceBatch() {
-        if (m_begun) m_database.RollbackBatch();
-    }
-    CFinanceBatch(const CFinanceBatch&) = delete;
-    CFinanceBatch& operator=(const CFinanceBatch&) = delete;
+        : m_section(database), m_bracket(database) {}
 
-    bool Begun() const { return m_begun; }
-    [[nodiscard]] bool Commit() {
-        if (!m_begun) return false;
-        m_begun = false;
-        return m_database.CommitBatch();
-    }
+    bool Begun() const { return m_bracket.Begun(); }
+    [[nodiscard]] bool Commit() { return m_bracket.Commit(); }
 
 private:
     CFinanceSection m_section;
-    CQuillonDatabaseInterface& m_database;
-    bool m_begun;
+    CBracketScope<CQuillonDatabaseInterface> m_bracket;
 };
 
 }  // namespace quillon

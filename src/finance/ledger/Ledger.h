@@ -17,17 +17,19 @@ enum class LedgerStatus {
     NoSuchAccount,
     NoSuchTransaction,
     NoSuchCategory,
+    NoSuchPayee,
     SameAccount,     // a transfer needs two accounts
     AccountClosed,   // it takes no transactions
+    AccountSo,       // it is closed, or open, already
     BadAmount,       // negative, not a number, or above kLargestAmount
     FractionOfCent,  // more than two decimals
-    NameMissing,     // an account or category needs a name
+    NameMissing,     // an account, category or payee needs a name
     NameTaken,       // another one has it
     // The program's own categories, "Adjustment" and "Transfer":
     CategoryKept,      // are neither renamed nor deleted
     CategoryReserved,  // and take over no rows of a deleted one
-    CategoryUsed,      // rows are filed under it, and no other category for them was given
-    SameCategory,      // the other category is the same one
+    StillUsed,         // rows are filed under the name, and no other one for them was given
+    SameTarget,        // the other one is the same one
     StoreFailed,  // a read or write failed, or there was no memory for it; Database().Problem()
                   // tells why
 };
@@ -89,6 +91,9 @@ public:
     // transactions: it is made anew when the account becomes one of another kind.
     [[nodiscard]] LedgerStatus ChangeAccount(const CAccountEntry& account);
 
+    // A closed account keeps its rows and takes no others. AccountSo when it is so already.
+    [[nodiscard]] LedgerStatus SetAccountOpen(int64_t accountId, bool open);
+
     // Sets the transaction's id.
     [[nodiscard]] LedgerStatus EnterTransaction(CTransactionEntry& transaction);
     // All columns of the row `changed.id`. Another account moves it there.
@@ -111,11 +116,20 @@ public:
     // gone or was changed.
     CLookup FindOtherTransferSide(int64_t transactionId, CTransactionEntry& other);
 
-    // Another name for a category.
+    // A new category has all flags set. Names are compared by their bytes.
+    [[nodiscard]] LedgerStatus AddCategory(std::string_view name, CCategoryEntry& category);
     [[nodiscard]] LedgerStatus RenameCategory(int64_t categoryId, std::string_view name);
     // Transactions, memorized transactions and budget items filed under the category go to
-    // `moveTo`; with kNoRow there must be none.
+    // `moveTo`, which so merges the two; with kNoRow there must be none.
     [[nodiscard]] LedgerStatus RemoveCategory(int64_t categoryId, int64_t moveTo = kNoRow);
+    // How many rows those are. False: a read failed.
+    bool CountCategoryUses(int64_t categoryId, int64_t& uses);
+
+    // The same for payees, whose rows are transactions and memorized transactions.
+    [[nodiscard]] LedgerStatus AddPayee(std::string_view name, CPayeeEntry& payee);
+    [[nodiscard]] LedgerStatus RenamePayee(int64_t payeeId, std::string_view name);
+    [[nodiscard]] LedgerStatus RemovePayee(int64_t payeeId, int64_t moveTo = kNoRow);
+    bool CountPayeeUses(int64_t payeeId, int64_t& uses);
 
     // Accounts whose stored balance differs from the sum by half a cent or more. Reads
     // every transaction once. False: a read failed.
@@ -163,6 +177,9 @@ private:
     // Adds up the effects of the accounts that `sums` has places for.
     bool SumEffects(EffectSums& sums);
     LedgerStatus CheckAccountName(const CKeelString& name, int64_t ownId);
+    // `holder`: the row that has the name, 0 for none; nothing when it could not be read.
+    static LedgerStatus CheckName(std::string_view name, std::optional<int64_t> holder,
+                                  int64_t ownId);
 
     CQuillonDatabaseInterface& m_database;
 };

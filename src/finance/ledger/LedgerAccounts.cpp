@@ -78,6 +78,16 @@ LedgerStatus CLedger::ChangeAccount(const CAccountEntry& account) try {
     return LedgerStatus::StoreFailed;
 }
 
+LedgerStatus CLedger::SetAccountOpen(int64_t accountId, bool open) {
+    const CFinanceSection section(m_database);
+    CAccountEntry account;
+    const LedgerStatus status = ReadAccount(accountId, account);
+    if (status != LedgerStatus::Ok) return status;
+    if (account.active == open) return LedgerStatus::AccountSo;
+    return m_database.SetAccountActive(accountId, open) ? LedgerStatus::Ok
+                                                        : LedgerStatus::StoreFailed;
+}
+
 bool CLedger::SumEffects(EffectSums& sums) {
     return m_database.WalkTransactionAmounts(
         [&](int64_t accountId, TransactionType type, double amount) {

@@ -21,7 +21,11 @@ struct Filed {
     std::vector<CMemorizedTransactionEntry> memorized;
     COwnedList<CBudgetItem> items;
 
-    bool Any() const { return !transactions.IsEmpty() || !memorized.empty() || !items.IsEmpty(); }
+    int64_t Count() const {
+        return int64_t{transactions.Count()} + static_cast<int64_t>(memorized.size()) +
+               items.Count();
+    }
+    bool Any() const { return Count() > 0; }
 
     bool Read(CQuillonDatabaseInterface& database, int64_t categoryId) {
         COwnedList<CMemorizedTransactionEntry> all;
@@ -61,16 +65,45 @@ LedgerStatus CLedger::ReadOrdinaryCategory(int64_t categoryId, CCategoryEntry& c
     return IsKept(category) ? LedgerStatus::CategoryKept : LedgerStatus::Ok;
 }
 
+LedgerStatus CLedger::CheckName(std::string_view name, std::optional<int64_t> holder,
+                                int64_t ownId) {
+    if (CKeelString(name).IsEmpty()) return LedgerStatus::NameMissing;
+    if (!holder) return LedgerStatus::StoreFailed;
+    return *holder != kNoRow && *holder != ownId ? LedgerStatus::NameTaken : LedgerStatus::Ok;
+}
+
+LedgerStatus CLedger::AddCategory(std::string_view name, CCategoryEntry& category) try {
+    const CFinanceSection section(m_database);
+    const LedgerStatus status = CheckName(name, m_database.FindCategoryId(name), kNoRow);
+    if (status != LedgerStatus::Ok) return status;
+    CCategoryEntry added;
+    added.name = name;
+    if (!m_database.AddCategory(added)) return LedgerStatus::StoreFailed;
+    category = added;
+    return LedgerStatus::Ok;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
+}
+
+bool CLedger::CountCategoryUses(int64_t categoryId, int64_t& uses) try {
+    const CFinanceSection section(m_database);
+    Filed filed;
+    if (!filed.Read(m_database, categoryId)) return false;
+    uses = filed.Count();
+    return true;
+} catch (const std::bad_alloc&) {
+    return false;
+}
+
 LedgerStatus CLedger::RenameCategory(int64_t categoryId, std::string_view name) try {
     const CFinanceSection section(m_database);
     CCategoryEntry category;
-    const LedgerStatus status = ReadOrdinaryCategory(categoryId, category);
+    LedgerStatus status = ReadOrdinaryCategory(categoryId, category);
+    if (status == LedgerStatus::Ok) {
+        status = CheckName(name, m_database.FindCategoryId(name), categoryId);
+    }
     if (status != LedgerStatus::Ok) return status;
     category.name = CKeelString(name);
-    if (category.name.IsEmpty()) return LedgerStatus::NameMissing;
-    const std::optional<int64_t> holder = m_database.FindCategoryId(name);
-    if (!holder) return LedgerStatus::StoreFailed;
-    if (*holder != kNoRow && *holder != categoryId) return LedgerStatus::NameTaken;
     return m_database.UpdateCategory(category) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 } catch (const std::bad_alloc&) {
     return LedgerStatus::StoreFailed;
@@ -86,10 +119,10 @@ LedgerStatus CLedger::RemoveCategory(int64_t categoryId, int64_t moveTo) try {
         if (status == LedgerStatus::CategoryKept) status = LedgerStatus::CategoryReserved;
     }
     if (status != LedgerStatus::Ok) return status;
-    if (moveTo == categoryId) return LedgerStatus::SameCategory;
+    if (moveTo == categoryId) return LedgerStatus::SameTarget;
     Filed filed;
     if (!filed.Read(m_database, categoryId)) return LedgerStatus::StoreFailed;
-    if (moveTo == kNoRow && filed.Any()) return LedgerStatus::CategoryUsed;
+    if (moveTo == kNoRow && filed.Any()) return LedgerStatus::StillUsed;
 
     CFinanceBatch batch(m_database);
     const bool removed = batch.Begun() && filed.MoveTo(m_database, moveTo) &&

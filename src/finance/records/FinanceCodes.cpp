@@ -51,6 +51,15 @@ bool Find(const std::array<std::string_view, Size>& names, std::string_view name
     return false;
 }
 
+template <class Code>
+std::string KeyOrNumber(Code type) {
+    const std::string_view name = NameOf(type);
+    if (name.empty()) return std::to_string(static_cast<int32_t>(type));
+    std::string key;
+    for (const char character : name) key += LowerAscii(character);
+    return key;
+}
+
 }  // namespace
 
 std::string_view NameOf(AccountType type) {
@@ -70,6 +79,19 @@ std::string_view NameOf(BudgetItemType type) {
 }
 std::string_view KeyNameOf(AccountType type) {
     return Look(kAccountKeyNames, type);
+}
+
+std::string KeyOf(AccountType type) {
+    return KeyOrNumber(type);
+}
+std::string KeyOf(TransactionType type) {
+    return KeyOrNumber(type);
+}
+std::string KeyOf(PeriodType type) {
+    return KeyOrNumber(type);
+}
+std::string KeyOf(BudgetItemType type) {
+    return KeyOrNumber(type);
 }
 
 bool FromName(std::string_view name, AccountType& type) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace quillon {
@@ -66,6 +67,13 @@ std::string_view NameOf(TwiceAMonthType type);
 std::string_view NameOf(BudgetItemType type);
 // "CheckingAccount" and its kin, by which the user interface refers to a type.
 std::string_view KeyNameOf(AccountType type);
+
+// "checking", "deposit", "twice per month": the name in lower case, by which files and commands
+// refer to a type; of an unknown code its number.
+std::string KeyOf(AccountType type);
+std::string KeyOf(TransactionType type);
+std::string KeyOf(PeriodType type);
+std::string KeyOf(BudgetItemType type);
 
 // From a shown name (an account type from its key name too), ignoring the case of
 // ASCII letters. False: no such name, and `type` is left alone.

@@ -25,7 +25,7 @@ bool AddColumns(CDatabaseManager& database, const char* table,
 
 bool CreateFinanceTable(CSchemaBuilder& builder, const FinanceTable& table) {
     CDatabaseManager& database = builder.Database();
-    CBatchScope bracket(database);
+    CBracketScope bracket(database);
     if (!bracket.Begun()) return false;
     CTableManager* created = database.CreateTable(table.name);
     if (!created || !created->SkipRowIdsBelow(kFirstRowId)) return false;

@@ -136,7 +136,7 @@ void UpgradeFinanceSchema(CSchemaBuilder& builder, SchemaOutcome& outcome) {
     CDatabaseManager& database = builder.Database();
     const int64_t now = NowFileTime();
     const auto run = [&](UpgradeStep step, auto work) {
-        CBatchScope bracket(database);
+        CBracketScope bracket(database);
         const bool done = bracket.Begun() && work() && bracket.Commit();
         (done ? outcome.upgrades : outcome.upgradesFailed).push_back(step);
     };

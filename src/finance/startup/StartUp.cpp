@@ -6,14 +6,13 @@
 #include "finance/records/CheckLayout.h"
 #include "settings/SettingsNames.h"
 #include "storage/backup/RestoreFolders.h"
-#include "storage/journal/JournalFormat.h"
+#include "storage/database/DatabaseFiles.h"
 
 namespace quillon {
 
 namespace {
 
 constexpr char kDefaultFolder[] = "QuillonDatabase";
-constexpr char kSchemaFile[] = "DatabaseSchema.dat";
 
 bool IsMissing(const SchemaOutcome& schema, std::string_view table) {
     const auto& missing = schema.tablesFailed;
@@ -33,7 +32,7 @@ std::string CStartUp::ConfiguredFolder(const CSettingsFile& settings) {
 bool CStartUp::FolderHoldsLedger() const {
     const std::string folder = WithTrailingSeparator(m_folder);
     return CDatabaseManager::FolderHoldsDatabase(m_files, m_folder) ||
-           m_files.Exists(folder + kSchemaFile) || m_files.Exists(folder + kJournalName);
+           m_files.Exists(folder + kSchemaName) || m_files.Exists(folder + kJournalName);
 }
 
 StartUpStep CStartUp::Start(const std::string& chosenFolder, Want want) {

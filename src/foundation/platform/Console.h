@@ -4,6 +4,11 @@
 
 namespace quillon {
 
+// The terminal of the program; for the command line only.
+//
+//   Errors   false. Nothing here throws but std::bad_alloc.
+//   Threads  One at a time: ReadPassword changes how the terminal behaves and puts it back.
+
 // True when standard input (0), output (1) or error (2) is a terminal.
 bool IsTerminal(int descriptor);
 

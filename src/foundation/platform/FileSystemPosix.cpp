@@ -204,8 +204,7 @@ public:
     }
 
     bool MakeFolder(const std::string& path) override {
-        std::string folder = path;
-        while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+        const std::string folder = WithoutTrailingSeparators(path);
         if (folder.empty() || FolderExists(folder)) return true;
         if (!MakeFolder(FolderOf(folder))) return false;
         if (Retrying([&] { return ::mkdir(folder.c_str(), 0777); }) == 0) return true;

@@ -282,8 +282,7 @@ public:
     }
 
     bool MakeFolder(const std::string& path) override {
-        std::string folder = path;
-        while (folder.size() > 1 && IsPathSeparator(folder.back())) folder.pop_back();
+        const std::string folder = WithoutTrailingSeparators(path);
         if (folder.empty() || FolderExists(folder)) return true;
         if (FolderOf(folder) == folder || !MakeFolder(FolderOf(folder))) return false;
         if (::CreateDirectoryW(SystemPath(folder).c_str(), nullptr)) return true;

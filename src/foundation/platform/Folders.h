@@ -6,6 +6,9 @@ namespace quillon {
 
 // Where things lie on this machine. Paths are UTF-8, absolute and without a
 // separator at the end (but for a root folder); empty when the machine does not say.
+//
+//   Errors   An empty text. Nothing here throws but std::bad_alloc.
+//   Threads  Any, as long as nobody changes the environment meanwhile.
 
 // The folder of the running program.
 std::string ExecutableFolder();
@@ -20,11 +23,5 @@ std::string AbsolutePath(const std::string& path);
 
 // Empty when the variable is not set.
 std::string EnvironmentVariable(const std::string& name);
-
-// '\\' on Windows and '/' elsewhere.
-char FolderSeparator();
-// `folder` and `name` with one separator between them; `name` alone when
-// `folder` is empty.
-std::string JoinPath(const std::string& folder, const std::string& name);
 
 }  // namespace quillon

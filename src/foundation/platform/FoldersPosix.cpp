@@ -6,22 +6,18 @@
 #include <cstdlib>
 #include <vector>
 
+#include "foundation/Path.h"
 #include "foundation/platform/Folders.h"
 
 namespace quillon {
 
 namespace {
 
-std::string WithoutEndSeparator(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
-}
-
 // The variable as a path, when it is absolute: relative ones would depend on
 // where the program was started.
 std::string FolderVariable(const char* name) {
     const std::string path = EnvironmentVariable(name);
-    return !path.empty() && path.front() == '/' ? WithoutEndSeparator(path) : std::string();
+    return !path.empty() && path.front() == '/' ? WithoutTrailingSeparators(path) : std::string();
 }
 
 std::string HomeFolder() {
@@ -32,16 +28,12 @@ std::string HomeFolder() {
     passwd* found = nullptr;
     if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found &&
         found->pw_dir) {
-        return WithoutEndSeparator(found->pw_dir);
+        return WithoutTrailingSeparators(found->pw_dir);
     }
     return {};
 }
 
 }  // namespace
-
-char FolderSeparator() {
-    return '/';
-}
 
 std::string ExecutableFolder() {
     std::vector<char> path(1024);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "foundation/Path.h"
 #include "foundation/platform/Folders.h"
 #include "foundation/platform/WideTextWindows.h"
 
@@ -14,7 +15,7 @@ namespace {
 
 std::string WithoutEndSeparator(std::string path) {
     // "C:\" is a root folder; "C:" would be something else.
-    while (path.size() > 3 && (path.back() == '\\' || path.back() == '/')) path.pop_back();
+    while (path.size() > 3 && IsPathSeparator(path.back())) path.pop_back();
     return path;
 }
 
@@ -32,10 +33,6 @@ std::string TextOf(Call call) {
 }
 
 }  // namespace
-
-char FolderSeparator() {
-    return '\\';
-}
 
 std::string ExecutableFolder() {
     std::vector<wchar_t> buffer(MAX_PATH + 1);

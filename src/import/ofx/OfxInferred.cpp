@@ -227,6 +227,7 @@ void CInferredOfx::ReadRecord(const OfxLine& line, ImportRecord& record) {
                       ? " by this one."
                       : " by this one: if the old one is in the account, delete it."));
     }
+    record.idText = line.id;
     record.fitId = IdOf(line, record.payee);
     if (!line.closed) {
         Note(Kind::Record, line.line,
@@ -253,9 +254,11 @@ void CInferredOfx::ReadDateOf(const OfxLine& line, ImportRecord& record) {
 void CInferredOfx::ReadAmountOf(const OfxLine& line, ImportRecord& record) {
     if (line.amount.empty()) {
         Note(Kind::Amount, line.line, "No amount: entered as 0.");
+        record.amountRead = false;
         return;
     }
     const AmountReading reading = ReadAmount(line.amount, m_marks, record.amount);
+    record.amountRead = reading != AmountReading::Failed;
     if (m_speaks) NoteReading(line, reading);
     if (ForeignOf(line, m_survey.sources[SourceOf(line)].currency) == Foreign::Convert) {
         record.amount *= ReadRate(line.rate).value_or(1.0);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "import/ofx/OfxStatements.h"
+#include "import/plan/ImportOptions.h"
 #include "import/plan/ImportRecord.h"
 #include "import/text/AmountRounding.h"
 #include "import/text/AmountText.h"

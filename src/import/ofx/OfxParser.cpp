@@ -97,6 +97,7 @@ void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, const Rec
     const auto fresh = [today](int64_t line) {
         ImportRecord record;
         record.date = today;
+        record.dateRead = record.amountRead = false;
         record.line = line;
         return record;
     };
@@ -126,12 +127,13 @@ void ReadPlainOfx(const CReadOnlyTextFileManager& text, int64_t today, const Rec
                 break;
             case TagKind::Amount:
                 written.amount = value;
-                record.amount = ReadPlainAmount(value);
+                record.amount = ReadPlainAmount(value, &record.amountRead);
                 break;
             case TagKind::Type:
                 ReadType(value, record);
                 break;
             case TagKind::Id:
+                record.idText = value;
                 record.fitId = ReadPlainId(value);
                 break;
             case TagKind::Check: {

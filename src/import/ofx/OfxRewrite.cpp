@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "foundation/FileInterface.h"
 #include "import/text/Charset.h"
 
 namespace quillon {
@@ -101,6 +102,23 @@ void MergePairs(std::vector<uint8_t>& text, const Units& units) {
     text.resize(to);
 }
 
+bool Holds(CFileSystem& files, const std::string& path, std::span<const uint8_t> bytes) {
+    constexpr size_t kChunk = 1 << 20;
+    CFileInterface file(files);
+    if (!file.OpenExistingForReading(path) || file.Size() != static_cast<int64_t>(bytes.size())) {
+        return false;
+    }
+    std::vector<uint8_t> chunk(std::min(kChunk, bytes.size()));
+    for (size_t at = 0; at < bytes.size(); at += chunk.size()) {
+        chunk.resize(std::min(chunk.size(), bytes.size() - at));
+        if (!file.ReadExactlyAt(static_cast<int64_t>(at), chunk) ||
+            std::memcmp(chunk.data(), bytes.data() + at, chunk.size()) != 0) {
+            return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes) {
@@ -108,6 +126,23 @@ std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes) {
     std::vector<uint8_t> text = WithBreaks(bytes, units);
     if (text.size() != bytes.size()) MergePairs(text, units);
     return text;
+}
+
+std::string ReplaceByNormalForm(CFileSystem& files, const std::string& path,
+                                std::span<const uint8_t> normal) {
+    if (ReplaceWholeFile(files, path, normal)) return {};
+    return "The file could not be rewritten with every element on a line of its own; it was left "
+           "as it is.";
+}
+
+std::string KeepNormalForm(CFileSystem& files, const std::string& path,
+                           std::span<const uint8_t> bytes) {
+    const std::vector<uint8_t> normal = NormaliseStatement(bytes);
+    if (std::equal(normal.begin(), normal.end(), bytes.begin(), bytes.end())) return {};
+    if (!Holds(files, path, bytes)) {
+        return "The file is no longer what was read; it was left as it is.";
+    }
+    return ReplaceByNormalForm(files, path, normal);
 }
 
 }  // namespace quillon

@@ -2,7 +2,10 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <vector>
+
+#include "foundation/FileSystem.h"
 
 namespace quillon {
 
@@ -11,5 +14,14 @@ namespace quillon {
 // Bytes of marked 16-bit text are taken two at a time. Repeating it changes nothing more
 // in a file without blank lines.
 std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes);
+
+// Puts the file that held `bytes` when it was read into that form, by a new file and a
+// rename. What a note says when it was left as it is: it holds something else by now, or it
+// cannot be written; empty otherwise.
+std::string KeepNormalForm(CFileSystem& files, const std::string& path,
+                           std::span<const uint8_t> bytes);
+// The same for a file that was just read: `normal` is its form.
+std::string ReplaceByNormalForm(CFileSystem& files, const std::string& path,
+                                std::span<const uint8_t> normal);
 
 }  // namespace quillon

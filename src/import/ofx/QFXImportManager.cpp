@@ -38,51 +38,62 @@ bool CQFXImportManager::Survey() {
 }
 
 bool CQFXImportManager::SurveyPlain() {
-    std::vector<uint8_t> bytes;
-    if (!ReadWholeFile(m_files, PathText(), bytes)) return Fail();
-    std::vector<uint8_t> normal = NormaliseStatement(bytes);
-    if (normal != bytes) Rewrite(normal);
-    bytes = {};
+    auto download = std::make_shared<Download>();
+    if (!ReadWholeFile(m_files, PathText(), download->bytes)) return Fail();
+    const std::vector<uint8_t> normal = NormaliseStatement(download->bytes);
+    if (normal != download->bytes) {
+        if (IsPreview()) {
+            m_download = std::move(download);
+        } else {
+            const std::string note = ReplaceByNormalForm(m_files, PathText(), normal);
+            if (!note.empty()) m_notes.Add(Kind::File, 0, note);
+        }
+    }
+    download.reset();
+    m_lines = std::make_shared<CReadOnlyTextFileManager>(m_files);
     const TextFileStatus status =
-        m_text.LoadBlock(normal.data(), static_cast<int64_t>(normal.size()));
+        m_lines->LoadBlock(normal.data(), static_cast<int64_t>(normal.size()));
     if (status != TextFileStatus::Ok) return Fail();
-    m_result.dialect.dateOrder = DateOrder::YearMonthDay;
-    m_result.dialect.years = YearRule::AsWritten;
+    m_found.dialect.dateOrder = DateOrder::YearMonthDay;
+    m_found.dialect.years = YearRule::AsWritten;
     return true;
 }
 
 bool CQFXImportManager::SurveyInferred() {
-    if (!LoadFile(m_bytes)) return false;
-    CharsetFinding finding = DetectCharset(m_bytes);
+    m_download = std::make_shared<Download>();
+    std::vector<uint8_t>& bytes = m_download->bytes;
+    if (!LoadFile(bytes)) return false;
+    CharsetFinding finding = DetectCharset(bytes);
     if (finding.binary) return Fail("It is not a text file.");
-    m_converted = ConvertToUtf8(m_bytes, finding);
-    std::string_view text = m_converted;
+    m_download->converted = ConvertToUtf8(bytes, finding);
+    std::string_view& text = m_download->text;
+    text = m_download->converted;
     if (!NeedsConversion(finding)) {
-        text = {reinterpret_cast<const char*>(m_bytes.data()) + finding.markLength,
-                m_bytes.size() - finding.markLength};
+        text = {reinterpret_cast<const char*>(bytes.data()) + finding.markLength,
+                bytes.size() - finding.markLength};
     }
     const std::string declared = DeclaredCharset(text);
     if (finding.charset == Charset::Windows1252 &&
         (declared == "ISO-8859-1" || declared == "8859-1")) {
         finding.charset = Charset::Latin1;
     }
-    m_result.dialect.charset = finding.charset;
+    m_found.dialect.charset = finding.charset;
     NoteCharset(finding, m_notes, declared);
     m_inferred =
-        std::make_unique<CInferredOfx>(text, TodayFileTime(), m_options, m_result.dialect, m_notes);
+        std::make_unique<CInferredOfx>(text, TodayFileTime(), m_options, m_found.dialect, m_notes);
     m_inferred->Survey();
-    m_result.sources = m_inferred->Found().sources;
+    m_found.sources = m_inferred->Found().sources;
     return true;
 }
 
 bool CQFXImportManager::Prepare() {
     if (IsPlain()) {
-        ReadPlainOfx(m_text, TodayFileTime(),
-                     [this](ImportRecord&) { return ++m_result.read > 0; });
+        ReadPlainOfx(*m_lines, TodayFileTime(),
+                     [this](ImportRecord&) { return ++m_found.read > 0; });
         return true;
     }
-    const CInferredOfx::Counts counts = m_inferred->Count(m_result.sources);
-    m_result.read = counts.read;
+    const CInferredOfx::Counts counts = m_inferred->Count(m_found.sources);
+    m_found.read = counts.read;
     if (counts.records == 0) return Refuse();
     // A file of which no date can be read was not understood.
     if (counts.dated == 0) return Fail("None of its dates can be read.");
@@ -93,22 +104,25 @@ bool CQFXImportManager::Prepare() {
     return true;
 }
 
-void CQFXImportManager::ReadRecords(const RecordSink& sink) {
-    if (IsPlain()) {
-        ReadPlainOfx(m_text, TodayFileTime(), sink);
-        return;
-    }
-    const std::vector<uint8_t> normal = NormaliseStatement(m_bytes);
-    if (normal != m_bytes) Rewrite(normal);
-    m_inferred->Read(m_result.sources, sink);
+CImportManager::Text CQFXImportManager::TextOfRecords() {
+    if (!IsPlain()) return {m_download, m_download->text};
+    return {m_lines, TextOf(*m_lines)};
 }
 
-// The lines that notes tell are those of the file as it was, as in a preview.
-void CQFXImportManager::Rewrite(std::span<const uint8_t> normal) {
-    if (m_options.dryRun || ReplaceWholeFile(m_files, PathText(), normal)) return;
-    m_notes.Add(Kind::File, 0,
-                "The file could not be rewritten with every element on a line of its own; it was "
-                "left as it is.");
+void CQFXImportManager::ReadRecords(const RecordSink& sink) {
+    if (IsPlain()) {
+        ReadPlainOfx(*m_lines, TodayFileTime(), sink);
+    } else {
+        m_inferred->Read(m_found.sources, sink);
+    }
+}
+
+// The lines that rows and notes tell are those of the file as it was.
+CImportPlan::KeepFile CQFXImportManager::FileKeeper() {
+    if (!m_download) return {};
+    return [download = m_download, &files = m_files, path = PathText()] {
+        return KeepNormalForm(files, path, download->bytes);
+    };
 }
 
 // Nothing to enter: says what the file is instead.
@@ -117,21 +131,13 @@ bool CQFXImportManager::Refuse() {
     if (!found.hasBody) {
         return Fail("It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>.");
     }
-    if (m_result.read > 0) return Fail("No statement line in it is complete.");
+    if (m_found.read > 0) return Fail("No statement line in it is complete.");
     if (!found.problem.empty()) return Fail("The bank sent no statement but " + found.problem);
     if (found.investmentActions > 0) {
         return Fail("It is an investment statement (" + std::to_string(found.investmentActions) +
                     " actions on securities) without bank-style lines.");
     }
     return Fail("Its statements hold no lines.");
-}
-
-std::string CQFXImportManager::Report() const {
-    return "The QFX data file '" + PathText() + "' was imported successfully." + Counters();
-}
-
-std::string CQFXImportManager::FailureMessage() const {
-    return "An error occurred importing the QFX data file '" + PathText() + "'.";
 }
 
 }  // namespace quillon

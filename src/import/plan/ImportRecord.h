@@ -16,17 +16,19 @@ struct ImportRecord {
     std::string_view category;
     std::string_view memo;
     std::string_view electronic;  // "ATM", "EFT", "Transfer" or empty
-    int64_t fitId = 0;            // 0: the file gives no identifier
+    std::string_view idText;      // the statement's identifier as written
+    int64_t fitId = 0;            // and as a number, made where there is none; 0: none
     // Identifier of its own when the file uses fitId for lines of different content; 0
     // unless that was found out.
     int64_t ownId = 0;
     int32_t check = 0;
     bool dateRead = true;     // false: `date` stands in for one that cannot be read
+    bool amountRead = true;   // false: `amount` is 0 for want of one that can be read
     bool idShared = false;    // other lines of the file, of different content, have fitId
     bool saidBefore = false;  // the same line, said again
 };
 
-// Takes one record after the other; false stops the reader.
+// Takes one record after the other, and may change it; false stops the reader.
 using RecordSink = std::function<bool(ImportRecord&)>;
 
 }  // namespace quillon

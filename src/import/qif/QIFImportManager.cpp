@@ -17,33 +17,38 @@ constexpr uint8_t kUtf8Mark[] = {0xEF, 0xBB, 0xBF};
 }  // namespace
 
 bool CQIFImportManager::Survey() {
+    m_lines = std::make_shared<CReadOnlyTextFileManager>(m_files);
     return IsPlain() ? SurveyPlain() : SurveyInferred();
 }
 
 bool CQIFImportManager::SurveyPlain() {
-    if (m_text.Open(m_path) != TextFileStatus::Ok || m_text.LineCount() == 0) return Fail();
-    m_result.dialect.dateOrder = m_options.dateOrder.value_or(DateOrder::MonthDayYear);
+    if (m_lines->Open(m_path) != TextFileStatus::Ok || m_lines->LineCount() == 0) return Fail();
+    m_found.dialect.dateOrder = m_options.dateOrder.value_or(DateOrder::MonthDayYear);
     return true;
 }
 
 bool CQIFImportManager::Prepare() {
     if (IsPlain()) {
-        ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder,
-                     [this](ImportRecord&) { return ++m_result.read > 0; });
+        ReadPlainQif(*m_lines, TodayFileTime(), m_found.dialect.dateOrder,
+                     [this](ImportRecord&) { return ++m_found.read > 0; });
         return true;
     }
-    const CInferredQif::Counts counts = m_inferred->Count(m_result.sources);
-    m_result.read = counts.read;
+    const CInferredQif::Counts counts = m_inferred->Count(m_found.sources);
+    m_found.read = counts.read;
     if (counts.records == 0) return Refuse(counts.investments);
     // A file of which no date can be read was not understood.
     return counts.dated > 0 || Fail("None of its dates can be read.");
 }
 
+CImportManager::Text CQIFImportManager::TextOfRecords() {
+    return {m_lines, TextOf(*m_lines)};
+}
+
 void CQIFImportManager::ReadRecords(const RecordSink& sink) {
     if (IsPlain()) {
-        ReadPlainQif(m_text, TodayFileTime(), m_result.dialect.dateOrder, sink);
+        ReadPlainQif(*m_lines, TodayFileTime(), m_found.dialect.dateOrder, sink);
     } else {
-        m_inferred->Read(m_result.sources, sink);
+        m_inferred->Read(m_found.sources, sink);
     }
 }
 
@@ -52,7 +57,7 @@ bool CQIFImportManager::SurveyInferred() {
     if (!LoadFile(bytes)) return false;
     CharsetFinding finding = DetectCharset(bytes);
     if (finding.binary) return Fail("It is not a text file.");
-    m_result.dialect.charset = finding.charset;
+    m_found.dialect.charset = finding.charset;
     // The reader gets UTF-8 with its mark: accents in the first bytes are text then.
     const std::string converted = ConvertToUtf8(bytes, finding);
     const std::span<const uint8_t> behindMark =
@@ -71,28 +76,27 @@ bool CQIFImportManager::SurveyInferred() {
     }
     NoteCharset(finding, m_notes);
     const TextFileStatus status =
-        m_text.AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));
+        m_lines->AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));
     if (status != TextFileStatus::Ok) return Fail("It cannot be split into lines.");
 
-    m_inferred = std::make_unique<CInferredQif>(m_text, TodayFileTime(), m_options,
-                                                m_result.dialect, m_notes);
+    m_inferred = std::make_unique<CInferredQif>(*m_lines, TodayFileTime(), m_options,
+                                                m_found.dialect, m_notes);
     m_inferred->Survey();
-    m_result.sources = m_inferred->Sources();
+    m_found.sources = m_inferred->Sources();
     return true;
 }
 
 // Nothing to enter: says what the file is instead. What it holds is not shown.
 bool CQIFImportManager::Refuse(int64_t investments) {
     const QifOutline& outline = m_inferred->Outline();
-    const std::span<const uint8_t> bytes = m_text.Bytes();
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const std::string_view text = TextOf(*m_lines);
     if (investments > 0) {
         return Fail("It holds only investment actions (" + std::to_string(investments) +
                     ") that move none of the account's own money.");
     }
-    if (m_result.read > 0 || outline.incomplete > 0) {
+    if (m_found.read > 0 || outline.incomplete > 0) {
         return Fail("None of its records (" +
-                    std::to_string(std::max(m_result.read, outline.incomplete)) +
+                    std::to_string(std::max(m_found.read, outline.incomplete)) +
                     ") has a date and an amount.");
     }
     if (outline.registers > 0) return Fail("Its registers hold no transactions.");
@@ -108,15 +112,6 @@ bool CQIFImportManager::Refuse(int64_t investments) {
         return Fail("It is an OFX statement: import it as QFX.");
     }
     return Fail("It is not a QIF file: no line begins with \"!Type:\".");
-}
-
-std::string CQIFImportManager::Report() const {
-    return "The QIF data file '" + PathText() + "' was imported successfully." + Counters() +
-           "\nCategories created:          " + std::to_string(m_result.categoriesCreated);
-}
-
-std::string CQIFImportManager::FailureMessage() const {
-    return "An error occurred importing the QIF data file '" + PathText() + "'.";
 }
 
 }  // namespace quillon

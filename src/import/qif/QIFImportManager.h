@@ -17,17 +17,16 @@ public:
 protected:
     bool Survey() override;
     bool Prepare() override;
+    Text TextOfRecords() override;
     void ReadRecords(const RecordSink& sink) override;
-    Identifiers IdentifierUse() const override { return Identifiers::None; }
-    std::string Report() const override;
-    std::string FailureMessage() const override;
+    ImportFormat Format() const override { return {"QIF", false, true}; }
 
 private:
     bool SurveyPlain();
     bool SurveyInferred();
     bool Refuse(int64_t investments);
 
-    CReadOnlyTextFileManager m_text{m_files};
+    std::shared_ptr<CReadOnlyTextFileManager> m_lines;
     std::unique_ptr<CInferredQif> m_inferred;
 };
 

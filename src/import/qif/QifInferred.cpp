@@ -193,6 +193,7 @@ void CValues::TakeRecord(const QifRecord& raw) {
                     "Neither its date nor its amount can be read: not entered.");
         return;
     }
+    record.amountRead = reading != AmountReading::Failed;
     NoteDate(raw, record);
     NoteAmount(raw, reading);
     NoteCurrency(raw);

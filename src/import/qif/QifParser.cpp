@@ -65,6 +65,7 @@ void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder
     const auto fresh = [today](int64_t line) {
         ImportRecord record;
         record.date = today;
+        record.dateRead = record.amountRead = false;
         record.line = line;
         return record;
     };
@@ -99,7 +100,7 @@ void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder
                 break;
             case 'T':
             case 'U':
-                record.amount = ReadPlainAmount(value);
+                record.amount = ReadPlainAmount(value, &record.amountRead);
                 break;
             case 'N':
                 ReadPlainNumber(value, record);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "import/plan/ImportOptions.h"
 #include "import/plan/ImportRecord.h"
 #include "import/qif/QifRecords.h"
 #include "import/text/AmountRounding.h"

@@ -320,17 +320,19 @@ AmountEvidence Judge(std::string_view number) {
 
 }  // namespace
 
-double ReadPlainAmount(std::string_view text) {
-    double amount = 0.0;
-    if (text.find_first_of(",$") == std::string_view::npos) {
-        return ScanDouble(text, amount) ? Settled(amount) : 0.0;
-    }
+double ReadPlainAmount(std::string_view text, bool* isRead) {
     std::string kept;
-    kept.reserve(text.size());
-    for (const char character : text) {
-        if (character != ',' && character != '$') kept += character;
+    if (text.find_first_of(",$") != std::string_view::npos) {
+        kept.reserve(text.size());
+        for (const char character : text) {
+            if (character != ',' && character != '$') kept += character;
+        }
+        text = kept;
     }
-    return ScanDouble(kept, amount) ? Settled(amount) : 0.0;
+    double amount = 0.0;
+    const bool isNumber = ScanDouble(text, amount);
+    if (isRead) *isRead = isNumber;
+    return isNumber ? Settled(amount) : 0.0;
 }
 
 AmountEvidence EvidenceOf(std::string_view amount) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "import/plan/ImportNotes.h"
 #include "import/text/Dialect.h"
 
 namespace quillon {
@@ -12,8 +13,9 @@ namespace quillon {
 // Amounts as bank files write them.
 
 // The plain rule: "," and "$" go, and a number is read from the start of the rest. 0 when
-// there is none, when it is not finite, and when its magnitude is below 1e-8.
-double ReadPlainAmount(std::string_view text);
+// there is none, when it is not finite, and when its magnitude is below 1e-8. `isRead` (may
+// be null) tells whether there was a number.
+double ReadPlainAmount(std::string_view text, bool* isRead = nullptr);
 
 // What an amount tells about the decimal mark of its file by itself.
 enum class AmountEvidence {

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "import/plan/ImportNotes.h"
 #include "import/text/Dialect.h"
 
 namespace quillon {

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "import/plan/ImportNotes.h"
 #include "import/text/Dialect.h"
 
 namespace quillon {

@@ -136,6 +136,11 @@ private:
     void SplitLines();
 };
 
+// The whole buffer as text, in its units; the views of lines lie in it.
+inline std::string_view TextOf(const CReadOnlyTextFileManager& text) {
+    return {reinterpret_cast<const char*>(text.Bytes().data()), text.Bytes().size()};
+}
+
 // One line of an editable text: its own copy of the bytes, without a line end.
 class CTextFileLineEntry {
 public:

@@ -38,14 +38,17 @@ bool IsDigits(std::string_view text) {
            std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
+std::string_view CutUtf8(std::string_view text, size_t most) {
+    if (text.size() <= most) return text;
+    size_t size = most;
+    while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) --size;
+    return text.substr(0, size);
+}
+
 std::string InQuotes(std::string_view text) {
     constexpr size_t kShown = 60;  // bytes
-    size_t size = std::min(text.size(), kShown);
-    while (size < text.size() && size > 0 &&
-           (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) {
-        --size;
-    }
-    return "\"" + std::string(text.substr(0, size)) + (size < text.size() ? "...\"" : "\"");
+    const std::string_view shown = CutUtf8(text, kShown);
+    return "\"" + std::string(shown) + (shown.size() < text.size() ? "...\"" : "\"");
 }
 
 bool EqualsAsciiCase(std::string_view a, std::string_view b) {

@@ -17,6 +17,8 @@ inline bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 bool IsDigits(std::string_view text);  // at least one, and nothing else
+// The beginning of `text`, `most` bytes or less, that cuts no character.
+std::string_view CutUtf8(std::string_view text, size_t most);
 // In quotation marks for a note; of a long one the beginning.
 std::string InQuotes(std::string_view text);
 bool EqualsAsciiCase(std::string_view a, std::string_view b);

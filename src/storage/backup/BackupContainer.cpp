@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "foundation/ByteCodec.h"
-#include "storage/journal/ChecksumFile.h"
 
 namespace quillon {
 namespace {
@@ -15,10 +14,6 @@ constexpr size_t kNameSize = 120;
 constexpr uint32_t kLengthMask = 0x0FFF'FFFF;
 constexpr uint32_t kCompressedFlag = 0x8000'0000;
 static_assert(kBackupChunkSize <= kLengthMask);
-
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
-}
 
 bool AllZero(std::span<const uint8_t> bytes) {
     return std::all_of(bytes.begin(), bytes.end(), [](uint8_t byte) { return byte == 0; });
@@ -113,36 +108,6 @@ bool BackupChunkHeader::Decode(std::span<const uint8_t> bytes, BackupChunkHeader
     if (header.length == 0 || header.length > kBackupChunkSize) return false;
     out = header;
     return true;
-}
-
-bool IsDatabaseFileName(std::string_view name) {
-    constexpr std::string_view kSchema = "DatabaseSchema";
-    constexpr std::string_view kTable = "Table_";
-    constexpr std::string_view kExtension = ".dat";
-    if (name.size() > BackupEntry::kLongestName || !name.ends_with(kExtension)) return false;
-    name.remove_suffix(kExtension.size());
-    if (name.starts_with(kSchema)) {
-        name.remove_prefix(kSchema.size());
-    } else if (name.starts_with(kTable)) {
-        name.remove_prefix(kTable.size());
-        if (name.empty() || !IsDigit(name.front())) return false;
-        while (!name.empty() && IsDigit(name.front())) name.remove_prefix(1);
-    } else {
-        return false;
-    }
-    if (name.empty()) return true;
-    return name.front() == '_' && std::all_of(name.begin(), name.end(), [](char character) {
-               return character == '_' || IsDigit(character) ||
-                      (character >= 'a' && character <= 'z');
-           });
-}
-
-bool BelongsToDatabaseFolder(std::string_view name) {
-    for (const std::string_view temporary : {".new", "_tmp"}) {
-        if (name.ends_with(temporary)) name.remove_suffix(temporary.size());
-    }
-    return IsDatabaseFileName(name) || name == kDatabaseLockName || name == kRestoreMarkName ||
-           name == kChecksumsName || name.starts_with("Journal.");
 }
 
 }  // namespace quillon

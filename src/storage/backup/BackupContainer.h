@@ -2,7 +2,7 @@
 //
 //   Sizes      Bytes.
 //   Errors     false or a RestoreCode; the result is untouched then.
-//   Layout     docs/backup-format.md
+//   Format     docs/backup-format.md
 #pragma once
 
 #include <array>
@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "storage/backup/BackupCode.h"
+#include "storage/database/DatabaseFiles.h"
 
 namespace quillon {
 
@@ -54,7 +55,6 @@ struct BackupHeader {
 //    136     4  number of chunks
 struct BackupEntry {
     static constexpr size_t kDiskSize = 140;
-    static constexpr size_t kLongestName = 119;
 
     std::string name;
     int64_t fileTime = 0;
@@ -87,20 +87,5 @@ struct BackupChunkHeader {
     // False: unknown flags, or a length of 0 or above a chunk's.
     [[nodiscard]] static bool Decode(std::span<const uint8_t> bytes, BackupChunkHeader& out);
 };
-
-// True for the names a database gives its files: "DatabaseSchema" or "Table_" and a
-// number, nothing or "_" with lower-case letters, digits and "_", and ".dat". So no
-// such name leaves its folder, means a device, or differs from another by case only.
-bool IsDatabaseFileName(std::string_view name);
-
-// The lock that whoever opens or replaces a database holds; it stays in the folder.
-constexpr std::string_view kDatabaseLockName = "Database.lock";
-// Tells what a folder is while a restore replaces it; see RestoreFolders.h.
-constexpr std::string_view kRestoreMarkName = "Restore.mark";
-
-// True for the names above, the checksums' and the journal's, kept-aside ones included, and each of
-// them with the ".new" or "_tmp" of a file being replaced: everything that the program itself ever
-// puts into a database folder.
-bool BelongsToDatabaseFolder(std::string_view name);
 
 }  // namespace quillon

@@ -78,8 +78,8 @@ RestoreCode CBackupReader::TakeEntries(std::span<const uint8_t> directory) {
     m_storedSize = position - start;
     if (position > m_size) return RestoreCode::Truncated;
     if (position < m_size) return Fail(RestoreCode::Damaged, "there are bytes behind its end");
-    if (!names.contains("DatabaseSchema.dat")) {
-        return Fail(RestoreCode::Damaged, "it holds no DatabaseSchema.dat");
+    if (!names.contains(kSchemaName)) {
+        return Fail(RestoreCode::Damaged, std::string("it holds no ") + kSchemaName);
     }
     return RestoreCode::Done;
 }

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "foundation/OutOfMemory.h"
-#include "storage/backup/BackupContainer.h"
+#include "storage/database/DatabaseFiles.h"
 
 namespace quillon {
 namespace {
@@ -19,11 +19,11 @@ constexpr std::string_view kOutgoing = "outgoing";
 constexpr std::string_view kRemoving = "removing";
 
 std::string LockPath(const std::string& folder) {
-    return WithTrailingSeparator(folder) + std::string(kDatabaseLockName);
+    return JoinPath(folder, kDatabaseLockName);
 }
 
 std::string MarkPath(const std::string& folder) {
-    return WithTrailingSeparator(folder) + std::string(kRestoreMarkName);
+    return JoinPath(folder, kRestoreMarkName);
 }
 
 // Empty when there is none or it is unreadable.
@@ -47,7 +47,7 @@ bool RemoveIfThere(CFileSystem& files, const std::string& path) {
 
 bool RemoveMark(CFileSystem& files, const std::string& folder) {
     const std::string mark = MarkPath(folder);
-    return RemoveIfThere(files, mark + ".new") && RemoveIfThere(files, mark);
+    return RemoveIfThere(files, mark + kNewCopyEnding) && RemoveIfThere(files, mark);
 }
 
 bool IsLockOrMark(std::string_view name) {
@@ -62,7 +62,7 @@ Contents ContentsOf(CFileSystem& files, const std::string& folder, std::string* 
     if (!files.List(folder, names)) return Contents::Unknown;
     Contents contents = Contents::Nothing;
     for (const std::string& name : names) {
-        const bool isFile = files.Exists(WithTrailingSeparator(folder) + name);
+        const bool isFile = files.Exists(JoinPath(folder, name));
         if (!isFile || !BelongsToDatabaseFolder(name)) {
             if (foreign) *foreign = name;
             return Contents::Foreign;
@@ -93,7 +93,7 @@ bool RemoveOurFolder(CFileSystem& files, const std::string& folder,
     const bool calledWhole = mark == kComplete || mark == kOutgoing;
     if (calledWhole && !WriteMark(files, folder, kRemoving)) return false;
     for (const std::string& name : names) {
-        if (!IsLockOrMark(name) && !files.Remove(WithTrailingSeparator(folder) + name)) {
+        if (!IsLockOrMark(name) && !files.Remove(JoinPath(folder, name))) {
             return false;
         }
     }

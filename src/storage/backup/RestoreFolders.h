@@ -26,9 +26,12 @@
 
 namespace quillon {
 
+// One replacement of one folder: Check or Begin, files into IncomingFolder(), Commit.
 //
 //   Errors     RestoreCode and false. Nothing here throws but std::bad_alloc.
-//   Ownership  Borrows the file system, which must outlive the object.
+//   Ownership  Borrows the file system, which must outlive the object. Holds the locks of both
+//              folders from Begin to Commit or destruction.
+//   Threads    One thread.
 class CFolderReplacement {
 public:
     // `target`: the folder to replace or make, with or without a separator at its end.

@@ -1,22 +1,46 @@
 #include "storage/blocks/DataStore.h"
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <new>
 #include <utility>
 
-#include "foundation/ByteCodec.h"
 #include "foundation/OutOfMemory.h"
+#include "storage/blocks/DataFormat.h"
+#include "storage/database/DatabaseFiles.h"
 #include "storage/journal/Journal.h"
 
 namespace quillon {
 namespace {
 
-constexpr int32_t kVersion = 2;
-constexpr int64_t kVersion1HeaderSize = 62;
+constexpr auto kHeaderSize = static_cast<int64_t>(DataHeader::kDiskSize);
 constexpr int64_t kCopyBuffer = 10'240'000;
 constexpr int64_t kLargestTransfer = 0xFFFF'FFFF;
-constexpr std::string_view kSignature = "Data";
+
+// A transfer of that many bytes, at that position, is one that a file can have.
+bool IsTransfer(const uint8_t* bytes, int64_t size, int64_t position) {
+    return bytes && size > 0 && size <= kLargestTransfer && position >= 0 &&
+           position <= INT64_MAX - kHeaderSize - size;
+}
+
+// The block area of a version 1 file behind the header of a new one, which is then on the medium.
+bool CopyBlocks(const CFileInterface& from, CFileInterface& to) {
+    const std::unique_ptr<uint8_t[]> buffer(new (std::nothrow)
+                                                uint8_t[static_cast<size_t>(kCopyBuffer)]);
+    if (!buffer || !to.WriteAt(0, DataHeader::Encode())) return false;
+    constexpr auto kFrom = static_cast<int64_t>(DataHeader::kVersion1Size);
+    const int64_t size = from.Size() - kFrom;
+    for (int64_t done = 0; done < size;) {
+        const int64_t count = std::min(size - done, kCopyBuffer);
+        const std::span<uint8_t> chunk(buffer.get(), static_cast<size_t>(count));
+        if (!from.ReadExactlyAt(kFrom + done, chunk) || !to.WriteAt(kHeaderSize + done, chunk)) {
+            return false;
+        }
+        done += count;
+    }
+    return to.Flush();
+}
 
 }  // namespace
 
@@ -43,17 +67,10 @@ bool CDataStore::IsOpen() const {
     return m_file.IsOpen();
 }
 
-std::vector<uint8_t> CDataStore::FreshHeader() {
-    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
-    StoreText(bytes, 0, 50, kSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
-    return bytes;
-}
-
 // Rewriting the bytes that are there already would cost a sync for nothing.
 bool CDataStore::WriteHeader() {
-    const std::vector<uint8_t> fresh = FreshHeader();
-    std::vector<uint8_t> present(fresh.size());
+    const auto fresh = DataHeader::Encode();
+    std::array<uint8_t, DataHeader::kDiskSize> present{};
     if (m_file.ReadExactlyAt(0, present) && present == fresh) return true;
     return m_file.WriteAt(0, fresh);
 }
@@ -69,7 +86,7 @@ bool CDataStore::Open() {
         return false;
     }
     if (m_keepFreeList) {
-        m_freeList.SetPath(WithSuffix(path, "_del"));
+        m_freeList.SetPath(FreeListPath(path));
         m_freeList.Load(BlockAreaSize());
     }
     // A file that lists nothing usable goes when the store is closed.
@@ -92,63 +109,37 @@ bool CDataStore::OpenChecked(const std::string& path) {
 }
 
 bool CDataStore::CheckHeader() {
-    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
-    if (!m_file.ReadExactlyAt(0, bytes) || !HasSignature(bytes, kSignature)) return false;
-    const int32_t version = LoadLE<int32_t>(bytes, 50);
-    if (version > kVersion) return false;
+    std::array<uint8_t, DataHeader::kDiskSize> bytes{};
+    DataHeader header;
+    if (!m_file.ReadExactlyAt(0, bytes) || !DataHeader::Decode(bytes, header)) return false;
     // A conversion that fails closes the file and is not reported here.
-    if (version == 1) (void)ConvertFromVersion1();
+    if (header.version == 1) (void)ConvertFromVersion1();
     return true;
 }
 
 bool CDataStore::ConvertFromVersion1() {
     const std::string path = Path();
-    const std::string temporaryPath = path + "_tmp";
+    const std::string copyPath = CopyPath(path);
+    // The copy is no part of the database until it takes the file's place, so it is written
+    // beside the journal.
+    CFileInterface copy(m_journal.Base());
     // A bracket would show the old file until it commits. An earlier renaming group must not
     // find the new copy.
-    if ((m_journal.IsAttached() && m_journal.InBracket()) || !m_journal.Checkpoint()) {
-        m_file.Close();
-        return false;
-    }
-    // The copy is no part of the database until it takes the file's place, so it
-    // is written beside the journal.
-    CFileInterface copy(m_journal.Base());
-    if (!copy.Create(temporaryPath)) {
-        m_file.Close();
-        return false;
-    }
-    bool copied = copy.WriteAt(0, FreshHeader());
-    const std::unique_ptr<uint8_t[]> buffer(
-        copied ? new (std::nothrow) uint8_t[static_cast<size_t>(kCopyBuffer)] : nullptr);
-    copied = buffer != nullptr;
-    if (copied) {
-        int64_t from = kVersion1HeaderSize;
-        int64_t to = kHeaderSize;
-        int64_t remaining = m_file.Size() - kVersion1HeaderSize;
-        while (copied && remaining > 0) {
-            const auto count = static_cast<size_t>(std::min(remaining, kCopyBuffer));
-            const std::span<uint8_t> chunk(buffer.get(), count);
-            copied = m_file.ReadExactlyAt(from, chunk) && copy.WriteAt(to, chunk);
-            from += static_cast<int64_t>(count);
-            to += static_cast<int64_t>(count);
-            remaining -= static_cast<int64_t>(count);
-        }
-    }
-    copied = copied && copy.Flush();
+    const bool begun = !m_journal.InBatch() && m_journal.Checkpoint() && copy.Create(copyPath);
+    const bool copied = begun && CopyBlocks(m_file, copy);
     copy.Close();
     m_file.Close();
-    if (!copied || !m_journal.Rename(temporaryPath, path)) {
-        RemoveCopy(m_journal, temporaryPath);
-        return false;
-    }
-    return OpenChecked(path);
+    if (copied && m_journal.Rename(copyPath, path)) return OpenChecked(path);
+    if (begun) RemoveCopy(m_journal, copyPath);
+    return false;
 }
 
 bool CDataStore::IsVersion1(CFileSystem& files, const std::string& path) {
     const std::unique_ptr<CFile> file = files.Open(path, OpenMode::Read);
-    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
-    return file && file->ReadAt(0, bytes) == kHeaderSize && HasSignature(bytes, kSignature) &&
-           LoadLE<int32_t>(bytes, 50) == 1;
+    std::array<uint8_t, DataHeader::kDiskSize> bytes{};
+    DataHeader header;
+    return file && file->ReadAt(0, bytes) == kHeaderSize && DataHeader::Decode(bytes, header) &&
+           header.version == 1;
 }
 
 void CDataStore::RemoveCopy(CJournal& journal, const std::string& temporaryPath) {
@@ -202,7 +193,7 @@ bool CDataStore::Flush() {
 bool CDataStore::AllocateAndWrite(const uint8_t* data, int64_t size, int64_t& position) {
     const CLockScope lock(m_lock);
     // Every refusal comes before a block leaves the free list.
-    if (!data || size <= 0 || size > kLargestTransfer || !m_file.IsOpen()) return false;
+    if (!IsTransfer(data, size, 0) || !m_file.IsOpen()) return false;
     CBracketScope bracket(m_journal);
     if (!bracket.Begun()) return false;
     Touch();
@@ -218,19 +209,13 @@ bool CDataStore::AllocateAndWrite(const uint8_t* data, int64_t size, int64_t& po
 
 bool CDataStore::WriteAt(const uint8_t* data, int64_t size, int64_t position) {
     const CLockScope lock(m_lock);
-    if (!data || size <= 0 || size > kLargestTransfer || position < 0 || !m_file.IsOpen()) {
-        return false;
-    }
-    return position <= INT64_MAX - kHeaderSize - size &&
+    return IsTransfer(data, size, position) && m_file.IsOpen() &&
            m_file.WriteAt(position + kHeaderSize, {data, static_cast<size_t>(size)});
 }
 
 bool CDataStore::ReadAt(uint8_t* buffer, int64_t size, int64_t position) const {
     const CLockScope lock(m_lock);
-    if (!buffer || size <= 0 || size > kLargestTransfer || position < 0 || !m_file.IsOpen()) {
-        return false;
-    }
-    return position <= INT64_MAX - kHeaderSize - size &&
+    return IsTransfer(buffer, size, position) && m_file.IsOpen() &&
            m_file.ReadExactlyAt(position + kHeaderSize, {buffer, static_cast<size_t>(size)});
 }
 
@@ -262,7 +247,7 @@ bool CDataStore::DeleteFiles() {
     Close();
     const std::string path = Path();
     bool deleted = !m_journal.Exists(path) || m_journal.Remove(path);
-    const std::string freeListPath = WithSuffix(path, "_del");
+    const std::string freeListPath = FreeListPath(path);
     m_freeList.Clear();
     if (!freeListPath.empty() && m_journal.Exists(freeListPath)) {
         deleted = m_journal.Remove(freeListPath) && deleted;
@@ -296,7 +281,7 @@ bool CDataStore::ReplaceFileWith(const std::string& temporaryPath) {
 }
 
 void CDataStore::Touch() {
-    if (m_touched || !m_journal.IsAttached() || !m_journal.InBracket()) return;
+    if (m_touched || !m_journal.IsAttached() || !m_journal.InBatch()) return;
     m_journal.Join(*this);
     m_touched = true;
     m_changedBefore = m_freeListChanged;

@@ -17,8 +17,12 @@ class CJournal;
 // One file of variable-length blocks and its free list. A block has no header, length
 // or tag: the caller remembers position and size.
 //
-//   Positions  Bytes from the start of the block area (54 bytes into the file).
+//   Sizes      Bytes, signed 64-bit; a transfer has 4 GiB - 1 at the most.
+//   Positions  Bytes from the start of the block area, which follows the DataHeader.
+//   Brackets   A change outside a bracket is one of its own. Rolled back, the free list is again
+//              what it was when the bracket began.
 //   Errors     false or 0. std::bad_alloc passes through, but not from Close.
+//   Ownership  Borrows the journal, which must outlive it.
 //   Threads    Each public call holds the store's own CReentrantLock.
 class CDataStore final : public CBracketParticipant {
 public:
@@ -36,11 +40,14 @@ public:
     bool Close();
     [[nodiscard]] bool Flush();
 
-    // Reuses freed room first. False: nothing to write, not open, or a failed write.
+    // Reuses freed room first and sets `position`. False: nothing to write, not open, or a failed
+    // write; the free list is then as it was.
     [[nodiscard]] bool AllocateAndWrite(const uint8_t* data, int64_t size, int64_t& position);
+    // Over a block that was allocated; nothing here knows where blocks begin and end.
     [[nodiscard]] bool WriteAt(const uint8_t* data, int64_t size, int64_t position);
     // Exactly `size` bytes or false.
     [[nodiscard]] bool ReadAt(uint8_t* buffer, int64_t size, int64_t position) const;
+    // The block may be handed out again from now on. Its owner says where it is: see Holds.
     [[nodiscard]] bool FreeBlock(int64_t size, int64_t position);
     // The block lies inside the store. One that a damaged entry names may not, and freeing
     // that would let the file grow to it.
@@ -63,9 +70,6 @@ public:
     static void RemoveCopy(CJournal& journal, const std::string& temporaryPath);
     // A data file that opening would convert.
     static bool IsVersion1(CFileSystem& files, const std::string& path);
-    // The header of an empty data file.
-    static std::vector<uint8_t> FreshHeader();
-    static constexpr int64_t kHeaderSize = 54;
 
     bool OnBracketCommitted() override;
     bool OnBracketRolledBack() override;

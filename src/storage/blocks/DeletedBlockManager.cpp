@@ -4,27 +4,7 @@
 #include <new>
 #include <utility>
 
-#include "foundation/ByteCodec.h"
-
 namespace quillon {
-namespace {
-
-constexpr size_t kHeaderSize = 58;
-constexpr size_t kEntrySize = 16;
-constexpr int32_t kVersion = 1;
-constexpr std::string_view kSignature = "DeletedBlock";
-
-// Such a list would hand the same bytes out twice.
-bool AnyOverlap(std::vector<DeletedBlockEntry> blocks) {
-    std::sort(blocks.begin(), blocks.end(),
-              [](const auto& a, const auto& b) { return a.position < b.position; });
-    for (size_t i = 1; i < blocks.size(); ++i) {
-        if (blocks[i - 1].position + blocks[i - 1].size > blocks[i].position) return true;
-    }
-    return false;
-}
-
-}  // namespace
 
 void CDeletedBlockManager::SetPath(const std::string& path) {
     const CLockScope lock(m_lock);
@@ -156,19 +136,12 @@ bool CDeletedBlockManager::Save() {
     if (m_path.empty()) return false;
     if (m_count == 0) return !m_files.Exists(m_path) || m_files.Remove(m_path);
 
-    std::vector<uint8_t> bytes(kHeaderSize + kEntrySize * static_cast<size_t>(m_count));
-    StoreText(bytes, 0, 50, kSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
-    StoreLE<int32_t>(bytes, 54, m_count);
-    size_t at = kHeaderSize;
-    Walk([&](const DeletedBlockEntry& block) {
-        StoreLE<int64_t>(bytes, at, block.position);
-        StoreLE<int64_t>(bytes, at + 8, block.size);
-        at += kEntrySize;
-    });
+    FreeListFile list;
+    list.blocks.reserve(static_cast<size_t>(m_count));
+    Walk([&](const DeletedBlockEntry& block) { list.blocks.push_back(block); });
     CFileInterface file(m_files);
     m_fileMayExist = true;
-    return file.Create(m_path) && file.WriteAt(0, bytes);
+    return file.Create(m_path) && file.WriteAt(0, list.Encode());
 }
 
 bool CDeletedBlockManager::Load(int64_t dataSize) {
@@ -176,26 +149,13 @@ bool CDeletedBlockManager::Load(int64_t dataSize) {
     Clear();
     m_fileMayExist = true;
     std::vector<uint8_t> bytes;
-    if (m_path.empty() || !m_files.Exists(m_path) || !ReadWholeFile(m_files, m_path, bytes)) {
+    FreeListFile list;
+    if (m_path.empty() || !m_files.Exists(m_path) || !ReadWholeFile(m_files, m_path, bytes) ||
+        !FreeListFile::Decode(bytes, dataSize, list)) {
         return false;
     }
-    if (bytes.size() < kHeaderSize || !HasSignature(bytes, kSignature) ||
-        LoadLE<int32_t>(bytes, 50) >= 2) {
-        return false;
-    }
-    const int32_t count = LoadLE<int32_t>(bytes, 54);
-    std::vector<DeletedBlockEntry> blocks;
-    for (size_t at = kHeaderSize;
-         std::cmp_less(blocks.size(), count) && at + kEntrySize <= bytes.size(); at += kEntrySize) {
-        const DeletedBlockEntry block{LoadLE<int64_t>(bytes, at), LoadLE<int64_t>(bytes, at + 8)};
-        // A block outside the store would let a new one overwrite something else.
-        if (block.size <= 0 || block.position < 0 || block.position > dataSize - block.size) {
-            return false;
-        }
-        blocks.push_back(block);
-    }
-    if (AnyOverlap(blocks)) return false;
-    for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) Push(*block);
+    // Among equal sizes the first of the file is the first to be taken, so it comes last here.
+    for (auto block = list.blocks.rbegin(); block != list.blocks.rend(); ++block) Push(*block);
     return true;
 }
 

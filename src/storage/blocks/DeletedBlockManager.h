@@ -8,15 +8,9 @@
 
 #include "foundation/FileInterface.h"
 #include "foundation/ReentrantLock.h"
+#include "storage/blocks/FreeListFormat.h"
 
 namespace quillon {
-
-// A free block. On disk: position, then size, 8 bytes each.
-struct DeletedBlockEntry {
-    int64_t position = 0;
-    int64_t size = 0;
-    friend bool operator==(const DeletedBlockEntry&, const DeletedBlockEntry&) = default;
-};
 
 // The free list of one data store: blocks by ascending size; among equal sizes the
 // most recently freed comes first. Neighbouring blocks are never merged.

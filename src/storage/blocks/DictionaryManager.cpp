@@ -1,34 +1,34 @@
 #include "storage/blocks/DictionaryManager.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <new>
 
-#include "foundation/ByteCodec.h"
 #include "foundation/OutOfMemory.h"
+#include "storage/blocks/DictionaryFormat.h"
 #include "storage/journal/Journal.h"
 
 namespace quillon {
 namespace {
 
-constexpr int32_t kVersion = 1;
-constexpr std::string_view kSignature = "Dictionary";
 constexpr int64_t kEntriesAChunk = 10'000;
 constexpr int64_t kUnusableId = -1;
-
-std::vector<uint8_t> EncodeEntry(int64_t id, int64_t fileOffset, const DictionaryEntry& entry) {
-    std::vector<uint8_t> bytes(static_cast<size_t>(CDictionaryManager::kEntrySize));
-    StoreLE<int64_t>(bytes, 0, id);
-    StoreLE<int64_t>(bytes, 8, fileOffset);
-    StoreLE<int64_t>(bytes, 16, entry.position);
-    StoreLE<int64_t>(bytes, 24, entry.size);
-    StoreLE<int32_t>(bytes, 32, entry.deleted ? 1 : 0);
-    return bytes;
-}
+constexpr int64_t kLargestUsableId = std::numeric_limits<int64_t>::max() - 1;
+constexpr auto kHeaderSize = static_cast<int64_t>(DictionaryHeader::kDiskSize);
+constexpr auto kRecordSize = static_cast<int64_t>(DictionaryRecord::kDiskSize);
 
 int64_t OffsetOf(const DictionaryEntry& entry) {
-    return CDictionaryManager::kHeaderSize +
-           CDictionaryManager::kEntrySize * (static_cast<int64_t>(entry.record) - 1);
+    return DictionaryRecord::OffsetOf(entry.record);
+}
+
+// As `entry` is written where it stands now.
+DictionaryRecord RecordOf(int64_t id, const DictionaryEntry& entry) {
+    return {.id = id,
+            .fileOffset = OffsetOf(entry),
+            .position = entry.position,
+            .size = entry.size,
+            .deleted = entry.deleted};
 }
 
 }  // namespace
@@ -83,7 +83,7 @@ bool CDictionaryManager::Open(Loading loading) {
         return m_file.Create(path) && WriteHeader();
     }
     if (!m_file.OpenExisting(path)) return false;
-    if (!CheckHeader()) {
+    if (!ReadHeader()) {
         m_file.Close();
         return false;
     }
@@ -150,22 +150,16 @@ int64_t CDictionaryManager::GetFileSize() const {
 }
 
 bool CDictionaryManager::WriteHeader() {
-    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
-    StoreText(bytes, 0, 50, kSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
-    StoreLE<int64_t>(bytes, 54, m_nextId);
-    if (!m_file.WriteAt(0, bytes)) return false;
+    if (!m_file.WriteAt(0, DictionaryHeader{m_nextId}.Encode())) return false;
     m_headerStale = false;
     return true;
 }
 
-bool CDictionaryManager::CheckHeader() {
-    std::vector<uint8_t> bytes(static_cast<size_t>(kHeaderSize));
-    if (!m_file.ReadExactlyAt(0, bytes) || !HasSignature(bytes, kSignature) ||
-        LoadLE<int32_t>(bytes, 50) >= 2) {
-        return false;
-    }
-    m_nextId = std::max<int64_t>(LoadLE<int64_t>(bytes, 54), 0);
+bool CDictionaryManager::ReadHeader() {
+    std::array<uint8_t, DictionaryHeader::kDiskSize> bytes{};
+    DictionaryHeader header;
+    if (!m_file.ReadExactlyAt(0, bytes) || !DictionaryHeader::Decode(bytes, header)) return false;
+    m_nextId = header.nextId;
     return true;
 }
 
@@ -175,10 +169,10 @@ bool CDictionaryManager::LoadEntries() {
     int64_t largestId = kUnusableId;
     bool duplicates = false;
     int64_t offset = kHeaderSize;
-    int64_t remaining = (m_file.Size() - kHeaderSize) / kEntrySize * kEntrySize;
+    int64_t remaining = DictionaryRecord::CountIn(m_file.Size()) * kRecordSize;
     std::vector<uint8_t> chunk;
     while (remaining > 0) {
-        chunk.resize(static_cast<size_t>(std::min(remaining, kEntriesAChunk * kEntrySize)));
+        chunk.resize(static_cast<size_t>(std::min(remaining, kEntriesAChunk * kRecordSize)));
         if (!m_file.ReadExactlyAt(offset, chunk) || !LoadChunk(chunk, largestId, duplicates)) {
             return false;
         }
@@ -197,24 +191,19 @@ bool CDictionaryManager::LoadEntries() {
 
 bool CDictionaryManager::LoadChunk(std::span<const uint8_t> bytes, int64_t& largestId,
                                    bool& duplicates) {
-    constexpr int64_t kLargestUsableId = std::numeric_limits<int64_t>::max() - 1;
-    for (size_t at = 0; at < bytes.size(); at += static_cast<size_t>(kEntrySize)) {
+    for (; !bytes.empty(); bytes = bytes.subspan(DictionaryRecord::kDiskSize)) {
         if (m_recordCount >= std::numeric_limits<uint32_t>::max()) return false;
         ++m_recordCount;
-        const int64_t id = LoadLE<int64_t>(bytes, at);
-        if (id < 0 || id > kLargestUsableId) continue;
-        if (m_entries.Find(id)) {
+        const DictionaryRecord record = DictionaryRecord::Decode(bytes);
+        if (record.id < 0 || record.id > kLargestUsableId) continue;
+        if (m_entries.Find(record.id)) {
             duplicates = true;
             continue;
         }
-        largestId = std::max(largestId, id);
-        DictionaryEntry entry;
-        entry.position = LoadLE<int64_t>(bytes, at + 16);
-        entry.size = LoadLE<int64_t>(bytes, at + 24);
-        entry.deleted = LoadLE<int32_t>(bytes, at + 32) != 0;
-        entry.record = static_cast<uint32_t>(m_recordCount);
-        m_entries.Insert(id, entry);
-        if (!entry.deleted) ++m_liveCount;
+        largestId = std::max(largestId, record.id);
+        m_entries.Insert(record.id, {record.position, record.size,
+                                     static_cast<uint32_t>(m_recordCount), record.deleted});
+        if (!record.deleted) ++m_liveCount;
     }
     return true;
 }
@@ -228,8 +217,7 @@ int64_t CDictionaryManager::Add(int64_t position, int64_t size) {
     DictionaryEntry entry{position, size, static_cast<uint32_t>(m_recordCount + 1), false};
     const int64_t id = m_nextId;
     if (id == std::numeric_limits<int64_t>::max() || m_entries.Find(id)) return -1;
-    const int64_t offset = OffsetOf(entry);
-    if (!m_file.WriteAt(offset, EncodeEntry(id, offset, entry))) return -1;
+    if (!m_file.WriteAt(OffsetOf(entry), RecordOf(id, entry).Encode())) return -1;
     m_entries.Insert(id, entry);
     ++m_recordCount;
     ++m_liveCount;
@@ -244,9 +232,11 @@ bool CDictionaryManager::MarkDeleted(int64_t id) {
     DictionaryEntry* entry = m_entries.Find(id);
     if (!entry) return false;
     Touch();
-    std::vector<uint8_t> flag(4);
-    StoreLE<int32_t>(flag, 0, 1);
-    if (!m_file.WriteAt(OffsetOf(*entry) + 32, flag)) return false;
+    const auto bytes = DictionaryRecord{.deleted = true}.Encode();
+    constexpr size_t kFlag = DictionaryRecord::kDeletedAt;
+    if (!m_file.WriteAt(OffsetOf(*entry) + int64_t{kFlag}, std::span(bytes).subspan(kFlag))) {
+        return false;
+    }
     if (!entry->deleted) m_liveCount = std::max<int64_t>(m_liveCount - 1, 0);
     entry->deleted = true;
     return true;
@@ -257,10 +247,12 @@ bool CDictionaryManager::Move(int64_t id, int64_t position, int64_t size) {
     DictionaryEntry* entry = Load() ? m_entries.Find(id) : nullptr;
     if (!entry || !m_file.IsOpen()) return false;
     Touch();
-    std::vector<uint8_t> place(16);
-    StoreLE<int64_t>(place, 0, position);
-    StoreLE<int64_t>(place, 8, size);
-    if (!m_file.WriteAt(OffsetOf(*entry) + 16, place)) return false;
+    const auto bytes = DictionaryRecord{.position = position, .size = size}.Encode();
+    constexpr size_t kPlace = DictionaryRecord::kPlaceAt;
+    if (!m_file.WriteAt(OffsetOf(*entry) + int64_t{kPlace},
+                        std::span(bytes).subspan(kPlace, DictionaryRecord::kPlaceSize))) {
+        return false;
+    }
     entry->position = position;
     entry->size = size;
     return true;
@@ -310,12 +302,12 @@ bool CDictionaryManager::Rewrite(const std::function<void(int64_t, DictionaryEnt
 
     CEntryMap kept;
     std::vector<uint8_t> bytes;
-    bytes.reserve(static_cast<size_t>(m_liveCount * kEntrySize));
+    bytes.reserve(static_cast<size_t>(m_liveCount * kRecordSize));
     m_entries.Walk([&](int64_t id, DictionaryEntry entry) {
         if (entry.deleted) return true;
         entry.record = static_cast<uint32_t>(kept.Count() + 1);
         if (relocate) relocate(id, entry);
-        const std::vector<uint8_t> encoded = EncodeEntry(id, OffsetOf(entry), entry);
+        const auto encoded = RecordOf(id, entry).Encode();
         bytes.insert(bytes.end(), encoded.begin(), encoded.end());
         kept.Insert(id, entry);
         return true;
@@ -328,7 +320,7 @@ bool CDictionaryManager::Rewrite(const std::function<void(int64_t, DictionaryEnt
 }
 
 void CDictionaryManager::Touch() {
-    if (m_touched || !m_journal.IsAttached() || !m_journal.InBracket()) return;
+    if (m_touched || !m_journal.IsAttached() || !m_journal.InBatch()) return;
     m_journal.Join(*this);
     m_touched = true;
 }
@@ -351,7 +343,7 @@ bool CDictionaryManager::OnBracketRolledBack() {
     m_touched = false;
     ForgetEntries();
     m_loadFailed = !FalseWhenOutOfMemory([this] {
-        return m_file.OpenExisting(m_path.ToUtf8()) && CheckHeader() &&
+        return m_file.OpenExisting(m_path.ToUtf8()) && ReadHeader() &&
                (m_loading == Loading::WhenNeeded || LoadEntries());
     });
     if (!m_loadFailed) return true;

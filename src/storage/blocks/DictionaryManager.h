@@ -26,7 +26,7 @@ struct DictionaryEntry {
 using CEntryMap = CRowMap<DictionaryEntry>;
 
 // Maps ids, handed out in sequence, to blocks of a data store. Every entry is kept
-// in memory; the file holds one 36-byte entry each, in order of creation.
+// in memory; the file holds one record each, in order of creation (DictionaryFormat.h).
 //
 //   Loading  Open loads the entries, or leaves that to the first call that needs one. Where it
 //            fails then, the dictionary answers as an empty one and takes no change: whoever
@@ -89,12 +89,9 @@ public:
     bool OnBracketCommitted() override;
     bool OnBracketRolledBack() override;
 
-    static constexpr int64_t kHeaderSize = 62;
-    static constexpr int64_t kEntrySize = 36;
-
 private:
     [[nodiscard]] bool WriteHeader();
-    [[nodiscard]] bool CheckHeader();
+    [[nodiscard]] bool ReadHeader();
     [[nodiscard]] bool LoadEntries();
     bool LoadChunk(std::span<const uint8_t> bytes, int64_t& largestId, bool& duplicates);
     [[nodiscard]] bool Rewrite(const std::function<void(int64_t, DictionaryEntry&)>& relocate);

@@ -16,6 +16,11 @@ namespace quillon {
 //
 // Slot is default-constructible and has a member `record` that is 0 when the
 // slot is empty.
+//
+//   Errors     null and false. Insert throws std::bad_alloc and then changes nothing.
+//   Ownership  Slots are the map's; a pointer to one is valid until its id is erased, the map is
+//              cleared or another map is moved over it.
+//   Threads    None; callers hold their owner's lock.
 template <typename Slot>
 class CRowMap {
 public:

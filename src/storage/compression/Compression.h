@@ -8,7 +8,7 @@
 //   Ownership  Input is borrowed for the call; `out` belongs to the caller and
 //              must not share memory with the input.
 //   Threads    No shared state: calls on different buffers may run in parallel.
-//   Layout     ImplodeFormat.h
+//   Format     ImplodeFormat.h
 #pragma once
 
 #include <cstddef>

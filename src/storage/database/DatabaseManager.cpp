@@ -1,17 +1,19 @@
 #include "storage/database/DatabaseManager.h"
 
 #include <algorithm>
-#include <limits>
+#include <array>
+#include <iterator>
 #include <set>
 #include <utility>
 
-#include "foundation/ByteCodec.h"
 #include "foundation/OutOfMemory.h"
-#include "foundation/platform/Clock.h"
 #include "storage/backup/BackupRestore.h"
+#include "storage/blocks/DataFormat.h"
+#include "storage/blocks/DictionaryFormat.h"
+#include "storage/database/DatabaseFiles.h"
 #include "storage/database/SchemaFile.h"
+#include "storage/index/IndexFormat.h"
 #include "storage/journal/Checksums.h"
-#include "storage/tables/TableVerifier.h"
 
 namespace quillon {
 namespace {
@@ -59,25 +61,19 @@ bool CDatabaseManager::FailFromFileError(DatabaseProblem fallback, const std::st
 }
 
 bool CDatabaseManager::FailFromDamage(const std::string& path) {
-    struct Known {
-        const char* signature;
-        int32_t newest;
-    };
-    constexpr Known kKnown[] = {{"Database", 1}, {"TableDefinition", 1}, {"Dictionary", 1},
-                                {"Data", 2},     {"Index", 1},           {"Journal", 1}};
-    std::vector<uint8_t> head(54);
+    constexpr FileSignature kKnown[] = {DatabaseSchema::kSignature,   TableDefinition::kSignature,
+                                        DictionaryHeader::kSignature, DataHeader::kSignature,
+                                        IndexHeader::kSignature,      JournalHeader::kSignature};
+    std::array<uint8_t, FileSignature::kDiskSize> head{};
     const std::unique_ptr<CFile> file = m_baseFiles.Open(path, OpenMode::Read);
     if (!file && m_baseFiles.LastError() == FileError::NoPermission) {
         return Fail(DatabaseProblem::NoPermission, path);
     }
-    if (file && file->ReadAt(0, head) == 54) {
-        for (const Known& known : kKnown) {
-            if (HasSignature(head, known.signature) && LoadLE<int32_t>(head, 50) > known.newest) {
-                return Fail(DatabaseProblem::NewerVersion, path);
-            }
-        }
-    }
-    return Fail(DatabaseProblem::DamagedFile, path);
+    const bool isNewer =
+        file && file->ReadAt(0, head) == static_cast<int64_t>(head.size()) &&
+        std::any_of(std::begin(kKnown), std::end(kKnown),
+                    [&](const FileSignature& known) { return known.IsNewerIn(head); });
+    return Fail(isNewer ? DatabaseProblem::NewerVersion : DatabaseProblem::DamagedFile, path);
 }
 
 bool CDatabaseManager::IsOpen() const {
@@ -97,11 +93,11 @@ int64_t CDatabaseManager::SchemaChangeTime() const {
 
 bool CDatabaseManager::InBatch() const {
     const CLockScope lock(m_lock);
-    return m_journal.InBracket();
+    return m_journal.InBatch();
 }
 
 bool CDatabaseManager::FolderHoldsDatabase(CFileSystem& files, const std::string& folder) {
-    return files.Exists(WithTrailingSeparator(folder) + "DatabaseSchema_blobdict.dat");
+    return files.Exists(JoinPath(folder, kBlobFiles.Dictionary(kSchemaName)));
 }
 
 std::string CDatabaseManager::SharedDataName(int64_t databaseId) {
@@ -155,17 +151,16 @@ bool CDatabaseManager::OpenLocked() {
     if (!MakeFolderForGood(m_baseFiles, m_folder)) {
         return FailFromFileError(DatabaseProblem::FolderMissing, m_folder);
     }
-    m_folderLock = m_baseFiles.Lock(m_folder + DatabaseIdentity::kFileName);
+    m_folderLock = m_baseFiles.Lock(m_folder + kDatabaseLockName);
     if (!m_folderLock) {
-        return FailFromFileError(DatabaseProblem::WriteFailed,
-                                 m_folder + DatabaseIdentity::kFileName);
+        return FailFromFileError(DatabaseProblem::WriteFailed, m_folder + kDatabaseLockName);
     }
     if (!AttachJournal()) return false;
     DatabaseSchema schema;
     if (!ReadSchema(schema) || !TidyDataFiles(schema)) return false;
 
     // A new database's first files are one commit, and so is what opening repairs.
-    if (InBracket([&] { return OpenStores(schema); })) return true;
+    if (RunInBracket([&] { return OpenStores(schema); })) return true;
     if (m_problem == DatabaseProblem::None) {
         return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
     }
@@ -173,7 +168,7 @@ bool CDatabaseManager::OpenLocked() {
 }
 
 bool CDatabaseManager::AttachJournal() {
-    const std::string lockPath = m_folder + DatabaseIdentity::kFileName;
+    const std::string lockPath = m_folder + kDatabaseLockName;
     std::vector<uint8_t> bytes;
     DatabaseIdentity identity;
     if (!ReadWholeFile(m_baseFiles, lockPath, bytes)) {
@@ -218,9 +213,9 @@ bool CDatabaseManager::TidyDataFiles(const DatabaseSchema& schema) {
     const auto removeLeftover = [&](const std::string& name) {
         if (present.contains(name)) (void)m_baseFiles.Remove(m_folder + name);
     };
-    removeLeftover(std::string(kChecksumsName) + ".new");
+    removeLeftover(std::string(kChecksumsName) + kNewCopyEnding);
     for (const std::string& name : schema.DataFiles()) {
-        removeLeftover(name + "_tmp");
+        removeLeftover(CopyPath(name));
         const std::string path = m_folder + name;
         if (!present.contains(name) || !CDataStore::IsVersion1(m_baseFiles, path)) continue;
         CDataStore store(m_journal);
@@ -233,7 +228,7 @@ bool CDatabaseManager::TidyDataFiles(const DatabaseSchema& schema) {
 }
 
 bool CDatabaseManager::ReadSchema(DatabaseSchema& schema) {
-    const std::string schemaPath = m_folder + DatabaseSchema::kFileName;
+    const std::string schemaPath = m_folder + kSchemaName;
     if (m_journal.Exists(schemaPath)) {
         std::vector<uint8_t> bytes;
         if (!ReadWholeFile(m_journal, schemaPath, bytes)) {
@@ -250,11 +245,11 @@ bool CDatabaseManager::ReadSchema(DatabaseSchema& schema) {
                 return Fail(DatabaseProblem::DamagedFile, schemaPath);
         }
         // They were made together with the schema: new ones would hide the loss.
-        for (const char* suffix : {"_blobdict", "_blobdata"}) {
-            const std::string path = WithSuffix(schemaPath, suffix);
+        for (const std::string& path :
+             {kBlobFiles.Dictionary(schemaPath), kBlobFiles.Data(schemaPath)}) {
             if (!m_journal.Exists(path)) return Fail(DatabaseProblem::DamagedFile, path);
         }
-    } else if (m_journal.Exists(m_folder + "DatabaseSchema_blobdict.dat")) {
+    } else if (m_journal.Exists(kBlobFiles.Dictionary(schemaPath))) {
         // Tables without the list of them would look like an empty ledger.
         return Fail(DatabaseProblem::DamagedFile, schemaPath);
     }
@@ -262,7 +257,7 @@ bool CDatabaseManager::ReadSchema(DatabaseSchema& schema) {
 }
 
 bool CDatabaseManager::OpenStores(const DatabaseSchema& schema) {
-    const std::string schemaPath = m_folder + DatabaseSchema::kFileName;
+    const std::string schemaPath = m_folder + kSchemaName;
     m_nextTableNumber = schema.nextTableNumber;
     for (const DatabaseSchema::Table& table : schema.tables) {
         if (!OpenTable(table.number, table.name)) return false;
@@ -270,8 +265,8 @@ bool CDatabaseManager::OpenStores(const DatabaseSchema& schema) {
     m_blobs = std::make_unique<CBLOBManager>(m_journal);
     m_blobs->SetBasePath(schemaPath);
     if (!m_blobs->Open()) {
-        return FailFromDamage(
-            WithSuffix(schemaPath, m_blobs->Dictionary().IsOpen() ? "_blobdata" : "_blobdict"));
+        return FailFromDamage(m_blobs->Dictionary().IsOpen() ? kBlobFiles.Data(schemaPath)
+                                                             : kBlobFiles.Dictionary(schemaPath));
     }
     return m_journal.Exists(schemaPath) || (SyncOwnName() && SaveSchema());
 }
@@ -332,7 +327,7 @@ std::vector<std::string> CDatabaseManager::RebuiltIndexes() {
 bool CDatabaseManager::Close() {
     const CLockScope lock(m_lock);
     if (!m_open) return false;
-    while (m_journal.InBracket()) RollbackBatch();
+    while (m_journal.InBatch()) RollbackBatch();
     const bool flushed = Flush();
     CloseStores();
     const bool emptied = m_journal.Detach();
@@ -342,264 +337,6 @@ bool CDatabaseManager::Close() {
     m_flushTimer.Stop();
     m_removeDeletedTimer.Stop();
     return flushed && emptied;
-}
-
-// --- brackets
-
-bool CDatabaseManager::BeginBatch() {
-    const CLockScope lock(m_lock);
-    if (!m_journal.IsAttached()) return false;
-    if (m_journal.BeginBracket()) return true;
-    NoteBracketFailure();
-    return false;
-}
-
-bool CDatabaseManager::CommitBatch() {
-    const CLockScope lock(m_lock);
-    if (!m_journal.IsAttached()) return false;
-    const bool committed = Guarded([&] { return m_journal.CommitBracket(); });
-    if (!committed) NoteBracketFailure();
-    ReloadIfStale();
-    return committed;
-}
-
-void CDatabaseManager::RollbackBatch() {
-    const CLockScope lock(m_lock);
-    m_journal.RollbackBracket();
-    ReloadIfStale();
-}
-
-void CDatabaseManager::NoteBracketFailure() {
-    switch (m_journal.FailureKind()) {
-        case FileError::NoSpace:
-            (void)Fail(DatabaseProblem::DiskFull, m_folder);
-            break;
-        case FileError::NoPermission:
-            (void)Fail(DatabaseProblem::NoPermission, m_folder);
-            break;
-        case FileError::NoMemory:
-            (void)Fail(DatabaseProblem::OutOfMemory, {});
-            break;
-        default:
-            (void)Fail(DatabaseProblem::WriteFailed, m_folder);
-            break;
-    }
-}
-
-void CDatabaseManager::ReloadIfStale() {
-    const bool lost = m_journal.HasLostParticipant() && !m_tables.empty();
-    if (m_journal.InBracket() || !(m_schemaParticipant.stale || lost)) return;
-    m_schemaParticipant.stale = false;
-    DropStores();
-    m_journal.ForgetLostParticipants();
-    const bool reopened = Guarded([&] {
-        DatabaseSchema schema;
-        return ReadSchema(schema) && OpenStores(schema);
-    });
-    if (reopened) return;
-    // Tables that are missing here are not missing on the disk: write nothing any more.
-    DropStores();
-    m_journal.Break();
-}
-
-void CDatabaseManager::NoteSchemaChange() {
-    m_journal.Join(m_schemaParticipant);
-    m_schemaChangeTime = NowFileTime();
-}
-
-// --- schema
-
-CTableManager* CDatabaseManager::FindTable(std::string_view name) {
-    const CLockScope lock(m_lock);
-    for (const auto& table : m_tables) {
-        if (table->Name().View() == name) return table.get();
-    }
-    return nullptr;
-}
-
-bool CDatabaseManager::SaveSchema() {
-    DatabaseSchema schema;
-    schema.nextTableNumber = m_nextTableNumber;
-    for (const auto& table : m_tables) {
-        schema.tables.push_back(
-            {table->Number(), table->Name().ToUtf8(), FileNameOf(table->DefinitionPath())});
-    }
-    return WriteWholeFile(m_journal, m_folder + DatabaseSchema::kFileName, schema.Encode());
-}
-
-CTableManager* CDatabaseManager::CreateTable(std::string_view name) {
-    const CLockScope lock(m_lock);
-    if (!m_open || !ColumnDefinition::IsName(name) || FindTable(name) ||
-        m_nextTableNumber == std::numeric_limits<int32_t>::max()) {
-        return nullptr;
-    }
-    const bool created = InBracket([&] {
-        NoteSchemaChange();
-        auto table =
-            std::make_unique<CTableManager>(m_journal, m_lock, m_folder, m_nextTableNumber);
-        if (!table->Create(name)) return false;
-        ++m_nextTableNumber;
-        m_tables.push_back(std::move(table));
-        return SaveSchema();
-    });
-    return created ? FindTable(name) : nullptr;
-}
-
-bool CDatabaseManager::AddColumn(std::string_view table, std::string_view column, ColumnType type,
-                                 bool indexed, bool indexAttribute) {
-    const CLockScope lock(m_lock);
-    CTableManager* target = FindTable(table);
-    if (!target) return false;
-    return InBracket([&] {
-        NoteSchemaChange();
-        return target->AddColumn(column, type, indexed, indexAttribute);
-    });
-}
-
-bool CDatabaseManager::HasColumn(std::string_view table, std::string_view column) {
-    const CLockScope lock(m_lock);
-    const CTableManager* target = FindTable(table);
-    return target && target->FindColumn(column);
-}
-
-bool CDatabaseManager::RemoveColumn(std::string_view table, std::string_view column) {
-    const CLockScope lock(m_lock);
-    CTableManager* target = FindTable(table);
-    if (!target || !target->FindColumn(column)) return false;
-    const bool removed = InBracket([&] {
-        NoteSchemaChange();
-        return target->RemoveColumn(column);
-    });
-    // The texts of the column are gone from the rows; their room goes now, unless a
-    // bracket around this one may still bring them back.
-    if (removed && !m_journal.InBracket()) {
-        (void)Guarded([&] { return FindTable(table)->RemoveDeleted(); });
-    }
-    return removed;
-}
-
-bool CDatabaseManager::RemoveTable(std::string_view name) {
-    const CLockScope lock(m_lock);
-    const auto found = std::find_if(m_tables.begin(), m_tables.end(), [&](const auto& table) {
-        return table->Name().View() == name;
-    });
-    if (found == m_tables.end()) return false;
-    m_rowTable = nullptr;
-    return InBracket([&] {
-        NoteSchemaChange();
-        if (!(*found)->DeleteFiles()) return false;
-        m_tables.erase(found);
-        return SaveSchema();
-    });
-}
-
-// --- upkeep
-
-bool CDatabaseManager::WriteStoreStates() {
-    for (const auto& table : m_tables) {
-        if (!table->Flush()) return false;
-    }
-    return m_blobs && m_blobs->Flush();
-}
-
-bool CDatabaseManager::Flush() {
-    const CLockScope lock(m_lock);
-    if (!m_open || m_journal.InBracket()) return false;
-    if (!InBracket([&] { return WriteStoreStates(); })) return false;
-    if (m_journal.Checkpoint()) return true;
-    return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
-}
-
-bool CDatabaseManager::RemoveDeleted() {
-    const CLockScope lock(m_lock);
-    if (!m_open || m_journal.InBracket()) return false;
-    const bool removed = Guarded([&] {
-        for (const auto& table : m_tables) {
-            if (table->NeedsCompaction() && !table->RemoveDeleted()) return false;
-        }
-        return m_blobs && m_blobs->Compact();
-    });
-    ReloadIfStale();
-    return removed;
-}
-
-bool CDatabaseManager::RebuildIndexes() {
-    const CLockScope lock(m_lock);
-    if (!m_open || m_journal.InBracket()) return false;
-    const bool rebuilt = InBracket([&] {
-        return std::all_of(m_tables.begin(), m_tables.end(),
-                           [](const auto& table) { return table->RebuildIndexes(); });
-    });
-    return rebuilt && Flush();
-}
-
-IntegrityCode CDatabaseManager::Verify(std::vector<TableIntegrity>& tables) {
-    const CLockScope lock(m_lock);
-    tables.clear();
-    if (!m_open) return IntegrityCode::General;
-    const bool looked = Guarded([&] {
-        for (const auto& table : m_tables) {
-            TableIntegrity result;
-            result.table = table->Name().ToUtf8();
-            result.rows = table->RowCount();
-            result.code = table->Verify(result.detail);
-            tables.push_back(std::move(result));
-        }
-        // A line of its own only when there is something to say.
-        TableIntegrity blobs;
-        blobs.table = "BLOBs";
-        blobs.rows = m_blobs ? m_blobs->Dictionary().LiveCount() : 0;
-        blobs.code = m_blobs
-                         ? CheckStoreBlocks(m_blobs->Dictionary(), m_blobs->Data(), blobs.detail)
-                         : IntegrityCode::General;
-        if (blobs.code != IntegrityCode::Ok) tables.push_back(std::move(blobs));
-        return true;
-    });
-    if (!looked) {
-        tables.clear();
-        return IntegrityCode::General;
-    }
-    const auto damaged = std::find_if(tables.begin(), tables.end(), [](const auto& table) {
-        return table.code != IntegrityCode::Ok;
-    });
-    return damaged == tables.end() ? IntegrityCode::Ok : damaged->code;
-}
-
-bool CDatabaseManager::VerifyPages(std::vector<PageDamage>& damage) {
-    const CLockScope lock(m_lock);
-    damage.clear();
-    return m_open && Guarded([&] { return m_journal.CheckPages(damage); });
-}
-
-bool CDatabaseManager::AcceptPages() {
-    const CLockScope lock(m_lock);
-    if (!m_open || m_journal.InBracket()) return false;
-    return Flush() && Guarded([&] { return m_journal.AcceptPages(); });
-}
-
-bool CDatabaseManager::ListFiles(std::vector<std::string>& names) {
-    const CLockScope lock(m_lock);
-    names.clear();
-    if (!m_open) return false;
-    return Guarded([&] {
-        for (const char* name :
-             {"DatabaseSchema.dat", "DatabaseSchema_blobdict.dat", "DatabaseSchema_blobdata.dat",
-              "DatabaseSchema_blobdata_del.dat"}) {
-            if (m_journal.Exists(m_folder + name)) names.emplace_back(name);
-        }
-        for (const auto& table : m_tables) table->ListFiles(names);
-        std::sort(names.begin(), names.end());
-        return true;
-    });
-}
-
-// --- timers
-
-void CDatabaseManager::RunTimers(int64_t nowMs) {
-    const CLockScope lock(m_lock);
-    if (!m_open || m_journal.InBracket()) return;
-    m_flushTimer.Run(nowMs);
-    m_removeDeletedTimer.Run(nowMs);
 }
 
 }  // namespace quillon

@@ -13,6 +13,7 @@
 #include "storage/backup/BackupWriter.h"
 #include "storage/blocks/BLOBManager.h"
 #include "storage/database/DatabaseManagerTimers.h"
+#include "storage/journal/BracketScope.h"
 #include "storage/journal/Journal.h"
 #include "storage/tables/IntegrityCode.h"
 #include "storage/tables/TableManager.h"
@@ -141,8 +142,9 @@ public:
     // the BLOB store is damaged. No entries at all: there was no memory to look with.
     IntegrityCode Verify(std::vector<TableIntegrity>& tables);
     // Reads every file and lists the pages that are not as they were written, and files
-    // that are not there or are longer or shorter. The layouts may well agree with a page
-    // that changed. False: that cannot be told; a file cannot be read, or a batch is open.
+    // that are not there or are longer or shorter. A file may well be sound in its format
+    // while a page of it changed. False: that cannot be told; a file cannot be read, or a bracket
+    // is open.
     [[nodiscard]] bool VerifyPages(std::vector<PageDamage>& damage);
     // Takes what the files hold now for what was written: after a repair whose result was
     // checked. Damage is reported until then.
@@ -202,7 +204,7 @@ private:
     bool Guarded(Call call) noexcept;
     // Runs a change as one bracket; false rolls it back.
     template <typename Change>
-    bool InBracket(Change change);
+    bool RunInBracket(Change change);
     void NoteBracketFailure();
     void NoteSchemaChange();
     bool Fail(DatabaseProblem problem, std::string_view detail) noexcept;
@@ -245,7 +247,7 @@ bool CDatabaseManager::Guarded(Call call) noexcept {
 }
 
 template <typename Change>
-bool CDatabaseManager::InBracket(Change change) {
+bool CDatabaseManager::RunInBracket(Change change) {
     if (!BeginBatch()) return false;
     const bool changed = Guarded(change);
     if (!changed) {
@@ -254,27 +256,5 @@ bool CDatabaseManager::InBracket(Change change) {
     }
     return CommitBatch();
 }
-
-// A bracket for a scope: rolled back unless committed.
-class CBatchScope {
-public:
-    explicit CBatchScope(CDatabaseManager& database)
-        : m_database(database), m_begun(database.BeginBatch()) {}
-    ~CBatchScope() {
-        if (m_begun) m_database.RollbackBatch();
-    }
-    CBatchScope(const CBatchScope&) = delete;
-    CBatchScope& operator=(const CBatchScope&) = delete;
-    bool Begun() const { return m_begun; }
-    [[nodiscard]] bool Commit() {
-        if (!m_begun) return false;
-        m_begun = false;
-        return m_database.CommitBatch();
-    }
-
-private:
-    CDatabaseManager& m_database;
-    bool m_begun;
-};
 
 }  // namespace quillon

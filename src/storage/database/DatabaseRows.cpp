@@ -81,7 +81,7 @@ int64_t CDatabaseManager::CommitRow() {
     CTableManager* table = std::exchange(m_rowTable, nullptr);
     if (!table || m_rowFailed) return -1;
     int64_t rowId = m_row.RowId();
-    const bool committed = InBracket([&] {
+    const bool committed = RunInBracket([&] {
         if (rowId != CTableRowUpdateInfo::kNewRow) return table->UpdateRow(m_row);
         rowId = table->AddRow(m_row);
         return rowId >= 0;
@@ -93,7 +93,7 @@ bool CDatabaseManager::DeleteRow(std::string_view table, int64_t rowId) {
     const CLockScope lock(m_lock);
     CTableManager* target = FindTable(table);
     if (!target || !target->RowExists(rowId)) return false;
-    return InBracket([&] { return target->DeleteRow(rowId); });
+    return RunInBracket([&] { return target->DeleteRow(rowId); });
 }
 
 // --- BLOBs
@@ -101,7 +101,7 @@ bool CDatabaseManager::DeleteRow(std::string_view table, int64_t rowId) {
 int64_t CDatabaseManager::AddBlob(std::span<const uint8_t> bytes) {
     const CLockScope lock(m_lock);
     int64_t id = -1;
-    const bool added = m_blobs && InBracket([&] {
+    const bool added = m_blobs && RunInBracket([&] {
                            id = m_blobs->Add(bytes);
                            return id >= 0;
                        });
@@ -115,12 +115,12 @@ bool CDatabaseManager::ReadBlob(int64_t id, std::vector<uint8_t>& bytes) {
 
 bool CDatabaseManager::ReplaceBlob(int64_t id, std::span<const uint8_t> bytes) {
     const CLockScope lock(m_lock);
-    return m_blobs && InBracket([&] { return m_blobs->Replace(id, bytes); });
+    return m_blobs && RunInBracket([&] { return m_blobs->Replace(id, bytes); });
 }
 
 bool CDatabaseManager::DeleteBlob(int64_t id) {
     const CLockScope lock(m_lock);
-    return m_blobs && InBracket([&] { return m_blobs->Delete(id); });
+    return m_blobs && RunInBracket([&] { return m_blobs->Delete(id); });
 }
 
 }  // namespace quillon

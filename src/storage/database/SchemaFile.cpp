@@ -1,23 +1,14 @@
 #include "storage/database/SchemaFile.h"
 
 #include "foundation/ByteCodec.h"
-#include "foundation/FileSystem.h"
 #include "foundation/TextHash.h"
-#include "storage/tables/TableDefinition.h"
+#include "storage/database/DatabaseFiles.h"
 
 namespace quillon {
-namespace {
-
-constexpr std::string_view kSchemaSignature = "Database";
-constexpr std::string_view kLockSignature = "DatabaseLock";
-constexpr int32_t kVersion = 1;
-
-}  // namespace
 
 std::vector<uint8_t> DatabaseSchema::Encode() const {
     std::vector<uint8_t> bytes(kHeaderSize + tables.size() * kRecordSize);
-    StoreText(bytes, 0, 50, kSchemaSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
+    kSignature.Store(bytes);
     StoreLE<int32_t>(bytes, 54, static_cast<int32_t>(tables.size()));
     StoreLE<int32_t>(bytes, 58, nextTableNumber);
     size_t at = kHeaderSize;
@@ -31,10 +22,10 @@ std::vector<uint8_t> DatabaseSchema::Encode() const {
 }
 
 std::vector<std::string> DatabaseSchema::DataFiles() const {
-    std::vector<std::string> names{WithSuffix(kFileName, "_blobdata")};
+    std::vector<std::string> names{kBlobFiles.Data(kSchemaName)};
     for (const Table& table : tables) {
-        for (const char* suffix : {"_data", "_textdata"}) {
-            names.push_back(WithSuffix(TableDefinition::FileName(table.number), suffix));
+        for (const BlockFiles& files : {kRowFiles, kTextFiles}) {
+            names.push_back(files.Data(TableFileName(table.number)));
         }
     }
     return names;
@@ -42,10 +33,10 @@ std::vector<std::string> DatabaseSchema::DataFiles() const {
 
 DatabaseSchema::DecodeResult DatabaseSchema::Decode(std::span<const uint8_t> bytes,
                                                     DatabaseSchema& out) {
-    if (bytes.size() < kHeaderSize || !HasSignature(bytes, kSchemaSignature)) {
+    if (bytes.size() < kHeaderSize || !kSignature.IsIn(bytes)) {
         return DecodeResult::NotASchema;
     }
-    if (LoadLE<int32_t>(bytes, 50) > kVersion) return DecodeResult::NewerVersion;
+    if (kSignature.IsNewerIn(bytes)) return DecodeResult::NewerVersion;
     DatabaseSchema schema;
     const auto count = LoadLE<int32_t>(bytes, 54);
     schema.nextTableNumber = LoadLE<int32_t>(bytes, 58);
@@ -78,15 +69,14 @@ DatabaseSchema::DecodeResult DatabaseSchema::Decode(std::span<const uint8_t> byt
 
 std::vector<uint8_t> DatabaseIdentity::Encode() const {
     std::vector<uint8_t> bytes(kDiskSize);
-    StoreText(bytes, 0, 50, kLockSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
+    kSignature.Store(bytes);
     StoreLE<uint64_t>(bytes, 54, id);
     StoreLE<uint64_t>(bytes, 62, Crc64(std::span<const uint8_t>(bytes).first(62)));
     return bytes;
 }
 
 bool DatabaseIdentity::Decode(std::span<const uint8_t> bytes, DatabaseIdentity& out) {
-    if (bytes.size() < kDiskSize || !HasSignature(bytes, kLockSignature) ||
+    if (bytes.size() < kDiskSize || !kSignature.IsIn(bytes) ||
         LoadLE<uint64_t>(bytes, 62) != Crc64(bytes.first(62))) {
         return false;
     }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "storage/database/FileSignature.h"
+
 namespace quillon {
 
 // DatabaseSchema.dat
@@ -19,7 +21,7 @@ struct DatabaseSchema {
     static constexpr size_t kHeaderSize = 62;
     static constexpr size_t kRecordSize = 244;
     static constexpr size_t kNameSize = 120;
-    static constexpr const char* kFileName = "DatabaseSchema.dat";
+    static constexpr FileSignature kSignature{"Database", 1};
 
     struct Table {
         int32_t number = 0;
@@ -30,10 +32,13 @@ struct DatabaseSchema {
     int32_t nextTableNumber = 1;
     std::vector<Table> tables;
 
+    // Names must fit their fields, as ColumnDefinition::IsName says.
     std::vector<uint8_t> Encode() const;
     // Names without folder of the data stores that these tables and the BLOBs have.
     std::vector<std::string> DataFiles() const;
     enum class DecodeResult { Ok, NotASchema, NewerVersion, Damaged };
+    // Damaged: more tables than the bytes hold, a name that is empty or without its zero, and a
+    // number or a name that comes twice or was never given out. `out` is untouched unless Ok.
     static DecodeResult Decode(std::span<const uint8_t> bytes, DatabaseSchema& out);
 };
 
@@ -47,11 +52,12 @@ struct DatabaseSchema {
 //     62     8  CRC-64 of the 62 bytes before
 struct DatabaseIdentity {
     static constexpr size_t kDiskSize = 70;
-    static constexpr const char* kFileName = "Database.lock";
+    static constexpr FileSignature kSignature{"DatabaseLock", 1};
 
     uint64_t id = 0;
 
     std::vector<uint8_t> Encode() const;
+    // False: cut off, another signature, or a wrong checksum; `out` is untouched.
     static bool Decode(std::span<const uint8_t> bytes, DatabaseIdentity& out);
 };
 

@@ -5,10 +5,12 @@
 #include <map>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "foundation/FileInterface.h"
 #include "foundation/ReentrantLock.h"
+#include "storage/index/IndexFormat.h"
 #include "storage/index/IndexRows.h"
 #include "storage/index/OrderedRows.h"
 #include "storage/journal/BracketParticipant.h"
@@ -109,8 +111,11 @@ public:
             return !m_rows.FindValue(rowId, value) || !keep(KeyOfValue(value));
         });
     }
-    // A key as a number that orders as the values do.
-    int64_t SortValue(int64_t key) const;
+    // A key as a number that orders as the values do: doubles by magnitude within their sign.
+    // Flipping the lower bits of negative ones does that, and doing it twice undoes it.
+    int64_t SortValue(int64_t key) const {
+        return m_type == ColumnType::Double ? packing::SortedBits(key) : key;
+    }
     // Every (key, row id) pair; stops when the visitor returns false.
     void Walk(const std::function<bool(int64_t key, int64_t rowId)>& visit) const;
 
@@ -120,12 +125,10 @@ public:
 private:
     static constexpr int64_t kSortedBytes = 512;  // a row, looked at in the time that it is sorted
 
-    struct Record {
-        int64_t rowId = 0;
-        int64_t key = 0;
+    struct Record : IndexRecord {
         uint32_t number = 0;  // place in the file, from 1
-        bool deleted = false;
     };
+    using KeyCounts = std::vector<std::pair<int64_t, int64_t>>;  // key, live records that hold it
     // What the header says, and what it does not say yet: `changes` tells by how much a key
     // has become more or less frequent since, as long as they are few.
     struct HeaderState {
@@ -157,6 +160,8 @@ private:
     // Distinct keys now, by the shortest way.
     bool CountDistinct(int64_t& distinct) const;
     bool CountChanged(int64_t& distinct) const;
+    // Fills in how often each key is there now. False: a read failed.
+    [[nodiscard]] bool CountKeys(KeyCounts& counts) const;
     bool OrderPays() const;
     void MakeOrdered() const;
     void NoteInserted(int64_t rowId, int64_t key);

@@ -1,19 +1,14 @@
 #include "storage/index/IndexManagerContainer.h"
 
 #include <algorithm>
-#include <charconv>
 #include <set>
 #include <utility>
 
 #include "foundation/FileSystem.h"
+#include "storage/database/DatabaseFiles.h"
 #include "storage/tables/TableDefinition.h"
 
 namespace quillon {
-namespace {
-
-constexpr const char* kSuffix = "_index_";
-
-}  // namespace
 
 CIndexManagerContainer::CIndexManagerContainer(CJournal& journal, std::string definitionPath)
     : m_journal(journal), m_definitionPath(std::move(definitionPath)) {}
@@ -62,7 +57,7 @@ bool CIndexManagerContainer::Compact() {
 }
 
 std::string CIndexManagerContainer::PathFor(int64_t columnId) const {
-    return WithSuffix(m_definitionPath, kSuffix + std::to_string(columnId));
+    return IndexPath(m_definitionPath, columnId);
 }
 
 std::string CIndexManagerContainer::PathOf(int64_t columnId, const std::string& storedName) const {
@@ -71,24 +66,13 @@ std::string CIndexManagerContainer::PathOf(int64_t columnId, const std::string& 
 
 // An index that cannot be read is made anew over whatever bears its name, so a definition may
 // name nothing but an index of its own table.
-bool CIndexManagerContainer::IsFileName(std::string_view file) const {
-    const std::string pattern = FileNameOf(WithSuffix(m_definitionPath, kSuffix));
-    const size_t dot = pattern.rfind('.');
-    const std::string_view start = std::string_view(pattern).substr(0, dot);
-    const std::string_view end = std::string_view(pattern).substr(dot);
-    if (!file.starts_with(start) || !file.ends_with(end)) return false;
-    if (file.size() <= start.size() + end.size()) return false;
-    const auto digits = file.substr(start.size(), file.size() - start.size() - end.size());
-    return digits.size() <= 19 && digits.find_first_not_of("0123456789") == std::string_view::npos;
-}
-
 bool CIndexManagerContainer::HasSoundNames(const TableDefinition& definition) const {
     std::set<std::string> names;
     for (size_t i = 0; i < definition.columns.size(); ++i) {
         const ColumnDefinition& column = definition.columns[i];
         if (!column.indexed) continue;
         const std::string& file = column.indexFile;
-        if (!file.empty() && !IsFileName(file)) return false;
+        if (!file.empty() && !IsIndexNameOf(m_definitionPath, file)) return false;
         const std::string path = PathOf(static_cast<int64_t>(i) + 1, file);
         if (!names.insert(FileNameOf(path)).second) return false;
     }
@@ -98,13 +82,7 @@ bool CIndexManagerContainer::HasSoundNames(const TableDefinition& definition) co
 int64_t CIndexManagerContainer::HighestNumber() const {
     int64_t highest = 0;
     for (const Item& item : m_items) {
-        const std::string name = FileNameOf(item.index->Path());
-        const size_t mark = name.rfind('_');
-        int64_t number = 0;
-        if (mark != std::string::npos) {
-            std::from_chars(name.data() + mark + 1, name.data() + name.size(), number);
-        }
-        highest = std::max(highest, number);
+        highest = std::max(highest, IndexNumberOf(item.index->Path()));
     }
     return highest;
 }

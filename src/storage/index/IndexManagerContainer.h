@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "storage/index/IndexManager.h"
@@ -12,8 +11,7 @@ namespace quillon {
 
 struct TableDefinition;
 
-// The indexes of one table, each under the id of its column, and the names of their files:
-// the definition file's name with "_index_" and a number before the extension.
+// The indexes of one table, each under the id of its column.
 //
 //   Errors     false or null; nothing is shown. std::bad_alloc passes through.
 //   Ownership  Owns the indexes; a pointer lives until Delete or the container's end.
@@ -51,8 +49,6 @@ private:
         int64_t columnId;
         std::unique_ptr<CIndexManager> index;
     };
-
-    bool IsFileName(std::string_view file) const;
 
     CJournal& m_journal;
     std::string m_definitionPath;

@@ -10,7 +10,13 @@ namespace quillon {
 
 // Row ids in the order of (value, row id), kept in blocks of bounded size so that
 // inserting and erasing move a few kilobytes at the most. The values stay with
-// the owner: every call gets a function from row id to value.
+// the owner: every call gets a function from row id to value, which must answer for every row
+// that is in here as it did when the row came in.
+//
+//   Errors     std::bad_alloc, from Build, Insert and Append; Insert then leaves the order unusable
+//              but for Clear.
+//   Positions  are valid until the next Insert, Erase, Build or Clear.
+//   Threads    None; callers hold the index's lock.
 class COrderedRows {
 public:
     struct Position {

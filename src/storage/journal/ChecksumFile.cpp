@@ -4,12 +4,10 @@
 
 #include "foundation/ByteCodec.h"
 #include "foundation/TextHash.h"
-#include "storage/backup/BackupContainer.h"
 
 namespace quillon {
 namespace {
 
-constexpr std::string_view kSignature = "Checksums";
 constexpr size_t kEndSize = 4;
 
 void AppendFile(std::vector<uint8_t>& bytes, const std::string& name, const FileSums& sums) {
@@ -48,8 +46,7 @@ bool TakeFile(std::span<const uint8_t>& rest, SumsByName& files) {
 
 std::vector<uint8_t> ChecksumFile::Encode(uint64_t databaseId, const SumsByName& files) {
     std::vector<uint8_t> bytes(kHeaderSize);
-    StoreText(bytes, 0, 50, kSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
+    kSignature.Store(bytes);
     StoreLE<uint64_t>(bytes, 54, databaseId);
     StoreLE<int32_t>(bytes, 62, static_cast<int32_t>(kChecksumPage));
     int32_t count = 0;
@@ -68,12 +65,12 @@ std::vector<uint8_t> ChecksumFile::Encode(uint64_t databaseId, const SumsByName&
 
 ChecksumFile::DecodeResult ChecksumFile::Decode(std::span<const uint8_t> bytes,
                                                 uint64_t& databaseId, SumsByName& files) {
-    if (bytes.size() < kHeaderSize + kEndSize || !HasSignature(bytes, kSignature)) {
+    if (bytes.size() < kHeaderSize + kEndSize || !kSignature.IsIn(bytes)) {
         return DecodeResult::Damaged;
     }
     const auto contents = bytes.first(bytes.size() - kEndSize);
     if (LoadLE<uint32_t>(bytes, contents.size()) != Crc32c(contents)) return DecodeResult::Damaged;
-    if (LoadLE<int32_t>(bytes, 50) != kVersion) return DecodeResult::NewerVersion;
+    if (FileSignature::VersionIn(bytes) != kSignature.version) return DecodeResult::NewerVersion;
     const auto count = LoadLE<int32_t>(bytes, 66);
     if (count < 0 || LoadLE<int32_t>(bytes, 62) != kChecksumPage) return DecodeResult::Damaged;
     SumsByName found;

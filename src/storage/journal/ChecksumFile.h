@@ -1,7 +1,7 @@
-// Layout of Checksums.dat: what every page of the database's files holds, as a CRC-32C.
+// Format of Checksums.dat: what every page of the database's files holds, as a CRC-32C.
 //
 //   Sizes      Bytes. All numbers are little-endian.
-//   Layout     docs/file-formats.md
+//   Format     docs/file-formats.md
 #pragma once
 
 #include <cstdint>
@@ -11,9 +11,11 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/database/DatabaseFiles.h"
+#include "storage/database/FileSignature.h"
+
 namespace quillon {
 
-inline constexpr const char* kChecksumsName = "Checksums.dat";
 inline constexpr int64_t kChecksumPage = 4096;
 
 // How many pages a file of `size` bytes has; the last may be shorter than the others.
@@ -49,7 +51,7 @@ using SumsByName = std::map<std::string, FileSums, std::less<>>;
 //    end     4  CRC-32C of everything before
 struct ChecksumFile {
     static constexpr size_t kHeaderSize = 70;
-    static constexpr int32_t kVersion = 1;
+    static constexpr FileSignature kSignature{"Checksums", 1};
 
     enum class DecodeResult { Ok, Damaged, NewerVersion };
 

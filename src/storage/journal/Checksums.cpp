@@ -7,19 +7,12 @@
 
 #include "foundation/ByteCodec.h"
 #include "foundation/TextHash.h"
-#include "storage/backup/BackupContainer.h"
 
 namespace quillon {
 namespace {
 
 using Seen = FileSums::Seen;
 using Reader = std::function<bool(int64_t offset, std::span<uint8_t> bytes)>;
-
-// Whatever an index holds is made from the rows and checked against them, so a new one
-// owes nothing to what the old file held.
-bool IsIndexName(std::string_view name) {
-    return name.find("_index_") != std::string_view::npos;
-}
 
 int64_t LengthOfPage(int64_t page, int64_t fileSize) {
     return std::min(kChecksumPage, fileSize - page * kChecksumPage);
@@ -179,6 +172,8 @@ bool CChecksums::Stage(CJournalledFile& file, JournalGroupBuilder& group) {
         if (!StageChanged(staged, file)) return false;
     } else {
         std::vector<int64_t> damaged;
+        // Whatever an index holds is made from the rows and checked against them, so a new one
+        // owes nothing to what the old file held.
         const bool owes = !recreated || !IsIndexName(name);
         if (owes && !FindDamaged(known, file.Path(), damaged)) return false;
         if (!StageWhole(staged, ReaderOf(file), damaged)) return false;

@@ -40,7 +40,10 @@ struct PageDamage {
 //              it stays reported until Accept().
 //   Order      CJournal calls: Start, Replay for each operation, Save before the journal is
 //              emptied; for a commit Stage for each file, then Keep or Drop.
+//   Sizes      Bytes; pages of kChecksumPage of them, numbered from 0.
 //   Errors     false. std::bad_alloc passes through, but not from Keep and Drop.
+//   Ownership  Borrows the file system that the folder lies on; goes past the journal.
+//   Threads    None; callers hold the journal's owner's lock.
 class CChecksums {
 public:
     explicit CChecksums(CFileSystem& base) : m_base(base) {}

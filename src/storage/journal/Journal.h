@@ -10,6 +10,7 @@
 
 #include "foundation/FileSystem.h"
 #include "storage/journal/BracketParticipant.h"
+#include "storage/journal/BracketScope.h"
 #include "storage/journal/JournalFormat.h"
 #include "storage/journal/JournalledFile.h"
 
@@ -81,12 +82,13 @@ public:
     const std::string& SetAsidePath() const { return m_setAsidePath; }
     CFileSystem& Base() { return m_base; }
 
-    // --- brackets; they nest, the outermost commits.
-    [[nodiscard]] bool BeginBracket();
+    // --- brackets; they nest, the outermost commits. Every owner of brackets calls these so, for
+    // CBracketScope.
+    [[nodiscard]] bool BeginBatch();
     // False: nothing of the bracket is kept, and participants have rolled back.
-    [[nodiscard]] bool CommitBracket();
-    void RollbackBracket() noexcept;
-    bool InBracket() const { return m_depth > 0; }
+    [[nodiscard]] bool CommitBatch();
+    void RollbackBatch() noexcept;
+    bool InBatch() const { return m_depth > 0; }
     // Moves whenever the files' contents may have changed, so that what was read
     // under the same count is still true.
     uint64_t ChangeCount() const { return m_changeCount; }
@@ -144,6 +146,8 @@ private:
     [[nodiscard]] bool CommitOutermost();
     [[nodiscard]] bool WriteGroup(std::set<std::string>& written, bool& nothing);
     [[nodiscard]] bool BuildGroup(JournalGroupBuilder& group);
+    // What brings the file from the disk's state to the bracket's.
+    static void AddOperations(const CJournalledFile& file, JournalGroupBuilder& group);
     [[nodiscard]] bool AppendGroup(JournalGroupBuilder& group);
     [[nodiscard]] bool ApplyTouched();
     [[nodiscard]] bool ApplyAll();
@@ -154,6 +158,9 @@ private:
 
     [[nodiscard]] bool SyncDirty();
 
+    void ForgetFolder();
+    [[nodiscard]] bool MakeJournalFile(uint64_t databaseId);
+    [[nodiscard]] bool OpenJournalFile();
     [[nodiscard]] bool StartNewJournal();
     AttachResult ReplayExisting(uint64_t databaseId);
     bool Replay(const std::vector<uint8_t>& bytes, const JournalHeader& header, bool& damaged);
@@ -189,28 +196,6 @@ private:
     std::set<std::string> m_dirty;  // paths written since the last checkpoint
     bool m_namesDirty = false;      // files made, removed or renamed since then
     std::unique_ptr<CChecksums> m_checksums;
-};
-
-// A bracket for a scope: rolled back unless committed.
-class CBracketScope {
-public:
-    explicit CBracketScope(CJournal& journal)
-        : m_journal(journal), m_open(journal.BeginBracket()) {}
-    ~CBracketScope() {
-        if (m_open) m_journal.RollbackBracket();
-    }
-    CBracketScope(const CBracketScope&) = delete;
-    CBracketScope& operator=(const CBracketScope&) = delete;
-    bool Begun() const { return m_open; }
-    [[nodiscard]] bool Commit() {
-        if (!m_open) return false;
-        m_open = false;
-        return m_journal.CommitBracket();
-    }
-
-private:
-    CJournal& m_journal;
-    bool m_open;
 };
 
 }  // namespace quillon

@@ -10,7 +10,6 @@
 namespace quillon {
 namespace {
 
-constexpr std::string_view kSignature = "Journal";
 constexpr uint32_t kGroupMagic = 0x50524751;  // "QGRP"
 
 // Names in a group are plain file names: replay never leaves the folder.
@@ -42,8 +41,7 @@ uint64_t JournalChecksum(uint64_t salt, std::span<const uint8_t> bytes) {
 
 std::vector<uint8_t> JournalHeader::Encode() const {
     std::vector<uint8_t> bytes(kDiskSize);
-    StoreText(bytes, 0, 50, kSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
+    kSignature.Store(bytes);
     StoreLE<uint64_t>(bytes, 54, databaseId);
     StoreLE<uint64_t>(bytes, 62, salt);
     StoreLE<uint64_t>(bytes, 70, Crc64(std::span(bytes).first(70)));
@@ -52,9 +50,9 @@ std::vector<uint8_t> JournalHeader::Encode() const {
 
 JournalHeader::DecodeResult JournalHeader::Decode(std::span<const uint8_t> bytes,
                                                   JournalHeader& out) {
-    if (bytes.size() < kDiskSize || !HasSignature(bytes, kSignature)) return DecodeResult::Broken;
+    if (bytes.size() < kDiskSize || !kSignature.IsIn(bytes)) return DecodeResult::Broken;
     if (LoadLE<uint64_t>(bytes, 70) != Crc64(bytes.first(70))) return DecodeResult::Broken;
-    if (LoadLE<int32_t>(bytes, 50) != kVersion) return DecodeResult::NewerVersion;
+    if (FileSignature::VersionIn(bytes) != kSignature.version) return DecodeResult::NewerVersion;
     out.databaseId = LoadLE<uint64_t>(bytes, 54);
     out.salt = LoadLE<uint64_t>(bytes, 62);
     return DecodeResult::Ok;

@@ -6,12 +6,14 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/database/DatabaseFiles.h"
+#include "storage/database/FileSignature.h"
+
 namespace quillon {
 
-// Layout of Journal.dat. Little-endian; header and groups start at multiples of
+// Format of Journal.dat. Little-endian; header and groups start at multiples of
 // kJournalAlignment, so that no torn write of one reaches its neighbour.
 
-inline constexpr const char* kJournalName = "Journal.dat";
 inline constexpr int64_t kJournalAlignment = 4096;
 
 constexpr int64_t AlignUp(int64_t value, int64_t step) {
@@ -26,13 +28,14 @@ constexpr int64_t AlignUp(int64_t value, int64_t step) {
 //     70     8  CRC-64 of the 70 bytes before
 struct JournalHeader {
     static constexpr size_t kDiskSize = 78;
-    static constexpr int32_t kVersion = 1;
+    static constexpr FileSignature kSignature{"Journal", 1};
 
     uint64_t databaseId = 0;
     uint64_t salt = 0;
 
     std::vector<uint8_t> Encode() const;
     enum class DecodeResult { Ok, Broken, NewerVersion };
+    // Broken: cut off, another signature, or a wrong checksum. `out` is untouched unless Ok.
     static DecodeResult Decode(std::span<const uint8_t> bytes, JournalHeader& out);
 };
 
@@ -80,11 +83,12 @@ struct JournalGroupHeader {
     uint64_t payloadChecksum = 0;
     uint64_t checksum = 0;
 
-    // False: no group header, or a broken one. Looks at the header alone.
+    // False: no group header, or a broken one; `out` is untouched. Looks at the header alone:
+    // whether the file holds `length` bytes more is the caller's to see.
     static bool Decode(std::span<const uint8_t> bytes, uint64_t salt, JournalGroupHeader& out);
 };
 
-// Collects operations into the bytes of one group.
+// Collects operations into the bytes of one group. Throws std::bad_alloc.
 class JournalGroupBuilder {
 public:
     JournalGroupBuilder() : m_bytes(JournalGroupHeader::kDiskSize) {}
@@ -103,10 +107,13 @@ private:
     uint64_t m_checksum = 0;
 };
 
-// Cuts a group's payload into operations. False: they do not fill it exactly.
+// Cuts a group's payload into `count` operations, which point into it. False: they do not fill it
+// exactly, or one of them is of no known type, names a file outside the folder, or states sums that
+// its file has no pages for.
 bool ParseJournalOperations(std::span<const uint8_t> payload, uint32_t count,
                             std::vector<JournalOperation>& operations);
 
+// CRC-64 of the eight bytes of `salt` and then of `bytes`.
 uint64_t JournalChecksum(uint64_t salt, std::span<const uint8_t> bytes);
 
 }  // namespace quillon

@@ -154,7 +154,7 @@ bool CJournal::SyncReplayed() {
 
 bool CJournal::SetAside() {
     for (int number = 1; number < 1000; ++number) {
-        const std::string aside = m_folder + "Journal.damaged." + std::to_string(number);
+        const std::string aside = m_folder + SetAsideJournalName(number);
         if (m_base.Exists(aside)) continue;
         if (!m_base.Rename(m_folder + kJournalName, aside)) return false;
         m_setAsidePath = aside;

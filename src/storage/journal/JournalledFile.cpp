@@ -11,6 +11,44 @@ int64_t EndOf(const std::pair<const int64_t, std::vector<uint8_t>>& extent) {
     return extent.first + static_cast<int64_t>(extent.second.size());
 }
 
+using Extents = std::map<int64_t, std::vector<uint8_t>>;
+
+// Returns the extent that ends with the bytes now; the end of all when one held their place.
+// Most writes append to the last extent or overwrite inside one.
+Extents::iterator PutBytes(Extents& extents, int64_t offset, std::span<const uint8_t> bytes) {
+    const int64_t end = offset + static_cast<int64_t>(bytes.size());
+    const auto next = extents.upper_bound(offset);
+    if (next != extents.begin()) {
+        const auto previous = std::prev(next);
+        std::vector<uint8_t>& data = previous->second;
+        const auto at = static_cast<size_t>(offset - previous->first);
+        if (EndOf(*previous) >= end) {
+            std::memcpy(data.data() + at, bytes.data(), bytes.size());
+            return extents.end();
+        }
+        if (EndOf(*previous) >= offset) {
+            data.resize(at);
+            data.insert(data.end(), bytes.begin(), bytes.end());
+            return previous;
+        }
+    }
+    return extents.emplace_hint(next, offset, std::vector<uint8_t>(bytes.begin(), bytes.end()));
+}
+
+// Takes in what the extent covers or touches behind it.
+void SwallowBehind(Extents& extents, Extents::iterator written) {
+    const int64_t end = EndOf(*written);
+    auto after = std::next(written);
+    while (after != extents.end() && after->first <= end) {
+        if (EndOf(*after) > end) {
+            const auto skip = static_cast<std::ptrdiff_t>(end - after->first);
+            written->second.insert(written->second.end(), after->second.begin() + skip,
+                                   after->second.end());
+        }
+        after = extents.erase(after);
+    }
+}
+
 }  // namespace
 
 CJournalledFile::CJournalledFile(CFileSystem& base, std::string path)
@@ -107,41 +145,9 @@ void CJournalledFile::Remove() {
 void CJournalledFile::WriteAt(int64_t offset, std::span<const uint8_t> bytes) {
     Touch();
     if (bytes.empty()) return;
-    const int64_t end = offset + static_cast<int64_t>(bytes.size());
-    m_size = std::max(m_size, end);
-
-    // Most writes append to the last extent or overwrite inside one.
-    auto next = m_extents.upper_bound(offset);
-    if (next != m_extents.begin()) {
-        const auto previous = std::prev(next);
-        if (EndOf(*previous) >= offset) {
-            std::vector<uint8_t>& data = previous->second;
-            const auto at = static_cast<size_t>(offset - previous->first);
-            if (EndOf(*previous) >= end) {
-                std::memcpy(data.data() + at, bytes.data(), bytes.size());
-                return;
-            }
-            data.resize(at);
-            data.insert(data.end(), bytes.begin(), bytes.end());
-            next = previous;
-        } else {
-            next = m_extents.emplace_hint(next, offset,
-                                          std::vector<uint8_t>(bytes.begin(), bytes.end()));
-        }
-    } else {
-        next =
-            m_extents.emplace_hint(next, offset, std::vector<uint8_t>(bytes.begin(), bytes.end()));
-    }
-    // Swallow what the write covers or touches behind it.
-    auto after = std::next(next);
-    while (after != m_extents.end() && after->first <= end) {
-        if (EndOf(*after) > end) {
-            const auto skip = static_cast<std::ptrdiff_t>(end - after->first);
-            next->second.insert(next->second.end(), after->second.begin() + skip,
-                                after->second.end());
-        }
-        after = m_extents.erase(after);
-    }
+    m_size = std::max(m_size, offset + static_cast<int64_t>(bytes.size()));
+    const auto written = PutBytes(m_extents, offset, bytes);
+    if (written != m_extents.end()) SwallowBehind(m_extents, written);
 }
 
 void CJournalledFile::SetSize(int64_t size) {

@@ -11,8 +11,17 @@
 
 namespace quillon {
 
-// One file of a journalled folder: what the disk holds, and over it what the open
+// One file of a journalled folder: what the disk holds (the base), and over it what the open
 // bracket has changed. Shared by every open handle of the file.
+//
+//   Sizes      Bytes, signed 64-bit. A file that is not there has size -1.
+//   Order      Touch comes before any change of a bracket; Apply or Forget ends it. Until then
+//              nothing of the change reaches the disk.
+//   Errors     false or -1; the base's LastError() tells the kind. std::bad_alloc passes through
+//              from reading and changing; Forget, OnReplaced and CloseBase need no memory.
+//   Ownership  Owned by the journal, which keeps it while `handles` is above 0 or it is touched;
+//              borrows the base file system.
+//   Threads    None; callers hold the journal's owner's lock.
 class CJournalledFile {
 public:
     CJournalledFile(CFileSystem& base, std::string path);
@@ -30,6 +39,7 @@ public:
     void Touch();
     void CreateEmpty();
     void Remove();
+    // Past the end the gap reads as zeros.
     void WriteAt(int64_t offset, std::span<const uint8_t> bytes);
     void SetSize(int64_t size);
     void Forget();  // drops the changes
@@ -45,11 +55,13 @@ public:
     int64_t NewSize() const { return m_size; }
     const std::map<int64_t, std::vector<uint8_t>>& Extents() const { return m_extents; }
     size_t ExtentBytes() const;
-    // Brings the disk to the bracket's state and forgets the bracket.
+    // Brings the disk to the bracket's state and forgets the bracket. False: the disk may hold
+    // part of it; trying again does all of it.
     [[nodiscard]] bool Apply();
     // The file behind `Path` was replaced by a rename.
     void OnReplaced();
     void CloseBase() { m_baseFile.reset(); }
+    // What was applied is on the medium. False also when the file cannot be opened.
     [[nodiscard]] bool SyncBase();
 
     int handles = 0;  // open handles

@@ -5,9 +5,6 @@
 namespace quillon {
 namespace {
 
-constexpr std::string_view kSignature = "TableDefinition";
-constexpr int32_t kVersion = 1;
-
 bool DecodeColumn(std::span<const uint8_t> bytes, ColumnDefinition& out) {
     out.name = LoadText(bytes, 0, ColumnDefinition::kNameSize);
     out.indexFile = LoadText(bytes, 120, ColumnDefinition::kNameSize);
@@ -28,8 +25,7 @@ bool DecodeColumn(std::span<const uint8_t> bytes, ColumnDefinition& out) {
 
 std::vector<uint8_t> TableDefinition::Encode() const {
     std::vector<uint8_t> bytes(kHeaderSize + columns.size() * ColumnDefinition::kDiskSize);
-    StoreText(bytes, 0, 50, kSignature);
-    StoreLE<int32_t>(bytes, 50, kVersion);
+    kSignature.Store(bytes);
     StoreLE<int32_t>(bytes, 54, number);
     StoreLE<int32_t>(bytes, 58, static_cast<int32_t>(columns.size()));
     StoreText(bytes, 62, 120, name);
@@ -48,8 +44,7 @@ std::vector<uint8_t> TableDefinition::Encode() const {
 }
 
 bool TableDefinition::Decode(std::span<const uint8_t> bytes, TableDefinition& out) {
-    if (bytes.size() < kHeaderSize || !HasSignature(bytes, kSignature)) return false;
-    if (LoadLE<int32_t>(bytes, 50) > kVersion) return false;
+    if (bytes.size() < kHeaderSize || !kSignature.IsReadable(bytes)) return false;
     TableDefinition definition;
     definition.number = LoadLE<int32_t>(bytes, 54);
     const auto count = LoadLE<int32_t>(bytes, 58);

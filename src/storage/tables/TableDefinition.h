@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "storage/database/FileSignature.h"
 #include "storage/tables/ColumnType.h"
 
 namespace quillon {
@@ -47,11 +48,7 @@ struct ColumnDefinition {
 //    182   246  each: a column, in column order
 struct TableDefinition {
     static constexpr size_t kHeaderSize = 182;
-
-    // Of the definition file of a table, without folder; its other files' names come from it.
-    static std::string FileName(int32_t number) {
-        return "Table_" + std::to_string(number) + ".dat";
-    }
+    static constexpr FileSignature kSignature{"TableDefinition", 1};
 
     int32_t number = 0;
     std::string name;

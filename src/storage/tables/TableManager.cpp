@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/ByteCodec.h"
+#include "storage/database/DatabaseFiles.h"
 #include "storage/journal/Journal.h"
 #include "storage/tables/TableVerifier.h"
 
@@ -13,7 +14,7 @@ CTableManager::CTableManager(CJournal& journal, CReentrantLock& lock, std::strin
     : m_journal(journal),
       m_lock(lock),
       m_folder(std::move(folder)),
-      m_definitionPath(m_folder + TableDefinition::FileName(number)),
+      m_definitionPath(m_folder + TableFileName(number)),
       m_number(number),
       m_indexes(journal, m_definitionPath),
       m_rows(journal),
@@ -27,8 +28,8 @@ CTableManager::~CTableManager() {
 }
 
 void CTableManager::SetStorePaths() {
-    m_rows.SetPath(CKeelString(WithSuffix(m_definitionPath, "_dict")));
-    m_rowData.SetPath(CKeelString(WithSuffix(m_definitionPath, "_data")));
+    m_rows.SetPath(CKeelString(kRowFiles.Dictionary(m_definitionPath)));
+    m_rowData.SetPath(CKeelString(kRowFiles.Data(m_definitionPath)));
     m_texts.SetBasePath(m_definitionPath);
 }
 
@@ -41,16 +42,16 @@ bool CTableManager::Create(std::string_view name) {
 bool CTableManager::OpenStores() {
     if (m_storesOpen) return true;
     if (!m_rows.Open() || m_rows.LoadFailed()) {
-        m_failedFile = WithSuffix(m_definitionPath, "_dict");
+        m_failedFile = kRowFiles.Dictionary(m_definitionPath);
         return false;
     }
     if (!m_rowData.Open() || !m_rowData.IsOpen()) {
-        m_failedFile = WithSuffix(m_definitionPath, "_data");
+        m_failedFile = kRowFiles.Data(m_definitionPath);
         return false;
     }
     if (!m_texts.Open()) {
-        m_failedFile =
-            WithSuffix(m_definitionPath, m_texts.Dictionary().IsOpen() ? "_textdata" : "_textdict");
+        m_failedFile = m_texts.Dictionary().IsOpen() ? kTextFiles.Data(m_definitionPath)
+                                                     : kTextFiles.Dictionary(m_definitionPath);
         return false;
     }
     m_storesOpen = true;
@@ -64,12 +65,13 @@ bool CTableManager::Open() {
     if (!m_journal.Exists(m_definitionPath)) {
         // A table without columns has no files at all; rows without a definition
         // are damage.
-        return !m_journal.Exists(WithSuffix(m_definitionPath, "_dict"));
+        return !m_journal.Exists(kRowFiles.Dictionary(m_definitionPath));
     }
     // Never make anew what should be there: an empty file in its place would hide the loss.
-    for (const char* suffix : {"_dict", "_data", "_textdict", "_textdata"}) {
-        const std::string path = WithSuffix(m_definitionPath, suffix);
-        if (!m_journal.Exists(path)) {
+    for (const BlockFiles& files : {kRowFiles, kTextFiles}) {
+        for (const std::string& path :
+             {files.Dictionary(m_definitionPath), files.Data(m_definitionPath)}) {
+            if (m_journal.Exists(path)) continue;
             m_failedFile = path;
             return false;
         }
@@ -237,138 +239,6 @@ bool CTableManager::SaveDefinition() {
     return WriteWholeFile(m_journal, m_definitionPath, definition.Encode());
 }
 
-void CTableManager::LayOutRecord() {
-    m_recordSize = 0;
-    m_skippedColumns = 0;
-    m_columnsByName.Clear();
-    for (CTableColumn& column : m_columns) {
-        column.offset = m_recordSize;
-        column.skippedBefore = m_skippedColumns;
-        m_recordSize += ColumnWidth(column.type);
-        m_skippedColumns += IsColumnType(column.type) ? 0 : 1;
-        const std::string name = column.name.ToUtf8();
-        if (!m_columnsByName.Contains(name)) m_columnsByName.Set(name, &column);
-    }
-}
-
-// Above every number in use, those in index file names included: a definition loaded again counts
-// its columns from 1, while the files keep the names they were given.
-int64_t CTableManager::NextColumnId() const {
-    int64_t highest = std::max(static_cast<int64_t>(m_columns.size()), m_indexes.HighestNumber());
-    for (const CTableColumn& column : m_columns) highest = std::max(highest, column.id);
-    return highest + 1;
-}
-
-bool CTableManager::AddColumn(std::string_view name, ColumnType type, bool indexed,
-                              bool attribute) {
-    const CLockScope lock(m_lock);
-    if (!ColumnDefinition::IsName(name) || !IsColumnType(type) || m_skippedColumns > 0 ||
-        FindColumn(name) || !OpenStores()) {
-        return false;
-    }
-    const int32_t oldSize = m_recordSize;
-    CTableColumn column;
-    column.name = CKeelString(name);
-    column.id = NextColumnId();
-    column.type = type;
-    column.indexed = indexed;
-    column.indexAttribute = attribute;
-    column.tableNumber = m_number;
-    m_columns.push_back(std::move(column));
-    LayOutRecord();
-
-    CTableColumn& added = m_columns.back();
-    CTableRowUpdateInfoValue initial(type);
-    std::vector<uint8_t> field(static_cast<size_t>(m_recordSize));
-    if (!WriteValue(type, initial, FieldOf(added, field))) return false;
-    const bool rewritten =
-        RewriteRows(oldSize, [&](std::span<const uint8_t> from, std::span<uint8_t> to) {
-            std::copy(field.begin(), field.end(), to.begin());
-            std::copy(from.begin(), from.end(), to.begin());
-        });
-    if (!rewritten) return false;
-    if (indexed) {
-        added.index = &m_indexes.Add(added.id, type, attribute);
-        if (!added.index->Create(m_indexes.PathFor(added.id)) || !FillIndex(added)) return false;
-    }
-    return SaveDefinition();
-}
-
-bool CTableManager::RemoveColumn(std::string_view name) {
-    const CLockScope lock(m_lock);
-    const auto found =
-        std::find_if(m_columns.begin(), m_columns.end(),
-                     [&](const CTableColumn& column) { return column.name.View() == name; });
-    if (found == m_columns.end() || m_skippedColumns > 0) return false;
-    // A table without columns has no files, and rows without columns are nothing.
-    if (m_columns.size() == 1) {
-        if (!DeleteFiles()) return false;
-        m_columns.clear();
-        LayOutRecord();
-        return true;
-    }
-    const auto offset = static_cast<size_t>(found->offset);
-    const auto width = static_cast<size_t>(ColumnWidth(found->type));
-    const int32_t oldSize = m_recordSize;
-
-    if (found->type == ColumnType::Text) {
-        std::vector<int64_t> texts;
-        std::vector<uint8_t> record;
-        WalkRows([&](int64_t rowId) {
-            if (ReadRecord(rowId, record)) texts.push_back(LoadLE<int64_t>(record, offset));
-            return true;
-        });
-        if (!std::all_of(texts.begin(), texts.end(),
-                         [this](int64_t text) { return DeleteText(text); })) {
-            return false;
-        }
-    }
-    if (!m_indexes.Delete(found->id)) return false;
-    m_columns.erase(found);
-    LayOutRecord();
-    const bool rewritten =
-        RewriteRows(oldSize, [&](std::span<const uint8_t> from, std::span<uint8_t> to) {
-            std::copy_n(from.begin(), offset, to.begin());
-            std::copy(from.begin() + static_cast<std::ptrdiff_t>(offset + width), from.end(),
-                      to.begin() + static_cast<std::ptrdiff_t>(offset));
-        });
-    return rewritten && SaveDefinition();
-}
-
-bool CTableManager::RewriteRows(
-    int32_t oldSize,
-    const std::function<void(std::span<const uint8_t>, std::span<uint8_t>)>& convert) {
-    if (m_rows.EntryCount() == 0) return true;
-    std::vector<uint8_t> old(static_cast<size_t>(oldSize));
-    std::vector<std::vector<uint8_t>> records;
-    records.reserve(static_cast<size_t>(m_rows.LiveCount()));
-    bool complete = true;
-    m_rows.Walk([&](int64_t, const DictionaryEntry& entry) {
-        if (entry.deleted) return true;
-        complete = entry.size == oldSize &&
-                   (oldSize == 0 || m_rowData.ReadAt(old.data(), oldSize, entry.position));
-        if (!complete) return false;
-        convert(old, records.emplace_back(static_cast<size_t>(m_recordSize)));
-        return true;
-    });
-    if (!complete || !m_rowData.Reset()) return false;
-    std::vector<int64_t> places;
-    places.reserve(records.size());
-    for (const std::vector<uint8_t>& record : records) {
-        int64_t position = 0;
-        if (m_recordSize > 0 &&
-            !m_rowData.AllocateAndWrite(record.data(), m_recordSize, position)) {
-            return false;
-        }
-        places.push_back(position);
-    }
-    size_t next = 0;
-    return m_rows.CompactMoved([&](int64_t, DictionaryEntry& entry) {
-        entry.position = places[next++];
-        entry.size = m_recordSize;
-    });
-}
-
 bool CTableManager::SkipRowIdsBelow(int64_t rowId) {
     const CLockScope lock(m_lock);
     return OpenStores() && m_rows.SkipIdsBelow(rowId);
@@ -416,9 +286,12 @@ void CTableManager::ListFiles(std::vector<std::string>& names) const {
         if (m_journal.Exists(path)) names.push_back(FileNameOf(path));
     };
     add(m_definitionPath);
-    for (const char* suffix :
-         {"_dict", "_data", "_data_del", "_textdict", "_textdata", "_textdata_del"}) {
-        add(WithSuffix(m_definitionPath, suffix));
+    for (const BlockFiles& files : {kRowFiles, kTextFiles}) {
+        const std::string data = files.Data(m_definitionPath);
+        for (const std::string& path :
+             {files.Dictionary(m_definitionPath), data, FreeListPath(data)}) {
+            add(path);
+        }
     }
     for (const std::string& path : m_indexes.Paths()) add(path);
     for (const std::string& path : m_skippedIndexes) add(path);

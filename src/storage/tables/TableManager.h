@@ -157,10 +157,16 @@ private:
     [[nodiscard]] bool DeleteText(int64_t textId);
     [[nodiscard]] bool WriteValue(ColumnType type, const CTableRowUpdateInfoValue& value,
                                   std::span<uint8_t> field);
-    // The row records as `convert` makes them of the old ones, all at once.
-    [[nodiscard]] bool RewriteRows(
-        int32_t oldSize,
-        const std::function<void(std::span<const uint8_t>, std::span<uint8_t>)>& convert);
+    [[nodiscard]] bool MakeIndex(CTableColumn& column);
+    [[nodiscard]] bool DeleteTextsOf(const CTableColumn& column);
+    // The row records as `convert` makes them of the old ones of `oldSize` bytes, all at once.
+    using ConvertRecord = std::function<void(std::span<const uint8_t> from, std::span<uint8_t> to)>;
+    [[nodiscard]] bool RewriteRows(int32_t oldSize, const ConvertRecord& convert);
+    [[nodiscard]] bool ConvertRecords(int32_t oldSize, const ConvertRecord& convert,
+                                      std::vector<std::vector<uint8_t>>& records) const;
+    // With the column at their end, holding its default; without it.
+    [[nodiscard]] bool RewriteRowsWith(const CTableColumn& added, int32_t oldSize);
+    [[nodiscard]] bool RewriteRowsWithout(const CTableColumn& removed, int32_t oldSize);
     // The row's record in the column's index is at hand, or the index is loaded.
     [[nodiscard]] bool ReachIndex(const CTableColumn& column, int64_t rowId) const;
     [[nodiscard]] bool RebuildIndex(const CTableColumn& column) const;

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "foundation/ByteCodec.h"
+#include "storage/blocks/DataFormat.h"
 
 namespace quillon {
 namespace {
@@ -219,7 +220,8 @@ IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CData
         if (first.position + first.size <= second.position) continue;
         const bool onFreeList = first.free || second.free;
         detail =
-            file + ", byte " + std::to_string(second.position + CDataStore::kHeaderSize) +
+            file + ", byte " +
+            std::to_string(second.position + static_cast<int64_t>(DataHeader::kDiskSize)) +
             (onFreeList ? ": a block in use is on the free list" : ": two entries share a block");
         return IntegrityCode::DeletedEntriesRemain;
     }

@@ -15,7 +15,13 @@ IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CData
                                std::string& detail);
 
 // The integrity check of one table: indexes against rows first, then row records, texts and
-// free room. Reads only.
+// free room.
+//
+//   Reads      only, but for an index that cannot be read: looking at it makes it anew, as any
+//              other first use does (CTableManager::LoadIndex).
+//   Errors     An IntegrityCode. std::bad_alloc passes through.
+//   Ownership  Borrows the table, which must outlive it.
+//   Threads    Callers hold the table's lock.
 class CTableVerifier {
 public:
     explicit CTableVerifier(const CTableManager& table) : m_table(table) {}

@@ -1,13 +1,13 @@
-#include "cli/RegisterExport.h"
+#include "output/RegisterExport.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 
-#include "cli/terminal/Values.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
+#include "foundation/PrintableText.h"
 #include "foundation/Unicode.h"
 
 namespace quillon {

@@ -3,7 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/Register.h"
+#include "finance/ledger/AccountRegister.h"
+#include "finance/names/NameTables.h"
 
 namespace quillon {
 

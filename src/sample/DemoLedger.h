@@ -9,9 +9,10 @@ namespace quillon {
 
 // Fills a new, empty ledger with the household of DemoHousehold.h and what belongs to it:
 // categories, renaming rules, recurring transactions, a budget, stocks and a watch list.
-// `progress` hears of the transactions done and all there are. The number of transactions
-// in the ledger; throws CFailure when a write failed.
-int64_t FillDemoLedger(CLedger& ledger,
-                       const std::function<void(int64_t done, int64_t total)>& progress);
+// `progress` hears of the transactions done and all there are. `transactions`: how many the
+// ledger has then. Whole batches stay when it fails.
+[[nodiscard]] LedgerStatus FillDemoLedger(
+    CLedger& ledger, int64_t& transactions,
+    const std::function<void(int64_t done, int64_t total)>& progress);
 
 }  // namespace quillon

@@ -1,10 +1,10 @@
-#include "cli/DemoLedger.h"
+#include "sample/DemoLedger.h"
 
 #include <array>
+#include <new>
 #include <unordered_map>
 
-#include "cli/DatabaseMessages.h"
-#include "cli/DemoHousehold.h"
+#include "sample/DemoHousehold.h"
 
 namespace quillon {
 
@@ -185,6 +185,11 @@ constexpr DemoStock kWatched[] = {
     {"OAKA", "Oak & Anvil Materials", "Materials (XLB)", {2024, 11, 12}, 0, 0, 0, 0, {}},
 };
 
+// Ends the filling where something failed; goes no further than FillDemoLedger.
+struct Stop {
+    LedgerStatus status;
+};
+
 class CDemoLedger {
 public:
     explicit CDemoLedger(CLedger& ledger) : m_ledger(ledger), m_database(ledger.Database()) {}
@@ -203,9 +208,11 @@ public:
 private:
     using Ids = std::unordered_map<std::string, int64_t>;
 
-    void Need(bool done) { RequireStored(done, m_database); }
-    void Need(CLookup found) { RequireFound(found, m_database); }
-    void Need(LedgerStatus status) { RequireDone(status, m_database); }
+    static void Need(bool done) { Need(done ? LedgerStatus::Ok : LedgerStatus::StoreFailed); }
+    static void Need(CLookup found) { Need(static_cast<bool>(found)); }
+    static void Need(LedgerStatus status) {
+        if (status != LedgerStatus::Ok) throw Stop{status};
+    }
 
     int64_t AccountId(DemoAccount account) const {
         return m_accounts[static_cast<size_t>(account)];
@@ -381,9 +388,14 @@ private:
 
 }  // namespace
 
-int64_t FillDemoLedger(CLedger& ledger,
-                       const std::function<void(int64_t done, int64_t total)>& progress) {
-    return CDemoLedger(ledger).Fill(progress);
+LedgerStatus FillDemoLedger(CLedger& ledger, int64_t& transactions,
+                            const std::function<void(int64_t done, int64_t total)>& progress) try {
+    transactions = CDemoLedger(ledger).Fill(progress);
+    return LedgerStatus::Ok;
+} catch (const Stop& stop) {
+    return stop.status;
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
 }
 
 }  // namespace quillon

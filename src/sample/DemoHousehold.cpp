@@ -1,4 +1,4 @@
-#include "cli/DemoHousehold.h"
+#include "sample/DemoHousehold.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,212 @@
+// Carrying out a plan.
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <utility>
+
+#include "finance/database/QuillonDatabaseInterface.h"
+#include "finance/ledger/Balance.h"
+#include "finance/ledger/Ledger.h"
+#include "foundation/OutOfMemory.h"
+#include "import/plan/ImportPlan.h"
+
+namespace quillon {
+
+namespace {
+
+// In file order: those of the whole file stand in front.
+void AddFileNote(std::vector<ImportNote>& notes, std::string text) {
+    const auto behind = std::find_if(notes.begin(), notes.end(),
+                                     [](const ImportNote& note) { return note.line > 0; });
+    notes.insert(behind, {0, std::move(text)});
+}
+
+void AddLineNote(std::vector<ImportNote>& notes, int64_t line, std::string text) {
+    const auto behind = std::find_if(notes.begin(), notes.end(),
+                                     [line](const ImportNote& note) { return note.line > line; });
+    notes.insert(behind, {line, std::move(text)});
+}
+
+}  // namespace
+
+class CImportPlan::CCommit {
+public:
+    CCommit(CImportPlan& plan, const ImportProgress& progress, ImportResult& result)
+        : m_plan(plan),
+          m_progress(progress),
+          m_result(result),
+          m_payees(plan.m_payees.NameCount(), kNoRow),
+          m_categories(plan.m_categories.NameCount(), kNoRow) {}
+
+    void Run();
+
+private:
+    // Names that were made, as far as the last commit made them safe.
+    struct CreatedNames {
+        int64_t payees = 0;
+        int64_t categories = 0;
+    };
+
+    void EnterAll(CLedgerImport& import);
+    bool EnterBatches(CLedgerImport& import);
+    bool Enter(const PackedRow& row, CLedgerImport& import);
+    std::optional<int64_t> PayeeOf(uint32_t number);
+    std::optional<int64_t> CategoryOf(uint32_t number);
+    void KeepSafe(const CLedgerImport& import);
+    void Fail(std::string_view reason);
+    void FailStored();
+
+    CImportPlan& m_plan;
+    const ImportProgress& m_progress;
+    ImportResult& m_result;
+    std::vector<int64_t> m_payees;      // rows by name, looked up when first needed
+    std::vector<int64_t> m_categories;  // the same
+    CreatedNames m_safe;
+    CTransactionEntry m_entry;  // kept for its memory
+};
+
+ImportResult CImportPlan::Commit(const ImportProgress& progress) {
+    ImportResult result;
+    try {
+        result = m_found;
+        if (result.failed) return result;
+        if (std::exchange(m_isSpent, true)) {
+            result.failed = true;
+            result.error =
+                FailureMessage(m_format, m_path.ToUtf8(), "This plan was carried out before.");
+            return result;
+        }
+        CCommit(*this, progress, result).Run();
+    } catch (const std::bad_alloc&) {
+        FailForMemory(result, m_path);
+    }
+    if (result.failed) return result;
+    // What is entered stays entered: want of memory for the words is no failure any more.
+    (void)FalseWhenOutOfMemory([&] {
+        result.message = ReportMessage(m_format, m_path.ToUtf8(), result);
+        return true;
+    });
+    return result;
+}
+
+void CImportPlan::CCommit::Run() {
+    CLedger ledger(*m_plan.m_database);
+    CLedgerImport import(ledger, m_plan.m_account.id);
+    switch (import.Begin()) {
+        case LedgerStatus::Ok:
+            return EnterAll(import);
+        case LedgerStatus::NoSuchAccount:
+            return Fail("The account does not exist.");
+        case LedgerStatus::AccountClosed:
+            return Fail("The account is closed.");
+        default:
+            return FailStored();
+    }
+}
+
+void CImportPlan::CCommit::EnterAll(CLedgerImport& import) {
+    try {
+        if (EnterBatches(import)) return;
+    } catch (const std::bad_alloc&) {
+        KeepSafe(import);
+        throw;
+    }
+    KeepSafe(import);
+    FailStored();
+}
+
+// Of what was counted, that which stays when the open batch goes.
+void CImportPlan::CCommit::KeepSafe(const CLedgerImport& import) {
+    m_result.imported = import.Committed();
+    m_result.payeesCreated = m_safe.payees;
+    m_result.categoriesCreated = m_safe.categories;
+}
+
+bool CImportPlan::CCommit::EnterBatches(CLedgerImport& import) {
+    if (m_plan.m_keepFile) {
+        std::string note = m_plan.m_keepFile();
+        if (!note.empty()) AddFileNote(m_result.notes, std::move(note));
+    }
+    const int64_t total = m_result.read;
+    int64_t done = 0;
+    int64_t committed = 0;
+    CPackedRows::CReader reader(m_plan.m_rows, m_plan.m_texts);
+    for (PackedRow row; !m_result.cancelled && reader.Next(row);) {
+        const State& state = m_plan.m_states[static_cast<size_t>(done++)];
+        if (state.action != PlanAction::Enter) {
+            m_result.duplicates +=
+                state.outcome == PlanOutcome::Held || state.outcome == PlanOutcome::Repeated;
+            continue;
+        }
+        if (!Enter(row, import)) return false;
+        if (import.Committed() == committed) continue;
+        committed = import.Committed();
+        m_safe = {m_result.payeesCreated, m_result.categoriesCreated};
+        m_result.cancelled = m_progress && !m_progress(done, total);
+    }
+    if (!import.Finish()) return false;
+    if (m_progress && !m_result.cancelled) m_progress(total, total);
+    return true;
+}
+
+bool CImportPlan::CCommit::Enter(const PackedRow& row, CLedgerImport& import) {
+    // Category and payee in the order in which they are made.
+    const std::optional<int64_t> category = CategoryOf(row.category);
+    const std::optional<int64_t> payee = category ? PayeeOf(row.payee) : std::nullopt;
+    if (!payee) return false;
+    CTransactionEntry& entry = m_entry;
+    entry.id = kNoRow;
+    entry.serviceDate = row.date;
+    entry.electronicPayment = row.electronic;
+    entry.check = row.check;
+    entry.transactionType = TypeForSignedAmount(row.amount, m_plan.m_account.accountType);
+    entry.payeeId = *payee;
+    entry.categoryId = *category;
+    entry.amount = std::fabs(row.amount);
+    entry.fitId = row.fitId;
+    entry.memo = row.memo;
+    const LedgerStatus status = import.Enter(entry);
+    if (status == LedgerStatus::BadAmount) {
+        AddLineNote(m_result.notes, row.line,
+                    "The amount is too large for the ledger; not entered.");
+        return true;
+    }
+    m_result.imported += status == LedgerStatus::Ok;
+    return status == LedgerStatus::Ok;
+}
+
+// Nothing: it could not be made.
+std::optional<int64_t> CImportPlan::CCommit::PayeeOf(uint32_t number) {
+    if (!m_plan.m_payees.WantsRow(number)) return kNoRow;
+    int64_t& id = m_payees[m_plan.m_payees.NameOf(number)];
+    if (id != kNoRow) return id;
+    bool added = false;
+    id = m_plan.m_database->FindOrAddPayee(m_plan.m_payees.Name(number), &added);
+    m_result.payeesCreated += added;
+    if (id == kNoRow) return {};
+    return id;
+}
+
+std::optional<int64_t> CImportPlan::CCommit::CategoryOf(uint32_t number) {
+    if (!m_plan.m_categories.WantsRow(number)) return kNoRow;
+    int64_t& id = m_categories[m_plan.m_categories.NameOf(number)];
+    if (id != kNoRow) return id;
+    bool added = false;
+    id = m_plan.m_database->FindOrAddCategory(m_plan.m_categories.Name(number), &added);
+    m_result.categoriesCreated += added;
+    if (id == kNoRow) return {};
+    return id;
+}
+
+void CImportPlan::CCommit::Fail(std::string_view reason) {
+    m_result.failed = true;
+    m_result.error = FailureMessage(m_plan.m_format, m_plan.m_path.ToUtf8(), reason);
+}
+
+void CImportPlan::CCommit::FailStored() {
+    const bool diskFull = m_plan.m_database->Problem() == DatabaseProblem::DiskFull;
+    Fail(StoreFailure(m_plan.m_format, diskFull, m_result));
+}
+
+}  // namespace quillon

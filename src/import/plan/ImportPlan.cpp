@@ -1,0 +1,124 @@
+#include "import/plan/ImportPlan.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "finance/ledger/Balance.h"
+
+namespace quillon {
+
+namespace {
+
+// Which names were counted already.
+class CSeenNames {
+public:
+    explicit CSeenNames(const CPlanNames& names) : m_names(names), m_seen(names.NameCount()) {}
+
+    // 1 for a name that has no row and is met for the first time.
+    int64_t CountNew(uint32_t number) {
+        if (!m_names.IsMissing(number)) return 0;
+        const uint32_t name = m_names.NameOf(number);
+        if (m_seen[name]) return 0;
+        m_seen[name] = true;
+        return 1;
+    }
+
+private:
+    const CPlanNames& m_names;
+    std::vector<bool> m_seen;
+};
+
+}  // namespace
+
+void CImportPlan::SetText(std::shared_ptr<const void> owner, std::string_view text) {
+    m_text = std::move(owner);
+    m_texts = CTextPool(text);
+    m_payees = CPlanNames(CPlanNames::EmptyName::IsName, text);
+    m_categories = CPlanNames(CPlanNames::EmptyName::IsNone, text);
+    m_rows = CPackedRows(text);
+}
+
+CImportPlan::Counts CImportPlan::Count() const {
+    Counts counts;
+    counts.read = m_found.read;
+    CSeenNames payees(m_payees);
+    CSeenNames categories(m_categories);
+    CPackedRows::CReader reader(m_rows, m_texts);
+    PackedRow row;
+    for (const State& state : m_states) {
+        if (!reader.Next(row)) break;
+        if (state.action == PlanAction::Enter) {
+            ++counts.entered;
+            counts.payees += payees.CountNew(row.payee);
+            counts.categories += categories.CountNew(row.category);
+        } else {
+            counts.duplicates +=
+                state.outcome == PlanOutcome::Held || state.outcome == PlanOutcome::Repeated;
+        }
+    }
+    return counts;
+}
+
+ImportResult CImportPlan::Preview() const {
+    ImportResult result = m_found;
+    if (result.failed) return result;
+    const Counts counts = Count();
+    result.imported = counts.entered;
+    result.duplicates = counts.duplicates;
+    result.payeesCreated = counts.payees;
+    result.categoriesCreated = counts.categories;
+    result.message = TriedMessage(m_path.ToUtf8(), result);
+    return result;
+}
+
+int64_t CImportPlan::MatchOf(size_t index) const {
+    const auto found =
+        std::lower_bound(m_matches.begin(), m_matches.end(), index,
+                         [](const auto& match, size_t row) { return match.first < row; });
+    return found != m_matches.end() && found->first == index ? found->second : kNoRow;
+}
+
+ImportPlanRow CImportPlan::Shown(const PackedRow& packed, size_t index) const {
+    ImportPlanRow row;
+    row.line = packed.line;
+    row.date = packed.date;
+    row.dateRead = packed.dateRead;
+    row.amount = packed.amount;
+    row.amountRead = packed.amountRead;
+    row.type = TypeForSignedAmount(packed.amount, m_account.accountType);
+    row.check = packed.check;
+    row.electronic = packed.electronic;
+    row.idText = packed.idText;
+    row.fitId = packed.fitId;
+    row.payeeInFile = m_payees.InFile(packed.payee);
+    row.payee = m_payees.Name(packed.payee);
+    row.categoryInFile = m_categories.InFile(packed.category);
+    row.category = m_categories.Name(packed.category);
+    row.memo = packed.memo;
+    row.makesPayee = m_payees.IsMissing(packed.payee);
+    row.makesCategory = m_categories.IsMissing(packed.category);
+    row.outcome = m_states[index].outcome;
+    row.action = m_states[index].action;
+    row.match = MatchOf(index);
+    return row;
+}
+
+ImportPlanRow CImportPlan::Row(size_t index) const {
+    return Shown(m_rows.Row(index, m_texts), index);
+}
+
+void CImportPlan::ForEachRow(const std::function<void(const ImportPlanRow&)>& take) const {
+    CPackedRows::CReader reader(m_rows, m_texts);
+    PackedRow row;
+    for (size_t index = 0; reader.Next(row); ++index) take(Shown(row, index));
+}
+
+bool CImportPlan::SetAction(size_t index, PlanAction action) {
+    if (index >= m_states.size()) return false;
+    State& state = m_states[index];
+    if (state.outcome == PlanOutcome::Refused && action == PlanAction::Enter) return false;
+    state.action = action;
+    return true;
+}
+
+}  // namespace quillon

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "import/plan/HeldLines.h"
+#include "import/plan/ImportPlan.h"
+#include "import/plan/ImportRecord.h"
+#include "import/plan/RenamingRules.h"
+
+namespace quillon {
+
+// Judges the records of a file, each once, and makes them rows of a plan.
+//
+//   Errors     false, when the database cannot be read. std::bad_alloc passes through.
+//   Ownership  Borrows plan, notes and the plan's database.
+//   Threads    One at a time.
+class CImportPlanner {
+public:
+    CImportPlanner(CImportPlan& plan, DialectMode dialect, CImportNotes& notes)
+        : m_plan(plan), m_isPlain(dialect == DialectMode::Plain), m_notes(notes) {}
+
+    // Reads what the ledger has to say: rules, and lines that the account holds.
+    [[nodiscard]] bool Load();
+    // Adds a record, whose texts may be gone afterwards unless they stand in the plan's text.
+    [[nodiscard]] bool Take(ImportRecord& record);
+
+private:
+    struct Judgement {
+        PlanOutcome outcome = PlanOutcome::New;
+        int64_t match = kNoRow;
+    };
+    Judgement Judge(ImportRecord& record);
+    void LimitTexts(ImportRecord& record);
+    bool TakeNames(const ImportRecord& record, PackedRow& row);
+
+    CImportPlan& m_plan;
+    bool m_isPlain;
+    CImportNotes& m_notes;
+    CRenamingRules m_rules;
+    CHeldLines m_held;
+};
+
+}  // namespace quillon
