@@ -131,11 +131,12 @@ function(quillon_cli)
     if(sources)
         add_library(quillon_cli STATIC ${sources})
         target_compile_definitions(quillon_cli PRIVATE QUILLON_VERSION="${PROJECT_VERSION}")
+        target_link_libraries(quillon_cli PRIVATE cli11 json)
         set(kind PUBLIC)
     else()
         add_library(quillon_cli INTERFACE)
     endif()
-    target_link_libraries(quillon_cli ${kind} cli11 json quillon_presenters quillon_wording
+    target_link_libraries(quillon_cli ${kind} quillon_presenters quillon_wording
         quillon_sample quillon_reports quillon_quotes quillon_output quillon_import quillon_finance)
     if(main)
         add_executable(quillon-cli ${main})

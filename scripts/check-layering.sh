@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Holds the includes of src/ to the floors that CMakeLists.txt declares, and the
-# platform to its seam. Prints each breach as file:line: reason; status 1 if any.
+# Holds the includes of src/ to the floors that CMakeLists.txt declares, the
+# platform to its seam, and large libraries to one file each. Prints each breach as file:line: reason; status 1 if any.
 #
 #   check-layering.sh [TREE]        TREE defaults to this repository
 #   check-layering.sh --self-test   proves that each rule can fail
@@ -45,6 +45,10 @@ check_tree() {
             if (line ~ /<(windows|winsock2|wininet|curl\/curl|io|unistd|fcntl|dirent|pthread|sys\/[a-z]+)\.h>/ &&
                 path !~ /\/platform\// && path !~ /(Posix|Windows)\.cpp$/)
                 breach("system header outside a platform seam")
+            # Whoever includes these compiles them.
+            if ((line ~ /<CLI\// && path != "src/cli/Parser.cpp") ||
+                (line ~ /<nlohmann\// && path != "src/cli/terminal/Json.cpp"))
+                breach("library included outside the one file for it")
             if (line !~ /"/) return
             target = line
             sub(/^[^"]*"/, "", target)
@@ -104,6 +108,8 @@ good|src/cli/A.cpp|#include "reports/A.h"
 good|src/quotes/A.cpp|#include "settings/A.h"
 good|src/foundation/platform/FilePosix.cpp|#include <sys/stat.h>
 good|src/foundation/platform/Seam.h|#ifdef _WIN32
+good|src/cli/Parser.cpp|#include <CLI/CLI.hpp>
+good|src/cli/terminal/Json.cpp|#include <nlohmann/json.hpp>
 bad|src/foundation/A.cpp|#include "storage/backup/Crypto.h"
 bad|src/storage/A.cpp|#include "settings/A.h"
 bad|src/settings/A.h|#include "query/A.h"
@@ -120,6 +126,8 @@ bad|src/finance/A.h|#if defined(__linux__)
 bad|src/storage/A.cpp|#include <windows.h>
 bad|src/import/A.cpp|#include <unistd.h>
 bad|src/quotes/A.cpp|#include <curl/curl.h>
+bad|src/cli/A.h|#include <CLI/App.hpp>
+bad|src/cli/Parser.cpp|#include <nlohmann/json.hpp>
 CASES
     ((failures == 0))
 }

@@ -49,7 +49,7 @@ std::string CCommandContext::ReadPassword(const std::string& prompt) {
 }
 
 void CCommandContext::Print(const Json& document) {
-    m_host.out << document.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+    m_host.out << document.dump(2) << '\n';
 }
 
 void CCommandContext::Say(const std::string& line) {

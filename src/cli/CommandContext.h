@@ -1,24 +1,12 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-#include <functional>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "cli/CommandLine.h"
+#include "cli/terminal/Json.h"
 #include "settings/SettingsFile.h"
 
 namespace quillon {
-
-// Keys keep the order in which they are set.
-using Json = nlohmann::ordered_json;
-
-// An option that tells whether it was given, the empty text included.
-struct TextOption {
-    std::string value;
-    const CLI::Option* option = nullptr;
-    bool Given() const { return option && option->count() > 0; }
-};
 
 // What all commands share while one of them runs.
 class CCommandContext {
@@ -46,20 +34,10 @@ public:
     std::string database;
     std::string passwordFile;
     bool json = false;
-    std::function<void()> work;
 
 private:
     CommandLineHost& m_host;
     CSettingsFile m_settings;
 };
-
-// --- for registering commands
-// An option with a text, remembered in `text`.
-inline CLI::Option* AddText(CLI::App* command, const std::string& name, TextOption& text,
-                            const std::string& help) {
-    CLI::Option* const option = command->add_option(name, text.value, help);
-    text.option = option;
-    return option;
-}
 
 }  // namespace quillon

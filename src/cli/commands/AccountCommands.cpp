@@ -157,48 +157,58 @@ void SetActive(CCommandContext& context, const std::string& name, bool active) {
 
 }  // namespace
 
-void AddAccountCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group = program.add_subcommand("account", "Accounts and their balances");
-    group->require_subcommand(1);
-
-    CLI::App* const add = group->add_subcommand("add", "Add an account");
-    const auto options = std::make_shared<AddOptions>();
-    add->add_option("name", options->name, "Name of the new account")->required();
-    add->add_option("--type", options->type, "What kind of account it is")
-        ->required()
-        ->check(CLI::IsMember(AccountTypeKeys(), CLI::ignore_case));
-    add->add_option("--description", options->description, "Anything worth knowing about it");
-    AddText(add, "--balance", options->balance, "Opening balance; what is owed is negative");
-    AddText(add, "--date", options->date, "Date of the opening balance (default: today)");
-    add->callback([&context, options] {
-        context.work = [&context, options] { AddAccount(context, *options); };
-    });
-
-    CLI::App* const edit = group->add_subcommand("edit", "Change name, description or kind");
-    const auto edited = std::make_shared<EditOptions>();
-    edit->add_option("account", edited->account, "Name of the account")->required();
-    AddText(edit, "--name", edited->name, "Its new name");
-    AddText(edit, "--description", edited->description, "Anything worth knowing about it");
-    AddText(edit, "--type", edited->type, "What kind of account it is; the balance follows")
-        ->check(CLI::IsMember(AccountTypeKeys(), CLI::ignore_case));
-    edit->callback([&context, edited] {
-        context.work = [&context, edited] { EditAccount(context, *edited); };
-    });
-
-    group->add_subcommand("list", "List the accounts and their balances")->callback([&context] {
-        context.work = [&context] { ListAccounts(context); };
-    });
-
-    for (const bool active : {false, true}) {
-        CLI::App* const set =
-            active ? group->add_subcommand("reopen", "Take a closed account into use again")
-                   : group->add_subcommand("close", "Close an account; its transactions stay");
-        const auto name = std::make_shared<std::string>();
-        set->add_option("name", *name, "Name of the account")->required();
-        set->callback([&context, name, active] {
-            context.work = [&context, name, active] { SetActive(context, *name, active); };
-        });
-    }
+std::vector<Command> AccountCommands() {
+    return {
+        {.path = "account", .help = "Accounts and their balances"},
+        {.path = "account add",
+         .help = "Add an account",
+         .options = {{.name = "name", .help = "Name of the new account", .required = true},
+                     {.name = "--type",
+                      .help = "What kind of account it is",
+                      .required = true,
+                      .choices = AccountTypeKeys(),
+                      .ignoreCase = true},
+                     {.name = "--description", .help = "Anything worth knowing about it"},
+                     {.name = "--balance", .help = "Opening balance; what is owed is negative"},
+                     {.name = "--date", .help = "Date of the opening balance (default: today)"}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 AddAccount(context, {.name = given.Value("name"),
+                                      .type = given.Value("--type"),
+                                      .description = given.Value("--description"),
+                                      .balance = given.Text("--balance"),
+                                      .date = given.Text("--date")});
+             }},
+        {.path = "account edit",
+         .help = "Change name, description or kind",
+         .options = {{.name = "account", .help = "Name of the account", .required = true},
+                     {.name = "--name", .help = "Its new name"},
+                     {.name = "--description", .help = "Anything worth knowing about it"},
+                     {.name = "--type",
+                      .help = "What kind of account it is; the balance follows",
+                      .choices = AccountTypeKeys(),
+                      .ignoreCase = true}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 EditAccount(context, {.account = given.Value("account"),
+                                       .name = given.Text("--name"),
+                                       .description = given.Text("--description"),
+                                       .type = given.Text("--type")});
+             }},
+        {.path = "account list",
+         .help = "List the accounts and their balances",
+         .run = [](CCommandContext& context, const Arguments&) { ListAccounts(context); }},
+        {.path = "account close",
+         .help = "Close an account; its transactions stay",
+         .options = {{.name = "name", .help = "Name of the account", .required = true}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { SetActive(context, given.Value("name"), false); }},
+        {.path = "account reopen",
+         .help = "Take a closed account into use again",
+         .options = {{.name = "name", .help = "Name of the account", .required = true}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { SetActive(context, given.Value("name"), true); }},
+    };
 }
 
 }  // namespace quillon

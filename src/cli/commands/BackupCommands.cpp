@@ -141,23 +141,28 @@ void Restore(CCommandContext& context, const RestoreOptions& given) {
 
 }  // namespace
 
-void AddBackupCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const backup = program.add_subcommand(
-        "backup", "Write the whole ledger into one compressed, encrypted file");
-    const auto file = std::make_shared<std::string>();
-    backup->add_option("file", *file,
-                       "The backup's file, or a folder for it; without it the last folder");
-    backup->callback(
-        [&context, file] { context.work = [&context, file] { Backup(context, *file); }; });
-
-    CLI::App* const restore = program.add_subcommand("restore", "Bring a backup back as a ledger");
-    const auto options = std::make_shared<RestoreOptions>();
-    restore->add_option("file", options->file, "The backup's file")->required();
-    restore->add_option("--to", options->folder, "Folder for the ledger")->required();
-    restore->add_flag("--overwrite", options->overwrite, "Replace the ledger in that folder");
-    restore->callback([&context, options] {
-        context.work = [&context, options] { Restore(context, *options); };
-    });
+std::vector<Command> BackupCommands() {
+    return {
+        {.path = "backup",
+         .help = "Write the whole ledger into one compressed, encrypted file",
+         .options = {{.name = "file",
+                      .help = "The backup's file, or a folder for it; without it the last folder"}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Backup(context, given.Value("file")); }},
+        {.path = "restore",
+         .help = "Bring a backup back as a ledger",
+         .options = {{.name = "file", .help = "The backup's file", .required = true},
+                     {.name = "--to", .help = "Folder for the ledger", .required = true},
+                     {.name = "--overwrite",
+                      .help = "Replace the ledger in that folder",
+                      .kind = OptionKind::Flag}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Restore(context, {.file = given.Value("file"),
+                                   .folder = given.Value("--to"),
+                                   .overwrite = given.Flag("--overwrite")});
+             }},
+    };
 }
 
 }  // namespace quillon

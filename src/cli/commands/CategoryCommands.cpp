@@ -90,34 +90,34 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
 
 }  // namespace
 
-void AddCategoryCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group = program.add_subcommand("category", "Categories of transactions");
-    group->require_subcommand(1);
-    group->add_subcommand("list", "List the categories and where they count")->callback([&context] {
-        context.work = [&context] { List(context); };
-    });
-
-    CLI::App* const add = group->add_subcommand("add", "Add a category");
-    const auto added = std::make_shared<std::string>();
-    add->add_option("name", *added, "Its name")->required();
-    add->callback(
-        [&context, added] { context.work = [&context, added] { Add(context, *added); }; });
-
-    CLI::App* const rename = group->add_subcommand("rename", "Rename a category");
-    const auto names = std::make_shared<std::pair<std::string, std::string>>();
-    rename->add_option("name", names->first, "Its name")->required();
-    rename->add_option("new-name", names->second, "Its new name")->required();
-    rename->callback([&context, names] {
-        context.work = [&context, names] { Rename(context, names->first, names->second); };
-    });
-
-    CLI::App* const remove = group->add_subcommand("delete", "Delete a category");
-    const auto removed = std::make_shared<std::pair<std::string, TextOption>>();
-    remove->add_option("name", removed->first, "Its name")->required();
-    AddText(remove, "--to", removed->second, "Category for what is filed under it");
-    remove->callback([&context, removed] {
-        context.work = [&context, removed] { Delete(context, removed->first, removed->second); };
-    });
+std::vector<Command> CategoryCommands() {
+    return {
+        {.path = "category", .help = "Categories of transactions"},
+        {.path = "category list",
+         .help = "List the categories and where they count",
+         .run = [](CCommandContext& context, const Arguments&) { List(context); }},
+        {.path = "category add",
+         .help = "Add a category",
+         .options = {{.name = "name", .help = "Its name", .required = true}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Add(context, given.Value("name")); }},
+        {.path = "category rename",
+         .help = "Rename a category",
+         .options = {{.name = "name", .help = "Its name", .required = true},
+                     {.name = "new-name", .help = "Its new name", .required = true}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Rename(context, given.Value("name"), given.Value("new-name"));
+             }},
+        {.path = "category delete",
+         .help = "Delete a category",
+         .options = {{.name = "name", .help = "Its name", .required = true},
+                     {.name = "--to", .help = "Category for what is filed under it"}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Delete(context, given.Value("name"), given.Text("--to"));
+             }},
+    };
 }
 
 }  // namespace quillon

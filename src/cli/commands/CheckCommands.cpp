@@ -40,11 +40,12 @@ struct FormatOptions {
 
 struct PrintOptions {
     std::string account;
-    std::string transaction;
     std::string svg;
-    TextOption number;
-    std::string memo;
     bool overwrite = false;
+    // A test has none of these.
+    std::string transaction{};
+    TextOption number{};
+    std::string memo{};
 };
 
 // Names of options, headings and JSON members.
@@ -276,78 +277,95 @@ void PrintTest(CCommandContext& context, const PrintOptions& options) {
     Report(context, job, options.svg, "The test print");
 }
 
-// --- registering
+// --- what there is to type
 
-void AddWords(CLI::App& group, CCommandContext& context) {
-    CLI::App* const words = group.add_subcommand("words", "An amount written out in words");
-    const auto amount = std::make_shared<std::string>();
-    words->add_option("amount", *amount, "Amount without sign")->required();
-    words->callback(
-        [&context, amount] { context.work = [&context, amount] { ShowWords(context, *amount); }; });
-}
-
-void AddFormat(CLI::App& group, CCommandContext& context) {
-    CLI::App* const format =
-        group.add_subcommand("format", "Where an account's checks have their texts");
-    format->require_subcommand(1);
-
-    CLI::App* const show = format->add_subcommand("show", "Show the layout");
-    const auto name = std::make_shared<std::string>();
-    show->add_option("account", *name, "Name of the account")->required();
-    show->callback(
-        [&context, name] { context.work = [&context, name] { ShowFormat(context, *name); }; });
-
-    CLI::App* const set = format->add_subcommand("set", "Change the layout");
-    const auto options = std::make_shared<FormatOptions>();
-    set->add_option("account", options->account, "Name of the account")->required();
-    for (const CheckField field : kCheckFields) {
-        const auto index = static_cast<size_t>(field);
-        AddText(set, kFieldNames[index].option, options->positions[index],
-                "Font height in points, and offsets from the left and the top in 600ths of an "
-                "inch")
-            ->type_name("H,X,Y");
+std::vector<Option> FormatOptionsOf() {
+    std::vector<Option> options{
+        {.name = "account", .help = "Name of the account", .required = true}};
+    for (const FieldNames& field : kFieldNames) {
+        options.push_back({.name = field.option,
+                           .help = "Font height in points, and offsets from the left and the top "
+                                   "in 600ths of an inch",
+                           .typeName = "H,X,Y"});
     }
-    AddText(set, "--width", options->width, "Width of the check in inches")->type_name("INCHES");
-    CLI::Option* const vertical =
-        set->add_flag("--vertical", options->vertical, "The narrow edge goes in first");
-    set->add_flag("--horizontal", options->horizontal, "The check goes in upright")
-        ->excludes(vertical);
-    set->callback([&context, options] {
-        context.work = [&context, options] { SetFormat(context, *options); };
-    });
+    options.push_back(
+        {.name = "--width", .help = "Width of the check in inches", .typeName = "INCHES"});
+    options.push_back(
+        {.name = "--vertical", .help = "The narrow edge goes in first", .kind = OptionKind::Flag});
+    options.push_back({.name = "--horizontal",
+                       .help = "The check goes in upright",
+                       .kind = OptionKind::Flag,
+                       .excludes = "--vertical"});
+    return options;
 }
 
-void AddPrintOptions(CLI::App* command, PrintOptions& options) {
-    command->add_option("account", options.account, "Name of the account")->required();
-    command->add_option("--svg", options.svg, "File to write")->required()->type_name("FILE");
-    command->add_flag("--overwrite", options.overwrite, "Replace an existing file");
+void RunSetFormat(CCommandContext& context, const Arguments& given) {
+    FormatOptions options;
+    options.account = given.Value("account");
+    for (size_t field = 0; field < kFieldNames.size(); ++field) {
+        options.positions[field] = given.Text(kFieldNames[field].option);
+    }
+    options.width = given.Text("--width");
+    options.vertical = given.Flag("--vertical");
+    options.horizontal = given.Flag("--horizontal");
+    SetFormat(context, options);
 }
 
 }  // namespace
 
-void AddCheckCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group = program.add_subcommand("check", "Checks on pre-printed forms");
-    group->require_subcommand(1);
-    AddWords(*group, context);
-    AddFormat(*group, context);
-
-    CLI::App* const print = group->add_subcommand("print", "Print a transaction as a check");
-    const auto printed = std::make_shared<PrintOptions>();
-    AddPrintOptions(print, *printed);
-    print->add_option("--transaction", printed->transaction, "Its number, from transaction list")
-        ->required();
-    AddText(print, "--number", printed->number,
-            "Check number (default: the transaction's, else the account's next)");
-    print->add_option("--memo", printed->memo, "Memo line of the check");
-    print->callback([&context, printed] {
-        context.work = [&context, printed] { PrintCheck(context, *printed); };
-    });
-
-    CLI::App* const test = group->add_subcommand("test", "Print sample values, to try the layout");
-    const auto tested = std::make_shared<PrintOptions>();
-    AddPrintOptions(test, *tested);
-    test->callback(
-        [&context, tested] { context.work = [&context, tested] { PrintTest(context, *tested); }; });
+std::vector<Command> CheckCommands() {
+    const Option account{.name = "account", .help = "Name of the account", .required = true};
+    const Option svg{
+        .name = "--svg", .help = "File to write", .required = true, .typeName = "FILE"};
+    const Option overwrite{
+        .name = "--overwrite", .help = "Replace an existing file", .kind = OptionKind::Flag};
+    return {
+        {.path = "check", .help = "Checks on pre-printed forms"},
+        {.path = "check words",
+         .help = "An amount written out in words",
+         .options = {{.name = "amount", .help = "Amount without sign", .required = true}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { ShowWords(context, given.Value("amount")); }},
+        {.path = "check format", .help = "Where an account's checks have their texts"},
+        {.path = "check format show",
+         .help = "Show the layout",
+         .options = {account},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { ShowFormat(context, given.Value("account")); }},
+        {.path = "check format set",
+         .help = "Change the layout",
+         .options = FormatOptionsOf(),
+         .run = RunSetFormat},
+        {.path = "check print",
+         .help = "Print a transaction as a check",
+         .options = {account,
+                     svg,
+                     overwrite,
+                     {.name = "--transaction",
+                      .help = "Its number, from transaction list",
+                      .required = true},
+                     {.name = "--number",
+                      .help = "Check number (default: the transaction's, else the account's next)"},
+                     {.name = "--memo", .help = "Memo line of the check"}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 PrintCheck(context, {.account = given.Value("account"),
+                                      .svg = given.Value("--svg"),
+                                      .overwrite = given.Flag("--overwrite"),
+                                      .transaction = given.Value("--transaction"),
+                                      .number = given.Text("--number"),
+                                      .memo = given.Value("--memo")});
+             }},
+        {.path = "check test",
+         .help = "Print sample values, to try the layout",
+         .options = {account, svg, overwrite},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 PrintTest(context, {.account = given.Value("account"),
+                                     .svg = given.Value("--svg"),
+                                     .overwrite = given.Flag("--overwrite")});
+             }},
+    };
 }
 
 }  // namespace quillon

@@ -1,27 +1,30 @@
 #pragma once
 
-#include "cli/CommandContext.h"
+#include <vector>
 
-// Each function registers a group of commands. A command's callback only notes the work
-// in the context; it is done when the whole command line was understood.
+#include "cli/Command.h"
+
+// What the files of this folder declare. AllCommands() has them in the order of --help.
 
 namespace quillon {
 
-void AddAccountCommands(CLI::App& program, CCommandContext& context);
-void AddTransactionCommands(CLI::App& program, CCommandContext& context);
-void AddTransactionList(CLI::App& transaction, CCommandContext& context);
-void AddCategoryCommands(CLI::App& program, CCommandContext& context);
-void AddPayeeCommands(CLI::App& program, CCommandContext& context);
-void AddRuleCommands(CLI::App& program, CCommandContext& context);
-void AddImportCommand(CLI::App& program, CCommandContext& context);
-void AddStoreCommands(CLI::App& program, CCommandContext& context);
-void AddBackupCommands(CLI::App& program, CCommandContext& context);
-void AddPasswordCommands(CLI::App& program, CCommandContext& context);
-void AddReconcileCommand(CLI::App& program, CCommandContext& context);
-void AddSettingsCommands(CLI::App& program, CCommandContext& context);
-void AddCheckCommands(CLI::App& program, CCommandContext& context);
-void AddExportCommand(CLI::App& program, CCommandContext& context);
-void AddQuoteCommand(CLI::App& program, CCommandContext& context);
-void AddDemoCommand(CLI::App& program, CCommandContext& context);
+std::vector<Command> AllCommands();
+
+std::vector<Command> StoreCommands();
+std::vector<Command> AccountCommands();
+std::vector<Command> TransactionCommands();
+Command TransactionListCommand();
+std::vector<Command> CategoryCommands();
+std::vector<Command> PayeeCommands();
+std::vector<Command> RuleCommands();
+std::vector<Command> ImportCommands();
+std::vector<Command> ExportCommands();
+std::vector<Command> ReconcileCommands();
+std::vector<Command> CheckCommands();
+std::vector<Command> BackupCommands();
+std::vector<Command> PasswordCommands();
+std::vector<Command> SettingsCommands();
+std::vector<Command> QuoteCommands();
+std::vector<Command> DemoCommands();
 
 }  // namespace quillon

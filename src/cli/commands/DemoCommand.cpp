@@ -50,13 +50,13 @@ void MakeDemo(CCommandContext& context, const std::string& folder) {
 
 }  // namespace
 
-void AddDemoCommand(CLI::App& program, CCommandContext& context) {
-    CLI::App* const demo =
-        program.add_subcommand("demo", "Make a lifelike sample ledger: five accounts, ten years");
-    const auto folder = std::make_shared<std::string>();
-    demo->add_option("folder", *folder, "A new folder for it")->required();
-    demo->callback(
-        [&context, folder] { context.work = [&context, folder] { MakeDemo(context, *folder); }; });
+std::vector<Command> DemoCommands() {
+    return {{.path = "demo",
+             .help = "Make a lifelike sample ledger: five accounts, ten years",
+             .options = {{.name = "folder", .help = "A new folder for it", .required = true}},
+             .run = [](CCommandContext& context, const Arguments& given) {
+                 MakeDemo(context, given.Value("folder"));
+             }}};
 }
 
 }  // namespace quillon

@@ -43,23 +43,32 @@ void Export(CCommandContext& context, bool csv, const ExportOptions& options) {
     }
 }
 
+ExportOptions OptionsOf(const Arguments& given) {
+    return {.account = given.Value("account"),
+            .file = given.Value("file"),
+            .overwrite = given.Flag("--overwrite")};
+}
+
 }  // namespace
 
-void AddExportCommand(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group = program.add_subcommand("export", "Write a register for other programs");
-    group->require_subcommand(1);
-    for (const bool csv : {true, false}) {
-        CLI::App* const command =
-            csv ? group->add_subcommand("csv", "Comma-separated values, for spreadsheets")
-                : group->add_subcommand("qif", "QIF, for other finance programs");
-        const auto options = std::make_shared<ExportOptions>();
-        command->add_option("account", options->account, "Name of the account")->required();
-        command->add_option("file", options->file, "File to write")->required();
-        command->add_flag("--overwrite", options->overwrite, "Replace an existing file");
-        command->callback([&context, csv, options] {
-            context.work = [&context, csv, options] { Export(context, csv, *options); };
-        });
-    }
+std::vector<Command> ExportCommands() {
+    const std::vector<Option> options{
+        {.name = "account", .help = "Name of the account", .required = true},
+        {.name = "file", .help = "File to write", .required = true},
+        {.name = "--overwrite", .help = "Replace an existing file", .kind = OptionKind::Flag}};
+    return {
+        {.path = "export", .help = "Write a register for other programs"},
+        {.path = "export csv",
+         .help = "Comma-separated values, for spreadsheets",
+         .options = options,
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Export(context, true, OptionsOf(given)); }},
+        {.path = "export qif",
+         .help = "QIF, for other finance programs",
+         .options = options,
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Export(context, false, OptionsOf(given)); }},
+    };
 }
 
 }  // namespace quillon

@@ -21,11 +21,11 @@ enum class Format { Qif, Qfx };
 struct ImportCommandOptions {
     std::string file;
     std::string account;
-    std::string dialect = "auto";
+    std::string dialect;
     std::string dateOrder;
     std::string decimal;
     std::string source;
-    std::string notes = "summed";
+    std::string notes;
     bool dryRun = false;
 };
 
@@ -213,44 +213,51 @@ void Import(CCommandContext& context, Format format, const ImportCommandOptions&
                 FormatCurrency(now.currentBalance));
 }
 
+ImportCommandOptions OptionsOf(const Arguments& given) {
+    return {.file = given.Value("file"),
+            .account = given.Value("--account"),
+            .dialect = given.Value("--dialect"),
+            .dateOrder = given.Value("--date-order"),
+            .decimal = given.Value("--decimal"),
+            .source = given.Value("--source"),
+            .notes = given.Value("--notes"),
+            .dryRun = given.Flag("--dry-run")};
+}
+
 }  // namespace
 
-void AddImportCommand(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group =
-        program.add_subcommand("import", "Enter a bank's download into an account");
-    group->require_subcommand(1);
-    for (const Format format : {Format::Qif, Format::Qfx}) {
-        CLI::App* const import =
-            format == Format::Qif
-                ? group->add_subcommand("qif", "Import a QIF file")
-                : group->add_subcommand("qfx",
-                                        "Import a QFX or OFX file; known lines are left out");
-        const auto options = std::make_shared<ImportCommandOptions>();
-        import->add_option("file", options->file, "The file")->required();
-        import->add_option("--account", options->account, "Account it goes into")->required();
-        import->add_flag("--dry-run", options->dryRun, "Only show what would be entered");
-        import
-            ->add_option("--dialect", options->dialect,
-                         "auto: infer from the whole file how it is written; plain: do not")
-            ->check(CLI::IsMember({"auto", "plain"}))
-            ->capture_default_str();
-        import->add_option("--date-order", options->dateOrder, "Order of day, month and year")
-            ->check(CLI::IsMember({"mdy", "dmy", "ymd"}));
-        import->add_option("--decimal", options->decimal, "Mark of the decimals")
-            ->check(CLI::IsMember({"point", "comma"}));
-        import->add_option("--source", options->source,
-                           "Which account of a file that holds several: its name or number, "
-                           "or all");
-        import
-            ->add_option("--notes", options->notes,
-                         "summed: one note for many lines of one cause; all: every one")
-            ->check(CLI::IsMember({"summed", "all"}))
-            ->capture_default_str();
-        import->callback([&context, format, options] {
-            context.work = [&context, format, options] { Import(context, format, *options);
+std::vector<Command> ImportCommands() {
+    const std::vector<Option> options{
+        {.name = "file", .help = "The file", .required = true},
+        {.name = "--account", .help = "Account it goes into", .required = true},
+        {.name = "--dry-run", .help = "Only show what would be entered", .kind = OptionKind::Flag},
+        {.name = "--dialect",
+         .help = "auto: infer from the whole file how it is written; plain: do not",
+         .choices = {"auto", "plain"},
+         .standard = "auto"},
+        {.name = "--date-order",
+         .help = "Order of day, month and year",
+         .choices = {"mdy", "dmy", "ymd"}},
+        {.name = "--decimal", .help = "Mark of the decimals", .choices = {"point", "comma"}},
+        {.name = "--source",
+         .help = "Which account of a file that holds several: its name or number, or all"},
+        {.name = "--notes",
+         .help = "summed: one note for many lines of one cause; all: every one",
+         .choices = {"summed", "all"},
+         .standard = "summed"}};
+    return {
+        {.path = "import", .help = "Enter a bank's download into an account"},
+        {.path = "import qif",
+         .help = "Import a QIF file",
+         .options = options,
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Import(context, Format::Qif, OptionsOf(given)); }},
+        {.path = "import qfx",
+         .help = "Import a QFX or OFX file; known lines are left out",
+         .options = options,
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Import(context, Format::Qfx, OptionsOf(given)); }},
     };
-});
-}  // namespace quillon
 }
 
 }  // namespace quillon

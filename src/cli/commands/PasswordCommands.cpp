@@ -65,22 +65,24 @@ void Check(CCommandContext& context) {
 
 }  // namespace
 
-void AddPasswordCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group =
-        program.add_subcommand("password", "The ledger's password, asked for on the terminal");
-    group->require_subcommand(1);
-    CLI::App* const set = group->add_subcommand("set", "Set or change the password");
-    const auto file = std::make_shared<std::string>();
-    set->add_option("--new-password-file", *file,
-                    "File whose first line is the new password (of a ledger without one, "
-                    "--password-file will do)")
-        ->type_name("FILE");
-    set->callback([&context, file] { context.work = [&context, file] { Set(context, *file); }; });
-    group->add_subcommand("clear", "Remove the password")->callback([&context] {
-        context.work = [&context] { Clear(context); };
-    });
-    group->add_subcommand("check", "Tell whether a password is the right one")
-        ->callback([&context] { context.work = [&context] { Check(context); }; });
+std::vector<Command> PasswordCommands() {
+    return {
+        {.path = "password", .help = "The ledger's password, asked for on the terminal"},
+        {.path = "password set",
+         .help = "Set or change the password",
+         .options = {{.name = "--new-password-file",
+                      .help = "File whose first line is the new password (of a ledger without "
+                              "one, --password-file will do)",
+                      .typeName = "FILE"}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Set(context, given.Value("--new-password-file")); }},
+        {.path = "password clear",
+         .help = "Remove the password",
+         .run = [](CCommandContext& context, const Arguments&) { Clear(context); }},
+        {.path = "password check",
+         .help = "Tell whether a password is the right one",
+         .run = [](CCommandContext& context, const Arguments&) { Check(context); }},
+    };
 }
 
 }  // namespace quillon

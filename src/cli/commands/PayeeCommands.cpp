@@ -80,34 +80,34 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
 
 }  // namespace
 
-void AddPayeeCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group = program.add_subcommand("payee", "Who is paid and who pays");
-    group->require_subcommand(1);
-    group->add_subcommand("list", "List the payees")->callback([&context] {
-        context.work = [&context] { List(context); };
-    });
-
-    CLI::App* const add = group->add_subcommand("add", "Add a payee");
-    const auto added = std::make_shared<std::string>();
-    add->add_option("name", *added, "Its name")->required();
-    add->callback(
-        [&context, added] { context.work = [&context, added] { Add(context, *added); }; });
-
-    CLI::App* const rename = group->add_subcommand("rename", "Rename a payee");
-    const auto names = std::make_shared<std::pair<std::string, std::string>>();
-    rename->add_option("name", names->first, "Its name")->required();
-    rename->add_option("new-name", names->second, "Its new name")->required();
-    rename->callback([&context, names] {
-        context.work = [&context, names] { Rename(context, names->first, names->second); };
-    });
-
-    CLI::App* const remove = group->add_subcommand("delete", "Delete a payee");
-    const auto removed = std::make_shared<std::pair<std::string, TextOption>>();
-    remove->add_option("name", removed->first, "Its name")->required();
-    AddText(remove, "--to", removed->second, "Payee for what is filed under it");
-    remove->callback([&context, removed] {
-        context.work = [&context, removed] { Delete(context, removed->first, removed->second); };
-    });
+std::vector<Command> PayeeCommands() {
+    return {
+        {.path = "payee", .help = "Who is paid and who pays"},
+        {.path = "payee list",
+         .help = "List the payees",
+         .run = [](CCommandContext& context, const Arguments&) { List(context); }},
+        {.path = "payee add",
+         .help = "Add a payee",
+         .options = {{.name = "name", .help = "Its name", .required = true}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Add(context, given.Value("name")); }},
+        {.path = "payee rename",
+         .help = "Rename a payee",
+         .options = {{.name = "name", .help = "Its name", .required = true},
+                     {.name = "new-name", .help = "Its new name", .required = true}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Rename(context, given.Value("name"), given.Value("new-name"));
+             }},
+        {.path = "payee delete",
+         .help = "Delete a payee",
+         .options = {{.name = "name", .help = "Its name", .required = true},
+                     {.name = "--to", .help = "Payee for what is filed under it"}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Delete(context, given.Value("name"), given.Text("--to"));
+             }},
+    };
 }
 
 }  // namespace quillon

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 
+#include "cli/CommandContext.h"
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Values.h"
@@ -18,8 +19,7 @@ namespace {
 
 struct QuoteOptions {
     std::string symbol;
-    int service = 0;
-    const CLI::Option* serviceOption = nullptr;
+    NumberOption service;
     bool fallThrough = false;
     TextOption page;
 };
@@ -97,8 +97,8 @@ CStockQuoteResult Ask(CCommandContext& context, const QuoteOptions& options) {
         *transport, context.Settings(),
         CStockSymbols({FolderOf(context.Settings().Path()), ExecutableFolder()}, files));
     const CStockQuote quote(options.symbol);
-    const bool isChosen = options.serviceOption->count() > 0;
-    const int service = isChosen ? options.service : gateway.SelectedService();
+    const int service = options.service.Given() ? static_cast<int>(options.service.value)
+                                                : gateway.SelectedService();
     if (options.page.Given()) {
         const std::string page = ReadPage(files, options.page.value);
         const int64_t saved = files.ModificationTime(options.page.value);
@@ -120,24 +120,29 @@ void Quote(CCommandContext& context, const QuoteOptions& options) {
 
 }  // namespace
 
-void AddQuoteCommand(CLI::App& program, CCommandContext& context) {
-    const auto options = std::make_shared<QuoteOptions>();
-    CLI::App* const command =
-        program.add_subcommand("quote", "The current price of a stock, from the web");
-    command->add_option("symbol", options->symbol, "Its symbol, such as ACME")->required();
-    options->serviceOption =
-        command
-            ->add_option("--service", options->service,
-                         "0 search engine, 1 stock-analysis site, 2 market-news site (default: "
-                         "the settings' LastSelection LastSelectedStockQuoteService, else 0)")
-            ->type_name("N");
-    CLI::Option* const fallThrough = command->add_flag(
-        "--fall-through", options->fallThrough, "Ask the other services when this one fails");
-    AddText(command, "--page", options->page, "Take the values from a saved page of the service")
-        ->type_name("FILE")
-        ->excludes(fallThrough);
-    command->callback(
-        [&context, options] { context.work = [&context, options] { Quote(context, *options); }; });
+std::vector<Command> QuoteCommands() {
+    return {{.path = "quote",
+             .help = "The current price of a stock, from the web",
+             .options = {{.name = "symbol", .help = "Its symbol, such as ACME", .required = true},
+                         {.name = "--service",
+                          .help = "0 search engine, 1 stock-analysis site, 2 market-news site "
+                                  "(default: the settings' LastSelection "
+                                  "LastSelectedStockQuoteService, else 0)",
+                          .kind = OptionKind::SmallNumber,
+                          .typeName = "N"},
+                         {.name = "--fall-through",
+                          .help = "Ask the other services when this one fails",
+                          .kind = OptionKind::Flag},
+                         {.name = "--page",
+                          .help = "Take the values from a saved page of the service",
+                          .typeName = "FILE",
+                          .excludes = "--fall-through"}},
+             .run = [](CCommandContext& context, const Arguments& given) {
+                 Quote(context, {.symbol = given.Value("symbol"),
+                                 .service = given.Number("--service"),
+                                 .fallThrough = given.Flag("--fall-through"),
+                                 .page = given.Text("--page")});
+             }}};
 }
 
 }  // namespace quillon

@@ -22,12 +22,6 @@ namespace {
 // More sets than this nobody reads; --json has them all.
 constexpr size_t kMostSetsShown = 20;
 
-struct NumberOption {
-    int64_t value = 0;
-    const CLI::Option* option = nullptr;
-    bool Given() const { return option && option->count() > 0; }
-};
-
 struct ReconcileOptions {
     std::string account;
     std::string balance;
@@ -275,31 +269,38 @@ void CReconcileCommand::PrintNotes() {
     }
 }
 
-void AddNumber(CLI::App* command, const std::string& name, NumberOption& number,
-               const std::string& help) {
-    number.option = command->add_option(name, number.value, help);
-}
-
 }  // namespace
 
-void AddReconcileCommand(CLI::App& program, CCommandContext& context) {
-    CLI::App* const reconcile = program.add_subcommand(
-        "reconcile", "Find the transactions that the bank's statement lacks");
-    const auto options = std::make_shared<ReconcileOptions>();
-    reconcile->add_option("account", options->account, "Name of the account")->required();
-    reconcile->add_option("--balance", options->balance, "Balance on the bank's statement, signed")
-        ->required();
-    AddNumber(reconcile, "--days", options->days, "Days to look back, 0 to 90");
-    AddNumber(reconcile, "--max", options->maximum, "Transactions in a set at most, 0 to 60");
-    reconcile->add_flag("--yes", options->yes, "Go on when --max must be reduced");
-    reconcile
-        ->add_option("--cleared", options->cleared,
-                     "Numbers of transactions that have cleared the bank")
-        ->delimiter(',')
-        ->type_name("ID");
-    reconcile->callback([&context, options] {
-        context.work = [&context, options] { CReconcileCommand(context, *options).Run(); };
-    });
+std::vector<Command> ReconcileCommands() {
+    return {{.path = "reconcile",
+             .help = "Find the transactions that the bank's statement lacks",
+             .options = {{.name = "account", .help = "Name of the account", .required = true},
+                         {.name = "--balance",
+                          .help = "Balance on the bank's statement, signed",
+                          .required = true},
+                         {.name = "--days",
+                          .help = "Days to look back, 0 to 90",
+                          .kind = OptionKind::Number},
+                         {.name = "--max",
+                          .help = "Transactions in a set at most, 0 to 60",
+                          .kind = OptionKind::Number},
+                         {.name = "--yes",
+                          .help = "Go on when --max must be reduced",
+                          .kind = OptionKind::Flag},
+                         {.name = "--cleared",
+                          .help = "Numbers of transactions that have cleared the bank",
+                          .kind = OptionKind::Texts,
+                          .typeName = "ID",
+                          .delimiter = ','}},
+             .run = [](CCommandContext& context, const Arguments& given) {
+                 const ReconcileOptions options{.account = given.Value("account"),
+                                                .balance = given.Value("--balance"),
+                                                .days = given.Number("--days"),
+                                                .maximum = given.Number("--max"),
+                                                .cleared = given.Texts("--cleared"),
+                                                .yes = given.Flag("--yes")};
+                 CReconcileCommand(context, options).Run();
+             }}};
 }
 
 }  // namespace quillon

@@ -77,47 +77,40 @@ void Delete(CCommandContext& context, const std::string& which) {
     PrintRows(context, Json::array({RuleJson(rule)}), "Rule deleted: " + RuleText(rule) + ".");
 }
 
-struct RuleOptions {
-    std::string which;
-    std::string search;
-    std::string replace;
-    TextOption newReplace;
-};
-
 }  // namespace
 
-void AddRuleCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group =
-        program.add_subcommand("rule", "Rules that rename what imports bring, in their order");
-    group->require_subcommand(1);
-    group->add_subcommand("list", "List the rules")->callback([&context] {
-        context.work = [&context] { List(context); };
-    });
-    const auto options = std::make_shared<RuleOptions>();
-
-    CLI::App* const add = group->add_subcommand("add", "Add a rule behind the others");
-    add->add_option("search", options->search, "Text that a name contains, case as written")
-        ->required();
-    add->add_option("replace", options->replace, "What the whole name becomes")->required();
-    add->callback([&context, options] {
-        context.work = [&context, options] { Add(context, options->search, options->replace); };
-    });
-
-    CLI::App* const rename = group->add_subcommand("rename", "Change a rule's texts");
-    rename->add_option("rule", options->which, "Its number or its search text")->required();
-    rename->add_option("search", options->search, "Its new search text")->required();
-    AddText(rename, "replace", options->newReplace, "Its new replacement (default: as it was)");
-    rename->callback([&context, options] {
-        context.work = [&context, options] {
-            Change(context, options->which, options->search, options->newReplace);
-        };
-    });
-
-    CLI::App* const remove = group->add_subcommand("delete", "Delete a rule");
-    remove->add_option("rule", options->which, "Its number or its search text")->required();
-    remove->callback([&context, options] {
-        context.work = [&context, options] { Delete(context, options->which); };
-    });
+std::vector<Command> RuleCommands() {
+    const Option rule{.name = "rule", .help = "Its number or its search text", .required = true};
+    return {
+        {.path = "rule", .help = "Rules that rename what imports bring, in their order"},
+        {.path = "rule list",
+         .help = "List the rules",
+         .run = [](CCommandContext& context, const Arguments&) { List(context); }},
+        {.path = "rule add",
+         .help = "Add a rule behind the others",
+         .options = {{.name = "search",
+                      .help = "Text that a name contains, case as written",
+                      .required = true},
+                     {.name = "replace", .help = "What the whole name becomes", .required = true}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Add(context, given.Value("search"), given.Value("replace"));
+             }},
+        {.path = "rule rename",
+         .help = "Change a rule's texts",
+         .options = {rule,
+                     {.name = "search", .help = "Its new search text", .required = true},
+                     {.name = "replace", .help = "Its new replacement (default: as it was)"}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Change(context, given.Value("rule"), given.Value("search"), given.Text("replace"));
+             }},
+        {.path = "rule delete",
+         .help = "Delete a rule",
+         .options = {rule},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Delete(context, given.Value("rule")); }},
+    };
 }
 
 }  // namespace quillon

@@ -1,5 +1,6 @@
 // settings get, set, list. The settings file holds no finance data, so no ledger is opened.
 
+#include "cli/CommandContext.h"
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/TablePrinter.h"
@@ -75,30 +76,35 @@ void List(CCommandContext& context, const std::string& only) {
 
 }  // namespace
 
-void AddSettingsCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group = program.add_subcommand("settings", "The settings file");
-    group->require_subcommand(1);
-    const auto setting = std::make_shared<SettingName>();
-
-    CLI::App* const get = group->add_subcommand("get", "Show one setting");
-    get->add_option("section", setting->section, "Its section")->required();
-    get->add_option("key", setting->key, "Its name")->required();
-    get->callback(
-        [&context, setting] { context.work = [&context, setting] { Get(context, *setting); }; });
-
-    CLI::App* const set = group->add_subcommand("set", "Store a setting");
-    set->add_option("section", setting->section, "Its section")->required();
-    set->add_option("key", setting->key, "Its name")->required();
-    set->add_option("value", setting->value, "Its value; an empty one removes the setting")
-        ->required();
-    set->callback(
-        [&context, setting] { context.work = [&context, setting] { Set(context, *setting); }; });
-
-    CLI::App* const list = group->add_subcommand("list", "Show all settings");
-    list->add_option("section", setting->section, "Only this section");
-    list->callback([&context, setting] {
-        context.work = [&context, setting] { List(context, setting->section); };
-    });
+std::vector<Command> SettingsCommands() {
+    const Option section{.name = "section", .help = "Its section", .required = true};
+    const Option key{.name = "key", .help = "Its name", .required = true};
+    return {
+        {.path = "settings", .help = "The settings file"},
+        {.path = "settings get",
+         .help = "Show one setting",
+         .options = {section, key},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Get(context, {given.Value("section"), given.Value("key"), {}});
+             }},
+        {.path = "settings set",
+         .help = "Store a setting",
+         .options = {section,
+                     key,
+                     {.name = "value",
+                      .help = "Its value; an empty one removes the setting",
+                      .required = true}},
+         .run =
+             [](CCommandContext& context, const Arguments& given) {
+                 Set(context, {given.Value("section"), given.Value("key"), given.Value("value")});
+             }},
+        {.path = "settings list",
+         .help = "Show all settings",
+         .options = {{.name = "section", .help = "Only this section"}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { List(context, given.Value("section")); }},
+    };
 }
 
 }  // namespace quillon

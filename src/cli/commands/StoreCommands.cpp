@@ -122,18 +122,20 @@ void Verify(CCommandContext& context, bool repair) {
 
 }  // namespace
 
-void AddStoreCommands(CLI::App& program, CCommandContext& context) {
-    program.add_subcommand("init", "Make a new ledger")->callback([&context] {
-        context.work = [&context] { Initialise(context); };
-    });
-    CLI::App* const verify =
-        program.add_subcommand("verify", "Check every table, index, balance and page");
-    const auto repair = std::make_shared<bool>(false);
-    verify->add_flag("--repair", *repair,
-                     "First make indexes and balances anew and give back room of deleted rows; "
-                     "damage that leaves the tables in order is then accepted");
-    verify->callback(
-        [&context, repair] { context.work = [&context, repair] { Verify(context, *repair); }; });
+std::vector<Command> StoreCommands() {
+    return {
+        {.path = "init",
+         .help = "Make a new ledger",
+         .run = [](CCommandContext& context, const Arguments&) { Initialise(context); }},
+        {.path = "verify",
+         .help = "Check every table, index, balance and page",
+         .options = {{.name = "--repair",
+                      .help = "First make indexes and balances anew and give back room of deleted "
+                              "rows; damage that leaves the tables in order is then accepted",
+                      .kind = OptionKind::Flag}},
+         .run = [](CCommandContext& context,
+                   const Arguments& given) { Verify(context, given.Flag("--repair")); }},
+    };
 }
 
 }  // namespace quillon

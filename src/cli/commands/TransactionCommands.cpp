@@ -16,7 +16,7 @@ namespace {
 constexpr char kDirection[] = "the type gives the direction";
 
 struct EntryOptions {
-    std::string idText;  // of an edit or delete
+    std::string idText{};  // of an edit or delete
     TextOption account;
     TextOption type;
     TextOption date;
@@ -215,72 +215,115 @@ void Transfer(CCommandContext& context, const TransferOptions& options) {
                true);
 }
 
-// Options that add and edit share.
-void AddEntryOptions(CLI::App* command, EntryOptions& options, bool required) {
-    AddText(command, "--type", options.type, "Kind of transaction")
-        ->required(required)
-        ->check(CLI::IsMember(TransactionTypeKeys(), CLI::ignore_case));
-    AddText(command, "--date", options.date, "YYYY-MM-DD")->required(required);
-    AddText(command, "--amount", options.amount, "Amount without sign")->required(required);
-    AddText(command, "--payee", options.payee, "Who is paid or pays; made when it is new");
-    AddText(command, "--category", options.category, "A category there is");
-    AddText(command, "--check", options.check, "Check number, 0 for none");
-    AddText(command, "--electronic", options.electronic, "Kind of electronic payment")
-        ->check(CLI::IsMember({"", "ATM", "EFT", "Transfer"}));
-    AddText(command, "--memo", options.memo, "Anything worth knowing");
+// --- what there is to type
+
+// `first`, then the options that add and edit share.
+std::vector<Option> WithEntryOptions(std::vector<Option> first, bool required) {
+    const std::vector<Option> shared{
+        {.name = "--type",
+         .help = "Kind of transaction",
+         .required = required,
+         .choices = TransactionTypeKeys(),
+         .ignoreCase = true},
+        {.name = "--date", .help = "YYYY-MM-DD", .required = required},
+        {.name = "--amount", .help = "Amount without sign", .required = required},
+        {.name = "--payee", .help = "Who is paid or pays; made when it is new"},
+        {.name = "--category", .help = "A category there is"},
+        {.name = "--check", .help = "Check number, 0 for none"},
+        {.name = "--electronic",
+         .help = "Kind of electronic payment",
+         .choices = {"", "ATM", "EFT", "Transfer"}},
+        {.name = "--memo", .help = "Anything worth knowing"}};
+    first.insert(first.end(), shared.begin(), shared.end());
+    return first;
 }
 
-void AddTransfer(CLI::App& program, CCommandContext& context) {
-    CLI::App* const transfer =
-        program.add_subcommand("transfer", "Move money from one account to another");
-    const auto options = std::make_shared<TransferOptions>();
-    transfer->add_option("from", options->from, "Account that pays")->required();
-    transfer->add_option("to", options->to, "Account that receives")->required();
-    transfer->add_option("--amount", options->amount, "Amount without sign")->required();
-    AddText(transfer, "--date", options->date, "YYYY-MM-DD (default: today)");
-    transfer->add_option("--memo", options->memo, "Anything worth knowing");
-    transfer->callback([&context, options] {
-        context.work = [&context, options] { Transfer(context, *options); };
-    });
+// `account` is declared by either under its own name.
+EntryOptions EntryOf(const Arguments& given, const TextOption& account) {
+    return {.account = account,
+            .type = given.Text("--type"),
+            .date = given.Text("--date"),
+            .amount = given.Text("--amount"),
+            .payee = given.Text("--payee"),
+            .category = given.Text("--category"),
+            .check = given.Text("--check"),
+            .electronic = given.Text("--electronic"),
+            .memo = given.Text("--memo")};
+}
+
+Command AddCommand() {
+    return {.path = "transaction add",
+            .help = "Enter a transaction",
+            .options = WithEntryOptions(
+                {{.name = "account", .help = "Name of the account", .required = true}}, true),
+            .run = [](CCommandContext& context, const Arguments& given) {
+                AddTransaction(context, EntryOf(given, given.Text("account")));
+            }};
+}
+
+Command EditCommand() {
+    Command edit{.path = "transaction edit",
+                 .help = "Change a transaction",
+                 .options = WithEntryOptions(
+                     {{.name = "id", .help = "Its number, from transaction list", .required = true},
+                      {.name = "--account",
+                       .help = "Move it to this account; the type follows the kind of account"}},
+                     false),
+                 .run = [](CCommandContext& context, const Arguments& given) {
+                     EntryOptions options = EntryOf(given, given.Text("--account"));
+                     options.idText = given.Value("id");
+                     options.both = given.Flag("--both");
+                     EditTransaction(context, options);
+                 }};
+    edit.options.push_back({.name = "--both",
+                            .help = "Change the other side of a transfer to match: date, amount, "
+                                    "category, memo, direction",
+                            .kind = OptionKind::Flag});
+    return edit;
+}
+
+Command DeleteCommand() {
+    return {
+        .path = "transaction delete",
+        .help = "Delete a transaction",
+        .options = {{.name = "id", .help = "Its number, from transaction list", .required = true},
+                    {.name = "--both",
+                     .help = "Delete the other side of a transfer too",
+                     .kind = OptionKind::Flag}},
+        .run = [](CCommandContext& context, const Arguments& given) {
+            EntryOptions options;
+            options.idText = given.Value("id");
+            options.both = given.Flag("--both");
+            DeleteTransaction(context, options);
+        }};
+}
+
+Command TransferCommand() {
+    return {.path = "transfer",
+            .help = "Move money from one account to another",
+            .options = {{.name = "from", .help = "Account that pays", .required = true},
+                        {.name = "to", .help = "Account that receives", .required = true},
+                        {.name = "--amount", .help = "Amount without sign", .required = true},
+                        {.name = "--date", .help = "YYYY-MM-DD (default: today)"},
+                        {.name = "--memo", .help = "Anything worth knowing"}},
+            .run = [](CCommandContext& context, const Arguments& given) {
+                Transfer(context, {.from = given.Value("from"),
+                                   .to = given.Value("to"),
+                                   .amount = given.Value("--amount"),
+                                   .date = given.Text("--date"),
+                                   .memo = given.Value("--memo")});
+            }};
 }
 
 }  // namespace
 
-void AddTransactionCommands(CLI::App& program, CCommandContext& context) {
-    CLI::App* const group = program.add_subcommand("transaction", "Transactions of an account");
-    group->require_subcommand(1);
-    AddTransactionList(*group, context);
-
-    CLI::App* const add = group->add_subcommand("add", "Enter a transaction");
-    const auto added = std::make_shared<EntryOptions>();
-    AddText(add, "account", added->account, "Name of the account")->required();
-    AddEntryOptions(add, *added, true);
-    add->callback([&context, added] {
-        context.work = [&context, added] { AddTransaction(context, *added); };
-    });
-
-    CLI::App* const edit = group->add_subcommand("edit", "Change a transaction");
-    const auto edited = std::make_shared<EntryOptions>();
-    edit->add_option("id", edited->idText, "Its number, from transaction list")->required();
-    AddText(edit, "--account", edited->account,
-            "Move it to this account; the type follows the kind of account");
-    AddEntryOptions(edit, *edited, false);
-    edit->add_flag("--both", edited->both,
-                   "Change the other side of a transfer to match: date, amount, category, "
-                   "memo, direction");
-    edit->callback([&context, edited] {
-        context.work = [&context, edited] { EditTransaction(context, *edited); };
-    });
-
-    CLI::App* const remove = group->add_subcommand("delete", "Delete a transaction");
-    const auto removed = std::make_shared<EntryOptions>();
-    remove->add_option("id", removed->idText, "Its number, from transaction list")->required();
-    remove->add_flag("--both", removed->both, "Delete the other side of a transfer too");
-    remove->callback([&context, removed] {
-        context.work = [&context, removed] { DeleteTransaction(context, *removed); };
-    });
-
-    AddTransfer(program, context);
+std::vector<Command> TransactionCommands() {
+    return {{.path = "transaction", .help = "Transactions of an account"},
+            TransactionListCommand(),
+            AddCommand(),
+            EditCommand(),
+            DeleteCommand(),
+            TransferCommand()};
 }
 
 }  // namespace quillon

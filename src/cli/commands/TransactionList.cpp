@@ -112,20 +112,26 @@ void ListTransactions(CCommandContext& context, const ListOptions& options) {
 
 }  // namespace
 
-void AddTransactionList(CLI::App& transaction, CCommandContext& context) {
-    CLI::App* const list =
-        transaction.add_subcommand("list", "Show an account's register with running balances");
-    const auto options = std::make_shared<ListOptions>();
-    list->add_option("account", options->account, "Name of the account")->required();
-    AddText(list, "--from", options->from, "First date, YYYY-MM-DD");
-    AddText(list, "--to", options->to, "Last date, YYYY-MM-DD");
-    AddText(list, "--payee", options->payee, "Only this payee; * and ? stand for any characters");
-    AddText(list, "--category", options->category, "Only this category; * and ? as above");
-    AddText(list, "--contains", options->contains,
-            "Only where payee, category, memo, number or amount contain this");
-    list->callback([&context, options] {
-        context.work = [&context, options] { ListTransactions(context, *options); };
-    });
+Command TransactionListCommand() {
+    return {
+        .path = "transaction list",
+        .help = "Show an account's register with running balances",
+        .options = {{.name = "account", .help = "Name of the account", .required = true},
+                    {.name = "--from", .help = "First date, YYYY-MM-DD"},
+                    {.name = "--to", .help = "Last date, YYYY-MM-DD"},
+                    {.name = "--payee",
+                     .help = "Only this payee; * and ? stand for any characters"},
+                    {.name = "--category", .help = "Only this category; * and ? as above"},
+                    {.name = "--contains",
+                     .help = "Only where payee, category, memo, number or amount contain this"}},
+        .run = [](CCommandContext& context, const Arguments& given) {
+            ListTransactions(context, {.account = given.Value("account"),
+                                       .from = given.Text("--from"),
+                                       .to = given.Text("--to"),
+                                       .payee = given.Text("--payee"),
+                                       .category = given.Text("--category"),
+                                       .contains = given.Text("--contains")});
+        }};
 }
 
 }  // namespace quillon
