@@ -196,6 +196,23 @@ TEST_F(WorkspaceTest, ListenersMayLeaveAndChangeWhileTold) {
     EXPECT_EQ(keeper.notices.size(), 2U);
 }
 
+// Listeners that were there before the ledger read it when it may be shown, not earlier.
+TEST_F(WorkspaceTest, ALedgerThatIsReadyIsEverything) {
+    Enter(Row(Account("Checking"), TransactionType::Payment, 10), "Grocer");
+    ASSERT_TRUE(workspace.Database().SetPassword("secret"));
+    ASSERT_TRUE(workspace.Close());
+    EXPECT_FALSE(workspace.IsReady());
+    EXPECT_EQ(workspace.Names().Payee(1), "");
+    keeper.notices.clear();
+    EXPECT_EQ(workspace.Start("ledger"), StartUpStep::EnterPassword);
+    EXPECT_EQ(workspace.EnterPassword("wrong"), PasswordAnswer::Wrong);
+    EXPECT_TRUE(keeper.notices.empty());
+    EXPECT_EQ(workspace.EnterPassword("secret"), PasswordAnswer::Accepted);
+    ASSERT_EQ(keeper.notices.size(), 1U);
+    EXPECT_TRUE(keeper.notices[0].everything);
+    EXPECT_EQ(workspace.Names().Payee(1), "Grocer");
+}
+
 TEST_F(WorkspaceTest, AnOwnLabelIsKept) {
     const int64_t a = Account("Checking");
     CTransactionEntry row = Row(a, TransactionType::Payment, 10);

@@ -10,7 +10,7 @@ namespace quillon {
 
 namespace {
 
-// Dates count in days, which leaves room for telling rows of a day apart no further.
+// Of one payee, or of all with kNoRow. The rows stay in the query's results.
 bool ReadDatesOf(CQuillonDatabaseInterface& database, int64_t accountId, int64_t payeeId,
                  CNoSQLDatabaseInterface& query, std::vector<int64_t>& dates) {
     const CFinanceSection section(database);
@@ -31,19 +31,22 @@ bool CEntryForm::ReadAccount(int64_t accountId) {
     if (!m_workspace.Database().ReadAccount(accountId, account)) return false;
     const bool isOther = account.id != m_account.id;
     m_account = account;
-    return !isOther || ReadNames();
+    if (!isOther) return true;
+    m_payees.Clear();
+    m_categories.Clear();
+    return ReadNames() && ReadUses();
 }
 
 bool CEntryForm::ReadNames() {
-    m_payees.Clear();
-    m_categories.Clear();
+    m_payees.ClearNames();
+    m_categories.ClearNames();
     COwnedList<CPayeeEntry> payees;
     COwnedList<CCategoryEntry> categories;
     CQuillonDatabaseInterface& database = m_workspace.Database();
     if (!database.ListPayees(payees) || !database.ListCategories(categories)) return false;
     for (const CPayeeEntry& row : payees) m_payees.Add(row.id, row.name.ToUtf8());
     for (const CCategoryEntry& row : categories) m_categories.Add(row.id, row.name.ToUtf8());
-    return ReadUses();
+    return true;
 }
 
 bool CEntryForm::ReadUses() {
@@ -80,16 +83,14 @@ bool CEntryForm::ReadNewest(int64_t payeeId, CTransactionEntry& newest) const {
 
 void CEntryForm::LedgerChanged(const ChangeNotice& notice) try {
     if (m_account.id == kNoRow) return;
-    if (notice.everything || notice.categoryTable || notice.payeeTable) {
-        (void)ReadNames();
-    } else if (notice.Touches(m_account.id)) {
-        for (const RowNotice& row : notice.rows) {
-            CTransactionEntry read;
-            const bool isHere = row.change != RowChange::Removed && row.account == m_account.id;
-            if (!isHere || !m_workspace.Database().ReadTransaction(row.row, read)) continue;
-            m_payees.NoteUse(read.payeeId, read.serviceDate);
-            m_categories.NoteUse(read.categoryId, read.serviceDate);
-        }
+    if (notice.everything || notice.categoryTable || notice.payeeTable) (void)ReadNames();
+    if (notice.everything) (void)ReadUses();
+    for (const RowNotice& row : notice.rows) {
+        CTransactionEntry read;
+        const bool isHere = row.change != RowChange::Removed && row.account == m_account.id;
+        if (!isHere || !m_workspace.Database().ReadTransaction(row.row, read)) continue;
+        m_payees.NoteUse(read.payeeId, read.serviceDate);
+        m_categories.NoteUse(read.categoryId, read.serviceDate);
     }
     CAccountEntry account;
     if (notice.Touches(m_account.id) && m_workspace.Database().ReadAccount(m_account.id, account)) {

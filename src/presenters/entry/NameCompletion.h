@@ -25,6 +25,8 @@ struct Completion {
 class CNameCompletion {
 public:
     void Clear();
+    // Names are to be added again; their uses are kept.
+    void ClearNames() { m_names.clear(); }
     void Add(int64_t id, const std::string& name);
     // Later uses have higher figures, of any kind; a lower one changes nothing.
     void NoteUse(int64_t id, int64_t when);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -39,43 +40,49 @@ int64_t OrderedKey(double value, bool ascending) {
     return ascending ? rising : ~rising;
 }
 
-// Memos by eight bytes at a time: those that are even so far are sorted by the next eight.
+// Memos by sixteen bytes at a time: those that are even so far are sorted by the next ones.
+// What is compared lies beside the slots, since texts lie far apart.
 class CMemoSort {
 public:
     CMemoSort(CRegisterTexts& texts, bool ascending) : m_texts(texts), m_ascending(ascending) {}
 
     void Sort(std::vector<uint32_t>& slots) {
         m_keyed.resize(slots.size());
-        for (size_t i = 0; i < slots.size(); ++i) m_keyed[i].second = slots[i];
-        SortRun(0, slots.size(), 0);
-        for (size_t i = 0; i < slots.size(); ++i) slots[i] = m_keyed[i].second;
+        for (size_t i = 0; i < slots.size(); ++i) m_keyed[i].slot = slots[i];
+        SortRun(m_keyed, 0);
+        for (size_t i = 0; i < slots.size(); ++i) slots[i] = m_keyed[i].slot;
     }
 
 private:
-    void SortRun(size_t begin, size_t end, size_t depth) {
+    struct Keyed {
+        std::pair<uint64_t, uint64_t> bytes;
+        uint32_t slot = 0;
+    };
+    static constexpr size_t kBytes = 16;
+
+    void SortRun(std::span<Keyed> run, size_t depth) {
         bool goesOn = false;
-        for (size_t i = begin; i < end; ++i) {
-            std::string_view rest = m_texts.FoldedMemo(m_keyed[i].second);
+        for (Keyed& keyed : run) {
+            std::string_view rest = m_texts.FoldedMemo(keyed.slot);
             rest.remove_prefix(std::min(depth, rest.size()));
-            goesOn |= rest.size() > 8;
-            m_keyed[i].first = m_ascending ? Prefix(rest) : ~Prefix(rest);
+            goesOn |= rest.size() > kBytes;
+            const uint64_t first = Prefix(rest);
+            const uint64_t second = Prefix(rest.substr(std::min(kBytes / 2, rest.size())));
+            keyed.bytes = m_ascending ? std::pair(first, second) : std::pair(~first, ~second);
         }
-        const auto first = m_keyed.begin();
-        std::stable_sort(first + static_cast<std::ptrdiff_t>(begin),
-                         first + static_cast<std::ptrdiff_t>(end),
-                         [](const auto& a, const auto& b) { return a.first < b.first; });
-        if (!goesOn) return;
-        for (size_t start = begin; start < end;) {
+        std::stable_sort(run.begin(), run.end(),
+                         [](const Keyed& a, const Keyed& b) { return a.bytes < b.bytes; });
+        for (size_t start = 0; goesOn && start < run.size();) {
             size_t next = start + 1;
-            while (next < end && m_keyed[next].first == m_keyed[start].first) ++next;
-            if (next - start > 1) SortRun(start, next, depth + 8);
+            while (next < run.size() && run[next].bytes == run[start].bytes) ++next;
+            if (next - start > 1) SortRun(run.subspan(start, next - start), depth + kBytes);
             start = next;
         }
     }
 
     CRegisterTexts& m_texts;
     bool m_ascending;
-    std::vector<std::pair<uint64_t, uint32_t>> m_keyed;
+    std::vector<Keyed> m_keyed;
 };
 
 }  // namespace
