@@ -219,6 +219,10 @@ TEST_F(WorkspaceTest, AnOwnLabelIsKept) {
     ASSERT_EQ(workspace.EnterTransaction(row, {}, "Duplicate transaction"), LedgerStatus::Ok);
     EXPECT_EQ(keeper.notices.back().label, "Duplicate transaction");
     const int64_t rows[] = {row.id};
+    ASSERT_EQ(workspace.AssignCategory(rows, kNoRow), LedgerStatus::Ok);
+    EXPECT_EQ(keeper.notices.back().label, "Clear the category of 1 transaction");
+    ASSERT_EQ(workspace.MoveToAccount(rows, a), LedgerStatus::Ok);
+    EXPECT_EQ(keeper.notices.back().label, "Move 1 transaction to 'Checking'");
     ASSERT_EQ(workspace.RemoveTransactions(rows), LedgerStatus::Ok);
     EXPECT_EQ(keeper.notices.back().label, "Delete 1 transaction");
 }

@@ -118,13 +118,14 @@ public:
 
 private:
     // The one road of a change: work(notice) inside a batch, the commit, the notice. A history
-    // of actions is written here, inside the batch, under the notice's label.
-    template <class Work>
-    LedgerStatus Perform(const std::string& label, const std::string& ownLabel, Work work);
+    // of actions is written here, inside the batch, under the notice's label. `ownLabel()` is the
+    // workspace's. Want of memory is a StoreFailed, so that work and label do what takes some.
+    template <class OwnLabel, class Work>
+    LedgerStatus Perform(const std::string& label, OwnLabel ownLabel, Work work);
     // change(row) of each row, in one commit. It may alter the row's account.
-    template <class Change>
+    template <class OwnLabel, class Change>
     LedgerStatus ChangeEach(std::span<const int64_t> rows, const std::string& label,
-                            const std::string& ownLabel, Change change);
+                            OwnLabel ownLabel, Change change);
     LedgerStatus MakeNames(const NewNames& names, int64_t& payeeId, int64_t& categoryId,
                            ChangeNotice& notice);
     LedgerStatus ReadRow(int64_t id, CTransactionEntry& row);

@@ -1,43 +1,56 @@
 // Changes of accounts, categories and payees.
 
+#include <utility>
+
 #include "presenters/workspace/WorkspaceWork.h"
+#include "wording/Words.h"
 
 namespace quillon {
 
+namespace {
+
+// "Rename payee 'Grocer'", made when it is asked for.
+template <class Name>
+auto Named(const char* action, const Name& name) {
+    return [action, &name] { return action + (' ' + Quoted(std::string(name))); };
+}
+
+}  // namespace
+
 LedgerStatus CWorkspace::OpenAccount(CAccountEntry& account, double openingBalance, int64_t date,
                                      const std::string& label) {
-    CAccountEntry opened(account);
-    const LedgerStatus done =
-        Perform(label, "New account '" + account.name.ToUtf8() + "'", [&](ChangeNotice& notice) {
-            const LedgerStatus status = m_ledger.OpenAccount(opened, openingBalance, date);
-            if (status != LedgerStatus::Ok) return status;
-            COwnedList<CTransactionEntry> rows;
-            if (!m_database.ListTransactionsByAccount(opened.id, rows)) {
-                return LedgerStatus::StoreFailed;
-            }
-            for (const CTransactionEntry& row : rows) notice.AddRow(RowChange::Added, row);
-            notice.accountTable = true;
-            notice.categoryTable = !rows.IsEmpty();  // "Adjustment" may be new
-            notice.AddAccount(opened.id);
-            return LedgerStatus::Ok;
-        });
-    if (done == LedgerStatus::Ok) account = opened;
+    CAccountEntry opened;
+    const auto own = [&] { return "New account " + Quoted(account.name.ToUtf8()); };
+    const LedgerStatus done = Perform(label, own, [&](ChangeNotice& notice) {
+        opened = account;
+        const LedgerStatus status = m_ledger.OpenAccount(opened, openingBalance, date);
+        if (status != LedgerStatus::Ok) return status;
+        COwnedList<CTransactionEntry> rows;
+        if (!m_database.ListTransactionsByAccount(opened.id, rows)) {
+            return LedgerStatus::StoreFailed;
+        }
+        for (const CTransactionEntry& row : rows) notice.AddRow(RowChange::Added, row);
+        notice.accountTable = true;
+        notice.categoryTable = !rows.IsEmpty();  // "Adjustment" may be new
+        notice.AddAccount(opened.id);
+        return LedgerStatus::Ok;
+    });
+    if (done == LedgerStatus::Ok) account = std::move(opened);
     return done;
 }
 
 LedgerStatus CWorkspace::ChangeAccount(const CAccountEntry& account, const std::string& label) {
-    return Perform(label, "Change account '" + account.name.ToUtf8() + "'",
-                   [&](ChangeNotice& notice) {
-                       const LedgerStatus status = m_ledger.ChangeAccount(account);
-                       notice.accountTable = true;
-                       notice.AddAccount(account.id);
-                       return status;
-                   });
+    const auto own = [&] { return "Change account " + Quoted(account.name.ToUtf8()); };
+    return Perform(label, own, [&](ChangeNotice& notice) {
+        const LedgerStatus status = m_ledger.ChangeAccount(account);
+        notice.accountTable = true;
+        notice.AddAccount(account.id);
+        return status;
+    });
 }
 
 LedgerStatus CWorkspace::SetAccountOpen(int64_t accountId, bool open, const std::string& label) {
-    const std::string own =
-        std::string(open ? "Reopen" : "Close") + " account '" + m_names.Account(accountId) + "'";
+    const auto own = Named(open ? "Reopen account" : "Close account", m_names.Account(accountId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         const LedgerStatus status = m_ledger.SetAccountOpen(accountId, open);
         notice.accountTable = true;
@@ -53,7 +66,7 @@ void CWorkspace::NoteRowsFiled(const COwnedList<CTransactionEntry>& rows, Change
 
 LedgerStatus CWorkspace::AddCategory(std::string_view name, CCategoryEntry& category,
                                      const std::string& label) {
-    return Perform(label, "New category '" + std::string(name) + "'", [&](ChangeNotice& notice) {
+    return Perform(label, Named("New category", name), [&](ChangeNotice& notice) {
         notice.categoryTable = true;
         return m_ledger.AddCategory(name, category);
     });
@@ -61,7 +74,7 @@ LedgerStatus CWorkspace::AddCategory(std::string_view name, CCategoryEntry& cate
 
 LedgerStatus CWorkspace::RenameCategory(int64_t categoryId, std::string_view name,
                                         const std::string& label) {
-    const std::string own = "Rename category '" + m_names.Category(categoryId) + "'";
+    const auto own = Named("Rename category", m_names.Category(categoryId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         notice.categoryTable = true;
         return m_ledger.RenameCategory(categoryId, name);
@@ -70,7 +83,7 @@ LedgerStatus CWorkspace::RenameCategory(int64_t categoryId, std::string_view nam
 
 LedgerStatus CWorkspace::RemoveCategory(int64_t categoryId, int64_t moveTo,
                                         const std::string& label) {
-    const std::string own = "Delete category '" + m_names.Category(categoryId) + "'";
+    const auto own = Named("Delete category", m_names.Category(categoryId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         COwnedList<CTransactionEntry> rows;
         if (!m_database.ListTransactionsByCategory(categoryId, rows)) {
@@ -84,7 +97,7 @@ LedgerStatus CWorkspace::RemoveCategory(int64_t categoryId, int64_t moveTo,
 
 LedgerStatus CWorkspace::AddPayee(std::string_view name, CPayeeEntry& payee,
                                   const std::string& label) {
-    return Perform(label, "New payee '" + std::string(name) + "'", [&](ChangeNotice& notice) {
+    return Perform(label, Named("New payee", name), [&](ChangeNotice& notice) {
         notice.payeeTable = true;
         return m_ledger.AddPayee(name, payee);
     });
@@ -92,7 +105,7 @@ LedgerStatus CWorkspace::AddPayee(std::string_view name, CPayeeEntry& payee,
 
 LedgerStatus CWorkspace::RenamePayee(int64_t payeeId, std::string_view name,
                                      const std::string& label) {
-    const std::string own = "Rename payee '" + m_names.Payee(payeeId) + "'";
+    const auto own = Named("Rename payee", m_names.Payee(payeeId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         notice.payeeTable = true;
         return m_ledger.RenamePayee(payeeId, name);
@@ -100,7 +113,7 @@ LedgerStatus CWorkspace::RenamePayee(int64_t payeeId, std::string_view name,
 }
 
 LedgerStatus CWorkspace::RemovePayee(int64_t payeeId, int64_t moveTo, const std::string& label) {
-    const std::string own = "Delete payee '" + m_names.Payee(payeeId) + "'";
+    const auto own = Named("Delete payee", m_names.Payee(payeeId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         COwnedList<CTransactionEntry> rows;
         if (!m_database.ListTransactionsByPayee(payeeId, rows)) return LedgerStatus::StoreFailed;

@@ -1,6 +1,7 @@
 // Changes of transactions.
 
 #include <algorithm>
+#include <utility>
 
 #include "presenters/workspace/WorkspaceWork.h"
 #include "wording/Words.h"
@@ -12,6 +13,11 @@ namespace {
 std::string LabelOf(const char* verb, size_t count, const std::string& rest = {}) {
     return std::string(verb) + ' ' +
            Counted(static_cast<int64_t>(count), "transaction", "transactions") + rest;
+}
+
+// As a label that takes no memory before it is asked for.
+auto Plain(const char* label) {
+    return [label] { return label; };
 }
 
 }  // namespace
@@ -40,36 +46,39 @@ LedgerStatus CWorkspace::MakeNames(const NewNames& names, int64_t& payeeId, int6
 
 LedgerStatus CWorkspace::EnterTransaction(CTransactionEntry& transaction, const NewNames& names,
                                           const std::string& label) {
-    CTransactionEntry entered(transaction);
-    const LedgerStatus done = Perform(label, "Enter transaction", [&](ChangeNotice& notice) {
+    CTransactionEntry entered;
+    const LedgerStatus done = Perform(label, Plain("Enter transaction"), [&](ChangeNotice& notice) {
+        entered = transaction;
         LedgerStatus status = MakeNames(names, entered.payeeId, entered.categoryId, notice);
         if (status == LedgerStatus::Ok) status = m_ledger.EnterTransaction(entered);
         if (status == LedgerStatus::Ok) notice.AddRow(RowChange::Added, entered);
         return status;
     });
-    if (done == LedgerStatus::Ok) transaction = entered;
+    if (done == LedgerStatus::Ok) transaction = std::move(entered);
     return done;
 }
 
 LedgerStatus CWorkspace::ChangeTransaction(CTransactionEntry& wanted, TransferSides sides,
                                            const NewNames& names, const std::string& label) {
-    CTransactionEntry changed(wanted);
-    const LedgerStatus done = Perform(label, "Change transaction", [&](ChangeNotice& notice) {
-        CTransactionEntry old;
-        CTransactionEntry other;
-        LedgerStatus status = ReadRow(changed.id, old);
-        if (status != LedgerStatus::Ok) return status;
-        CLookup both = CLookup::None();
-        if (sides == TransferSides::Both) both = m_ledger.FindOtherTransferSide(old.id, other);
-        if (both.HasFailed()) return LedgerStatus::StoreFailed;
-        status = MakeNames(names, changed.payeeId, changed.categoryId, notice);
-        if (status == LedgerStatus::Ok) status = m_ledger.ChangeTransaction(changed, sides);
-        if (status != LedgerStatus::Ok) return status;
-        notice.AddRow(RowChange::Changed, changed, old.accountId);
-        if (both) notice.AddRow(RowChange::Changed, other);
-        return status;
-    });
-    if (done == LedgerStatus::Ok) wanted = changed;
+    CTransactionEntry changed;
+    const LedgerStatus done =
+        Perform(label, Plain("Change transaction"), [&](ChangeNotice& notice) {
+            CTransactionEntry old;
+            CTransactionEntry other;
+            changed = wanted;
+            LedgerStatus status = ReadRow(changed.id, old);
+            if (status != LedgerStatus::Ok) return status;
+            CLookup both = CLookup::None();
+            if (sides == TransferSides::Both) both = m_ledger.FindOtherTransferSide(old.id, other);
+            if (both.HasFailed()) return LedgerStatus::StoreFailed;
+            status = MakeNames(names, changed.payeeId, changed.categoryId, notice);
+            if (status == LedgerStatus::Ok) status = m_ledger.ChangeTransaction(changed, sides);
+            if (status != LedgerStatus::Ok) return status;
+            notice.AddRow(RowChange::Changed, changed, old.accountId);
+            if (both) notice.AddRow(RowChange::Changed, other);
+            return status;
+        });
+    if (done == LedgerStatus::Ok) wanted = std::move(changed);
     return done;
 }
 
@@ -96,7 +105,8 @@ LedgerStatus CWorkspace::RemoveRow(int64_t id, TransferSides sides, ChangeNotice
 
 LedgerStatus CWorkspace::RemoveTransactions(std::span<const int64_t> rows, TransferSides sides,
                                             const std::string& label) {
-    return Perform(label, LabelOf("Delete", rows.size()), [&](ChangeNotice& notice) {
+    const auto own = [&] { return LabelOf("Delete", rows.size()); };
+    return Perform(label, own, [&](ChangeNotice& notice) {
         for (const int64_t id : rows) {
             const LedgerStatus status = RemoveRow(id, sides, notice);
             if (status != LedgerStatus::Ok) return status;
@@ -110,7 +120,7 @@ LedgerStatus CWorkspace::EnterTransfer(const TransferRequest& request, CTransact
                                        const std::string& label) {
     CTransactionEntry out;
     CTransactionEntry in;
-    const LedgerStatus done = Perform(label, "Transfer funds", [&](ChangeNotice& notice) {
+    const LedgerStatus done = Perform(label, Plain("Transfer funds"), [&](ChangeNotice& notice) {
         TransferRequest made(request);
         int64_t category = kNoRow;  // a transfer has its own
         LedgerStatus status = MakeNames({names.payee, {}}, made.payeeId, category, notice);
@@ -123,8 +133,8 @@ LedgerStatus CWorkspace::EnterTransfer(const TransferRequest& request, CTransact
         return LedgerStatus::Ok;
     });
     if (done != LedgerStatus::Ok) return done;
-    paying = out;
-    receiving = in;
+    paying = std::move(out);
+    receiving = std::move(in);
     return done;
 }
 
@@ -136,7 +146,10 @@ LedgerStatus CWorkspace::AssignCategory(std::span<const int64_t> rows, int64_t c
         if (read.HasFailed()) return LedgerStatus::StoreFailed;
         if (!read) return LedgerStatus::NoSuchCategory;
     }
-    const std::string own = LabelOf("File", rows.size(), " under '" + category.name.ToUtf8() + "'");
+    const auto own = [&] {
+        if (categoryId == kNoRow) return LabelOf("Clear the category of", rows.size());
+        return LabelOf("File", rows.size(), " under '" + category.name.ToUtf8() + "'");
+    };
     return ChangeEach(rows, label, own, [&](CTransactionEntry& row) {
         return m_database.UpdateTransactionCategory(row.id, categoryId) ? LedgerStatus::Ok
                                                                         : LedgerStatus::StoreFailed;
@@ -151,8 +164,10 @@ LedgerStatus CWorkspace::AssignPayee(std::span<const int64_t> rows, int64_t paye
         if (read.HasFailed()) return LedgerStatus::StoreFailed;
         if (!read) return LedgerStatus::NoSuchPayee;
     }
-    const std::string own =
-        LabelOf("Give", rows.size(), " the payee '" + payee.name.ToUtf8() + "'");
+    const auto own = [&] {
+        if (payeeId == kNoRow) return LabelOf("Clear the payee of", rows.size());
+        return LabelOf("Give", rows.size(), " the payee '" + payee.name.ToUtf8() + "'");
+    };
     return ChangeEach(rows, label, own, [&](CTransactionEntry& row) {
         return m_database.UpdateTransactionPayee(row.id, payeeId) ? LedgerStatus::Ok
                                                                   : LedgerStatus::StoreFailed;
@@ -161,8 +176,9 @@ LedgerStatus CWorkspace::AssignPayee(std::span<const int64_t> rows, int64_t paye
 
 LedgerStatus CWorkspace::MoveToAccount(std::span<const int64_t> rows, int64_t accountId,
                                        const std::string& label) {
-    const std::string own =
-        LabelOf("Move", rows.size(), " to '" + m_names.Account(accountId) + "'");
+    const auto own = [&] {
+        return LabelOf("Move", rows.size(), " to '" + m_names.Account(accountId) + "'");
+    };
     return ChangeEach(rows, label, own, [&](CTransactionEntry& row) {
         row.accountId = accountId;
         return m_ledger.ChangeTransaction(row);

@@ -8,12 +8,11 @@ namespace quillon {
 
 // The templates of CWorkspace, for the files that hold its operations.
 
-template <class Work>
-LedgerStatus CWorkspace::Perform(const std::string& label, const std::string& ownLabel,
-                                 Work work) try {
+template <class OwnLabel, class Work>
+LedgerStatus CWorkspace::Perform(const std::string& label, OwnLabel ownLabel, Work work) try {
     if (!m_database.IsOpen()) return LedgerStatus::StoreFailed;
     ChangeNotice notice;
-    notice.label = label.empty() ? ownLabel : label;
+    notice.label = label.empty() ? std::string(ownLabel()) : label;
     {
         CFinanceBatch batch(m_database);
         if (!batch.Begun()) return LedgerStatus::StoreFailed;
@@ -27,9 +26,9 @@ LedgerStatus CWorkspace::Perform(const std::string& label, const std::string& ow
     return LedgerStatus::StoreFailed;
 }
 
-template <class Change>
+template <class OwnLabel, class Change>
 LedgerStatus CWorkspace::ChangeEach(std::span<const int64_t> rows, const std::string& label,
-                                    const std::string& ownLabel, Change change) {
+                                    OwnLabel ownLabel, Change change) {
     return Perform(label, ownLabel, [&](ChangeNotice& notice) {
         for (const int64_t id : rows) {
             CTransactionEntry row;
