@@ -144,6 +144,7 @@ private:
     void Touch(CJournalledFile& file);
 
     [[nodiscard]] bool CommitOutermost();
+    [[nodiscard]] bool PrepareRename();
     [[nodiscard]] bool WriteGroup(std::set<std::string>& written, bool& nothing);
     [[nodiscard]] bool BuildGroup(JournalGroupBuilder& group);
     // What brings the file from the disk's state to the bracket's.

@@ -77,19 +77,20 @@ void CJournal::TellParticipants(bool (CBracketParticipant::*outcome)()) noexcept
     }
 }
 
+// A renaming group stands alone between two checkpoints. Replay takes a missing source for a
+// rename that was done, so its name must be on the disk before the group is.
+bool CJournal::PrepareRename() {
+    if (!Checkpoint()) return false;
+    if (m_base.SyncFolder(m_folder)) return true;
+    m_failureKind = m_base.LastError();
+    m_broken = true;
+    return false;
+}
+
 bool CJournal::CommitOutermost() {
     if (m_broken) return false;
-    // A renaming group stands alone between two checkpoints.
     const bool renames = !m_renameTo.empty();
-    if (renames && !Checkpoint()) return false;
-    // Replay takes a missing source for a rename that was done, so its name must be
-    // on the disk before the group is.
-    if (renames && !m_base.SyncFolder(m_folder)) {
-        m_failureKind = m_base.LastError();
-        m_broken = true;
-        return false;
-    }
-
+    if (renames && !PrepareRename()) return false;
     std::set<std::string> written;
     bool nothing = false;
     try {
