@@ -7,6 +7,7 @@
 #include "import/ofx/OfxParser.h"
 #include "import/ofx/OfxRewrite.h"
 #include "import/ofx/OfxTags.h"
+#include "import/ofx/OfxValues.h"
 #include "import/ofx/QFXImportManager.h"
 #include "import/text/Charset.h"
 

@@ -4,6 +4,7 @@
 #include "ImportCheck.h"
 #include "foundation/platform/Clock.h"
 #include "import/qif/QIFImportManager.h"
+#include "import/qif/QifParser.h"
 #include "import/text/Charset.h"
 
 namespace quillon::fuzz {

@@ -7,6 +7,7 @@
 #include "import/ofx/OfxInferred.h"
 #include "import/ofx/OfxRewrite.h"
 #include "import/ofx/OfxTags.h"
+#include "import/ofx/OfxValues.h"
 #include "support/Bytes.h"
 
 namespace quillon {

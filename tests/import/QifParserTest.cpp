@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/CalendarDate.h"
+#include "import/qif/QifInferred.h"
 #include "support/Bytes.h"
 
 namespace quillon {

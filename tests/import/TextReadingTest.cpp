@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "foundation/CalendarDate.h"
-#include "import/text/AmountText.h"
+#include "import/text/AmountInference.h"
 #include "import/text/Charset.h"
-#include "import/text/DateText.h"
+#include "import/text/DateInference.h"
 #include "import/text/TextScan.h"
 #include "support/Bytes.h"
 

@@ -1,18 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
-#include <string>
 #include <string_view>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
+#include "import/ofx/OfxIdentifiers.h"
 #include "import/ofx/OfxStatements.h"
 #include "import/plan/ImportOptions.h"
 #include "import/plan/ImportRecord.h"
+#include "import/text/AmountInference.h"
 #include "import/text/AmountRounding.h"
-#include "import/text/AmountText.h"
 #include "import/text/Dialect.h"
 
 namespace quillon {
@@ -41,16 +38,10 @@ public:
     void Read(const std::vector<ImportSource>& sources, const RecordSink& sink);
 
 private:
-    // What lines with one identifier have in common.
-    struct SharedId {
-        int64_t firstLine = 0;
-        size_t source = 0;  // of the first
-        int64_t ownId = 0;  // of the first
-        bool differs = false;
-        bool seen = false;  // in the reading that hands over
-    };
-
     size_t SourceOf(const OfxLine& line) const { return m_survey.sourceOf[line.statement]; }
+    COfxIdentifiers::Source SourceNamed(size_t index) const {
+        return {index, m_survey.sources[index].name};
+    }
     bool IsRecord(const OfxLine& line);
     void LookAgain(const std::vector<ImportSource>& sources);
     void Note(CImportNotes::Kind kind, int64_t line, std::string_view text);
@@ -60,10 +51,7 @@ private:
     void ReadAmountOf(const OfxLine& line, ImportRecord& record);
     void ReadTypeAndCheckOf(const OfxLine& line, ImportRecord& record);
     void NoteReading(const OfxLine& line, AmountReading reading);
-    void NoteMoney(const OfxLine& line, const ImportSource& source, double written, double entered);
-    int64_t IdOf(const OfxLine& line, std::string_view payee);
-    int64_t OwnIdOf(const ImportRecord& record, size_t source, const SharedId& shared);
-    void MarkShared(size_t source, ImportRecord& record);
+    void NoteShared(const COfxIdentifiers::Finding& finding, int64_t line);
 
     std::string_view m_text;
     int64_t m_today;
@@ -73,12 +61,10 @@ private:
 
     AmountMarks m_marks;
     OfxSurvey m_survey;
-    std::vector<Counts> m_counts;                    // by statement
-    std::unordered_map<int64_t, SharedId> m_shared;  // identifiers that several lines have
-    std::vector<CAmountRounding> m_rounding;         // by source
-    std::unordered_map<int64_t, int64_t> m_made;     // lines without an identifier, by hash
-    std::unordered_set<int64_t> m_said;              // own identifiers of lines handed over
-    bool m_speaks = false;                           // notes are written
+    COfxIdentifiers m_ids;
+    std::vector<Counts> m_counts;             // by statement
+    std::vector<CAmountRounding> m_rounding;  // by source
+    bool m_speaks = false;                    // notes are written
 };
 
 }  // namespace quillon

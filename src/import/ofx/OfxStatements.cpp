@@ -3,107 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "import/ofx/OfxElements.h"
+
 namespace quillon {
 
-enum class OfxElement : uint8_t {
-    Other,
-    Ofx,
-    StatementLine,
-    TransactionList,
-    BankStatement,
-    CardStatement,
-    InvestmentStatement,
-    AccountFrom,
-    Status,
-    InvestmentAction,
-    LedgerBalance,
-    // Those with a value:
-    Date,
-    UserDate,
-    Amount,
-    Type,
-    Id,
-    Check,
-    Name,
-    Memo,
-    CorrectId,
-    CorrectAction,
-    Currency,  // an aggregate; some banks write the symbol straight into it
-    OriginalCurrency,
-    CurrencySymbol,
-    CurrencyRate,
-    DefaultCurrency,
-    AccountId,
-    AccountType,
-    BankId,
-    Balance,
-    Code,
-    Severity,
-    Message,
-};
-
-namespace {
-
 using Element = OfxElement;
-
-struct ElementName {
-    std::string_view name;
-    Element element;
-};
-
-constexpr ElementName kElements[] = {
-    {"OFX", Element::Ofx},
-    {"STMTTRN", Element::StatementLine},
-    {"BANKTRANLIST", Element::TransactionList},
-    {"STMTRS", Element::BankStatement},
-    {"CCSTMTRS", Element::CardStatement},
-    {"INVSTMTRS", Element::InvestmentStatement},
-    {"BANKACCTFROM", Element::AccountFrom},
-    {"CCACCTFROM", Element::AccountFrom},
-    {"INVACCTFROM", Element::AccountFrom},
-    {"STATUS", Element::Status},
-    {"INVTRAN", Element::InvestmentAction},
-    {"LEDGERBAL", Element::LedgerBalance},
-    {"DTPOSTED", Element::Date},
-    {"DTUSER", Element::UserDate},
-    {"TRNAMT", Element::Amount},
-    {"TRNTYPE", Element::Type},
-    {"FITID", Element::Id},
-    {"CHECKNUM", Element::Check},
-    {"NAME", Element::Name},
-    {"MEMO", Element::Memo},
-    {"CORRECTFITID", Element::CorrectId},
-    {"CORRECTACTION", Element::CorrectAction},
-    {"CURRENCY", Element::Currency},
-    {"ORIGCURRENCY", Element::OriginalCurrency},
-    {"CURSYM", Element::CurrencySymbol},
-    {"CURRATE", Element::CurrencyRate},
-    {"CURDEF", Element::DefaultCurrency},
-    {"ACCTID", Element::AccountId},
-    {"ACCTTYPE", Element::AccountType},
-    {"BANKID", Element::BankId},
-    {"BALAMT", Element::Balance},
-    {"CODE", Element::Code},
-    {"SEVERITY", Element::Severity},
-    {"MESSAGE", Element::Message},
-};
-
-// Names are upper case; some programs write them otherwise.
-Element ElementOf(std::string_view name) {
-    char upper[16];
-    if (name.empty() || name.size() > sizeof upper) return Element::Other;
-    for (size_t i = 0; i < name.size(); ++i) {
-        const char c = name[i];
-        upper[i] = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-    }
-    const std::string_view text(upper, name.size());
-    for (const ElementName& row : kElements) {
-        if (row.name == text) return row.element;
-    }
-    return Element::Other;
-}
-
-}  // namespace
 
 // --- elements
 
@@ -125,7 +29,7 @@ bool COfxStatements::Next(OfxLine& line) {
             TakeValue(m_open, m_text.substr(m_valueStart));
         }
         EndStatement();
-        NameSources();
+        m_accounts.Name(m_survey.sources);
     }
     line = m_ended;
     return m_hasEnded;
@@ -136,7 +40,7 @@ void COfxStatements::TakeTag(const OfxTag& tag) {
         TakeValue(m_open, m_text.substr(m_valueStart, tag.start - m_valueStart));
     }
     m_open = Element::Other;
-    const Element element = ElementOf(tag.name);
+    const Element element = OfxElementOf(tag.name);
     if (element < Element::Date) {
         if (element != Element::Other) TakeAggregate(element, tag);
         return;
@@ -323,64 +227,11 @@ void COfxStatements::BeginStatement(SourceKind kind, bool open) {
 }
 
 void COfxStatements::EndStatement() {
-    Statement ended = std::exchange(m_statement, {});
+    const OfxStatement ended = std::exchange(m_statement, {});
+    m_survey.unnamedStatements += ended.account.empty() && ended.lines > 0;
     const bool counts = ended.lines > 0 || (ended.open && !ended.account.empty());
-    uint32_t source = 0;
-    if (counts) {
-        std::string key(1, static_cast<char>('0' + static_cast<int>(ended.kind)));
-        for (const std::string* part : {&ended.account, &ended.type, &ended.bank}) {
-            key.append(*part).append(1, '\n');
-        }
-        const auto [place, isNew] =
-            m_sources.try_emplace(std::move(key), static_cast<uint32_t>(m_accounts.size()));
-        source = place->second;
-        if (isNew) {
-            m_survey.sources.emplace_back();
-            m_survey.hasBalance.push_back(false);
-        }
-        m_survey.unnamedStatements += ended.account.empty() && ended.lines > 0;
-        ImportSource& entry = m_survey.sources[source];
-        entry.lines += ended.lines;
-        if (entry.currency.empty()) entry.currency = ended.currency;
-        m_survey.hasBalance[source] = m_survey.hasBalance[source] || ended.hasBalance;
-        if (isNew) m_accounts.push_back(std::move(ended));
-    }
-    m_survey.sourceOf.push_back(source);
-}
-
-// By the account's number; where several have it, with what tells them apart.
-void COfxStatements::NameSources() {
-    std::unordered_map<std::string, int> uses;
-    const auto name = [this](size_t i, int detail) {
-        const Statement& account = m_accounts[i];
-        if (account.account.empty()) {
-            return std::string(account.kind == SourceKind::Card         ? "card"
-                               : account.kind == SourceKind::Investment ? "investment"
-                                                                        : "bank");
-        }
-        std::string text = account.account;
-        if (detail > 0 && !account.type.empty()) text += " " + account.type;
-        if (detail > 1 && !account.bank.empty()) text += " " + account.bank;
-        return text;
-    };
-    std::vector<ImportSource>& sources = m_survey.sources;
-    for (int detail = 0; detail < 3; ++detail) {
-        uses.clear();
-        for (const ImportSource& source : sources) ++uses[source.name];
-        for (size_t i = 0; i < sources.size(); ++i) {
-            if (detail == 0 || uses[sources[i].name] > 1) sources[i].name = name(i, detail);
-        }
-    }
-    uses.clear();
-    for (size_t i = 0; i < sources.size(); ++i) {
-        ImportSource& source = sources[i];
-        const int use = ++uses[source.name];
-        if (use > 1) source.name += " (" + std::to_string(use) + ")";
-        source.number = m_accounts[i].account;
-        // A credit line is no bank account to speak of, and no card.
-        const bool creditLine = EqualsAsciiCase(m_accounts[i].type, "CREDITLINE");
-        source.kind = creditLine ? SourceKind::Unknown : m_accounts[i].kind;
-    }
+    m_survey.sourceOf.push_back(
+        counts ? m_accounts.Take(ended, m_survey.sources, m_survey.hasBalance) : 0);
 }
 
 // --- lines

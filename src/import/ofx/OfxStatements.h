@@ -5,9 +5,9 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "import/ofx/OfxAccounts.h"
 #include "import/ofx/OfxTags.h"
 #include "import/plan/ImportSource.h"
 #include "import/text/TextScan.h"
@@ -66,18 +66,6 @@ public:
     const OfxSurvey& Survey() const { return m_survey; }
 
 private:
-    // The statement that is open, or what stands outside of any.
-    struct Statement {
-        SourceKind kind = SourceKind::Unknown;
-        std::string account;
-        std::string type;
-        std::string bank;
-        std::string currency;
-        int64_t lines = 0;
-        bool hasBalance = false;
-        bool open = false;
-    };
-
     void TakeTag(const OfxTag& tag);
     void TakeAggregate(OfxElement element, const OfxTag& tag);
     void TakeValue(OfxElement element, std::string_view raw);
@@ -87,7 +75,6 @@ private:
     void TakeAccount(std::string_view number);
     void BeginStatement(SourceKind kind, bool open);
     void EndStatement();
-    void NameSources();
     void BeginLine(size_t at);
     void EndLine(bool closed);
     int64_t LineAt(size_t at);
@@ -99,9 +86,8 @@ private:
     CTextArena m_arena;  // of the line being read
     OfxSurvey m_survey;
 
-    Statement m_statement;
-    std::unordered_map<std::string, uint32_t> m_sources;  // by all that tells accounts apart
-    std::vector<Statement> m_accounts;                    // by source
+    OfxStatement m_statement;  // the open one, or what stands outside of any
+    COfxAccounts m_accounts;
 
     OfxLine m_line;   // the one being read
     OfxLine m_ended;  // the one before it, until it is handed over

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "import/ofx/OfxParser.h"
+#include "import/ofx/OfxValues.h"
 #include "import/text/TextScan.h"
 
 namespace quillon {
@@ -18,8 +18,8 @@ constexpr std::string_view kCdataEnd = "]]>";
 constexpr size_t kLongestTag = 1000;
 
 bool IsNameCharacter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '.' ||
-           c == '_' || c == '-' || c == ':';
+    const bool isAscii = static_cast<unsigned char>(c) < 0x80;
+    return (isAscii && IsLetter(c)) || IsDigit(c) || c == '.' || c == '_' || c == '-' || c == ':';
 }
 
 bool StartsAt(std::string_view text, size_t at, std::string_view with) {

@@ -6,6 +6,7 @@
 #include "import/ofx/OfxParser.h"
 #include "import/ofx/OfxRewrite.h"
 #include "import/text/Charset.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 
@@ -24,7 +25,7 @@ std::string DeclaredCharset(std::string_view text) {
         std::string declared;
         for (const char c : header.substr(at + key.size(), 20)) {
             if (c == '"' || c == '\'' || static_cast<unsigned char>(c) <= ' ') break;
-            declared += c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+            declared += UpperAscii(c);
         }
         return declared;
     }

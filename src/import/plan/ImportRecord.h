@@ -28,6 +28,15 @@ struct ImportRecord {
     bool saidBefore = false;  // the same line, said again
 };
 
+// A record as the plain rules begin it: today's, of 0.
+inline ImportRecord PlainRecord(int64_t line, int64_t today) {
+    ImportRecord record;
+    record.line = line;
+    record.date = today;
+    record.dateRead = record.amountRead = false;
+    return record;
+}
+
 // Takes one record after the other, and may change it; false stops the reader.
 using RecordSink = std::function<bool(ImportRecord&)>;
 

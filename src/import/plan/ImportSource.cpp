@@ -15,13 +15,8 @@ constexpr size_t kFewestDigits = 4;
 // A number of so many digits is no year: it may end a longer one, as in an IBAN.
 constexpr size_t kUsualDigits = 6;
 
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 bool IsWordByte(char c) {
-    const auto byte = static_cast<unsigned char>(c);
-    return IsDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || byte >= 0x80;
+    return IsDigit(c) || IsLetter(c);
 }
 
 std::string DigitsOf(std::string_view text) {

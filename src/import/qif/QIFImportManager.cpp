@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/platform/Clock.h"
+#include "import/qif/QifParser.h"
 #include "import/text/Charset.h"
 
 namespace quillon {

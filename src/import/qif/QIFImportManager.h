@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "import/plan/ImportManager.h"
-#include "import/qif/QifParser.h"
+#include "import/qif/QifInferred.h"
 
 namespace quillon {
 

@@ -1,9 +1,9 @@
 #include "import/qif/QifParser.h"
 
 #include "finance/records/FinanceCodes.h"
-#include "foundation/Unicode.h"
 #include "import/text/AmountText.h"
 #include "import/text/DateText.h"
+#include "import/text/LineTexts.h"
 #include "import/text/TextScan.h"
 
 namespace quillon {
@@ -16,30 +16,6 @@ bool IsCountedType(std::string_view type) {
     return Contains(type, "Bank") || Contains(type, "Cash") || Contains(type, "CCard") ||
            Contains(type, "Invst");
 }
-
-// The plain reader's text of a line: views where the bytes are UTF-8 already.
-class CLineTexts {
-public:
-    CLineTexts(const CReadOnlyTextFileManager& text, CTextArena& arena)
-        : m_text(text), m_arena(arena) {
-        m_wide = text.Kind() == TextKind::Marked && text.Encoding() != TextEncoding::Utf8;
-        const std::span<const uint8_t> bytes = text.Bytes();
-        m_foreign =
-            !m_wide && !IsValidUtf8({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-    }
-    std::string_view At(int64_t index) {
-        if (m_wide) return m_arena.Keep(m_text.LineText(index));
-        const std::string_view bytes = m_text.LineBytes(index);
-        if (m_foreign && !IsAscii(bytes)) return m_arena.Keep(Windows1252ToUtf8(bytes));
-        return bytes;
-    }
-
-private:
-    const CReadOnlyTextFileManager& m_text;
-    CTextArena& m_arena;
-    bool m_wide = false;
-    bool m_foreign = false;
-};
 
 void ReadPlainNumber(std::string_view value, ImportRecord& record) {
     if (Contains(value, "dep")) return;
@@ -62,15 +38,8 @@ void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder
                   const RecordSink& sink) {
     CTextArena arena;  // of the record being read
     CLineTexts lines(text, arena);
-    const auto fresh = [today](int64_t line) {
-        ImportRecord record;
-        record.date = today;
-        record.dateRead = record.amountRead = false;
-        record.line = line;
-        return record;
-    };
     bool counts = false;
-    ImportRecord record = fresh(1);
+    ImportRecord record = PlainRecord(1, today);
     for (int64_t i = 0; i < text.LineCount(); ++i) {
         const std::string_view line = lines.At(i);
         const size_t header = line.find(kTypeHeader);
@@ -84,7 +53,7 @@ void ReadPlainQif(const CReadOnlyTextFileManager& text, int64_t today, DateOrder
             case '^':
                 if (!sink(record)) return;
                 arena.Reset();
-                record = fresh(i + 2);
+                record = PlainRecord(i + 2, today);
                 break;
             case 'D': {
                 const std::optional<int64_t> date = ReadPlainDate(value, order);

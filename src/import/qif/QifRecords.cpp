@@ -3,8 +3,7 @@
 #include <algorithm>
 
 #include "import/qif/QifActions.h"
-#include "import/text/AmountText.h"
-#include "import/text/DateText.h"
+#include "import/qif/QifRecordBuilder.h"
 #include "import/text/TextScan.h"
 
 namespace quillon {
@@ -33,59 +32,6 @@ void AddName(std::vector<std::string_view>& names, std::string_view name) {
         names.push_back(name);
     }
 }
-
-bool IsReadableDate(std::string_view text) {
-    DateParts parts;
-    return SplitDate(text, parts);
-}
-
-bool IsReadableAmount(std::string_view text) {
-    double amount = 0.0;
-    return ReadAmount(text, {}, amount) == AmountReading::Clean;
-}
-
-// Date and amount, and both can be read: no list holds such records.
-bool IsWhole(const QifRecord& record) {
-    if (record.dateLine == kNoQifLine || !IsReadableDate(record.date)) return false;
-    if (!record.amount.empty()) return IsReadableAmount(record.amount);
-    return !record.splitAmounts.empty() && IsReadableAmount(record.splitAmounts.front().text);
-}
-
-bool HasDigit(std::string_view text) {
-    return text.find_first_of("0123456789") != std::string_view::npos;
-}
-
-// Lines that follow each other, of which the text keeps the contents.
-class COpenLines {
-public:
-    explicit COpenLines(const CReadOnlyTextFileManager& text) : m_text(text) {}
-
-    // `line` follows the last one, if there is any.
-    void Append(int64_t line) {
-        if (m_count++ == 0) m_first = line;
-    }
-    void DropFirst(size_t count) {
-        m_first += static_cast<int64_t>(count);
-        m_count -= count;
-    }
-    void DropLast() { --m_count; }
-    void Clear() { m_count = 0; }
-
-    bool IsEmpty() const { return m_count == 0; }
-    size_t Size() const { return m_count; }
-    int64_t LineOf(size_t index) const { return m_first + static_cast<int64_t>(index); }
-    // What stands in the line behind the ends of earlier records.
-    std::string_view operator[](size_t index) const {
-        std::string_view text = TrimBlanks(m_text.LineBytes(LineOf(index) - 1));
-        while (!text.empty() && text.front() == '^') text = TrimBlanks(text.substr(1));
-        return text;
-    }
-
-private:
-    const CReadOnlyTextFileManager& m_text;
-    int64_t m_first = 0;  // from 1
-    size_t m_count = 0;
-};
 
 class CQifWalk {
 public:
@@ -216,7 +162,7 @@ private:
             const std::string_view text = m_open[i];
             if (text.empty() || !Contains(kFields, text.substr(0, 1))) {
                 keep = i + 1;
-            } else if (text.front() == 'D' && IsReadableDate(text.substr(1))) {
+            } else if (text.front() == 'D' && IsReadableQifDate(text.substr(1))) {
                 m_open.DropFirst(keep);
                 return;
             }
@@ -226,15 +172,16 @@ private:
     // The block names an account; behind its "^" may come another's, or records.
     void CloseInAccount(bool closed) {
         Build(0, m_open.Size(), closed);
-        const bool isRecord = IsWhole(m_record) || (IsReadableDate(m_record.date) &&
-                                                    (!m_record.payee.empty() || m_hasMark));
+        const bool isRecord =
+            IsWhole(m_record) ||
+            (IsReadableQifDate(m_record.date) && (!m_record.payee.empty() || m_builder.HasMark()));
         if (!isRecord) {
             // Names of a list, of which none is the register's, if there are several.
             m_manyBlocks = m_manyBlocks || (!m_blockName.empty() && m_blockName != m_record.number);
             m_blockName = m_account = m_record.number;
             ++m_entries;
             m_accountType = m_record.amount;
-            m_outline.balance = m_blockBalance;
+            m_outline.balance = m_builder.Balance();
             return;
         }
         // A register that nobody named is the same one when it goes on.
@@ -291,100 +238,17 @@ private:
 
     // --- records
     void Build(size_t from, size_t to, bool closed) {
-        std::deque<QifLine> splits = std::move(m_record.splitAmounts);
-        splits.clear();
-        m_record = QifRecord();
-        m_record.splitAmounts = std::move(splits);
+        using Place = CQifRecordBuilder::Place;
+        m_builder.Build(m_open, from, to, m_account,
+                        m_section == Section::Account ? Place::AccountBlock : Place::Register);
         m_record.isClosed = closed;
-        m_record.account = m_account;
-        m_inSplits = m_hasMark = false;
-        m_splitCategories = 0;
-        m_blockBalance = {};
-        for (size_t i = from; i < to; ++i) {
-            const std::string_view field = m_open[i];
-            if (field.empty()) continue;
-            const int64_t line = m_open.LineOf(i);
-            if (m_record.line == 0) m_record.line = line;
-            m_record.lastLine = line;
-            TakeField(line, field.front(), TrimBlanks(field.substr(1)));
-        }
-        m_record.splits = std::max(m_record.splitAmounts.size(), m_splitCategories);
-    }
-
-    void TakeField(int64_t line, char letter, std::string_view value) {
-        // Behind the first split the letters speak of splits; a value still missing then
-        // is the record's own all the same.
-        const auto keep = [&](std::string_view& into) {
-            if (!m_inSplits || into.empty()) into = value;
-        };
-        switch (letter) {
-            case 'D':
-                return TakeDate(line, value);
-            case 'T':
-            case 'U':
-                return TakeAmount(line, value);
-            case 'P':
-                return keep(m_record.payee);
-            case 'L':
-                return keep(m_record.category);
-            case 'M':
-                m_hasMark = true;
-                return keep(m_record.memo);
-            case 'N':
-                return keep(m_record.number);
-            case 'C':
-                m_hasMark = true;
-                return;
-            case 'Y':
-                m_record.hasShares = true;
-                return keep(m_record.security);
-            case 'I':
-            case 'Q':
-                m_record.hasShares = true;
-                return;
-            case 'S':
-                m_inSplits = true;
-                ++m_splitCategories;
-                if (m_record.splitCategory.empty()) m_record.splitCategory = value;
-                return;
-            case '$':
-                return TakeSplitAmount(line, value);
-            default:
-                return;
-        }
-    }
-
-    // The last of several counts; what says nothing does not replace what does.
-    void TakeDate(int64_t line, std::string_view value) {
-        const bool isSet = m_record.dateLine != kNoQifLine;
-        if (isSet && (m_inSplits || !HasDigit(value))) return;
-        m_record.date = value;
-        m_record.dateLine = line;
-    }
-
-    void TakeAmount(int64_t line, std::string_view value) {
-        if (m_record.amountLine != kNoQifLine && !HasDigit(value)) return;
-        m_record.amount = value;
-        m_record.amountLine = line;
-    }
-
-    void TakeSplitAmount(int64_t line, std::string_view value) {
-        if (m_section == Section::Account) m_blockBalance = value;
-        if (m_inSplits) {
-            m_record.splitAmounts.push_back({line, value});
-            if (m_record.amountLine == kNoQifLine) m_record.amountLine = line;
-        } else if (m_record.amountLine == kNoQifLine && m_section != Section::Account) {
-            // An investment's: what moved between the accounts.
-            m_record.amount = value;
-            m_record.amountLine = line;
-        }
     }
 
     void TakeBuilt(bool atEnd) {
         if (m_section == Section::Start || m_section == Section::Unknown) {
             if (!IsWhole(m_record)) {
                 const bool isText = m_section == Section::Start && !m_record.isClosed &&
-                                    !IsReadableDate(m_record.date);
+                                    !IsReadableQifDate(m_record.date);
                 if (isText) return;
                 ++m_outline.incomplete;
                 m_taker.Skip(QifSkip::NotWhole, m_record.line);
@@ -441,16 +305,12 @@ private:
     std::string_view m_blockName;  // of the latest block with one
     bool m_manyBlocks = false;     // of different names
     int64_t m_entries = 0;         // in the block or list that is open
-    std::string_view m_blockBalance;
     int64_t m_line = 0;
     bool m_atEnd = false;
     COpenLines m_open;  // since the last "^"
 
-    // --- of the record being built
-    QifRecord m_record;
-    size_t m_splitCategories = 0;
-    bool m_inSplits = false;
-    bool m_hasMark = false;  // a memo or a cleared mark: no account has one
+    CQifRecordBuilder m_builder;
+    QifRecord& m_record = m_builder.Record();  // the one being built
 };
 
 }  // namespace

@@ -2,16 +2,14 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
-#include <vector>
 
-#include "import/plan/ImportNotes.h"
 #include "import/text/Dialect.h"
 
 namespace quillon {
 
-// Dates as bank files write them.
+// Dates as bank files write them. A date is midnight UTC, in ticks of 100 ns since 1601.
+// Nothing here fails but by saying that it is no date.
 
 // The three numbers of a date in the order written: 1/15'05, 15.01.2005, 2005-01-15,
 // 1/ 1/10, 20050115. Of one that names its month they are year, month and day.
@@ -34,9 +32,20 @@ struct DateParts {
 enum class DateEvidence { None, MonthFirst, DayFirst, YearFirst, Named, Impossible };
 DateEvidence EvidenceOf(const DateParts& parts);
 
-// Midnight UTC; nothing when there is no such day. A year of one or two digits gets 2000
-// added up to 50 and 1900 above; others are as written. A date that begins with four
-// digits or names its month is read so whatever the order.
+// A year of one or two digits gets 2000 added up to 50 and 1900 above.
+constexpr int32_t WithCentury(int32_t year, int32_t digits) {
+    if (digits > 2) return year;
+    return year <= 50 ? year + 2000 : year + 1900;
+}
+// The number that some digits, nine at most, are.
+constexpr int32_t NumberOf(std::string_view digits) {
+    int32_t value = 0;
+    for (const char digit : digits) value = value * 10 + (digit - '0');
+    return value;
+}
+
+// Midnight UTC; nothing when there is no such day. Years get their century. A date that begins
+// with four digits or names its month is read so whatever the order.
 std::optional<int64_t> ReadDate(const DateParts& parts, DateOrder order);
 
 // The plain rule for "D" lines: separators become "-", blanks go, and a year gets its
@@ -47,57 +56,5 @@ std::optional<int64_t> ReadPlainDate(std::string_view text, DateOrder order);
 // The plain rule of statements: the first eight characters are YYYYMMDD. Nothing when
 // there are fewer or they are no date.
 std::optional<int64_t> ReadStatementDate(std::string_view text);
-
-// Infers the order and the year rule of a file from all its dates.
-//
-// A date that can be read in one order only proves it. Where none does, the dates may
-// follow each other: bank files rise or fall in time, and a wrong order makes them jump.
-class CDateInference {
-public:
-    // Dates from here on do not follow those before: another account begins.
-    void StartSequence() { EndSequence(); }
-    void Add(std::string_view text, int64_t line);
-    // Sets `dialect` and notes the lines that prove it, or that none does. `asked` wins.
-    void Decide(std::optional<DateOrder> asked, Dialect& dialect, CImportNotes& notes);
-
-private:
-    struct Proof {
-        int64_t count = 0;
-        int64_t line = 0;
-        std::string text;
-        void Take(std::string_view date, int64_t at) {
-            if (++count == 1) {
-                line = at;
-                text = std::string(date.substr(0, 40));
-            }
-        }
-    };
-    // How the dates that could be either move when they are read in one order.
-    struct Movement {
-        int64_t last = 0;  // of this sequence; 0: none yet
-        int64_t rises = 0;
-        int64_t falls = 0;
-        int64_t breaks = 0;  // against the direction of their sequences, those before too
-
-        void Follow(int64_t date);
-        void End();
-    };
-
-    void EndSequence();
-    void DecideOrder(Dialect& dialect, CImportNotes& notes);
-    bool DecideByMovement(Dialect& dialect, CImportNotes& notes);
-
-    int64_t m_dates = 0;
-    Proof m_monthFirst;
-    Proof m_dayFirst;
-    Proof m_yearFirst;
-    Proof m_named;
-    DateOrder m_namedOrder = DateOrder::MonthDayYear;  // of the first
-    Proof m_undecided;                                 // that mean another day in the other order
-    Proof m_longYear;                                  // four digits
-    Proof m_shortYear;                                 // one or two
-    Movement m_asMonthFirst;
-    Movement m_asDayFirst;
-};
 
 }  // namespace quillon

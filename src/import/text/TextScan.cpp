@@ -13,10 +13,6 @@ bool IsBlank(char character) {
     return character == ' ' || character == '\t' || character == '\r' || character == '\n';
 }
 
-char LowerAscii(char character) {
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character + 32) : character;
-}
-
 // In front of a number: blanks and a plus sign, which from_chars does not take.
 const char* NumberStart(std::string_view text) {
     size_t at = 0;
@@ -33,9 +29,20 @@ std::string_view TrimBlanks(std::string_view text) {
     return text;
 }
 
+std::string UpperAscii(std::string_view text) {
+    std::string upper(text);
+    for (char& c : upper) c = UpperAscii(c);
+    return upper;
+}
+
+size_t DigitsAtStart(std::string_view text) {
+    size_t count = 0;
+    while (count < text.size() && IsDigit(text[count])) ++count;
+    return count;
+}
+
 bool IsDigits(std::string_view text) {
-    return !text.empty() &&
-           std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return !text.empty() && DigitsAtStart(text) == text.size();
 }
 
 std::string_view CutUtf8(std::string_view text, size_t most) {
@@ -53,7 +60,7 @@ std::string InQuotes(std::string_view text) {
 
 bool EqualsAsciiCase(std::string_view a, std::string_view b) {
     return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return LowerAscii(x) == LowerAscii(y);
+               return UpperAscii(x) == UpperAscii(y);
            });
 }
 
@@ -75,6 +82,12 @@ bool ScanDouble(std::string_view text, double& value, std::string_view* rest) {
     value = number;
     if (rest) *rest = {result.ptr, static_cast<size_t>(end - result.ptr)};
     return true;
+}
+
+std::optional<int32_t> ReadCheckNumber(std::string_view text) {
+    int64_t number = 0;
+    if (!IsDigits(text) || !ScanLong(text, number) || number > INT32_MAX) return {};
+    return static_cast<int32_t>(number);
 }
 
 std::string_view CTextArena::Keep(std::string_view text) {

@@ -3,19 +3,35 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace quillon {
 
-// Small readers over text in memory; none of them allocates.
+// Small readers over text in memory. What returns a view or a number neither fails nor
+// allocates; what returns a string lets std::bad_alloc pass.
+
+inline bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+// Of ASCII, or any byte above it.
+inline bool IsLetter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+           static_cast<unsigned char>(c) >= 0x80;
+}
+inline char UpperAscii(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+}
+std::string UpperAscii(std::string_view text);
 
 // Without blanks, tabs, CR and LF at both ends.
 std::string_view TrimBlanks(std::string_view text);
 inline bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
+size_t DigitsAtStart(std::string_view text);
 bool IsDigits(std::string_view text);  // at least one, and nothing else
 // The beginning of `text`, `most` bytes or less, that cuts no character.
 std::string_view CutUtf8(std::string_view text, size_t most);
@@ -31,6 +47,9 @@ bool EqualsAsciiCase(std::string_view a, std::string_view b);
 // finite.
 [[nodiscard]] bool ScanDouble(std::string_view text, double& value,
                               std::string_view* rest = nullptr);
+
+// Digits alone, that fit 31 bits; nothing else is a check number.
+std::optional<int32_t> ReadCheckNumber(std::string_view text);
 
 // Keeps texts made while reading a file for as long as the views into them are used.
 class CTextArena {

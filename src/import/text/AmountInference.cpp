@@ -1,0 +1,72 @@
+#include "import/text/AmountInference.h"
+
+#include <utility>
+
+#include "import/text/AmountScan.h"
+#include "import/text/TextScan.h"
+
+namespace quillon {
+
+void CAmountInference::Proof::Take(std::string_view amount, int64_t at) {
+    if (++count > 1) return;
+    line = at;
+    text = std::string(TrimBlanks(amount).substr(0, 40));
+}
+
+void CAmountInference::Add(std::string_view text, int64_t line, bool isCounted) {
+    const CleanedAmount cleaned = CleanAmount(text);
+    if (cleaned.isOdd) return;
+    switch (EvidenceOfNumber(cleaned.View())) {
+        case AmountEvidence::None:
+            if (isCounted && CouldBeEither(cleaned.View())) m_either.Take(text, line);
+            return;
+        case AmountEvidence::Point:
+            return m_point.Take(text, line);
+        case AmountEvidence::Comma:
+            return m_comma.Take(text, line);
+        case AmountEvidence::GroupedPoint:
+            return m_groupedPoint.Take(text, line);
+        case AmountEvidence::GroupedComma:
+            return m_groupedComma.Take(text, line);
+    }
+}
+
+AmountMarks CAmountInference::Decide(std::optional<DecimalMark> asked, Dialect& dialect,
+                                     CImportNotes& notes) const {
+    using Kind = CImportNotes::Kind;
+    AmountMarks marks;
+    marks.decimal = dialect.decimal = asked.value_or(DecimalMark::Point);
+    marks.own = marks.decimal == DecimalMark::Comma;
+    if (asked) return marks;
+    const Proof& comma = Commas();
+    if (comma.count == 0) return marks;
+    const Proof& point = Points();
+    constexpr int64_t kClearly = 2;
+    const int64_t points = m_point.count + m_groupedPoint.count;
+    const int64_t commas = m_comma.count + m_groupedComma.count;
+    const bool mostlyPoints = m_groupedPoint.count > 0 || points > commas * kClearly;
+    marks.own = true;
+    marks.mixed = points > 0;
+    marks.decimal = dialect.decimal = mostlyPoints ? DecimalMark::Point : DecimalMark::Comma;
+    const auto shown = [](const Proof& proof) {
+        return proof.text + " in line " + std::to_string(proof.line);
+    };
+    if (marks.mixed && m_either.count > 0) {
+        notes.Add(Kind::Dialect, 0,
+                  std::to_string(m_either.count) + (m_either.count == 1 ? " amount" : " amounts") +
+                      " could have a decimal mark or a thousands mark, the first is " +
+                      shown(m_either) + ": taken for thousands.");
+    }
+    if (mostlyPoints) {
+        notes.Add(Kind::Dialect, 0,
+                  "Amounts have a decimal point (" + shown(point) + "); some have a comma (" +
+                      shown(comma) + ") and were read by it.");
+    } else {
+        std::string text = "Amounts have a decimal comma: " + comma.text + ".";
+        if (marks.mixed) text += " Some have a point (" + shown(point) + ") and were read by it.";
+        notes.Add(Kind::Dialect, comma.line, std::move(text));
+    }
+    return marks;
+}
+
+}  // namespace quillon

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "import/plan/ImportNotes.h"
+#include "import/text/DateText.h"
+
+namespace quillon {
+
+// Infers the order and the year rule of a file from all its dates.
+//
+// A date that can be read in one order only proves it. Where none does, the dates may
+// follow each other: bank files rise or fall in time, and a wrong order makes them jump.
+class CDateInference {
+public:
+    // Dates from here on do not follow those before: another account begins.
+    void StartSequence() { EndSequence(); }
+    void Add(std::string_view text, int64_t line);
+    // Sets `dialect` and notes the lines that prove it, or that none does. `asked` wins.
+    void Decide(std::optional<DateOrder> asked, Dialect& dialect, CImportNotes& notes);
+
+private:
+    struct Proof {
+        int64_t count = 0;
+        int64_t line = 0;
+        std::string text;
+        void Take(std::string_view date, int64_t at) {
+            if (++count == 1) {
+                line = at;
+                text = std::string(date.substr(0, 40));
+            }
+        }
+    };
+    // How the dates that could be either move when they are read in one order.
+    struct Movement {
+        int64_t last = 0;  // of this sequence; 0: none yet
+        int64_t rises = 0;
+        int64_t falls = 0;
+        int64_t breaks = 0;  // against the direction of their sequences, those before too
+
+        void Follow(int64_t date);
+        void End();
+    };
+
+    void EndSequence();
+    void DecideOrder(Dialect& dialect, CImportNotes& notes);
+    bool DecideByMovement(Dialect& dialect, CImportNotes& notes);
+
+    int64_t m_dates = 0;
+    Proof m_monthFirst;
+    Proof m_dayFirst;
+    Proof m_yearFirst;
+    Proof m_named;
+    DateOrder m_namedOrder = DateOrder::MonthDayYear;  // of the first
+    Proof m_undecided;                                 // that mean another day in the other order
+    Proof m_longYear;                                  // four digits
+    Proof m_shortYear;                                 // one or two
+    Movement m_asMonthFirst;
+    Movement m_asDayFirst;
+};
+
+}  // namespace quillon
