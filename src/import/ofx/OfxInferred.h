@@ -17,6 +17,12 @@ namespace quillon {
 // Reads a statement download as a person would. The text is walked several times and
 // nothing is kept of the lines but what their identifiers need, so that memory stays a
 // small part of the file's, whatever is in it.
+//
+//   Amounts    Whole cents, in the statement's currency.
+//   Errors     std::bad_alloc passes through. What cannot be read gets a note.
+//   Ownership  Borrows all that it is given. Views of a record live while the sink has it;
+//              those that stand in the text as they are lie there.
+//   Threads    One at a time.
 class CInferredOfx {
 public:
     // `text` is UTF-8; line numbers are those of its line feeds. All outlive this.

@@ -51,6 +51,10 @@ struct OfxSurvey {
 // Walks the elements of a statement download wherever they stand: closed or not, several on
 // a line, values on lines of their own, comments, CDATA and entities. Walking again gives
 // the same lines.
+//
+//   Memory     One line, and the accounts.
+//   Errors     std::bad_alloc passes through. No text is refused.
+//   Ownership  Borrows the text; views into it or, cleaned, into an arena of its own.
 class COfxStatements {
 public:
     // Amounts outside of lines, such as balances, with their line.

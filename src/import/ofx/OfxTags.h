@@ -16,7 +16,7 @@ struct OfxTag {
 };
 
 // Walks the tags of a text in one pass. Comments and CDATA sections are passed over; a
-// "<" that begins no tag is text.
+// "<" that begins no tag is text. Borrows the text; nothing fails.
 class COfxTags {
 public:
     explicit COfxTags(std::string_view text) : m_text(text) {}

@@ -28,6 +28,7 @@ struct ImportNote {
 //   Listed     Everything else line by line, up to kListedPerKind notes of a kind; the rest
 //              is summed by cause.
 //   Memory     Bounded, but where every note is asked for.
+//   Errors     std::bad_alloc passes through.
 class CImportNotes {
 public:
     enum class Kind {
@@ -56,9 +57,8 @@ public:
     explicit CImportNotes(bool every = false) : m_every(every) {}
 
     void Add(Kind kind, int64_t line, std::string_view text);
-    // Notes that are not listed are counted by their text: there is always a wish for it.
-    bool Wants(Kind) const { return true; }
-    // The notes in file order, those of the whole file first. `records`: how many there are.
+    // The notes in file order, those of the whole file first; none are left. `records`: how
+    // many records the file has.
     std::vector<ImportNote> Take(int64_t records = 0);
 
 private:

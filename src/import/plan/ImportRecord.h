@@ -6,8 +6,8 @@
 
 namespace quillon {
 
-// One transaction read from a bank file, ready to be entered. Texts are views that live
-// while the record is handed over.
+// One transaction read from a bank file, not judged yet. Texts are views that live while the
+// record is handed over.
 struct ImportRecord {
     int64_t line = 0;     // where it begins, from 1
     int64_t date = 0;     // midnight UTC; today when the file gives none that can be read

@@ -8,6 +8,8 @@
 
 namespace quillon {
 
+// The accounts of a bank file, and which one is meant. Values; std::bad_alloc passes through.
+
 // What a part of a bank file is the account statement of, as far as the file says.
 enum class SourceKind { Unknown, Bank, Card, Investment };
 

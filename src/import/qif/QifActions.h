@@ -4,6 +4,8 @@
 
 namespace quillon {
 
+// A table; nothing fails.
+
 // Investment actions by what they do to the money of the account itself.
 enum class QifCash {
     AsWritten,

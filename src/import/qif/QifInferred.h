@@ -14,7 +14,13 @@ namespace quillon {
 
 // Reads the file as a person would: only what stands in registers is a transaction,
 // splits and account blocks are understood, and the dialect is inferred from all of it.
-// Amounts come out as whole cents. The text is walked several times and no record is kept.
+// The text is walked several times and no record is kept.
+//
+//   Amounts    Whole cents.
+//   Errors     std::bad_alloc passes through. What cannot be read gets a note.
+//   Ownership  Borrows all that it is given. Views of a record live while the sink has it;
+//              those that stand in the text as they are lie there.
+//   Threads    One at a time.
 class CInferredQif {
 public:
     // `text` must hold UTF-8. All outlive this.

@@ -23,6 +23,8 @@ namespace quillon {
 //              where another date and amount begin.
 //   Lines      May be indented. Blank ones are passed over.
 //   Memory     One record at a time, and a few names.
+//   Errors     std::bad_alloc passes through. No text is refused.
+//   Ownership  Borrows the text. Views of a record live while the taker has it.
 
 struct QifLine {
     int64_t line = 0;  // from 1

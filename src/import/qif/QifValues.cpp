@@ -62,7 +62,7 @@ void CQifValues::TakeRecord(const QifRecord& raw) {
     record.payee = raw.payee.empty() ? raw.security : raw.payee;
     if (record.payee.empty()) record.payee = raw.memo;
     if (!raw.isInvestment) ReadNumberOf(raw, record);
-    if (record.payee.empty() && m_notes.Wants(Kind::Payee)) {
+    if (record.payee.empty()) {
         m_notes.Add(Kind::Payee, raw.line, "No payee and no memo: entered without a payee.");
     }
     record.category = CategoryOf(raw, record);
@@ -120,7 +120,7 @@ bool CQifValues::ReadDateOf(const QifRecord& raw, ImportRecord& record) {
 }
 
 void CQifValues::NoteDate(const QifRecord& raw, const ImportRecord& record) {
-    if (record.dateRead || !m_notes.Wants(Kind::Date)) return;
+    if (record.dateRead) return;
     if (raw.dateLine == kNoQifLine) {
         m_notes.Add(Kind::Date, raw.line, "No date: entered under today's.");
     } else {
@@ -151,7 +151,7 @@ void CQifValues::NoteAmount(const QifRecord& raw, AmountReading reading) {
                         ? "No amount of its own: entered with the sum of its splits."
                         : "No amount of its own: entered with the sum of its splits, of which "
                           "some are no clean numbers.");
-    } else if (reading != AmountReading::Clean && m_notes.Wants(Kind::Amount)) {
+    } else if (reading != AmountReading::Clean) {
         m_notes.Add(Kind::Amount, raw.amountLine, AmountNote(raw.amount, reading));
     }
 }

@@ -11,6 +11,9 @@
 namespace quillon {
 
 // Infers the decimal mark of a file from all its amounts.
+//
+//   Memory   The first amount of each kind.
+//   Errors   std::bad_alloc passes through.
 class CAmountInference {
 public:
     // `isCounted`: an amount that a transaction may be entered with.

@@ -7,7 +7,8 @@ namespace quillon {
 // Rounds the amounts of one register or statement to cents. Each by itself is rounded to its
 // own cent; where the file states a balance and amounts rounded so would miss the sum, what
 // one loses is carried to the next that has more than two decimals, so that the rounded lines
-// add up to the sum of the written ones. Amounts of whole cents never change.
+// add up to the sum of the written ones. Amounts of whole cents never change. Amounts are in
+// units of the currency, signed; nothing fails.
 class CAmountRounding {
 public:
     // First every amount once,

@@ -8,7 +8,8 @@
 
 namespace quillon {
 
-// Amounts as bank files write them.
+// Amounts as bank files write them: doubles in units of the account's currency, negative
+// goes out. What cannot be read is 0, and the answer says so; std::bad_alloc passes through.
 
 // The plain rule: "," and "$" go, and a number is read from the start of the rest. 0 when
 // there is none, when it is not finite, and when its magnitude is below 1e-8. `isRead` (may

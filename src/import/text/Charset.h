@@ -10,6 +10,9 @@
 
 namespace quillon {
 
+// Character sets of bank files. Bytes are borrowed; texts that are made let std::bad_alloc
+// pass, and nothing else fails.
+
 // What the bytes of a file say about their character set.
 struct CharsetFinding {
     Charset charset = Charset::Utf8;

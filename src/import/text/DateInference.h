@@ -14,6 +14,9 @@ namespace quillon {
 //
 // A date that can be read in one order only proves it. Where none does, the dates may
 // follow each other: bank files rise or fall in time, and a wrong order makes them jump.
+//
+//   Memory   The first date of each kind.
+//   Errors   std::bad_alloc passes through.
 class CDateInference {
 public:
     // Dates from here on do not follow those before: another account begins.

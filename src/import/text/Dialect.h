@@ -2,8 +2,6 @@
 
 namespace quillon {
 
-// How a bank file is written and read; plain values.
-
 // How a bank file is to be read. Plain is what an importer does when nothing is set;
 // Auto infers a dialect once per file, from the whole file.
 enum class DialectMode { Plain, Auto };

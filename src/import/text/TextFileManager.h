@@ -61,7 +61,9 @@ struct CReadOnlyTextFileLineEntry {
 //              or a control character other than LF, CR and TAB, makes it binary.
 //   Errors     Status codes; nothing throws. A failed load leaves nothing loaded.
 //   Memory     The file's size and eight bytes a line.
-//   Ownership  Owns the buffer; views live until the next load or Close.
+//   Ownership  Owns the buffer; views live until the next load or Close. Borrows the file
+//              system.
+//   Threads    Any number may read a loaded text; what loads, changes or closes it is alone.
 class CReadOnlyTextFileManager {
 public:
     // As many bytes are looked at for telling text from binary.
