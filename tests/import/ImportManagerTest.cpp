@@ -1,87 +1,21 @@
-#include <gtest/gtest.h>
+#include "import/plan/ImportManager.h"
 
 #include <algorithm>
 
-#include "finance/database/QuillonDatabaseInterface.h"
-#include "finance/ledger/Ledger.h"
-#include "foundation/CalendarDate.h"
-#include "foundation/platform/Clock.h"
-#include "import/ofx/QFXImportManager.h"
-#include "import/qif/QIFImportManager.h"
-#include "support/Bytes.h"
-#include "support/MemoryFileSystem.h"
+#include "import/ImportLedger.h"
 
 namespace quillon {
 namespace {
 
-using Lines = std::vector<std::string>;
-
-// A ledger on a disk in memory with one account and one file to import.
-class ImportManager : public testing::Test {
+class ImportManager : public CImportLedger {
 protected:
-    void SetUp() override { OpenLedger(AccountType::Checking); }
-
-    void OpenLedger(AccountType type) {
-        m_database.Close();
-        ASSERT_TRUE(m_database.Open("ledger").opened);
-        m_account = CAccountEntry();
-        m_account.name = std::string("Account ") + std::to_string(static_cast<int>(type));
-        m_account.accountType = type;
-        CLedger ledger(m_database);
-        ASSERT_EQ(ledger.OpenAccount(m_account, 0.0, FileTimeFromDate(2020, 1, 1)),
-                  LedgerStatus::Ok);
-    }
-
     ImportResult ImportQif(const std::string& text, const ImportOptions& options = {}) {
         m_files.Bytes("in.qif") = Text(text);
-        CQIFImportManager import(m_database, m_account, "in.qif", m_files);
-        import.SetOptions(options);
-        return import.Import();
+        return Import<CQIFImportManager>("in.qif", options);
     }
     ImportResult ImportQfx(const std::string& text, const ImportOptions& options = {}) {
         m_files.Bytes("in.qfx") = Text(text);
-        CQFXImportManager import(m_database, m_account, "in.qfx", m_files);
-        import.SetOptions(options);
-        return import.Import();
-    }
-
-    // "2021-01-02 0 12.5 Shop [Food] (memo) #7 EFT" of each transaction in register order.
-    Lines Register() {
-        COwnedList<CTransactionEntry> transactions;
-        EXPECT_TRUE(m_database.ListTransactionsByAccount(m_account.id, transactions));
-        Lines lines;
-        for (const CTransactionEntry& row : transactions) {
-            char amount[40];
-            std::snprintf(amount, sizeof amount, "%.10g", row.amount);
-            std::string line = FormatIsoDate(row.serviceDate) + " " +
-                               std::to_string(static_cast<int>(row.transactionType)) + " " + amount;
-            CPayeeEntry payee;
-            if (row.payeeId != kNoRow && m_database.ReadPayee(row.payeeId, payee)) {
-                line += " " + payee.name.ToUtf8();
-            }
-            CCategoryEntry category;
-            if (row.categoryId != kNoRow && m_database.ReadCategory(row.categoryId, category)) {
-                line += " [" + category.name.ToUtf8() + "]";
-            }
-            if (!row.memo.IsEmpty()) line += " (" + row.memo.ToUtf8() + ")";
-            if (row.check != 0) line += " #" + std::to_string(row.check);
-            if (!row.electronicPayment.IsEmpty()) line += " " + row.electronicPayment.ToUtf8();
-            lines.push_back(line);
-        }
-        return lines;
-    }
-
-    double Balance() {
-        CAccountEntry account;
-        EXPECT_TRUE(m_database.ReadAccount(m_account.id, account));
-        return account.currentBalance;
-    }
-
-    void ExpectBalancesInOrder() {
-        CLedger ledger(m_database);
-        std::vector<BalanceMismatch> mismatches;
-        EXPECT_TRUE(ledger.VerifyBalances(mismatches));
-        EXPECT_TRUE(mismatches.empty());
+        return Import<CQFXImportManager>("in.qfx", options);
     }
 
     static ImportOptions Inferred() {
@@ -89,11 +23,6 @@ protected:
         options.dialect = DialectMode::Auto;
         return options;
     }
-
-    CStoppedClock m_clock{FileTimeFromDate(2030, 5, 6)};
-    CMemoryFileSystem m_files;
-    CQuillonDatabaseInterface m_database{m_files};
-    CAccountEntry m_account;
 };
 
 std::string StatementLine(const std::string& id, const std::string& date, const std::string& amount,
@@ -109,7 +38,7 @@ TEST_F(ImportManager, QifEntersARecordAndReportsLetterForLetter) {
               "The QIF data file 'in.qif' was imported successfully.\n\nTotal transactions in "
               "file:   1\nTransactions imported:     1\nCategories created:          1");
     EXPECT_EQ(result.payeesCreated, 1);
-    EXPECT_EQ(Register(), Lines{"2021-01-02 0 12.5 Shop [Foodstuff]"});
+    EXPECT_EQ(Register(), Lines{"2021-01-02 -12.5 Shop [Foodstuff]"});
     EXPECT_DOUBLE_EQ(Balance(), -12.5);
     // The format has no identifiers.
     const ImportResult again = ImportQif("!Type:Bank\nD1/2'21\nT-12.50\nPShop\nLFoodstuff\n^\n");
@@ -120,23 +49,24 @@ TEST_F(ImportManager, QifEntersARecordAndReportsLetterForLetter) {
 
 TEST_F(ImportManager, TypeFollowsAccountAndSign) {
     const struct {
-        AccountType type;
-        Lines lines;
-        double balance;
+        AccountType account;
+        int types[3];  // of -5, 0 and 7
     } rows[] = {
-        {AccountType::Checking, {"2021-01-02 0 5", "2021-01-02 1 0", "2021-01-02 1 7"}, 2},
-        {AccountType::Savings, {"2021-01-02 0 5", "2021-01-02 1 0", "2021-01-02 1 7"}, 2},
-        {AccountType::Investment, {"2021-01-02 0 5", "2021-01-02 1 0", "2021-01-02 1 7"}, 2},
-        {AccountType::Credit, {"2021-01-02 2 5", "2021-01-02 0 0", "2021-01-02 0 7"}, 2},
-        {AccountType::Loan, {"2021-01-02 3 5", "2021-01-02 0 0", "2021-01-02 0 7"}, 2},
+        {AccountType::Checking, {0, 1, 1}},   {AccountType::Savings, {0, 1, 1}},
+        {AccountType::Investment, {0, 1, 1}}, {AccountType::Credit, {2, 0, 0}},
+        {AccountType::Loan, {3, 0, 0}},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(static_cast<int>(row.type));
-        if (row.type != AccountType::Checking) OpenLedger(row.type);
-        ImportOptions options = Inferred();  // no payee, to keep the lines short
-        ImportQif("!Type:Bank\nD1/2/21\nT-5\n^\nD1/2/21\nT0\n^\nD1/2/21\nT7\n^\n", options);
-        EXPECT_EQ(Register(), row.lines);
-        EXPECT_DOUBLE_EQ(Balance(), row.balance);
+        SCOPED_TRACE(static_cast<int>(row.account));
+        OpenAccount("A" + std::to_string(static_cast<int>(row.account)), row.account);
+        ImportQif("!Type:Bank\nD1/2'21\nT-5\n^\nD1/2'21\nT0\n^\nD1/2'21\nT7\n^\n");
+        size_t at = 0;
+        for (const CTransactionEntry& entry : Transactions()) {
+            ASSERT_LT(at, 3U);
+            EXPECT_EQ(static_cast<int>(entry.transactionType), row.types[at++]);
+        }
+        EXPECT_EQ(Register(), (Lines{"2021-01-02 -5", "2021-01-02 0", "2021-01-02 7"}));
+        EXPECT_DOUBLE_EQ(Balance(), 2);
     }
     ExpectBalancesInOrder();
 }
@@ -162,8 +92,8 @@ TEST_F(ImportManager, LastMatchingRuleRenames) {
         "!Type:Bank\nD1/2'21\nT-1\nPAMZN MKTPLACE\nLFoo\n^\nD1/3'21\nT-1\nPa void b\n^\n"
         "D1/4'21\nT-1\nPamzn\n^\n");
     // The second rule looks at what the first one made of the text.
-    EXPECT_EQ(Register(), (Lines{"2021-01-02 0 1 Amazon [Food]", "2021-01-03 0 1 VOID",
-                                 "2021-01-04 0 1 amzn"}));
+    EXPECT_EQ(Register(),
+              (Lines{"2021-01-02 -1 Amazon [Food]", "2021-01-03 -1 VOID", "2021-01-04 -1 amzn"}));
 }
 
 // A preview and its import count the same.
@@ -185,7 +115,7 @@ TEST_F(ImportManager, AmountsAboveTheLimitAreLeftOut) {
         };
         EXPECT_TRUE(std::any_of(result.notes.begin(), result.notes.end(), tooLarge));
     }
-    EXPECT_EQ(Register(), (Lines{"2021-01-02 1 1e+13 Shop", "2021-01-02 0 1e+13 Shop"}));
+    EXPECT_EQ(Register(), (Lines{"2021-01-02 1e+13 Shop", "2021-01-02 -1e+13 Shop"}));
     ExpectBalancesInOrder();
 }
 
@@ -254,7 +184,7 @@ TEST_F(ImportManager, ARegisterThatGoesOnBehindAnAccountBlockIsOne) {
 TEST_F(ImportManager, ReturnsEndLinesOfAQifFile) {
     const ImportResult result =
         ImportQif("!Type:Bank\rD13/1/21\rT-5\rPA\r^\rD14/1/21\rT-6\rPCaf\xE9\r^\r", Inferred());
-    EXPECT_EQ(Register(), (Lines{"2021-01-13 0 5 A", "2021-01-14 0 6 Caf\xC3\xA9"}));
+    EXPECT_EQ(Register(), (Lines{"2021-01-13 -5 A", "2021-01-14 -6 Caf\xC3\xA9"}));
     EXPECT_EQ(result.dialect.charset, Charset::Windows1252);
     ASSERT_FALSE(result.notes.empty());
     EXPECT_EQ(result.notes.back().line, 8);  // where the accent is
@@ -272,7 +202,7 @@ TEST_F(ImportManager, QfxIsRewrittenEnteredOnceAndReported) {
     EXPECT_EQ(ToString(m_files.Bytes("in.qfx")),
               "\r\n<OFX>\r\n<STMTTRN>\r\n<TRNTYPE>DEBIT\r\n<DTPOSTED>20210315120000[-5:EST]\r\n"
               "<TRNAMT>-1,250.00\r\n<FITID>7\r\n<NAME>Shop\r\n<MEMO>m\r\n</STMTTRN>\r\n</OFX>");
-    EXPECT_EQ(Register(), Lines{"2021-03-15 0 1250 Shop (m) EFT"});
+    EXPECT_EQ(Register(), Lines{"2021-03-15 -1250 Shop (m) EFT"});
     const ImportResult again = ImportQfx(text);
     EXPECT_EQ(again.read, 1);
     EXPECT_EQ(again.imported, 0);
@@ -353,14 +283,14 @@ TEST_F(ImportManager, AFileOfSeveralAccountsEntersTheOneThatIsMeant) {
     EXPECT_EQ(card.notes[1].text,
               "Only '2224712' (1 line) was read; left out: '1114711' (2 lines).");
 
-    OpenLedger(AccountType::Savings);
+    OpenAccount("Savings", AccountType::Savings);
     options = Inferred();
     options.allSources = true;
     EXPECT_EQ(ImportQfx(text, options).imported, 3) << "the same line in two accounts is two";
     EXPECT_EQ(ImportQfx(text, options).imported, 0);
     EXPECT_DOUBLE_EQ(Balance(), -17);
 
-    OpenLedger(AccountType::Credit);
+    OpenAccount("Credit", AccountType::Credit);
     m_account.description = "ends in 4711";
     const ImportResult carried = ImportQfx(text, Inferred());
     EXPECT_EQ(carried.imported, 2);

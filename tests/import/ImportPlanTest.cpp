@@ -5,23 +5,12 @@
 #include <cstring>
 #include <limits>
 
-#include "finance/database/QuillonDatabaseInterface.h"
-#include "finance/ledger/Ledger.h"
-#include "foundation/CalendarDate.h"
-#include "foundation/platform/Clock.h"
-#include "import/ofx/QFXImportManager.h"
+#include "import/ImportLedger.h"
 #include "import/plan/PackedRows.h"
-#include "import/qif/QIFImportManager.h"
 #include "import/text/TextPool.h"
-#include "support/Bytes.h"
-#include "support/MemoryFileSystem.h"
 
 namespace quillon {
 namespace {
-
-using Lines = std::vector<std::string>;
-
-const int64_t kToday = FileTimeFromDate(2030, 5, 6);
 
 std::string NameOf(PlanOutcome outcome) {
     constexpr const char* kNames[] = {"repeated", "held", "refused", "unreadable", "new"};
@@ -31,10 +20,9 @@ std::string NameOf(PlanOutcome outcome) {
 // "3 2021-03-15 -12.5 Shop<SHOP [Food<F] (memo) #7 EFT id 42=42 held skip 5", with what
 // would be made marked by "+", and "?" for what could not be read.
 std::string Shown(const ImportPlanRow& row) {
-    char amount[40];
-    std::snprintf(amount, sizeof amount, "%.10g", row.amount);
     std::string line = std::to_string(row.line) + " " + FormatIsoDate(row.date) +
-                       (row.dateRead ? " " : "? ") + amount + (row.amountRead ? "" : "?") + " t" +
+                       (row.dateRead ? " " : "? ") + ShownAmount(row.amount) +
+                       (row.amountRead ? "" : "?") + " t" +
                        std::to_string(static_cast<int>(row.type));
     const auto name = [&line](std::string_view inFile, std::string_view name, bool isMade) {
         line.append(isMade ? "+" : "").append(name);
@@ -54,16 +42,8 @@ std::string Shown(const ImportPlanRow& row) {
     return line;
 }
 
-class ImportPlan : public testing::Test {
+class ImportPlan : public CImportLedger {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(m_database.Open("ledger").opened);
-        m_account.name = "Checking";
-        CLedger ledger(m_database);
-        ASSERT_EQ(ledger.OpenAccount(m_account, 0.0, FileTimeFromDate(2020, 1, 1)),
-                  LedgerStatus::Ok);
-    }
-
     template <typename Importer = CQFXImportManager>
     CImportPlan Plan(const std::string& text, DialectMode mode = DialectMode::Auto) {
         m_files.Bytes("in.txt") = Text(text);
@@ -83,23 +63,12 @@ protected:
         return lines;
     }
 
-    COwnedList<CTransactionEntry> Register() {
-        COwnedList<CTransactionEntry> transactions;
-        EXPECT_TRUE(m_database.ListTransactionsByAccount(m_account.id, transactions));
-        return transactions;
-    }
-
     void AddRule(const char* search, const char* replacement) {
         CRenamingRuleEntry rule;
         rule.searchText = search;
         rule.replaceText = replacement;
         ASSERT_TRUE(m_database.AddRenamingRule(rule));
     }
-
-    CStoppedClock m_clock{kToday};
-    CMemoryFileSystem m_files;
-    CQuillonDatabaseInterface m_database{m_files};
-    CAccountEntry m_account;
 };
 
 std::string Line(const std::string& id, const std::string& date, const std::string& amount,
@@ -159,22 +128,20 @@ TEST_F(ImportPlan, CommitDoesWhatTheRowsSay) {
               "file:   3\nTransactions imported:     2");
     EXPECT_NE(ToString(m_files.Bytes("in.txt")), text) << "committing rewrites it";
     EXPECT_TRUE(first.Commit().failed) << "once only";
-    ASSERT_EQ(Register().Size(), 2);
+    ASSERT_EQ(Transactions().Size(), 2);
 
     // What the account holds is met, and entered all the same where the user says so.
     CImportPlan second = Plan(text);
     std::vector<int64_t> matches;
     second.ForEachRow([&](const ImportPlanRow& row) { matches.push_back(row.match); });
-    const COwnedList<CTransactionEntry> held = Register();
+    const COwnedList<CTransactionEntry> held = Transactions();
     EXPECT_EQ(matches, (std::vector<int64_t>{held.begin()->id, kNoRow, (++held.begin())->id}));
     ASSERT_TRUE(second.SetAction(2, PlanAction::Enter));
     EXPECT_EQ(second.Count().duplicates, 1);
     const ImportResult again = second.Commit();
     EXPECT_EQ(again.imported, 2);
     EXPECT_EQ(again.duplicates, 1);
-    CAccountEntry account;
-    ASSERT_TRUE(m_database.ReadAccount(m_account.id, account));
-    EXPECT_DOUBLE_EQ(account.currentBalance, 9);
+    EXPECT_DOUBLE_EQ(Balance(), 9);
 }
 
 // Between a plan and its commit people go on working.
@@ -196,7 +163,7 @@ TEST_F(ImportPlan, WhatChangedSinceIsRespected) {
     const int64_t made = m_database.FindOrAddPayee("Made");
     const ImportResult result = plan.Commit();
     EXPECT_EQ(result.payeesCreated, 0);
-    EXPECT_EQ(Register().Size(), 3);
+    EXPECT_EQ(Transactions().Size(), 3);
     EXPECT_NE(made, kNoRow);
 
     CImportPlan closed = Plan(Line("9", "20210315", "1", "A"));

@@ -2,32 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/CalendarDate.h"
 #include "foundation/TextHash.h"
+#include "import/ImportLedger.h"
 #include "import/ofx/OfxInferred.h"
 #include "import/ofx/OfxRewrite.h"
 #include "import/ofx/OfxTags.h"
 #include "import/ofx/OfxValues.h"
-#include "support/Bytes.h"
 
 namespace quillon {
 namespace {
 
-using Lines = std::vector<std::string>;
-
 const int64_t kToday = FileTimeFromDate(2030, 5, 6);
-
-// "2021-03-15 -12.5 Shop (memo) #7 EFT id 42"; parts that are empty are left out.
-std::string Shown(const ImportRecord& record) {
-    char amount[40];
-    std::snprintf(amount, sizeof amount, "%.10g", record.amount);
-    std::string line = FormatIsoDate(record.date) + " " + amount;
-    if (!record.payee.empty()) line.append(" ").append(record.payee);
-    if (!record.memo.empty()) line.append(" (").append(record.memo).append(")");
-    if (record.check != 0) line += " #" + std::to_string(record.check);
-    if (!record.electronic.empty()) line.append(" ").append(record.electronic);
-    return line;
-}
 
 struct Read {
     Lines records;
@@ -65,9 +50,7 @@ Read ReadInferred(std::string_view text) {
     read.survey = reader.Found();
     for (ImportSource& source : read.survey.sources) source.chosen = true;
     reader.Read(read.survey.sources, [&](ImportRecord& record) { return read.Take(record); });
-    for (const ImportNote& note : notes.Take()) {
-        read.notes += std::to_string(note.line) + ": " + note.text + "\n";
-    }
+    read.notes = Shown(notes.Take());
     return read;
 }
 

@@ -2,32 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/CalendarDate.h"
+#include "import/ImportLedger.h"
 #include "import/qif/QifInferred.h"
-#include "support/Bytes.h"
 
 namespace quillon {
 namespace {
 
 const int64_t kToday = FileTimeFromDate(2030, 5, 6);
-
-// "2021-01-02 -12.5 Shop [Food] #7 EFT (memo)" of a record; parts that are empty are left
-// out, and a memo that is the payee.
-std::string Shown(const ImportRecord& record) {
-    char amount[40];
-    std::snprintf(amount, sizeof amount, "%.10g", record.amount);
-    std::string line = FormatIsoDate(record.date) + " " + amount;
-    if (!record.payee.empty()) line.append(" ").append(record.payee);
-    if (!record.category.empty()) line.append(" [").append(record.category).append("]");
-    if (record.check != 0) line += " #" + std::to_string(record.check);
-    if (!record.electronic.empty()) line.append(" ").append(record.electronic);
-    if (!record.memo.empty() && record.memo != record.payee) {
-        line.append(" (").append(record.memo).append(")");
-    }
-    return line;
-}
-
-using Lines = std::vector<std::string>;
 
 struct Read {
     Lines records;
@@ -69,9 +50,7 @@ Read ReadInferred(std::string_view text, const ImportOptions& options = {}) {
         read.records.push_back(Shown(record));
         return true;
     });
-    for (const ImportNote& note : notes.Take()) {
-        read.notes += std::to_string(note.line) + ": " + note.text + "\n";
-    }
+    read.notes = Shown(notes.Take());
     return read;
 }
 
@@ -170,7 +149,10 @@ TEST(InferredQif, ReadsARegisterAsAPersonWould) {
          "!Type:Bank\nD1/31/15\nT-7\nSFood\n$-7\n^\n",
          {"2015-01-31 -7 [Food]"},
          nullptr},
-        {"memo as payee", "!Type:Bank\nD1/31/15\nT1\nMRent\n^\n", {"2015-01-31 1 Rent"}, nullptr},
+        {"memo as payee",
+         "!Type:Bank\nD1/31/15\nT1\nMRent\n^\n",
+         {"2015-01-31 1 Rent (Rent)"},
+         nullptr},
         {"no payee", "!Type:Bank\nD1/31/15\nT1\n^\n", {"2015-01-31 1"}, "2: No payee and no memo"},
         {"stray end",
          "!Type:Bank\n^\nD1/31/15\nT1\n^\n",
@@ -302,7 +284,7 @@ TEST(InferredQif, ReadsARegisterAsAPersonWould) {
         {"indented", "  !Type:Bank\n  D1/31/15\n\tT1\n  PA\n  ^\n", {"2015-01-31 1 A"}, nullptr},
         {"a text that goes on does not take the amount away",
          "!Type:Bank\nD1/31/15\nT1\nMlong\nText\nDivided\n^\n",
-         {"2015-01-31 1 long"},
+         {"2015-01-31 1 long (long)"},
          nullptr},
         {"classes",
          "!Type:Bank\nD1/31/15\nT1\nLFood:Fun/Trip\n^\nD1/31/15\nT1\nL[A/B]/Trip\n^\n"

@@ -7,13 +7,7 @@
 #include <cstdlib>
 #include <map>
 
-#include "finance/database/QuillonDatabaseInterface.h"
-#include "finance/ledger/Ledger.h"
-#include "foundation/CalendarDate.h"
-#include "foundation/platform/Clock.h"
-#include "import/ofx/QFXImportManager.h"
-#include "import/qif/QIFImportManager.h"
-#include "support/MemoryFileSystem.h"
+#include "import/ImportLedger.h"
 
 namespace quillon {
 namespace {
@@ -192,13 +186,13 @@ constexpr Spot kSpots[] = {
 };
 // clang-format on
 
-class ImportSamples : public testing::Test {
+class ImportSamples : public CImportLedger {
 protected:
     void SetUp() override {
         if (!PlatformFileSystem().FolderExists(SamplesFolder() + "qif")) {
             GTEST_SKIP() << "no samples in " << SamplesFolder();
         }
-        ASSERT_TRUE(m_database.Open("ledger").opened);
+        CImportLedger::SetUp();
     }
 
     // A copy in memory: importing rewrites the file.
@@ -206,63 +200,16 @@ protected:
         std::vector<uint8_t> bytes;
         ASSERT_TRUE(ReadWholeFile(PlatformFileSystem(), SamplesFolder() + file, bytes)) << file;
         m_files.Bytes("copy") = bytes;
-        m_account = CAccountEntry();
-        m_account.name = file;
-        CLedger ledger(m_database);
-        ASSERT_EQ(ledger.OpenAccount(m_account, 0.0, FileTimeFromDate(2020, 1, 1)),
-                  LedgerStatus::Ok);
+        OpenAccount(file, AccountType::Checking);
     }
 
-    ImportResult Import(bool qif, DialectMode mode = DialectMode::Auto) {
+    ImportResult ImportCopy(bool qif, DialectMode mode = DialectMode::Auto) {
         ImportOptions options;
         options.dialect = mode;
         options.allSources = true;
-        if (qif) {
-            CQIFImportManager import(m_database, m_account, "copy", m_files);
-            import.SetOptions(options);
-            return import.Import();
-        }
-        CQFXImportManager import(m_database, m_account, "copy", m_files);
-        import.SetOptions(options);
-        return import.Import();
+        return qif ? Import<CQIFImportManager>("copy", options)
+                   : Import<CQFXImportManager>("copy", options);
     }
-
-    double Balance() {
-        CAccountEntry account;
-        EXPECT_TRUE(m_database.ReadAccount(m_account.id, account));
-        return account.currentBalance;
-    }
-
-    std::vector<std::string> Register() {
-        COwnedList<CTransactionEntry> transactions;
-        EXPECT_TRUE(m_database.ListTransactionsByAccount(m_account.id, transactions));
-        std::vector<std::string> lines;
-        for (const CTransactionEntry& row : transactions) {
-            char amount[40];
-            const double effect =
-                row.transactionType == TransactionType::Deposit ? row.amount : -row.amount;
-            std::snprintf(amount, sizeof amount, "%.10g", effect + 0.0);
-            std::string line = FormatIsoDate(row.serviceDate) + " " + amount;
-            CPayeeEntry payee;
-            if (row.payeeId != kNoRow && m_database.ReadPayee(row.payeeId, payee)) {
-                line += " " + payee.name.ToUtf8();
-            }
-            CCategoryEntry category;
-            if (row.categoryId != kNoRow && m_database.ReadCategory(row.categoryId, category)) {
-                line += " [" + category.name.ToUtf8() + "]";
-            }
-            if (!row.memo.IsEmpty()) line += " (" + row.memo.ToUtf8() + ")";
-            if (row.check != 0) line += " #" + std::to_string(row.check);
-            if (!row.electronicPayment.IsEmpty()) line += " " + row.electronicPayment.ToUtf8();
-            lines.push_back(line);
-        }
-        return lines;
-    }
-
-    CStoppedClock m_clock{FileTimeFromDate(2030, 5, 6)};
-    CMemoryFileSystem m_files;
-    CQuillonDatabaseInterface m_database{m_files};
-    CAccountEntry m_account;
 };
 
 bool IsQif(std::string_view file) {
@@ -275,7 +222,7 @@ TEST_F(ImportSamples, EveryFileGivesWhatAPersonReadsInIt) {
     for (const Sample& sample : kSamples) {
         SCOPED_TRACE(sample.file);
         NewAccount(sample.file);
-        const ImportResult result = Import(IsQif(sample.file));
+        const ImportResult result = ImportCopy(IsQif(sample.file));
         EXPECT_FALSE(result.failed) << result.error;
         EXPECT_EQ(result.read, sample.read);
         EXPECT_EQ(result.imported, sample.imported);
@@ -294,7 +241,7 @@ TEST_F(ImportSamples, EveryFileGivesWhatAPersonReadsInIt) {
         }
         if (IsQif(sample.file)) continue;
         // The same download again, also after it was rewritten.
-        const ImportResult again = Import(false);
+        const ImportResult again = ImportCopy(false);
         EXPECT_EQ(again.imported, 0);
         EXPECT_EQ(again.duplicates, sample.read);
         EXPECT_NEAR(Balance(), sample.balance, 0.005);
@@ -305,7 +252,7 @@ TEST_F(ImportSamples, FilesWithoutTransactionsAreRefusedWithTheReason) {
     for (const Refused& refused : kRefused) {
         SCOPED_TRACE(refused.file);
         NewAccount(refused.file);
-        const ImportResult result = Import(IsQif(refused.file));
+        const ImportResult result = ImportCopy(IsQif(refused.file));
         EXPECT_TRUE(result.failed);
         EXPECT_NE(result.error.find(refused.reason), std::string::npos) << result.error;
         EXPECT_EQ(result.error.find('\n'), std::string::npos);
@@ -338,10 +285,10 @@ TEST_F(ImportSamples, TablesOfCommaSeparatedValuesAreNoBankFiles) {
         SCOPED_TRACE(name);
         NewAccount("csv/" + name);
         const std::vector<uint8_t> before = m_files.Bytes("copy");
-        const ImportResult qif = Import(true);
+        const ImportResult qif = ImportCopy(true);
         EXPECT_TRUE(qif.failed);
         EXPECT_NE(qif.error.find("It is not a QIF file"), std::string::npos) << qif.error;
-        const ImportResult qfx = Import(false);
+        const ImportResult qfx = ImportCopy(false);
         EXPECT_TRUE(qfx.failed);
         EXPECT_NE(qfx.error.find("It is not an OFX statement"), std::string::npos) << qfx.error;
         EXPECT_EQ(m_files.Bytes("copy"), before);
@@ -359,15 +306,12 @@ TEST_F(ImportSamples, CutOffFilesLeaveTheLedgerInOrder) {
             for (const DialectMode mode : {DialectMode::Auto, DialectMode::Plain}) {
                 m_files.Bytes("copy") = {bytes.begin(),
                                          bytes.begin() + static_cast<std::ptrdiff_t>(size)};
-                const ImportResult result = Import(IsQif(file), mode);
+                const ImportResult result = ImportCopy(IsQif(file), mode);
                 EXPECT_LE(result.imported + result.duplicates, result.read);
             }
         }
     }
-    CLedger ledger(m_database);
-    std::vector<BalanceMismatch> mismatches;
-    EXPECT_TRUE(ledger.VerifyBalances(mismatches));
-    EXPECT_TRUE(mismatches.empty());
+    ExpectBalancesInOrder();
 }
 
 }  // namespace
