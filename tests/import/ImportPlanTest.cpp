@@ -171,6 +171,21 @@ TEST_F(ImportPlan, WhatChangedSinceIsRespected) {
     EXPECT_TRUE(closed.Commit().error.ends_with("The account is closed."));
 }
 
+// One manager, two plans: the second knows nothing of the first one's file.
+TEST_F(ImportPlan, APlanIsMadeFromTheFileAsItIsThen) {
+    CQFXImportManager import(m_database, m_account, "in.txt", m_files);
+    m_files.Bytes("in.txt") = Text(Line("1", "20210315", "1", "A"));
+    EXPECT_EQ(import.MakePlan().RowCount(), 1U);
+    const std::string normal = "\r\n<TRNAMT>2\r\n<FITID>2\r\n</STMTTRN>";
+    m_files.Bytes("in.txt") = Text(normal);
+    CImportPlan plan = import.MakePlan();
+    EXPECT_EQ(plan.RowCount(), 1U);
+    const ImportResult result = plan.Commit();
+    EXPECT_EQ(result.imported, 1);
+    EXPECT_TRUE(result.notes.empty());
+    EXPECT_EQ(ToString(m_files.Bytes("in.txt")), normal);
+}
+
 TEST_F(ImportPlan, OneThatFailedSaysWhyAndHasNoRows) {
     CImportPlan plan = Plan("nothing");
     EXPECT_TRUE(plan.Failed());

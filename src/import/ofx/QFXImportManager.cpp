@@ -35,6 +35,7 @@ std::string DeclaredCharset(std::string_view text) {
 }  // namespace
 
 bool CQFXImportManager::Survey() {
+    m_download.reset();  // of an earlier plan
     return IsPlain() ? SurveyPlain() : SurveyInferred();
 }
 

@@ -62,8 +62,7 @@ struct ImportPlanRow {
 //   Rows       All records of the file's chosen accounts, in its order. What is not entered,
 //              such as a withdrawn line, is in the notes alone.
 //   Errors     A plan may be none: Failed() and Error() say why, and it has no rows. Commit()
-//              tells by its result. Nothing throws but Row(), Count() and Preview(), which
-//              let std::bad_alloc pass.
+//              tells by its result and throws nothing; the others let std::bad_alloc pass.
 //   Memory     The file's text and some 15 to 30 bytes a record.
 //   Ownership  Owns the file's text. Borrows database and file system, which must outlive it;
 //              the manager that made it need not.
