@@ -127,15 +127,15 @@ void MeasureViews(CRegisterPresenter& view, const CPresenterTable& table) {
         {"number", RegisterColumn::Number}, {"date", RegisterColumn::Date},
         {"payee", RegisterColumn::Payee},   {"memo", RegisterColumn::Memo},
         {"payment", RegisterColumn::Out},   {"balance", RegisterColumn::Balance}};
-    for (const auto& [name, column] : columns) {
+    for (const auto& order : columns) {
         // Up; down and back are not measured.
         Took best{1e9, 1e9};
         for (int i = 0; i < 5; ++i) {
-            best = std::min(best, Measure([&] { view.SortBy(column); }));
-            view.SortBy(column);
-            view.SortBy(column);
+            best = std::min(best, Measure([&] { view.SortBy(order.second); }));
+            view.SortBy(order.second);
+            view.SortBy(order.second);
         }
-        table.Print(std::string("sort by ") + name, best, 50, 300);
+        table.Print(std::string("sort by ") + order.first, best, 50, 300);
     }
     table.Print("a screenful of 50 lines in the middle", Best([&] {
                     for (int64_t line = 0; line < 50; ++line) {
