@@ -224,6 +224,18 @@ TEST(Index, AgreesWithATree) {
     }
 }
 
+TEST(Index, CountsInAHeaderAreBelievedOnlyIfTheRecordsCanHaveThem) {
+    constexpr int64_t kMost = std::numeric_limits<int64_t>::max();
+    for (const auto& counts : {std::pair{kMost, kMost}, {-1, 1}, {2, 1}, {1, 2}, {0, -kMost}}) {
+        SCOPED_TRACE(testing::Message() << counts.first << " keys, " << counts.second << " rows");
+        CIndexDisk disk;
+        disk.files.Bytes(kFile) = Join(Header(counts.first, counts.second, 0), Record(7, 70, 0));
+        ASSERT_EQ(disk.index.Open(kFile), IndexLoad::Ok);
+        ASSERT_TRUE(disk.index.Update(7, 71) && disk.index.Close());
+        EXPECT_EQ(Slice(disk.files.Bytes(kFile), 0, 72), Header(1, 1, 0));
+    }
+}
+
 // An index is the rows over again: what is lost of it is made anew, and told.
 TEST(Index, MadeAnewWhenLostOrDamaged) {
     constexpr const char* kPath = "db/Table_1_index_5.dat";

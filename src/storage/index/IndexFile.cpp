@@ -82,10 +82,13 @@ IndexLoad CIndexManager::ReadHeader(HeaderState& header) const {
     }
     m_fileAttribute = inFile.attribute;
     m_recordCount = inFile.records;
-    m_liveCount = inFile.liveRecords;
+    // Counts that the records cannot have are not believed: keys are counted anew.
+    const bool holds = 0 <= inFile.distinctKeys && inFile.distinctKeys <= inFile.liveRecords &&
+                       inFile.liveRecords <= m_recordCount;
+    m_liveCount = holds ? inFile.liveRecords : m_recordCount;
     header = {.stale = false,
-              .isCounted = true,
-              .distinct = inFile.distinctKeys,
+              .isCounted = holds,
+              .distinct = holds ? inFile.distinctKeys : 0,
               .live = m_liveCount,
               .changes = {}};
     return IndexLoad::Ok;
