@@ -1,7 +1,6 @@
 #include "cli/DatabaseMessages.h"
 
 #include "cli/terminal/Failure.h"
-#include "wording/LedgerWords.h"
 
 namespace quillon {
 
@@ -9,6 +8,13 @@ void RequireDone(LedgerStatus status, const CQuillonDatabaseInterface& database)
     if (status == LedgerStatus::Ok) return;
     RequireStored(status != LedgerStatus::StoreFailed, database);
     throw CFailure(LedgerMessage(status, Medium::Terminal));
+}
+
+void RequireDone(LedgerStatus status, const CQuillonDatabaseInterface& database,
+                 const NameTrouble& trouble) {
+    if (status == LedgerStatus::Ok) return;
+    RequireStored(status != LedgerStatus::StoreFailed, database);
+    throw CFailure(NameMessage(status, trouble, Medium::Terminal));
 }
 
 void RequireFound(CLookup found, const CQuillonDatabaseInterface& database) {

@@ -30,8 +30,6 @@ public:
     const std::string& Folder() const { return m_startUp.Folder(); }
     const FinanceOpenResult& Opened() const { return m_startUp.Opened(); }
     bool IsProtected() const { return m_startUp.IsProtected(); }
-    // Digest of the password, empty when there is none.
-    const std::string& PasswordHash() const { return m_startUp.PasswordHash(); }
 
 private:
     void Open(CCommandContext& context, Start start);

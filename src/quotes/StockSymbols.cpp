@@ -5,23 +5,11 @@
 #include <memory>
 #include <utility>
 
+#include "foundation/AsciiText.h"
+
 namespace quillon {
 
 namespace {
-
-std::string Upper(std::string_view text) {
-    std::string upper(text);
-    for (char& character : upper) {
-        if (character >= 'a' && character <= 'z') character = static_cast<char>(character - 32);
-    }
-    return upper;
-}
-
-std::string_view Trimmed(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r";
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-    return text.substr(0, text.find_last_not_of(kBlanks) + 1);
-}
 
 bool IsExchange(std::string_view name) {
     return !name.empty() && name.size() <= 32 &&
@@ -39,9 +27,9 @@ std::string ExchangeIn(std::string_view text, const std::string& wanted) {
         text.remove_prefix(std::min(line.size() + 1, text.size()));
         const size_t tab = line.find('\t');
         if (tab == std::string_view::npos || line.starts_with('#')) continue;
-        const std::string_view symbol = Trimmed(line.substr(0, tab));
-        if (symbol.size() != wanted.size() || Upper(symbol) != wanted) continue;
-        std::string exchange = Upper(Trimmed(line.substr(tab + 1)));
+        const std::string_view symbol = TrimBlanks(line.substr(0, tab));
+        if (symbol.size() != wanted.size() || UpperAscii(symbol) != wanted) continue;
+        std::string exchange = UpperAscii(TrimBlanks(line.substr(tab + 1)));
         if (IsExchange(exchange)) return exchange;
     }
     return {};
@@ -53,7 +41,7 @@ CStockSymbols::CStockSymbols(std::vector<std::string> folders, CFileSystem& file
     : m_folders(std::move(folders)), m_files(files) {}
 
 std::vector<std::string> CStockSymbols::ExchangesOf(std::string_view symbol) const {
-    const std::string wanted = Upper(symbol);
+    const std::string wanted = UpperAscii(symbol);
     for (const std::string& folder : m_folders) {
         const std::string path = WithTrailingSeparator(folder) + kFileName;
         const std::unique_ptr<CFile> file = m_files.Open(path, OpenMode::Read);

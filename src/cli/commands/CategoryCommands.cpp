@@ -7,7 +7,6 @@
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Values.h"
-#include "wording/LedgerWords.h"
 
 namespace quillon {
 
@@ -23,13 +22,6 @@ Json CategoryJson(const CCategoryEntry& category) {
             {"includeTotal", category.includeTotal},
             {"includeBudget", category.includeBudget},
             {"includeReports", category.includeReports}};
-}
-
-// Throws unless `status` is Ok.
-void RequireDone(LedgerStatus status, CSession& session, const NameTrouble& trouble) {
-    if (status == LedgerStatus::Ok) return;
-    RequireStored(status != LedgerStatus::StoreFailed, session.Database());
-    throw CFailure(NameMessage(status, trouble, Medium::Terminal));
 }
 
 void List(CCommandContext& context) {
@@ -55,7 +47,7 @@ void Add(CCommandContext& context, const std::string& name) {
     CSession session(context);
     RequireLine(name, "name");
     CCategoryEntry category;
-    RequireDone(session.Ledger().AddCategory(name, category), session, {.name = name});
+    RequireDone(session.Ledger().AddCategory(name, category), session.Database(), {.name = name});
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + Quoted(name) + " was added.");
 }
@@ -67,7 +59,8 @@ void Rename(CCommandContext& context, const std::string& from, const std::string
     RequireLine(to, "name");
     const LedgerStatus status =
         to == old ? LedgerStatus::NameTaken : session.Ledger().RenameCategory(category.id, to);
-    RequireDone(status, session, {.name = status == LedgerStatus::CategoryKept ? old : to});
+    RequireDone(status, session.Database(),
+                {.name = status == LedgerStatus::CategoryKept ? old : to});
     category.name = to;
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + Quoted(old) + " is " + Quoted(to) + " now.");
@@ -83,7 +76,7 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
     if (status == LedgerStatus::StillUsed) {
         RequireStored(session.Ledger().CountCategoryUses(category.id, trouble.uses), database);
     }
-    RequireDone(status, session, trouble);
+    RequireDone(status, database, trouble);
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + Quoted(trouble.name) + " was deleted.");
 }

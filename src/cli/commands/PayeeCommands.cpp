@@ -7,7 +7,6 @@
 #include "cli/commands/Commands.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Values.h"
-#include "wording/LedgerWords.h"
 
 namespace quillon {
 
@@ -15,13 +14,6 @@ namespace {
 
 Json PayeeJson(const CPayeeEntry& payee) {
     return {{"id", payee.id}, {"name", payee.name.ToUtf8()}};
-}
-
-// Throws unless `status` is Ok.
-void RequireDone(LedgerStatus status, CSession& session, const NameTrouble& trouble) {
-    if (status == LedgerStatus::Ok) return;
-    RequireStored(status != LedgerStatus::StoreFailed, session.Database());
-    throw CFailure(NameMessage(status, trouble, Medium::Terminal));
 }
 
 NameTrouble TroubleWith(const std::string& name) {
@@ -45,7 +37,7 @@ void Add(CCommandContext& context, const std::string& name) {
     CSession session(context);
     RequireLine(name, "name");
     CPayeeEntry payee;
-    RequireDone(session.Ledger().AddPayee(name, payee), session, TroubleWith(name));
+    RequireDone(session.Ledger().AddPayee(name, payee), session.Database(), TroubleWith(name));
     PrintRows(context, Json::array({PayeeJson(payee)}),
               "The payee " + Quoted(name) + " was added.");
 }
@@ -57,7 +49,7 @@ void Rename(CCommandContext& context, const std::string& from, const std::string
     RequireLine(to, "name");
     const LedgerStatus status =
         to == old ? LedgerStatus::NameTaken : session.Ledger().RenamePayee(payee.id, to);
-    RequireDone(status, session, TroubleWith(to));
+    RequireDone(status, session.Database(), TroubleWith(to));
     payee.name = to;
     PrintRows(context, Json::array({PayeeJson(payee)}),
               "The payee " + Quoted(old) + " is " + Quoted(to) + " now.");
@@ -73,7 +65,7 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
     if (status == LedgerStatus::StillUsed) {
         RequireStored(session.Ledger().CountPayeeUses(payee.id, trouble.uses), database);
     }
-    RequireDone(status, session, trouble);
+    RequireDone(status, database, trouble);
     PrintRows(context, Json::array({PayeeJson(payee)}),
               "The payee " + Quoted(trouble.name) + " was deleted.");
 }

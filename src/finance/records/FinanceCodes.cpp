@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 
+#include "foundation/AsciiText.h"
+
 namespace quillon {
 
 namespace {
@@ -28,23 +30,10 @@ std::string_view Look(const std::array<std::string_view, Size>& names, Code code
     return position < Size ? names[position] : std::string_view();
 }
 
-char LowerAscii(char character) {
-    const bool upper = character >= 'A' && character <= 'Z';
-    return upper ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-bool SameName(std::string_view left, std::string_view right) {
-    if (left.size() != right.size()) return false;
-    for (size_t i = 0; i < left.size(); ++i) {
-        if (LowerAscii(left[i]) != LowerAscii(right[i])) return false;
-    }
-    return true;
-}
-
 template <class Code, size_t Size>
 bool Find(const std::array<std::string_view, Size>& names, std::string_view name, Code& code) {
     for (size_t i = 0; i < Size; ++i) {
-        if (!SameName(names[i], name)) continue;
+        if (!EqualIgnoringAsciiCase(names[i], name)) continue;
         code = static_cast<Code>(i);
         return true;
     }
@@ -54,10 +43,7 @@ bool Find(const std::array<std::string_view, Size>& names, std::string_view name
 template <class Code>
 std::string KeyOrNumber(Code type) {
     const std::string_view name = NameOf(type);
-    if (name.empty()) return std::to_string(static_cast<int32_t>(type));
-    std::string key;
-    for (const char character : name) key += LowerAscii(character);
-    return key;
+    return name.empty() ? std::to_string(static_cast<int32_t>(type)) : LowerAscii(name);
 }
 
 }  // namespace

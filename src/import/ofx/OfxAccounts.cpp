@@ -56,7 +56,7 @@ void COfxAccounts::Name(std::vector<ImportSource>& sources) const {
         if (use > 1) source.name += " (" + std::to_string(use) + ")";
         source.number = m_first[i].account;
         // A credit line is no bank account to speak of, and no card.
-        const bool isCreditLine = EqualsAsciiCase(m_first[i].type, "CREDITLINE");
+        const bool isCreditLine = EqualIgnoringAsciiCase(m_first[i].type, "CREDITLINE");
         source.kind = isCreditLine ? SourceKind::Unknown : m_first[i].kind;
     }
 }

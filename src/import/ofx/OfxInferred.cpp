@@ -29,7 +29,7 @@ std::optional<int64_t> DateOf(const OfxLine& line) {
 }
 
 bool IsWithdrawn(const OfxLine& line) {
-    return EqualsAsciiCase(line.correctAction, "DELETE");
+    return EqualIgnoringAsciiCase(line.correctAction, "DELETE");
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ enum class Foreign {
 
 Foreign ForeignOf(const OfxLine& line, std::string_view statementCurrency) {
     if (line.currency.empty() && line.rate.empty()) return Foreign::No;
-    if (!statementCurrency.empty() && EqualsAsciiCase(line.currency, statementCurrency)) {
+    if (!statementCurrency.empty() && EqualIgnoringAsciiCase(line.currency, statementCurrency)) {
         return Foreign::No;
     }
     const std::optional<double> rate = ReadRate(line.rate);

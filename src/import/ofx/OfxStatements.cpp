@@ -200,7 +200,7 @@ void COfxStatements::TakeStatus(Element element, std::string_view value) {
         return;
     }
     if (element == Element::Severity) m_severity = value.substr(0, 20);
-    if (!m_inStatus || !EqualsAsciiCase(m_severity, "ERROR")) return;
+    if (!m_inStatus || !EqualIgnoringAsciiCase(m_severity, "ERROR")) return;
     if (element == Element::Severity) {
         m_survey.problem = "error " + m_code;
     } else {

@@ -36,7 +36,7 @@ enum class SourceChoice {
 //   1. its name is the account's name, ignoring case;
 //   2. its number stands in the account's name or description: whole, at the end of a longer
 //      one (an IBAN), or by its last four digits or more; blanks and dashes may group it, and
-//      of "XXXX4711" in the file the digits count;
+//      of a masked number in the file the digits that it shows count;
 //   3. its name stands there as a whole word, ignoring case.
 //
 // The first of these that holds for any decides, and only where it holds for one alone.

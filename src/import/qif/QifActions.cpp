@@ -60,7 +60,7 @@ constexpr QifAction kActions[] = {
 
 const QifAction* FindQifAction(std::string_view name) {
     for (const QifAction& action : kActions) {
-        if (EqualsAsciiCase(name, action.name)) return &action;
+        if (EqualIgnoringAsciiCase(name, action.name)) return &action;
     }
     return nullptr;
 }

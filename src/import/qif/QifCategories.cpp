@@ -28,7 +28,9 @@ std::string_view OtherAccount(std::string_view category) {
 }
 
 std::string_view CQifValues::CategoryOf(const QifRecord& raw, const ImportRecord& record) {
-    const auto is = [&raw](std::string_view name) { return EqualsAsciiCase(raw.category, name); };
+    const auto is = [&raw](std::string_view name) {
+        return EqualIgnoringAsciiCase(raw.category, name);
+    };
     std::string_view category = raw.category;
     if (is("--Split--") || is("N/A")) category = {};
     if (raw.splits > 1 || IsPartOnly(raw, record)) {
@@ -86,7 +88,7 @@ std::string_view CQifValues::TransferOf(const QifRecord& raw, std::string_view c
     const bool isOwn = other == raw.account;
     if (raw.isInvestment && isOwn && raw.hasShares) return {};  // its own cash
     // By custom the opening balance names the register's own account.
-    if (isOwn || EqualsAsciiCase(raw.payee, "Opening Balance")) return kAdjustmentCategory;
+    if (isOwn || EqualIgnoringAsciiCase(raw.payee, "Opening Balance")) return kAdjustmentCategory;
     m_notes.Add(Kind::Transfer, raw.line,
                 "A transfer with account " + InQuotes(other) +
                     ": only this side was entered, under \"Transfer\".");

@@ -18,13 +18,13 @@ constexpr std::string_view kLists[] = {"Cat",    "Class",  "Tag",      "Memorize
                                        "Prices", "Budget", "Category", "Memorised", "Template"};
 
 bool IsRegisterType(std::string_view type) {
-    return EqualsAsciiCase(type, "Bank") || EqualsAsciiCase(type, "Cash") ||
-           EqualsAsciiCase(type, "CCard") || EqualsAsciiCase(type, "Oth A") ||
-           EqualsAsciiCase(type, "Oth L");
+    return EqualIgnoringAsciiCase(type, "Bank") || EqualIgnoringAsciiCase(type, "Cash") ||
+           EqualIgnoringAsciiCase(type, "CCard") || EqualIgnoringAsciiCase(type, "Oth A") ||
+           EqualIgnoringAsciiCase(type, "Oth L");
 }
 
 bool IsInvestmentType(std::string_view type) {
-    return EqualsAsciiCase(type, "Invst") || EqualsAsciiCase(type, "Port");
+    return EqualIgnoringAsciiCase(type, "Invst") || EqualIgnoringAsciiCase(type, "Port");
 }
 
 void AddName(std::vector<std::string_view>& names, std::string_view name) {
@@ -74,7 +74,7 @@ private:
 
     void TakeHeading(std::string_view heading) {
         const auto begins = [heading](std::string_view word) {
-            return EqualsAsciiCase(heading.substr(0, word.size()), word);
+            return EqualIgnoringAsciiCase(heading.substr(0, word.size()), word);
         };
         if (begins("Account")) {
             m_outline.hasHeading = true;
@@ -94,16 +94,16 @@ private:
 
     void OpenSection(std::string_view type) {
         m_type = type;
-        const auto* const list =
-            std::find_if(std::begin(kLists), std::end(kLists),
-                         [type](std::string_view known) { return EqualsAsciiCase(type, known); });
+        const auto* const list = std::find_if(
+            std::begin(kLists), std::end(kLists),
+            [type](std::string_view known) { return EqualIgnoringAsciiCase(type, known); });
         if (IsRegisterType(type)) {
             OpenRegister(Section::Register, type);
         } else if (IsInvestmentType(type)) {
             OpenRegister(Section::Investment, type);
         } else if (list != std::end(kLists)) {
             m_section = Section::List;
-            m_isCategories = EqualsAsciiCase(type.substr(0, 3), "Cat");
+            m_isCategories = EqualIgnoringAsciiCase(type.substr(0, 3), "Cat");
             AddName(m_outline.lists, *list);
         } else {
             m_section = Section::Unknown;
@@ -185,7 +185,8 @@ private:
             return;
         }
         // A register that nobody named is the same one when it goes on.
-        const bool goesOn = m_accountType.empty() || EqualsAsciiCase(m_accountType, m_registerType);
+        const bool goesOn =
+            m_accountType.empty() || EqualIgnoringAsciiCase(m_accountType, m_registerType);
         if (m_register != Section::Start && m_registerAccount.empty() && goesOn) m_account = {};
         if (IsInvestmentType(m_accountType)) {
             OpenRegister(Section::Investment, m_accountType);

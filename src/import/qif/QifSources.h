@@ -19,9 +19,10 @@ public:
     // The index of the register's account. `account` is empty where no block names it; then
     // the type stands for it.
     size_t Take(std::string_view account, std::string_view type) {
-        const bool isCard = EqualsAsciiCase(type, "CCard");
-        const bool isInvestment = EqualsAsciiCase(type, "Invst") || EqualsAsciiCase(type, "Port");
-        const bool isBank = EqualsAsciiCase(type, "Bank");
+        const bool isCard = EqualIgnoringAsciiCase(type, "CCard");
+        const bool isInvestment =
+            EqualIgnoringAsciiCase(type, "Invst") || EqualIgnoringAsciiCase(type, "Port");
+        const bool isBank = EqualIgnoringAsciiCase(type, "Bank");
         ImportSource source;
         source.name = account.empty() ? std::string(type.empty() ? "Bank" : type)
                                       : std::string(account.substr(0, kLongestName));

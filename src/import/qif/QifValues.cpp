@@ -171,7 +171,9 @@ void CQifValues::NoteCurrency(const QifRecord& raw) {
 
 void CQifValues::ReadNumberOf(const QifRecord& raw, ImportRecord& record) {
     const std::string_view number = raw.number;
-    const auto is = [number](std::string_view name) { return EqualsAsciiCase(number, name); };
+    const auto is = [number](std::string_view name) {
+        return EqualIgnoringAsciiCase(number, name);
+    };
     if (number.empty() || is("N/A") || is("Print") || is("Send")) return;
     if (is("ATM")) {
         record.electronic = kElectronicAtm;

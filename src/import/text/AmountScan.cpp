@@ -139,7 +139,9 @@ private:
             ++length;
         }
         const std::string_view word = m_text.substr(m_at, length);
-        const auto is = [word](std::string_view name) { return EqualsAsciiCase(word, name); };
+        const auto is = [word](std::string_view name) {
+            return EqualIgnoringAsciiCase(word, name);
+        };
         const bool isBehind = HasNumber();
         if (is("DR") || is("DB") || (isBehind && (is("D") || is("DEBIT")))) {
             m_isDebit = true;

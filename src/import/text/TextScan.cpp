@@ -23,18 +23,6 @@ const char* NumberStart(std::string_view text) {
 
 }  // namespace
 
-std::string_view TrimBlanks(std::string_view text) {
-    while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
-    return text;
-}
-
-std::string UpperAscii(std::string_view text) {
-    std::string upper(text);
-    for (char& c : upper) c = UpperAscii(c);
-    return upper;
-}
-
 size_t DigitsAtStart(std::string_view text) {
     size_t count = 0;
     while (count < text.size() && IsDigit(text[count])) ++count;
@@ -56,12 +44,6 @@ std::string InQuotes(std::string_view text) {
     constexpr size_t kShown = 60;  // bytes
     const std::string_view shown = CutUtf8(text, kShown);
     return "\"" + std::string(shown) + (shown.size() < text.size() ? "...\"" : "\"");
-}
-
-bool EqualsAsciiCase(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
-               return UpperAscii(x) == UpperAscii(y);
-           });
 }
 
 bool ScanLong(std::string_view text, int64_t& value, std::string_view* rest) {

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/AsciiText.h"
+
 namespace quillon {
 
 // Small readers over text in memory. What returns a view or a number neither fails nor
@@ -21,13 +23,6 @@ inline bool IsLetter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
            static_cast<unsigned char>(c) >= 0x80;
 }
-inline char UpperAscii(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-}
-std::string UpperAscii(std::string_view text);
-
-// Without blanks, tabs, CR and LF at both ends.
-std::string_view TrimBlanks(std::string_view text);
 inline bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
@@ -37,7 +32,6 @@ bool IsDigits(std::string_view text);  // at least one, and nothing else
 std::string_view CutUtf8(std::string_view text, size_t most);
 // In quotation marks for a note; of a long one the beginning.
 std::string InQuotes(std::string_view text);
-bool EqualsAsciiCase(std::string_view a, std::string_view b);
 
 // A decimal number at the start of `text`: blanks, a sign, digits. What follows is
 // left in `rest` (may be null). False: no digit there, or it does not fit 64 bits.

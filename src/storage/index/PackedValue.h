@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "foundation/CalendarDate.h"
+
 namespace quillon {
 
 // How values that sort as signed numbers are written down smaller, as whole units. Values
@@ -17,7 +19,6 @@ enum class Packing : uint8_t {
 
 namespace packing {
 
-inline constexpr int64_t kTicksADay = 864'000'000'000;
 // Above it not every cent has a double of its own.
 inline constexpr int64_t kMostCents = 1'000'000'000'000'000;
 
@@ -31,11 +32,11 @@ inline int64_t ValueOfCents(int64_t cents) {
 }
 
 constexpr int64_t FloorDays(int64_t ticks) {
-    return ticks / kTicksADay - (ticks % kTicksADay < 0 ? 1 : 0);
+    return ticks / kTicksPerDay - (ticks % kTicksPerDay < 0 ? 1 : 0);
 }
 
 constexpr int64_t CeilDays(int64_t ticks) {
-    return ticks / kTicksADay + (ticks % kTicksADay > 0 ? 1 : 0);
+    return ticks / kTicksPerDay + (ticks % kTicksPerDay > 0 ? 1 : 0);
 }
 
 // Cents of the largest value of cents that is not above `value`, whose double is finite.
@@ -58,8 +59,8 @@ inline bool ToUnits(Packing kind, int64_t value, int64_t& units) {
         return true;
     }
     if (kind == Packing::Days) {
-        units = value / packing::kTicksADay;
-        return units * packing::kTicksADay == value;
+        units = value / kTicksPerDay;
+        return units * kTicksPerDay == value;
     }
     const double number = std::bit_cast<double>(packing::SortedBits(value)) * 100.0;
     constexpr auto kMost = static_cast<double>(packing::kMostCents);
@@ -71,7 +72,7 @@ inline bool ToUnits(Packing kind, int64_t value, int64_t& units) {
 // The value of so many units.
 inline int64_t FromUnits(Packing kind, int64_t units) {
     if (kind == Packing::Plain) return units;
-    if (kind == Packing::Days) return units * packing::kTicksADay;
+    if (kind == Packing::Days) return units * kTicksPerDay;
     return packing::ValueOfCents(units);
 }
 
