@@ -156,7 +156,7 @@ void MeasureChanges(CWorkspace& workspace, CRegisterPresenter& view, const CMome
         std::vector<Took> own;
         for (int i = 0; i < 21; ++i) {
             CTransactionEntry row;
-            Require(bool(workspace.Database().ReadTransaction(view.RowIdAt(line), row)), "no row");
+            Require(bool(workspace.Database().Read(view.RowIdAt(line), row)), "no row");
             row.amount = 1.0 + i;
             whole.push_back(Measure([&] {
                 Require(workspace.ChangeTransaction(row) == LedgerStatus::Ok, "a change failed");

@@ -24,7 +24,7 @@ std::vector<RegisterLine> ReadRegister(CQuillonDatabaseInterface& database,
 
 CTransactionEntry RequireTransaction(CQuillonDatabaseInterface& database, int64_t transactionId) {
     CTransactionEntry row;
-    const CLookup found = database.ReadTransaction(transactionId, row);
+    const CLookup found = database.Read(transactionId, row);
     RequireStored(!found.HasFailed(), database);
     if (!found) {
         throw CFailure("There is no transaction " + std::to_string(transactionId) +
@@ -36,7 +36,7 @@ CTransactionEntry RequireTransaction(CQuillonDatabaseInterface& database, int64_
 RegisterLine RequireLineOf(CQuillonDatabaseInterface& database, int64_t transactionId) {
     const CTransactionEntry row = RequireTransaction(database, transactionId);
     CAccountEntry account;
-    RequireFound(database.ReadAccount(row.accountId, account), database);
+    RequireFound(database.Read(row.accountId, account), database);
     RegisterLine line;
     RequireStored(ReadRegisterLine(database, account, row, line), database);
     return line;

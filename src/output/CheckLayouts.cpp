@@ -7,7 +7,7 @@ CCheckPrintFormat CCheckLayouts::Defaults() const {
 }
 
 bool CCheckLayouts::Read(int64_t accountId, CCheckPrintFormatEntry& entry) {
-    const CLookup stored = m_database.ReadCheckFormat(accountId, entry);
+    const CLookup stored = m_database.FindCheckFormat(accountId, entry);
     if (!stored.IsNone()) return !stored.HasFailed();
     entry = {};
     entry.accountId = accountId;
@@ -34,8 +34,7 @@ CheckLayoutStatus CCheckLayouts::Store(CCheckPrintFormatEntry& entry) {
     CCheckPrintFormatEntry stored;
     if (!Read(entry.accountId, stored)) return CheckLayoutStatus::StoreFailed;
     entry.id = stored.id;
-    const bool written =
-        entry.id == kNoRow ? m_database.AddCheckFormat(entry) : m_database.UpdateCheckFormat(entry);
+    const bool written = entry.id == kNoRow ? m_database.Add(entry) : m_database.Update(entry);
     return written ? CheckLayoutStatus::Ok : CheckLayoutStatus::StoreFailed;
 }
 

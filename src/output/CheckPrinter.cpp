@@ -85,7 +85,7 @@ std::string NameOf(CheckField field) {
 
 CheckProblem CCheckPrinter::ReadAccount(int64_t accountId, CAccountEntry& account) {
     CQuillonDatabaseInterface& database = m_ledger.Database();
-    const CLookup found = database.ReadAccount(accountId, account);
+    const CLookup found = database.Read(accountId, account);
     if (found.HasFailed()) return CheckProblem::StoreFailed;
     if (found.IsNone()) return CheckProblem::NoSuchAccount;
     return account.accountType == AccountType::Checking ? CheckProblem::None
@@ -139,7 +139,7 @@ CheckTrouble CCheckPrinter::Prepare(const CheckRequest& request, CheckJob& job) 
     CheckProblem problem = ReadAccount(request.accountId, account);
     if (problem != CheckProblem::None) return {problem, {}};
     CTransactionEntry transaction;
-    const CLookup found = database.ReadTransaction(request.transactionId, transaction);
+    const CLookup found = database.Read(request.transactionId, transaction);
     if (found.HasFailed()) return {CheckProblem::StoreFailed, {}};
     if (found.IsNone()) return {CheckProblem::NoSuchTransaction, {}};
     problem = JudgeTransaction(transaction, account);
@@ -150,7 +150,7 @@ CheckTrouble CCheckPrinter::Prepare(const CheckRequest& request, CheckJob& job) 
     job.accountId = account.id;
     job.transactionId = transaction.id;
     CPayeeEntry payee;
-    if (transaction.payeeId != kNoRow && !database.ReadPayee(transaction.payeeId, payee)) {
+    if (transaction.payeeId != kNoRow && !database.Read(transaction.payeeId, payee)) {
         return {CheckProblem::StoreFailed, {}};
     }
     const CheckContents contents =
@@ -187,7 +187,7 @@ LedgerStatus CCheckPrinter::Record(const CheckJob& job) {
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
     // As they are now: somebody may have gone on working while the check was printed.
     CTransactionEntry transaction;
-    const CLookup found = database.ReadTransaction(job.transactionId, transaction);
+    const CLookup found = database.Read(job.transactionId, transaction);
     if (found.HasFailed()) return LedgerStatus::StoreFailed;
     if (found.IsNone()) return LedgerStatus::NoSuchTransaction;
     if (transaction.check != job.number) {
@@ -197,7 +197,7 @@ LedgerStatus CCheckPrinter::Record(const CheckJob& job) {
     }
     // The account that the check was drawn on, also when the row was moved away.
     CAccountEntry account;
-    const CLookup drawnOn = database.ReadAccount(job.accountId, account);
+    const CLookup drawnOn = database.Read(job.accountId, account);
     if (drawnOn.HasFailed()) return LedgerStatus::StoreFailed;
     if (drawnOn.IsNone()) return LedgerStatus::NoSuchAccount;
     if (job.number > account.latestCheckNumber &&

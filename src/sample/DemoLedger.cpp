@@ -289,7 +289,7 @@ private:
             CRenamingRuleEntry entry;
             entry.searchText = rule.search;
             entry.replaceText = rule.replace;
-            Need(m_database.AddRenamingRule(entry));
+            Need(m_database.Add(entry));
         }
         for (const DemoRecurring& recurring : kRecurring) {
             CMemorizedTransactionEntry entry;
@@ -301,14 +301,14 @@ private:
             entry.twiceAMonthType = TwiceAMonthType::FifteenthAndLast;
             entry.lastServiceDate = FileTimeFromDate(recurring.last);
             entry.notes = recurring.notes;
-            Need(m_database.AddMemorizedTransaction(entry));
+            Need(m_database.Add(entry));
         }
         for (const DemoBudget& budget : kBudget) {
             CBudgetItem item;
             item.categoryId = Category(budget.category);
             item.itemType = budget.type;
             item.amount = budget.amount;
-            Need(m_database.AddBudgetItem(item));
+            Need(m_database.Add(item));
         }
     }
 
@@ -316,7 +316,7 @@ private:
     int64_t Sector(const char* name) {
         if (m_sectors.empty()) {
             COwnedList<CStockSectorEntry> sectors;
-            Need(m_database.ListStockSectors(sectors));
+            Need(m_database.List(sectors));
             for (const CStockSectorEntry& row : sectors) {
                 m_sectors[row.stockSector.ToUtf8()] = row.id;
             }
@@ -355,7 +355,7 @@ private:
             entry.lastPrice = stock.last;
             entry.targetYield = 100 * entry.targetReturn / entry.costBasis;
             invested += entry.costBasis;
-            Need(m_database.AddOpenPosition(entry));
+            Need(m_database.Add(entry));
         }
         for (const DemoStock& stock : kClosed) {
             auto entry = Position<CStockClosedPositionEntry>(stock);
@@ -365,15 +365,15 @@ private:
             entry.actualNet = stock.shares * (stock.last - stock.purchase) - kFee;
             entry.actualYield = 100 * entry.actualNet / entry.costBasis;
             entry.percentTargetRealized = 100 * entry.actualNet / entry.targetReturn;
-            Need(m_database.AddClosedPosition(entry));
+            Need(m_database.Add(entry));
         }
         for (const DemoStock& stock : kWatched) {
             auto entry = Stock<CStockWatchListEntry>(stock);
             entry.date = FileTimeFromDate(stock.opened);
-            Need(m_database.AddWatchListEntry(entry));
+            Need(m_database.Add(entry));
         }
         CAccountEntry brokerage;
-        Need(m_database.ReadAccount(AccountId(DemoAccount::Investment), brokerage));
+        Need(m_database.Read(AccountId(DemoAccount::Investment), brokerage));
         Need(m_database.UpdateCoreAccountBalance(brokerage.currentBalance));
         Need(m_database.UpdateInvestmentBalance(invested));
     }

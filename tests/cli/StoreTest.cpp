@@ -285,7 +285,7 @@ TEST_F(Store, AnIncompleteLedgerIsReadWithANote) {
     {
         CQuillonDatabaseInterface database(m_disk);
         ASSERT_TRUE(database.Open("ledger").opened);
-        ASSERT_TRUE(database.Database().RemoveTable(kCheckFormatTable));
+        ASSERT_TRUE(database.Store().RemoveTable(kCheckFormatTable));
     }
     CliRun run;
     for (int64_t nth = 1; nth < 200 && run.out.empty(); ++nth) {

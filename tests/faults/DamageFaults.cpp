@@ -163,7 +163,7 @@ private:
     // A ledger is opened by the finance layer, which makes missing tables, or by the store.
     std::string Look(const Damage& damage, CFileSystem& files, bool isFirst) {
         CQuillonDatabaseInterface ledger(files);
-        CDatabaseManager& database = ledger.Database();
+        CDatabaseManager& database = ledger.Store();
         const bool isLedger = damage.what.starts_with("ledger") && m_report.Cases() % 2 == 0;
         const bool opened =
             isLedger ? ledger.Open(kLedgerFolder).opened : database.Open(kLedgerFolder);

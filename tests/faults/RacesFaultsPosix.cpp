@@ -133,7 +133,7 @@ public:
         const FinanceOpenResult opened = database.Open(m_names[0]);
         std::vector<TableIntegrity> tables;
         m_report.Expect(opened.opened, name + (kill ? ": locked after a kill" : ": still locked"));
-        m_report.Expect(database.Database().Verify(tables) == IntegrityCode::Ok,
+        m_report.Expect(database.Store().Verify(tables) == IntegrityCode::Ok,
                         name + ": not in order");
     }
 

@@ -84,7 +84,7 @@ StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder, S
         look.problem = ProblemText(opened.problem, opened.detail);
         return look;
     }
-    look = LookAtOpen(finance.Database(), &finance, stamps);
+    look = LookAtOpen(finance.Store(), &finance, stamps);
     if (!finance.Close()) look.problem = "does not close";
     return look;
 }

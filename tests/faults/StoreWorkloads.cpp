@@ -255,7 +255,7 @@ WorkStep RemoveTransaction(const char* name, int64_t row,
 template <class Edit>
 bool ChangeRow(CWorkSession& s, int64_t row, TransferSides sides, Edit edit) {
     CTransactionEntry entry;
-    if (!s.Finance()->ReadTransaction(row, entry)) return false;
+    if (!s.Finance()->Read(row, entry)) return false;
     entry.memo = Given([] { return CKeelString("a memo that is longer than before"); });
     edit(entry);
     return s.Ledger().ChangeTransaction(entry, sides) == LedgerStatus::Ok;
@@ -320,7 +320,7 @@ bool PrepareStatements(CWorkSession& s) {
     CRenamingRuleEntry rule;
     rule.searchText = "Shop 1";
     rule.replaceText = "The shop around the corner";
-    return PrepareLedger(s) && s.Finance()->AddRenamingRule(rule) &&
+    return PrepareLedger(s) && s.Finance()->Add(rule) &&
            WriteWholeFile(s.Files(), kQfxPath, Text(QfxFile()), true) &&
            WriteWholeFile(s.Files(), kQifPath, Text(kQifFile), true);
 }
@@ -329,7 +329,7 @@ template <typename Importer>
 WorkStep ImportFile(const char* name, const char* path, DialectMode dialect, bool dryRun = false) {
     const auto run = [=](CWorkSession& session) {
         CAccountEntry account;
-        if (!session.Finance()->ReadAccount(1, account)) return false;
+        if (!session.Finance()->Read(1, account)) return false;
         const auto import = Given([&] {
             return std::make_unique<Importer>(*session.Finance(), account, CKeelString(path),
                                               session.Files());

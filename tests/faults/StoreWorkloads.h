@@ -21,7 +21,7 @@ public:
     CWorkSession(CFileSystem& files, const StoreWorkload& workload);
 
     CFileSystem& Files() { return m_files; }
-    CDatabaseManager& Store() { return m_finance ? m_finance->Database() : *m_store; }
+    CDatabaseManager& Store() { return m_finance ? m_finance->Store() : *m_store; }
     // Null where the workload is below the finance layer.
     CQuillonDatabaseInterface* Finance() { return m_finance.get(); }
     CLedger& Ledger() { return *m_ledger; }

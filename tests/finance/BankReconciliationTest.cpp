@@ -374,7 +374,7 @@ TEST_F(ReconciledLedger, CardPaymentsComeIn) {
         ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
     }
     CAccountEntry account;
-    ASSERT_TRUE(database.ReadAccount(visa, account));
+    ASSERT_TRUE(database.Read(visa, account));
     std::vector<RegisterLine> lines;
     ASSERT_TRUE(ReadRegister(database, account, lines));
     ASSERT_EQ(lines.size(), 4u);

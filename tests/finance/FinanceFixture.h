@@ -26,7 +26,7 @@ std::vector<int64_t> IdsOf(const COwnedList<Entry>& list) {
 class FinanceFixture : public COpenStore<CQuillonDatabaseInterface> {
 protected:
     void BetweenSteps() {
-        if (database.Database().IsOpen() && !database.Database().InBatch()) ReopenBetweenSteps();
+        if (database.Store().IsOpen() && !database.Store().InBatch()) ReopenBetweenSteps();
     }
 
     int64_t AddAccount(const char* name, AccountType type = AccountType::Checking) {
@@ -34,7 +34,7 @@ protected:
         CAccountEntry account;
         account.name = name;
         account.accountType = type;
-        EXPECT_TRUE(database.AddAccount(account)) << name;
+        EXPECT_TRUE(database.Add(account)) << name;
         return account.id;
     }
 
@@ -52,7 +52,7 @@ protected:
     double Balance(int64_t account) {
         BetweenSteps();
         CAccountEntry entry;
-        EXPECT_TRUE(database.ReadAccount(account, entry));
+        EXPECT_TRUE(database.Read(account, entry));
         return entry.currentBalance;
     }
 };

@@ -41,7 +41,7 @@ protected:
 
     CAccountEntry Account(int64_t id) {
         CAccountEntry account;
-        EXPECT_TRUE(database.ReadAccount(id, account));
+        EXPECT_TRUE(database.Read(id, account));
         return account;
     }
 
@@ -166,7 +166,7 @@ TEST_F(Ledger, EnterChangeMoveRemove) {
     EXPECT_EQ(ledger.RemoveTransaction(row.id), LedgerStatus::Ok);
     EXPECT_EQ(Balance(card), 0);
     CAccountEntry account;
-    ASSERT_TRUE(database.ReadAccount(checking, account));
+    ASSERT_TRUE(database.Read(checking, account));
     EXPECT_EQ(account.latestCheckNumber, 12);
     ExpectSound();
 }
@@ -271,7 +271,7 @@ TEST_F(Ledger, AnAccountOfAnotherKindHasAnotherBalance) {
 TEST_F(Ledger, OldFractionsOfACent) {
     const int64_t account = Open("A", AccountType::Checking);
     CTransactionEntry old = Row(account, TransactionType::Deposit, 12.345);
-    ASSERT_TRUE(database.AddTransaction(old));
+    ASSERT_TRUE(database.Add(old));
     ASSERT_TRUE(database.UpdateAccountBalance(account, 12.345));
     old.memo = "shares";
     EXPECT_EQ(ledger.ChangeTransaction(old), LedgerStatus::Ok);
@@ -303,7 +303,7 @@ TEST_F(Ledger, ClosedAccounts) {
     }
     CLedgerImport import(ledger, closed);
     EXPECT_EQ(import.Begin(), LedgerStatus::AccountClosed);
-    EXPECT_FALSE(database.Database().InBatch());
+    EXPECT_FALSE(database.Store().InBatch());
     EXPECT_EQ(Balance(closed), 15);
     EXPECT_EQ(Balance(open), 99);
 
@@ -324,10 +324,10 @@ TEST_F(Ledger, Categories) {
     ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
     CMemorizedTransactionEntry monthly;
     monthly.categoryId = id("Food");
-    ASSERT_TRUE(database.AddMemorizedTransaction(monthly));
+    ASSERT_TRUE(database.Add(monthly));
     CBudgetItem item;
     item.categoryId = id("Food");
-    ASSERT_TRUE(database.AddBudgetItem(item));
+    ASSERT_TRUE(database.Add(item));
 
     const struct {
         const char* name;
@@ -356,13 +356,13 @@ TEST_F(Ledger, Categories) {
 
     EXPECT_EQ(ledger.RemoveCategory(id("Meals"), id("Groceries")), LedgerStatus::Ok);
     EXPECT_EQ(database.FindCategoryId("Meals"), kNoRow);
-    ASSERT_TRUE(database.ReadTransaction(row.id, row));
+    ASSERT_TRUE(database.Read(row.id, row));
     EXPECT_EQ(row.categoryId, id("Groceries"));
     COwnedList<CMemorizedTransactionEntry> memorized;
-    ASSERT_TRUE(database.ListMemorizedTransactions(memorized));
+    ASSERT_TRUE(database.List(memorized));
     EXPECT_EQ(memorized.Front()->categoryId, id("Groceries"));
     COwnedList<CBudgetItem> items;
-    ASSERT_TRUE(database.ListBudgetItems(items));
+    ASSERT_TRUE(database.List(items));
     EXPECT_EQ(items.Front()->categoryId, id("Groceries"));
     EXPECT_EQ(ledger.RemoveCategory(id("Unused")), LedgerStatus::Ok);
 }
@@ -412,7 +412,7 @@ TEST_F(Ledger, BothSidesOfATransfer) {
     receiving.memo = "more";
     receiving.categoryId = database.FindOrAddCategory("Gifts");
     ASSERT_EQ(ledger.ChangeTransaction(receiving, TransferSides::Both), LedgerStatus::Ok);
-    ASSERT_TRUE(database.ReadTransaction(paying.id, paying));
+    ASSERT_TRUE(database.Read(paying.id, paying));
     EXPECT_EQ(paying.amount, 55);
     EXPECT_EQ(paying.serviceDate, Day(2024, 6, 3));
     EXPECT_EQ(paying.memo, "more");
@@ -460,7 +460,7 @@ TEST_F(Ledger, ATransferStaysOne) {
                 ASSERT_EQ(ledger.ChangeTransaction(moved, TransferSides::Both), LedgerStatus::Ok);
                 EXPECT_EQ(Balance(to), movesPaying ? -40 : 40);
                 EXPECT_EQ(Balance(other), movesPaying ? 40 : -40);
-                ASSERT_TRUE(database.ReadTransaction(moved.id, moved));
+                ASSERT_TRUE(database.Read(moved.id, moved));
                 moved.transactionType =
                     TransferType(movesPaying, Account(to).accountType);  // turned round
                 ASSERT_EQ(ledger.ChangeTransaction(moved, TransferSides::Both), LedgerStatus::Ok);
@@ -539,7 +539,7 @@ TEST_F(Ledger, MismatchesAreFoundAndRepaired) {
     ASSERT_TRUE(database.UpdateAccountBalance(cent, 40.01));
     // A row of an account that is gone belongs to no balance.
     CTransactionEntry orphan = Row(99, TransactionType::Deposit, 1);
-    ASSERT_TRUE(database.AddTransaction(orphan));
+    ASSERT_TRUE(database.Add(orphan));
 
     std::vector<BalanceMismatch> found;
     ASSERT_TRUE(ledger.VerifyBalances(found));
@@ -627,10 +627,10 @@ TEST_F(Ledger, AFailedReadIsNotNone) {
         const char* name;
         std::function<LedgerStatus()> ask;
     } rows[] = {
-        {"account", [&] { return answer(database.ReadAccount(checking, account)); }},
+        {"account", [&] { return answer(database.Read(checking, account)); }},
         {"its name", [&] { return answer(database.FindAccountByName("Savings", account)); }},
-        {"transaction", [&] { return answer(database.ReadTransaction(paying.id, row)); }},
-        {"payee", [&] { return answer(database.ReadPayee(payee, named)); }},
+        {"transaction", [&] { return answer(database.Read(paying.id, row)); }},
+        {"payee", [&] { return answer(database.Read(payee, named)); }},
         {"payee's name", [&] { return known(database.FindPayeeId("Baker")); }},
         {"category", [&] { return answer(database.FindCategoryByName("Rent", category)); }},
         {"category's name", [&] { return known(database.FindCategoryId("Rent")); }},
@@ -712,12 +712,12 @@ TEST_F(LedgerImport, CommitsInBatches) {
     EXPECT_EQ(import.Committed(), 9);
     EXPECT_EQ(Balance(account), 2.01);
     EXPECT_EQ(Rows(), 10);
-    EXPECT_FALSE(database.Database().InBatch());
+    EXPECT_FALSE(database.Store().InBatch());
     ExpectSound();
 
     CLedgerImport nowhere(ledger, 99);
     EXPECT_EQ(nowhere.Begin(), LedgerStatus::NoSuchAccount);
-    EXPECT_FALSE(database.Database().InBatch());
+    EXPECT_FALSE(database.Store().InBatch());
 }
 
 TEST_F(LedgerImport, WhatIsNotFinishedIsRolledBack) {
@@ -775,7 +775,7 @@ TEST_F(Ledger, Payees) {
     ASSERT_EQ(ledger.EnterTransaction(row), LedgerStatus::Ok);
     CMemorizedTransactionEntry monthly;
     monthly.payeeId = shop.id;
-    ASSERT_TRUE(database.AddMemorizedTransaction(monthly));
+    ASSERT_TRUE(database.Add(monthly));
 
     EXPECT_EQ(ledger.RenamePayee(shop.id, "Store"), LedgerStatus::NameTaken);
     EXPECT_EQ(ledger.RenamePayee(99, "Market"), LedgerStatus::NoSuchPayee);
@@ -788,7 +788,7 @@ TEST_F(Ledger, Payees) {
 
     EXPECT_EQ(ledger.RemovePayee(shop.id, store.id), LedgerStatus::Ok);
     EXPECT_EQ(database.FindPayeeId("Shop"), kNoRow);
-    ASSERT_TRUE(database.ReadTransaction(row.id, row));
+    ASSERT_TRUE(database.Read(row.id, row));
     EXPECT_EQ(row.payeeId, store.id);
     COwnedList<CMemorizedTransactionEntry> memorized;
     ASSERT_TRUE(database.ListMemorizedTransactionsByPayee(store.id, memorized));

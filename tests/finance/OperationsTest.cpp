@@ -22,7 +22,7 @@ TEST_F(FinanceOperations, AccountsRoundTrip) {
     account.currentBalance = -12.34;
     account.latestCheckNumber = 1001;
     account.active = false;
-    ASSERT_TRUE(database.AddAccount(account));
+    ASSERT_TRUE(database.Add(account));
     EXPECT_EQ(account.id, 1);
     const int64_t savings = AddAccount("Savings", AccountType::Savings);
 
@@ -37,7 +37,7 @@ TEST_F(FinanceOperations, AccountsRoundTrip) {
     ASSERT_TRUE(database.UpdateAccountBalance(read.id, account.currentBalance = 5.5));
     ASSERT_TRUE(database.UpdateAccountLatestCheckNumber(read.id, account.latestCheckNumber = 1002));
     ASSERT_TRUE(database.SetAccountActive(read.id, account.active = true));
-    ASSERT_TRUE(database.ReadAccount(read.id, read));
+    ASSERT_TRUE(database.Read(read.id, read));
     EXPECT_EQ(fields(read), fields(account));
 
     COwnedList<CAccountEntry> accounts;
@@ -48,10 +48,10 @@ TEST_F(FinanceOperations, AccountsRoundTrip) {
 
     CAccountEntry none;
     EXPECT_FALSE(database.FindAccountByName("giro jürgen", none));
-    EXPECT_FALSE(database.ReadAccount(0, none));
-    EXPECT_FALSE(database.ReadAccount(77, none));
+    EXPECT_FALSE(database.Read(0, none));
+    EXPECT_FALSE(database.Read(77, none));
     EXPECT_FALSE(database.UpdateAccountBalance(77, 1));
-    EXPECT_FALSE(database.UpdateAccount(none));
+    EXPECT_FALSE(database.Update(none));
 }
 
 TEST_F(FinanceOperations, TransactionsRoundTrip) {
@@ -62,10 +62,10 @@ TEST_F(FinanceOperations, TransactionsRoundTrip) {
     row.categoryId = database.FindOrAddCategory("Groceries");
     row.fitId = INT64_MIN;
     row.memo = "Brötchen";
-    ASSERT_TRUE(database.AddTransaction(row));
+    ASSERT_TRUE(database.Add(row));
     Reopen();
     CTransactionEntry read;
-    ASSERT_TRUE(database.ReadTransaction(row.id, read));
+    ASSERT_TRUE(database.Read(row.id, read));
     const auto fields = [](const CTransactionEntry& entry) {
         return std::tuple(entry.accountId, entry.serviceDate, entry.electronicPayment.ToUtf8(),
                           entry.check, entry.transactionType, entry.payeeId, entry.categoryId,
@@ -75,13 +75,13 @@ TEST_F(FinanceOperations, TransactionsRoundTrip) {
     ASSERT_TRUE(database.UpdateTransactionPayee(row.id, -1));
     ASSERT_TRUE(database.UpdateTransactionCategory(row.id, row.categoryId = 3));
     row.payeeId = kNoRow;
-    ASSERT_TRUE(database.ReadTransaction(row.id, read));
+    ASSERT_TRUE(database.Read(row.id, read));
     EXPECT_EQ(fields(read), fields(row));
 
-    ASSERT_TRUE(database.DeleteTransaction(row.id));
-    EXPECT_FALSE(database.DeleteTransaction(row.id));
-    EXPECT_FALSE(database.ReadTransaction(row.id, read));
-    EXPECT_FALSE(database.UpdateTransaction(row));
+    ASSERT_TRUE(database.Delete<CTransactionEntry>(row.id));
+    EXPECT_FALSE(database.Delete<CTransactionEntry>(row.id));
+    EXPECT_FALSE(database.Read(row.id, read));
+    EXPECT_FALSE(database.Update(row));
 }
 
 // Negative references are none, however they came into the file.
@@ -89,28 +89,28 @@ TEST_F(FinanceOperations, NegativeReferencesAreNone) {
     CTransactionEntry row = Row(AddAccount("A"), TransactionType::Payment, 1);
     row.payeeId = -1;
     row.categoryId = -7;
-    ASSERT_TRUE(database.AddTransaction(row));
+    ASSERT_TRUE(database.Add(row));
     CTableRowUpdateInfoValue stored;
-    const CTableManager* table = database.Database().FindTable(kTransactionTable);
+    const CTableManager* table = database.Store().FindTable(kTransactionTable);
     ASSERT_TRUE(table->ReadValue(row.id, *table->FindColumn("PayeeID"), stored));
     EXPECT_EQ(stored.int64, 0);
     COwnedList<CTransactionEntry> list;
     EXPECT_TRUE(database.ListTransactionsByPayee(-1, list));
     EXPECT_EQ(IdsOf(list), Ids{row.id});
 
-    CDatabaseManager& store = database.Database();
+    CDatabaseManager& store = database.Store();
     ASSERT_TRUE(store.BeginRowUpdate(kTransactionTable, row.id));
     store.SetInt64("PayeeID", -1);
     ASSERT_EQ(store.CommitRow(), row.id);
-    ASSERT_TRUE(database.ReadTransaction(row.id, row));
+    ASSERT_TRUE(database.Read(row.id, row));
     EXPECT_EQ(row.payeeId, kNoRow);
 }
 
 TEST_F(FinanceOperations, NumbersThatAreNotFiniteAreStoredAsZero) {
     for (const double amount : {std::nan(""), std::numeric_limits<double>::infinity()}) {
         CTransactionEntry row = Row(1, TransactionType::Payment, amount);
-        ASSERT_TRUE(database.AddTransaction(row));
-        ASSERT_TRUE(database.ReadTransaction(row.id, row));
+        ASSERT_TRUE(database.Add(row));
+        ASSERT_TRUE(database.Read(row.id, row));
         EXPECT_EQ(row.amount, 0.0);
     }
 }
@@ -136,7 +136,7 @@ TEST_F(FinanceOperations, TransactionSelections) {
         entry.payeeId = row.payee;
         entry.categoryId = row.category;
         entry.fitId = row.fitId;
-        ASSERT_TRUE(database.AddTransaction(entry));
+        ASSERT_TRUE(database.Add(entry));
     }
     const auto listed = [&](const auto& ask) {
         COwnedList<CTransactionEntry> list;
@@ -166,6 +166,58 @@ TEST_F(FinanceOperations, TransactionSelections) {
     EXPECT_EQ(IdsOf(list), (Ids{5, 3, 1}));
     EXPECT_TRUE(database.ListTransactionsByCategory(food, list));
     EXPECT_EQ(IdsOf(list), (Ids{2, 3, 6}));
+    EXPECT_TRUE(database.List(list));
+    EXPECT_EQ(IdsOf(list), (Ids{2, 5, 3, 4, 1, 6}));
+
+    const auto newest = [&](int64_t account, int64_t payee) {
+        CTransactionEntry found;
+        return database.FindNewestTransaction(account, payee, found) ? found.id : kNoRow;
+    };
+    EXPECT_EQ(newest(first, shop), 1);
+    EXPECT_EQ(newest(second, shop), 3);
+    EXPECT_EQ(newest(first, kNoRow), 6);
+    EXPECT_EQ(newest(second, kNoRow), kNoRow);
+    CTransactionEntry sameDay = Row(first, TransactionType::Payment, 1, Day(2024, 3, 31));
+    sameDay.payeeId = shop;
+    ASSERT_TRUE(database.Add(sameDay));
+    EXPECT_EQ(newest(first, shop), sameDay.id);
+}
+
+// What columns say of rows is what the rows say.
+TEST_F(FinanceOperations, Columns) {
+    const int64_t account = AddAccount("A");
+    for (int i = 0; i < 3; ++i) {
+        CTransactionEntry row =
+            Row(account, TransactionType::Deposit, 1.5 * i, Day(2024, 3, 3 - i));
+        row.payeeId = i - 1;
+        row.categoryId = i;
+        row.check = 10 + i;
+        row.memo = "memo " + std::to_string(i);
+        row.electronicPayment = i == 1 ? "ATM" : "";
+        ASSERT_TRUE(database.Add(row));
+        ASSERT_TRUE(database.Add(row = Row(account + 1, TransactionType::Payment, 9)));
+    }
+    TransactionNumbers numbers;
+    ASSERT_TRUE(database.ReadTransactionNumbers(account, numbers));
+    TransactionUses uses;
+    ASSERT_TRUE(database.ReadTransactionUses(account, uses));
+    EXPECT_EQ(numbers.ids, (Ids{1, 3, 5}));
+    EXPECT_EQ(numbers.dates, (Ids{Day(2024, 3, 3), Day(2024, 3, 2), Day(2024, 3, 1)}));
+    EXPECT_EQ(numbers.payees, (Ids{0, 0, 1}));
+    EXPECT_EQ(numbers.categories, (Ids{0, 1, 2}));
+    EXPECT_EQ(numbers.checks, (std::vector<int32_t>{10, 11, 12}));
+    EXPECT_EQ(numbers.types,
+              std::vector<int32_t>(3, static_cast<int32_t>(TransactionType::Deposit)));
+    EXPECT_EQ(numbers.amounts, (std::vector<double>{0, 1.5, 3}));
+    EXPECT_EQ(std::tie(uses.dates, uses.payees, uses.categories),
+              std::tie(numbers.dates, numbers.payees, numbers.categories));
+    std::string texts;
+    database.ReadTransactionTexts(
+        Ids{5, 99, 3}, [&](size_t place, std::string_view memo, std::string_view electronic) {
+            texts += std::to_string(place) + '[' + std::string(memo) + '|' +
+                     std::string(electronic) + ']';
+        });
+    EXPECT_EQ(texts, "0[memo 2|]1[|]2[memo 1|ATM]");
 }
 
 TEST_F(FinanceOperations, PayeesAreKnownByTheirExactName) {
@@ -198,14 +250,18 @@ TEST_F(FinanceOperations, PayeesAreKnownByTheirExactName) {
 
     CPayeeEntry same;
     same.name = "Baker";
-    EXPECT_TRUE(database.AddPayee(same));
+    EXPECT_TRUE(database.Add(same));
     EXPECT_EQ(same.id, 1);
     EXPECT_FALSE(database.RenamePayee(*database.FindPayeeId("baker"), "Baker"));
     EXPECT_TRUE(database.RenamePayee(same.id, "Baker"));
+    CPayeeEntry taken;
+    taken.id = *database.FindPayeeId("baker");
+    taken.name = "Baker";
+    EXPECT_FALSE(database.Update(taken));
     EXPECT_TRUE(database.RenamePayee(same.id, "Boulanger"));
     EXPECT_EQ(database.FindPayeeId("Baker"), kNoRow);
     EXPECT_EQ(database.FindPayeeId("Boulanger"), same.id);
-    EXPECT_TRUE(database.DeletePayee(same.id));
+    EXPECT_TRUE(database.Delete<CPayeeEntry>(same.id));
     EXPECT_EQ(database.FindPayeeId("Boulanger"), kNoRow);
     // An identifier is not given out again.
     EXPECT_GT(database.FindOrAddPayee("Boulanger"), same.id);
@@ -215,24 +271,24 @@ TEST_F(FinanceOperations, Categories) {
     EXPECT_EQ(database.FindCategoryId("Transfer"), database.FindOrAddCategory("Transfer"));
     bool added = false;
     CCategoryEntry pets;
-    ASSERT_TRUE(database.ReadCategory(database.FindOrAddCategory("Pets", &added), pets));
+    ASSERT_TRUE(database.Read(database.FindOrAddCategory("Pets", &added), pets));
     EXPECT_TRUE(added);
     EXPECT_TRUE(pets.includeTotal && pets.includeReports);
     pets.includeBudget = pets.includeIncome = false;
     pets.name = "not written";
     ASSERT_TRUE(database.UpdateCategoryFlags(pets));
-    ASSERT_TRUE(database.ReadCategory(pets.id, pets));
+    ASSERT_TRUE(database.Read(pets.id, pets));
     EXPECT_EQ(pets.name, "Pets");
     EXPECT_FALSE(pets.includeBudget || pets.includeIncome);
     EXPECT_TRUE(pets.includeWorth && pets.includeTotal);
     pets.name = "Animals";
-    ASSERT_TRUE(database.UpdateCategory(pets));
+    ASSERT_TRUE(database.Update(pets));
     EXPECT_EQ(database.FindCategoryId("Animals"), pets.id);
 
     // Made again after the user deleted it, the category counts in nothing as before.
-    ASSERT_TRUE(database.DeleteCategory(*database.FindCategoryId("Adjustment")));
+    ASSERT_TRUE(database.Delete<CCategoryEntry>(*database.FindCategoryId("Adjustment")));
     CCategoryEntry adjustment;
-    ASSERT_TRUE(database.ReadCategory(database.FindOrAddCategory("Adjustment"), adjustment));
+    ASSERT_TRUE(database.Read(database.FindOrAddCategory("Adjustment"), adjustment));
     EXPECT_FALSE(adjustment.includeIncome || adjustment.includeTotal);
 }
 
@@ -240,7 +296,7 @@ TEST_F(FinanceOperations, PlansAndLayouts) {
     CMemorizedTransactionEntry rent;
     rent.accountId = 2;
     rent.payeeId = 3;
-    ASSERT_TRUE(database.AddMemorizedTransaction(rent));
+    ASSERT_TRUE(database.Add(rent));
     COwnedList<CMemorizedTransactionEntry> memorized;
     EXPECT_TRUE(database.ListMemorizedTransactionsByAccount(3, memorized));
     EXPECT_TRUE(memorized.IsEmpty());
@@ -248,26 +304,26 @@ TEST_F(FinanceOperations, PlansAndLayouts) {
     EXPECT_EQ(IdsOf(memorized), Ids{rent.id});
     CBudgetItem item;
     item.categoryId = 4;
-    ASSERT_TRUE(database.AddBudgetItem(item));
+    ASSERT_TRUE(database.Add(item));
     COwnedList<CBudgetItem> items;
     EXPECT_TRUE(database.ListBudgetItemsByCategory(4, items));
     EXPECT_EQ(IdsOf(items), Ids{item.id});
 
     CCheckPrintFormatEntry format;
-    EXPECT_FALSE(database.ReadCheckFormat(2, format));
+    EXPECT_FALSE(database.FindCheckFormat(2, format));
     format.accountId = 2;
     format.format.payeeText = "12,1,2";
     format.format.checkWidth = 8.5;
     format.format.verticalOrientation = true;
-    ASSERT_TRUE(database.AddCheckFormat(format));
+    ASSERT_TRUE(database.Add(format));
     CCheckPrintFormatEntry read;
-    ASSERT_TRUE(database.ReadCheckFormat(2, read));
+    ASSERT_TRUE(database.FindCheckFormat(2, read));
     EXPECT_EQ(read.format.payeeText, "12,1,2");
     EXPECT_EQ(read.format.writtenAmountText, "10,230,700");
     EXPECT_EQ(read.format.checkWidth, 8.5);
     EXPECT_TRUE(read.format.verticalOrientation);
-    EXPECT_TRUE(database.DeleteCheckFormat(read.id));
-    EXPECT_TRUE(database.ReadCheckFormat(2, read).IsNone());
+    EXPECT_TRUE(database.Delete<CCheckPrintFormatEntry>(read.id));
+    EXPECT_TRUE(database.FindCheckFormat(2, read).IsNone());
 }
 
 // A value for the nth field of a record, that no other of its fields has.
@@ -285,74 +341,59 @@ void Set(Value& field, int number) {
 
 // The operations that every table has; `fields` ties what a record holds.
 template <class Entry, class Fields>
-void TryOperations(CQuillonDatabaseInterface& database,
-                   bool (CQuillonDatabaseInterface::*add)(Entry&),
-                   bool (CQuillonDatabaseInterface::*update)(const Entry&),
-                   bool (CQuillonDatabaseInterface::*remove)(int64_t),
-                   bool (CQuillonDatabaseInterface::*list)(COwnedList<Entry>&), Fields fields) {
+void TryOperations(CQuillonDatabaseInterface& database, Fields fields) {
     COwnedList<Entry> rows;
-    ASSERT_TRUE((database.*list)(rows));
+    ASSERT_TRUE(database.List(rows));
     Ids ids = IdsOf(rows);  // of the seeds
     Entry first, second;
-    ASSERT_TRUE((database.*add)(first) && (database.*add)(second));
+    ASSERT_TRUE(database.Add(first) && database.Add(second));
     int number = 0;
     std::apply([&](auto&... field) { (Set(field, ++number), ...); }, fields(first));
-    EXPECT_TRUE((database.*update)(first));
+    EXPECT_TRUE(database.Update(first));
     ids.insert(ids.end(), {first.id, second.id});
-    ASSERT_TRUE((database.*list)(rows));
+    ASSERT_TRUE(database.List(rows));
     EXPECT_EQ(IdsOf(rows), ids);
     for (Entry& row : rows) EXPECT_EQ(fields(row) == fields(first), row.id == first.id) << row.id;
-    EXPECT_TRUE((database.*remove)(second.id));
+    EXPECT_TRUE(database.Delete<Entry>(second.id));
     ids.pop_back();
-    ASSERT_TRUE((database.*list)(rows));
+    ASSERT_TRUE(database.List(rows));
     EXPECT_EQ(IdsOf(rows), ids);
-    EXPECT_FALSE((database.*update)(second));
-    EXPECT_FALSE((database.*remove)(second.id));
+    EXPECT_FALSE(database.Update(second));
+    EXPECT_FALSE(database.Delete<Entry>(second.id));
 }
 
 TEST_F(FinanceOperations, AddUpdateListDelete) {
-    using D = CQuillonDatabaseInterface;
-    TryOperations(database, &D::AddStockSector, &D::UpdateStockSector, &D::DeleteStockSector,
-                  &D::ListStockSectors, [](auto& row) { return std::tie(row.stockSector); });
-    TryOperations(database, &D::AddOpenPosition, &D::UpdateOpenPosition, &D::DeleteOpenPosition,
-                  &D::ListOpenPositions, [](auto& row) {
-                      return std::tie(row.openDate, row.stock, row.stockDescription, row.sectorId,
-                                      row.shares, row.purchasePrice, row.targetPrice, row.lastPrice,
-                                      row.costBasis, row.targetReturn, row.targetYield, row.notes);
-                  });
-    TryOperations(database, &D::AddClosedPosition, &D::UpdateClosedPosition,
-                  &D::DeleteClosedPosition, &D::ListClosedPositions, [](auto& row) {
-                      return std::tie(row.openDate, row.closeDate, row.stock, row.stockDescription,
-                                      row.sectorId, row.shares, row.purchasePrice, row.targetPrice,
-                                      row.sellPrice, row.sellFee, row.costBasis, row.targetReturn,
-                                      row.actualNet, row.actualYield, row.percentTargetRealized,
-                                      row.notes);
-                  });
-    TryOperations(database, &D::AddBudgetItem, &D::UpdateBudgetItem, &D::DeleteBudgetItem,
-                  &D::ListBudgetItems,
-                  [](auto& row) { return std::tie(row.categoryId, row.itemType, row.amount); });
-    TryOperations(database, &D::AddRenamingRule, &D::UpdateRenamingRule, &D::DeleteRenamingRule,
-                  &D::ListRenamingRules,
-                  [](auto& row) { return std::tie(row.searchText, row.replaceText); });
-    TryOperations(database, &D::AddMemorizedTransaction, &D::UpdateMemorizedTransaction,
-                  &D::DeleteMemorizedTransaction, &D::ListMemorizedTransactions, [](auto& row) {
-                      return std::tie(row.accountId, row.transactionType, row.payeeId,
-                                      row.categoryId, row.periodType, row.lastServiceDate,
-                                      row.twiceAMonthType, row.notes);
-                  });
-    TryOperations(database, &D::AddWatchListEntry, &D::UpdateWatchListEntry,
-                  &D::DeleteWatchListEntry, &D::ListWatchList, [](auto& row) {
-                      return std::tie(row.date, row.stock, row.stockDescription, row.sectorId,
-                                      row.notes);
-                  });
+    TryOperations<CStockSectorEntry>(database, [](auto& row) { return std::tie(row.stockSector); });
+    TryOperations<CStockOpenPositionEntry>(database, [](auto& row) {
+        return std::tie(row.openDate, row.stock, row.stockDescription, row.sectorId, row.shares,
+                        row.purchasePrice, row.targetPrice, row.lastPrice, row.costBasis,
+                        row.targetReturn, row.targetYield, row.notes);
+    });
+    TryOperations<CStockClosedPositionEntry>(database, [](auto& row) {
+        return std::tie(row.openDate, row.closeDate, row.stock, row.stockDescription, row.sectorId,
+                        row.shares, row.purchasePrice, row.targetPrice, row.sellPrice, row.sellFee,
+                        row.costBasis, row.targetReturn, row.actualNet, row.actualYield,
+                        row.percentTargetRealized, row.notes);
+    });
+    TryOperations<CBudgetItem>(
+        database, [](auto& row) { return std::tie(row.categoryId, row.itemType, row.amount); });
+    TryOperations<CRenamingRuleEntry>(
+        database, [](auto& row) { return std::tie(row.searchText, row.replaceText); });
+    TryOperations<CMemorizedTransactionEntry>(database, [](auto& row) {
+        return std::tie(row.accountId, row.transactionType, row.payeeId, row.categoryId,
+                        row.periodType, row.lastServiceDate, row.twiceAMonthType, row.notes);
+    });
+    TryOperations<CStockWatchListEntry>(database, [](auto& row) {
+        return std::tie(row.date, row.stock, row.stockDescription, row.sectorId, row.notes);
+    });
 }
 
 TEST_F(FinanceOperations, Stocks) {
     CStockOpenPositionEntry open;
-    ASSERT_TRUE(database.AddOpenPosition(open));
+    ASSERT_TRUE(database.Add(open));
     ASSERT_TRUE(database.UpdateOpenPositionLastPrice(open.id, 3.75));
     COwnedList<CStockOpenPositionEntry> positions;
-    ASSERT_TRUE(database.ListOpenPositions(positions));
+    ASSERT_TRUE(database.List(positions));
     EXPECT_EQ(positions.Front()->lastPrice, 3.75);
 
     ASSERT_TRUE(database.UpdateCoreAccountBalance(10.5));

@@ -127,11 +127,11 @@ class RecurrenceStore : public FinanceFixture {};
 TEST_F(RecurrenceStore, TheOriginalDaySurvivesReopening) {
     CMemorizedTransactionEntry rent = Series(PeriodType::Monthly, Day(2023, 1, 31));
     rent.notes = "Rent";
-    ASSERT_TRUE(database.AddMemorizedTransaction(rent));
+    ASSERT_TRUE(database.Add(rent));
     for (const int64_t expected : {Day(2023, 2, 28), Day(2023, 3, 31), Day(2023, 4, 30)}) {
         Reopen();
         COwnedList<CMemorizedTransactionEntry> list;
-        ASSERT_TRUE(database.ListMemorizedTransactions(list));
+        ASSERT_TRUE(database.List(list));
         ASSERT_EQ(list.Count(), 1);
         AdvanceTo(*list.Front(), NextOccurrence(*list.Front()));
         EXPECT_EQ(list.Front()->lastServiceDate, expected);

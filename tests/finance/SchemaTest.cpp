@@ -14,7 +14,7 @@ protected:
     // In the tables' order.
     std::string Counts() {
         std::string counts;
-        for (const auto& table : database.Database().Tables()) {
+        for (const auto& table : database.Store().Tables()) {
             const std::string name = table->Name().ToUtf8();
             counts += name + " " + std::to_string(database.RowCount(name)) + "\n";
         }
@@ -67,7 +67,7 @@ TEST_F(FinanceSchema, ColumnsAsStored) {
         {"StockSectors", "StockSector/0/i"},
     };
     Reopen();
-    for (const auto& table : database.Database().Tables()) {
+    for (const auto& table : database.Store().Tables()) {
         std::string columns;
         for (const CTableColumn& column : table->Columns()) {
             columns += (columns.empty() ? "" : " ") + column.name.ToUtf8() + "/" +
@@ -82,7 +82,7 @@ TEST_F(FinanceSchema, ColumnsAsStored) {
 
 TEST_F(FinanceSchema, Seeds) {
     COwnedList<CCategoryEntry> categories;
-    ASSERT_TRUE(database.ListCategories(categories));
+    ASSERT_TRUE(database.List(categories));
     EXPECT_EQ(categories.Front()->id, 1);  // 0 means none
     EXPECT_EQ(categories.Front()->name, "Adjustment");
     EXPECT_EQ(categories.Back()->name, "Charity");
@@ -98,12 +98,12 @@ TEST_F(FinanceSchema, Seeds) {
     }
 
     COwnedList<CRenamingRuleEntry> rules;
-    ASSERT_TRUE(database.ListRenamingRules(rules));
+    ASSERT_TRUE(database.List(rules));
     EXPECT_EQ(rules.Front()->searchText, "void");
     EXPECT_EQ(rules.Front()->replaceText, "VOID");
 
     COwnedList<CStockSectorEntry> sectors;
-    ASSERT_TRUE(database.ListStockSectors(sectors));
+    ASSERT_TRUE(database.List(sectors));
     EXPECT_EQ(sectors.Front()->stockSector, "Financial (XLF)");
     EXPECT_EQ(sectors.Back()->stockSector, "Real Estate (XLRE)");
 
@@ -122,8 +122,8 @@ TEST_F(FinanceSchema, ReopeningAddsNothingAndKeepsUserRows) {
     AddAccount("Giro");
     ASSERT_TRUE(database.SetPassword("secret"));
     COwnedList<CCategoryEntry> categories;
-    ASSERT_TRUE(database.ListCategories(categories));
-    ASSERT_TRUE(database.DeleteCategory(categories.Back()->id));
+    ASSERT_TRUE(database.List(categories));
+    ASSERT_TRUE(database.Delete<CCategoryEntry>(categories.Back()->id));
     ASSERT_TRUE(database.Close());
 
     const FinanceOpenResult reopened = database.Open(kFolder);
@@ -139,13 +139,13 @@ TEST_F(FinanceSchema, ReopeningAddsNothingAndKeepsUserRows) {
 TEST_F(FinanceSchema, CheckFormatOfADatabaseFromBeforeCheckPrinting) {
     const int64_t first = AddAccount("One");
     const int64_t second = AddAccount("Two");
-    ASSERT_TRUE(database.Database().RemoveTable(kCheckFormatTable));
+    ASSERT_TRUE(database.Store().RemoveTable(kCheckFormatTable));
     ASSERT_TRUE(database.Close());
     EXPECT_EQ(database.Open(kFolder).schema.tablesCreated, 1);
     EXPECT_EQ(database.RowCount(kCheckFormatTable), 2);
     for (const int64_t account : {first, second}) {
         CCheckPrintFormatEntry entry;
-        ASSERT_TRUE(database.ReadCheckFormat(account, entry));
+        ASSERT_TRUE(database.FindCheckFormat(account, entry));
         EXPECT_EQ(entry.format.dateText, "10,2155,230");
         EXPECT_EQ(entry.format.memoText, "10,310,1180");
         EXPECT_EQ(entry.format.checkWidth, 6.0);
@@ -159,13 +159,13 @@ TEST_F(FinanceSchema, StampsAreWrittenByTheDatabase) {
     payee.created = 5;
     {
         const CStoppedClock clock(Day(2024, 1, 1) + 42);
-        ASSERT_TRUE(database.AddPayee(payee));
+        ASSERT_TRUE(database.Add(payee));
     }
     {
         const CStoppedClock clock(Day(2025, 1, 1) + 43);
         ASSERT_TRUE(database.RenamePayee(payee.id, "Bäcker"));
     }
-    ASSERT_TRUE(database.ReadPayee(payee.id, payee));
+    ASSERT_TRUE(database.Read(payee.id, payee));
     EXPECT_EQ(payee.created, Day(2024, 1, 1) + 42);
     EXPECT_EQ(payee.modified, Day(2025, 1, 1) + 43);
 }
@@ -180,8 +180,8 @@ TEST_F(FinanceSchema, OpenTellsWhyItFailed) {
     EXPECT_EQ(result.problem, DatabaseProblem::NoPath);
     CAccountEntry account;
     COwnedList<CAccountEntry> accounts;
-    EXPECT_FALSE(second.AddAccount(account));
-    EXPECT_FALSE(second.ListAccounts(accounts));
+    EXPECT_FALSE(second.Add(account));
+    EXPECT_FALSE(second.List(accounts));
     EXPECT_EQ(second.FindOrAddPayee("x"), kNoRow);
     EXPECT_EQ(second.CheckPassword("x"), PasswordCheck::Failed);
 }

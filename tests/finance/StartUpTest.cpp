@@ -166,8 +166,8 @@ TEST_F(StartUpTest, WhatCannotBeMadeLocksNobodyOut) {
     {
         Program program(*this);
         ASSERT_EQ(program.startUp.Start("ledger"), StartUpStep::Ready);
-        ASSERT_TRUE(program.database.AddAccount(account));
-        ASSERT_TRUE(program.database.Database().RemoveTable(kCheckFormatTable));
+        ASSERT_TRUE(program.database.Add(account));
+        ASSERT_TRUE(program.database.Store().RemoveTable(kCheckFormatTable));
         ASSERT_TRUE(program.database.Close());
     }
     ASSERT_TRUE(m_settings.WriteString("CheckPrint", "DateText", "12, 2000, 240"));
@@ -196,7 +196,7 @@ TEST_F(StartUpTest, WhatCannotBeMadeLocksNobodyOut) {
     m_disk.StopFailing();
     ASSERT_EQ(startUp.Start("ledger"), StartUpStep::Ready);
     CCheckPrintFormatEntry layout;
-    ASSERT_TRUE(program.database.ReadCheckFormat(account.id, layout));
+    ASSERT_TRUE(program.database.FindCheckFormat(account.id, layout));
     EXPECT_EQ(layout.format.dateText, "12,2000,240");
     EXPECT_EQ(layout.format.payeeText, "10,690,530");
     EXPECT_EQ(layout.format.checkWidth, 8.5);
@@ -212,7 +212,7 @@ TEST_F(StartUpTest, ALedgerThatStandsInItsJournalExists) {
         Program program(*this);
         ASSERT_EQ(program.startUp.Start("ledger"), StartUpStep::SetPassword);
         EXPECT_TRUE(program.startUp.Opened().created);
-        ASSERT_TRUE(program.database.AddAccount(account));
+        ASSERT_TRUE(program.database.Add(account));
         image = m_disk.Snapshot();
         ASSERT_TRUE(program.database.Close());
     }

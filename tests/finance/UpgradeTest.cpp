@@ -57,12 +57,12 @@ protected:
 
     void ExpectSound() {
         std::vector<TableIntegrity> tables;
-        EXPECT_EQ(database.Database().Verify(tables), IntegrityCode::Ok);
+        EXPECT_EQ(database.Store().Verify(tables), IntegrityCode::Ok);
     }
 
     std::string PayeeName(int64_t payeeId) {
         CPayeeEntry payee;
-        return database.ReadPayee(payeeId, payee) ? payee.name.ToUtf8() : "(none)";
+        return database.Read(payeeId, payee) ? payee.name.ToUtf8() : "(none)";
     }
 
     CMemoryFileSystem disk;
@@ -82,8 +82,8 @@ TEST_F(FinanceUpgrade, PayeeNamesBecomeRows) {
     EXPECT_EQ(result.schema.upgrades,
               (std::vector{UpgradeStep::PayeeReferences, UpgradeStep::MemorizedNotes}));
     EXPECT_TRUE(result.schema.Complete());
-    EXPECT_FALSE(database.Database().HasColumn("Transaction", "Payee"));
-    EXPECT_FALSE(database.Database().HasColumn("MemorizedTransaction", "Payee"));
+    EXPECT_FALSE(database.Store().HasColumn("Transaction", "Payee"));
+    EXPECT_FALSE(database.Store().HasColumn("MemorizedTransaction", "Payee"));
 
     COwnedList<CTransactionEntry> rows;
     ASSERT_TRUE(database.ListAllTransactions(INT64_MIN, INT64_MAX, rows));
@@ -123,9 +123,9 @@ TEST_F(FinanceUpgrade, ExcludedBecomesFlags) {
     }
     EXPECT_EQ(OpenAndUpgrade().schema.upgrades,
               (std::vector{UpgradeStep::CategoryFlags, UpgradeStep::CategoryTotalFlag}));
-    EXPECT_FALSE(database.Database().HasColumn("Category", "Excluded"));
+    EXPECT_FALSE(database.Store().HasColumn("Category", "Excluded"));
     COwnedList<CCategoryEntry> categories;
-    ASSERT_TRUE(database.ListCategories(categories));
+    ASSERT_TRUE(database.List(categories));
     ASSERT_EQ(categories.Count(), 2);  // no seeds in a table that was there
     for (const CCategoryEntry& category : categories) {
         SCOPED_TRACE(category.name.ToUtf8());
@@ -175,10 +175,10 @@ TEST_F(FinanceUpgrade, SmallSteps) {
     ASSERT_TRUE(database.ListMemorizedTransactionsByAccount(7, memorized));
     ASSERT_EQ(memorized.Count(), 1);
     memorized.Front()->notes = "now there is room";
-    EXPECT_TRUE(database.UpdateMemorizedTransaction(*memorized.Front()));
+    EXPECT_TRUE(database.Update(*memorized.Front()));
 
     CCheckPrintFormatEntry format;
-    ASSERT_TRUE(database.ReadCheckFormat(7, format));
+    ASSERT_TRUE(database.FindCheckFormat(7, format));
     EXPECT_FALSE(format.format.verticalOrientation);
     EXPECT_EQ(format.format.dateText, "9,1,2");
     EXPECT_EQ(format.format.checkWidth, 8.5);

@@ -53,7 +53,7 @@ public:
         CheckResult(preview);
 
         options.dryRun = false;
-        FUZZ_CHECK(m_database.Database().BeginBatch(), "a batch begins");
+        FUZZ_CHECK(m_database.Store().BeginBatch(), "a batch begins");
         const ImportResult result = Import<Importer>(options);
         CheckResult(result);
         FUZZ_CHECK(result.failed == preview.failed, "the preview told whether it works");
@@ -68,7 +68,7 @@ public:
         second = Import<Importer>(options);
         CheckResult(second);
         FUZZ_CHECK(AreBalancesRight(), "after a second import too");
-        m_database.Database().RollbackBatch();
+        m_database.Store().RollbackBatch();
         FUZZ_CHECK(Transactions() == 0, "a rollback leaves nothing");
         return result;
     }

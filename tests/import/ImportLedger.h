@@ -82,10 +82,10 @@ protected:
             CPayeeEntry payee;
             CCategoryEntry category;
             if (row.payeeId != kNoRow) {
-                EXPECT_TRUE(m_database.ReadPayee(row.payeeId, payee));
+                EXPECT_TRUE(m_database.Read(row.payeeId, payee));
             }
             if (row.categoryId != kNoRow) {
-                EXPECT_TRUE(m_database.ReadCategory(row.categoryId, category));
+                EXPECT_TRUE(m_database.Read(row.categoryId, category));
             }
             const std::string texts[] = {payee.name.ToUtf8(), category.name.ToUtf8(),
                                          row.memo.ToUtf8(), row.electronicPayment.ToUtf8()};
@@ -104,7 +104,7 @@ protected:
 
     double Balance() {
         CAccountEntry account;
-        EXPECT_TRUE(m_database.ReadAccount(m_account.id, account));
+        EXPECT_TRUE(m_database.Read(m_account.id, account));
         return account.currentBalance;
     }
 

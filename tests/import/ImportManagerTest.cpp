@@ -83,11 +83,11 @@ TEST_F(ImportManager, LastMatchingRuleRenames) {
         CRenamingRuleEntry rule;
         rule.searchText = search;
         rule.replaceText = replacement;
-        ASSERT_TRUE(m_database.AddRenamingRule(rule));
+        ASSERT_TRUE(m_database.Add(rule));
     }
     CRenamingRuleEntry empty;
     empty.replaceText = "Everything";
-    ASSERT_TRUE(m_database.AddRenamingRule(empty));
+    ASSERT_TRUE(m_database.Add(empty));
     ImportQif(
         "!Type:Bank\nD1/2'21\nT-1\nPAMZN MKTPLACE\nLFoo\n^\nD1/3'21\nT-1\nPa void b\n^\n"
         "D1/4'21\nT-1\nPamzn\n^\n");

@@ -67,7 +67,7 @@ protected:
         CRenamingRuleEntry rule;
         rule.searchText = search;
         rule.replaceText = replacement;
-        ASSERT_TRUE(m_database.AddRenamingRule(rule));
+        ASSERT_TRUE(m_database.Add(rule));
     }
 };
 

@@ -69,7 +69,7 @@ protected:
         EXPECT_TRUE(m_database.Open("ledger").opened);
         CAccountEntry account;
         account.name = "Checking";
-        EXPECT_TRUE(m_database.AddAccount(account));
+        EXPECT_TRUE(m_database.Add(account));
         m_account = account.id;
     }
 

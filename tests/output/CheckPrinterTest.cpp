@@ -60,12 +60,12 @@ protected:
     }
     int32_t CheckOf(int64_t transaction) {
         CTransactionEntry row;
-        EXPECT_TRUE(m_database.ReadTransaction(transaction, row));
+        EXPECT_TRUE(m_database.Read(transaction, row));
         return row.check;
     }
     CAccountEntry Checking() {
         CAccountEntry account;
-        EXPECT_TRUE(m_database.ReadAccount(m_checking, account));
+        EXPECT_TRUE(m_database.Read(m_checking, account));
         return account;
     }
     int32_t Latest() { return Checking().latestCheckNumber; }
@@ -198,12 +198,12 @@ TEST_F(CheckPrinter, ABrokenLayoutPrintsNothing) {
     CCheckPrintFormatEntry entry;
     entry.accountId = m_checking;
     entry.format.payeeText = "payee";
-    ASSERT_TRUE(m_database.AddCheckFormat(entry));
+    ASSERT_TRUE(m_database.Add(entry));
     CheckJob job;
     EXPECT_EQ(m_printer.Prepare(Request(transaction), job).problem, CheckProblem::BadPosition);
     EXPECT_EQ(m_printer.PrepareTest(m_checking, job).problem, CheckProblem::BadPosition);
     entry.format.payeeText = "10,3590,530";
-    ASSERT_TRUE(m_database.UpdateCheckFormat(entry));
+    ASSERT_TRUE(m_database.Update(entry));
     const CheckTrouble trouble = m_printer.Prepare(Request(transaction), job);
     EXPECT_EQ(trouble.problem, CheckProblem::DoesNotFit);
     EXPECT_EQ(TextOf(trouble),
@@ -227,12 +227,12 @@ TEST_F(CheckPrinter, RecordKeepsLaterChanges) {
     const int64_t id = Enter(Payment(10));
     const CheckJob job = Prepared(Request(id));
     CTransactionEntry row;
-    ASSERT_TRUE(m_database.ReadTransaction(id, row));
+    ASSERT_TRUE(m_database.Read(id, row));
     row.memo = "changed";
     ASSERT_EQ(m_ledger.ChangeTransaction(row), LedgerStatus::Ok);
     ASSERT_TRUE(m_database.UpdateAccountLatestCheckNumber(m_checking, 50));
     ASSERT_EQ(m_printer.Record(job), LedgerStatus::Ok);
-    ASSERT_TRUE(m_database.ReadTransaction(id, row));
+    ASSERT_TRUE(m_database.Read(id, row));
     EXPECT_EQ(row.memo, "changed");
     EXPECT_EQ(row.check, 1);
     EXPECT_EQ(Latest(), 50);

@@ -52,7 +52,7 @@ TEST_F(EntryFormTest, EntersAndChanges) {
     EXPECT_EQ(Save(), LedgerStatus::Ok);
     EXPECT_EQ(SavedTexts(), "2024-05-15|Deposit|EFT|EMPLOYER|Income|2000.00|May");
     CAccountEntry entry;
-    ASSERT_TRUE(workspace.Database().ReadAccount(account, entry));
+    ASSERT_TRUE(workspace.Database().Read(account, entry));
     EXPECT_EQ(entry.currentBalance, 2000.0);
 }
 
@@ -147,7 +147,7 @@ TEST_F(EntryFormTest, LeavesWhatNobodyTouched) {
     CTransactionEntry odd = Row(account, TransactionType::Charge, 1.23456);
     odd.electronicPayment = "Giro";
     odd.fitId = 77;
-    ASSERT_TRUE(workspace.Database().AddTransaction(odd));
+    ASSERT_TRUE(workspace.Database().Add(odd));
     ASSERT_TRUE(form.StartChange(odd.id));
     EXPECT_FALSE(form.Check().Any());
     form.SetText(EntryField::Memo, "new");

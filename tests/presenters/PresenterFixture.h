@@ -50,7 +50,7 @@ protected:
 
     CTransactionEntry Read(int64_t id) {
         CTransactionEntry row;
-        EXPECT_TRUE(workspace.Database().ReadTransaction(id, row)) << id;
+        EXPECT_TRUE(workspace.Database().Read(id, row)) << id;
         return row;
     }
 

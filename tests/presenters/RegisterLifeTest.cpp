@@ -143,7 +143,7 @@ protected:
     void ExpectTrue() {
         CAccountEntry account;
         std::vector<RegisterLine> lines;
-        ASSERT_TRUE(workspace.Database().ReadAccount(mine, account));
+        ASSERT_TRUE(workspace.Database().Read(mine, account));
         ASSERT_TRUE(ReadRegister(workspace.Database(), account, lines));
         ASSERT_EQ(view.RowCount(), static_cast<int64_t>(lines.size()));
         for (const SearchWord& word : ParseSearch(view.Filter())) {

@@ -59,7 +59,7 @@ void AddAccount(CCommandContext& context, const AddOptions& options) {
 void ListAccounts(CCommandContext& context) {
     CSession session(context);
     COwnedList<CAccountEntry> accounts;
-    RequireStored(session.Database().ListAccounts(accounts), session.Database());
+    RequireStored(session.Database().List(accounts), session.Database());
     if (context.WantsJson()) {
         Json rows = Json::array();
         for (const CAccountEntry& account : accounts) rows.push_back(AccountJson(account));
@@ -119,7 +119,7 @@ void EditAccount(CCommandContext& context, const EditOptions& options) {
     if (options.type.Given()) account.accountType = RequireAccountType(options.type.value);
     const double before = account.currentBalance;
     RequireDone(session.Ledger().ChangeAccount(account), session.Database());
-    RequireFound(session.Database().ReadAccount(account.id, account), session.Database());
+    RequireFound(session.Database().Read(account.id, account), session.Database());
     if (context.WantsJson()) {
         context.Print(AccountJson(account));
         return;

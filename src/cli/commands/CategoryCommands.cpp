@@ -27,7 +27,7 @@ Json CategoryJson(const CCategoryEntry& category) {
 void List(CCommandContext& context) {
     CSession session(context);
     COwnedList<CCategoryEntry> categories;
-    RequireStored(session.Database().ListCategories(categories), session.Database());
+    RequireStored(session.Database().List(categories), session.Database());
     Json rows = Json::array();
     for (const CCategoryEntry& category : categories) rows.push_back(CategoryJson(category));
     PrintRowTable(context, rows,

@@ -26,7 +26,7 @@ NameTrouble TroubleWith(const std::string& name) {
 void List(CCommandContext& context) {
     CSession session(context);
     COwnedList<CPayeeEntry> payees;
-    RequireStored(session.Database().ListPayees(payees), session.Database());
+    RequireStored(session.Database().List(payees), session.Database());
     Json rows = Json::array();
     for (const CPayeeEntry& payee : payees) rows.push_back(PayeeJson(payee));
     PrintRowTable(context, rows, {{"Id", "id", CTablePrinter::Align::Right}, {"Payee", "name"}},

@@ -31,7 +31,7 @@ std::string RequireSearch(const std::string& text) {
 // By its number, or by its search text.
 CRenamingRuleEntry RequireRule(CQuillonDatabaseInterface& database, const std::string& which) {
     COwnedList<CRenamingRuleEntry> rules;
-    RequireStored(database.ListRenamingRules(rules), database);
+    RequireStored(database.List(rules), database);
     for (const CRenamingRuleEntry& rule : rules) {
         if (rule.searchText.View() == which || std::to_string(rule.id) == which) return rule;
     }
@@ -41,7 +41,7 @@ CRenamingRuleEntry RequireRule(CQuillonDatabaseInterface& database, const std::s
 void List(CCommandContext& context) {
     CSession session(context);
     COwnedList<CRenamingRuleEntry> rules;
-    RequireStored(session.Database().ListRenamingRules(rules), session.Database());
+    RequireStored(session.Database().List(rules), session.Database());
     Json rows = Json::array();
     for (const CRenamingRuleEntry& rule : rules) rows.push_back(RuleJson(rule));
     PrintRowTable(context, rows,
@@ -56,7 +56,7 @@ void Add(CCommandContext& context, const std::string& search, const std::string&
     rule.searchText = RequireSearch(search);
     rule.replaceText = RequireLine(replace, "replacement");
     CSession session(context);
-    RequireStored(session.Database().AddRenamingRule(rule), session.Database());
+    RequireStored(session.Database().Add(rule), session.Database());
     PrintRows(context, Json::array({RuleJson(rule)}), "Rule added: " + RuleText(rule) + ".");
 }
 
@@ -66,14 +66,14 @@ void Change(CCommandContext& context, const std::string& which, const std::strin
     CRenamingRuleEntry rule = RequireRule(session.Database(), which);
     rule.searchText = RequireSearch(search);
     if (replace.Given()) rule.replaceText = RequireLine(replace.value, "replacement");
-    RequireStored(session.Database().UpdateRenamingRule(rule), session.Database());
+    RequireStored(session.Database().Update(rule), session.Database());
     PrintRows(context, Json::array({RuleJson(rule)}), "Rule changed: " + RuleText(rule) + ".");
 }
 
 void Delete(CCommandContext& context, const std::string& which) {
     CSession session(context);
     const CRenamingRuleEntry rule = RequireRule(session.Database(), which);
-    RequireStored(session.Database().DeleteRenamingRule(rule.id), session.Database());
+    RequireStored(session.Database().Delete<CRenamingRuleEntry>(rule.id), session.Database());
     PrintRows(context, Json::array({RuleJson(rule)}), "Rule deleted: " + RuleText(rule) + ".");
 }
 

@@ -85,7 +85,7 @@ void PrintLines(CCommandContext& context, CQuillonDatabaseInterface& database,
     for (const RegisterLine& line : lines) context.Say(what + ": " + Describe(line, names));
     for (const RegisterLine& line : lines) {
         CAccountEntry account;
-        RequireFound(database.ReadAccount(line.row.accountId, account), database);
+        RequireFound(database.Read(line.row.accountId, account), database);
         context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +
                     FormatCurrency(account.currentBalance));
     }
@@ -134,7 +134,7 @@ public:
     void Mention(CCommandContext& context, CQuillonDatabaseInterface& database) const {
         if (!m_found || m_both) return;
         CAccountEntry account;
-        RequireFound(database.ReadAccount(m_other.accountId, account), database);
+        RequireFound(database.Read(m_other.accountId, account), database);
         context.Note("This was one side of a transfer; the other, transaction " +
                      std::to_string(m_other.id) + " in " + Quoted(account.name.ToUtf8()) +
                      ", was left as it was (--both does both).");

@@ -3,14 +3,6 @@
 
 namespace quillon {
 
-bool CQuillonDatabaseInterface::AddAccount(CAccountEntry& account) {
-    return m_rows->Add(account);
-}
-
-bool CQuillonDatabaseInterface::UpdateAccount(const CAccountEntry& account) {
-    return m_rows->Update(account);
-}
-
 bool CQuillonDatabaseInterface::UpdateAccountBalance(int64_t accountId, double balance) {
     return m_rows->Change(kAccountTable, accountId, [&] {
         return m_database.SetDouble("CurrentBalance", fields::Finite(balance));
@@ -28,19 +20,11 @@ bool CQuillonDatabaseInterface::SetAccountActive(int64_t accountId, bool active)
                           [&] { return m_database.SetBoolean("Active", active); });
 }
 
-bool CQuillonDatabaseInterface::ListAccounts(COwnedList<CAccountEntry>& accounts) {
-    return m_rows->List(accounts);
-}
-
 bool CQuillonDatabaseInterface::ListAccountsByType(AccountType type,
                                                    COwnedList<CAccountEntry>& accounts) {
     return m_rows->List(accounts, [&](CNoSQLDatabaseInterface& query) {
         return query.AddInt32("AccountType", WhereOperator::Equal, static_cast<int32_t>(type));
     });
-}
-
-CLookup CQuillonDatabaseInterface::ReadAccount(int64_t accountId, CAccountEntry& account) {
-    return m_rows->Read(accountId, account);
 }
 
 CLookup CQuillonDatabaseInterface::FindAccountByName(std::string_view name,

@@ -13,6 +13,13 @@
 
 namespace quillon {
 
+// A list in the order of row identifiers, by date; the sort keeps that among equal dates.
+inline void SortInRegisterOrder(COwnedList<CTransactionEntry>& transactions) {
+    transactions.Sort([](const CTransactionEntry& left, const CTransactionEntry& right) {
+        return left.serviceDate < right.serviceDate;
+    });
+}
+
 // The pattern that every operation on rows follows: the critical section is held from
 // the first call of the engine to the last, stamps are written with every change, and
 // running out of memory is a failure like any other.

@@ -1,4 +1,4 @@
-// Categories, payees and renaming rules: the rows that are known by a text.
+// Categories and payees: the rows that are known by their names.
 
 #include "finance/database/FinanceRows.h"
 #include "finance/database/QuillonDatabaseInterface.h"
@@ -16,14 +16,6 @@ void SetIfAsked(bool* target, bool value) {
 
 // --- categories
 
-bool CQuillonDatabaseInterface::AddCategory(CCategoryEntry& category) {
-    return m_rows->Add(category);
-}
-
-bool CQuillonDatabaseInterface::UpdateCategory(const CCategoryEntry& category) {
-    return m_rows->Update(category);
-}
-
 bool CQuillonDatabaseInterface::UpdateCategoryFlags(const CCategoryEntry& category) {
     return m_rows->Change(kCategoryTable, category.id, [&] {
         return m_database.SetBoolean("IncludeIncome", category.includeIncome) &&
@@ -34,18 +26,6 @@ bool CQuillonDatabaseInterface::UpdateCategoryFlags(const CCategoryEntry& catego
                m_database.SetBoolean("IncludeBudget", category.includeBudget) &&
                m_database.SetBoolean("IncludeReports", category.includeReports);
     });
-}
-
-bool CQuillonDatabaseInterface::DeleteCategory(int64_t categoryId) {
-    return m_rows->Delete(kCategoryTable, categoryId);
-}
-
-bool CQuillonDatabaseInterface::ListCategories(COwnedList<CCategoryEntry>& categories) {
-    return m_rows->List(categories);
-}
-
-CLookup CQuillonDatabaseInterface::ReadCategory(int64_t categoryId, CCategoryEntry& category) {
-    return m_rows->Read(categoryId, category);
 }
 
 CLookup CQuillonDatabaseInterface::FindCategoryByName(std::string_view name,
@@ -80,13 +60,6 @@ int64_t CQuillonDatabaseInterface::FindOrAddCategory(std::string_view name, bool
 
 // --- payees
 
-bool CQuillonDatabaseInterface::AddPayee(CPayeeEntry& payee) {
-    const int64_t payeeId = FindOrAddPayee(payee.name.ToUtf8());
-    if (payeeId == kNoRow) return false;
-    payee.id = payeeId;
-    return true;
-}
-
 bool CQuillonDatabaseInterface::RenamePayee(int64_t payeeId, std::string_view name) {
     return m_rows->Run([&] {
         int64_t holder = kNoRow;
@@ -95,18 +68,6 @@ bool CQuillonDatabaseInterface::RenamePayee(int64_t payeeId, std::string_view na
         return m_rows->Change(kPayeeTable, payeeId,
                               [&] { return m_database.SetText("Name", name); });
     });
-}
-
-bool CQuillonDatabaseInterface::DeletePayee(int64_t payeeId) {
-    return m_rows->Delete(kPayeeTable, payeeId);
-}
-
-bool CQuillonDatabaseInterface::ListPayees(COwnedList<CPayeeEntry>& payees) {
-    return m_rows->List(payees);
-}
-
-CLookup CQuillonDatabaseInterface::ReadPayee(int64_t payeeId, CPayeeEntry& payee) {
-    return m_rows->Read(payeeId, payee);
 }
 
 CLookup CQuillonDatabaseInterface::FindPayeeByName(std::string_view name, CPayeeEntry& payee) {
@@ -133,24 +94,6 @@ int64_t CQuillonDatabaseInterface::FindOrAddPayee(std::string_view name, bool* a
         return true;
     });
     return done ? payeeId : kNoRow;
-}
-
-// --- renaming rules
-
-bool CQuillonDatabaseInterface::AddRenamingRule(CRenamingRuleEntry& rule) {
-    return m_rows->Add(rule);
-}
-
-bool CQuillonDatabaseInterface::UpdateRenamingRule(const CRenamingRuleEntry& rule) {
-    return m_rows->Update(rule);
-}
-
-bool CQuillonDatabaseInterface::DeleteRenamingRule(int64_t ruleId) {
-    return m_rows->Delete(kRenamingRulesTable, ruleId);
-}
-
-bool CQuillonDatabaseInterface::ListRenamingRules(COwnedList<CRenamingRuleEntry>& rules) {
-    return m_rows->List(rules);
 }
 
 }  // namespace quillon

@@ -8,30 +8,12 @@ namespace quillon {
 
 // --- memorized transactions
 
-bool CQuillonDatabaseInterface::AddMemorizedTransaction(CMemorizedTransactionEntry& memorized) {
-    return m_rows->Add(memorized);
-}
-
-bool CQuillonDatabaseInterface::UpdateMemorizedTransaction(
-    const CMemorizedTransactionEntry& memorized) {
-    return m_rows->Update(memorized);
-}
-
 bool CQuillonDatabaseInterface::UpdateMemorizedServiceDate(
     const CMemorizedTransactionEntry& memorized) {
     return m_rows->Change(kMemorizedTransactionTable, memorized.id, [&] {
         return m_database.SetDateTime(
             "LastServiceDate", PackRecurringDate(memorized.lastServiceDate, memorized.originalDay));
     });
-}
-
-bool CQuillonDatabaseInterface::DeleteMemorizedTransaction(int64_t memorizedId) {
-    return m_rows->Delete(kMemorizedTransactionTable, memorizedId);
-}
-
-bool CQuillonDatabaseInterface::ListMemorizedTransactions(
-    COwnedList<CMemorizedTransactionEntry>& memorized) {
-    return m_rows->List(memorized);
 }
 
 bool CQuillonDatabaseInterface::ListMemorizedTransactionsByAccount(
@@ -46,22 +28,6 @@ bool CQuillonDatabaseInterface::ListMemorizedTransactionsByPayee(
 
 // --- budget
 
-bool CQuillonDatabaseInterface::AddBudgetItem(CBudgetItem& item) {
-    return m_rows->Add(item);
-}
-
-bool CQuillonDatabaseInterface::UpdateBudgetItem(const CBudgetItem& item) {
-    return m_rows->Update(item);
-}
-
-bool CQuillonDatabaseInterface::DeleteBudgetItem(int64_t itemId) {
-    return m_rows->Delete(kBudgetItemTable, itemId);
-}
-
-bool CQuillonDatabaseInterface::ListBudgetItems(COwnedList<CBudgetItem>& items) {
-    return m_rows->List(items);
-}
-
 bool CQuillonDatabaseInterface::ListBudgetItemsByCategory(int64_t categoryId,
                                                           COwnedList<CBudgetItem>& items) {
     return m_rows->ListByReference("CategoryID", categoryId, items);
@@ -69,19 +35,7 @@ bool CQuillonDatabaseInterface::ListBudgetItemsByCategory(int64_t categoryId,
 
 // --- check layouts
 
-bool CQuillonDatabaseInterface::AddCheckFormat(CCheckPrintFormatEntry& format) {
-    return m_rows->Add(format);
-}
-
-bool CQuillonDatabaseInterface::UpdateCheckFormat(const CCheckPrintFormatEntry& format) {
-    return m_rows->Update(format);
-}
-
-bool CQuillonDatabaseInterface::DeleteCheckFormat(int64_t formatId) {
-    return m_rows->Delete(kCheckFormatTable, formatId);
-}
-
-CLookup CQuillonDatabaseInterface::ReadCheckFormat(int64_t accountId,
+CLookup CQuillonDatabaseInterface::FindCheckFormat(int64_t accountId,
                                                    CCheckPrintFormatEntry& format) {
     return m_rows->ReadFirst(format, [&](CNoSQLDatabaseInterface& query) {
         return query.AddInt64("AccountID", WhereOperator::Equal, accountId);

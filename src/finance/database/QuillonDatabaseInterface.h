@@ -4,11 +4,13 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "finance/database/Lookup.h"
+#include "finance/database/TransactionColumns.h"
 #include "finance/records/FinanceRecords.h"
 #include "finance/schema/FinanceSchema.h"
 #include "foundation/FileSystem.h"
@@ -44,11 +46,11 @@ enum class PasswordCheck {
 //
 //   Results    true when the operation ran; an empty list is a success. False: no
 //              database is open, no such row, a value that cannot be stored, or a
-//              read or write that failed (Database().Problem() tells why). A
+//              read or write that failed (Problem() tells why). A
 //              failed write changes nothing.
 //   Look-ups   A read of one row answers CLookup: found, none, or failed. Unless it is
 //              found the record is untouched.
-//   Records    Add... sets the record's `id`. Stamps are written by the database
+//   Records    Add sets the record's `id`. Stamps are written by the database
 //              and ignored in what is passed in. A list of the caller's first loses
 //              what it held; after a false it is empty or partly filled and means
 //              nothing.
@@ -57,7 +59,7 @@ enum class PasswordCheck {
 //              of several rows with the name the oldest is found.
 //   Order      Transactions come in register order (date, then row identifier),
 //              all other lists in the order the rows were made.
-//   Balances   Nothing here touches an account's balance but UpdateAccount and
+//   Balances   Nothing here touches an account's balance but Update of an account and
 //              UpdateAccountBalance. CLedger keeps balances right.
 //   Brackets   Every write is a commit of its own unless a batch is open, and then
 //              part of it. See CFinanceBatch.
@@ -78,8 +80,9 @@ public:
                            const CCheckPrintFormat* checkLayout = nullptr);
     bool Close();
     bool IsOpen() const { return m_database.IsOpen(); }
-    CDatabaseManager& Database() { return m_database; }
-    const CDatabaseManager& Database() const { return m_database; }
+    // The record store below, for finance itself, which checks and repairs it.
+    CDatabaseManager& Store() { return m_database; }
+    const CDatabaseManager& Store() const { return m_database; }
     // With a separator at its end; empty when closed.
     const std::string& Folder() const { return m_database.Folder(); }
     // Why the last operation failed, and the file concerned, or empty.
@@ -103,36 +106,37 @@ public:
     [[nodiscard]] bool CommitBatch();
     void RollbackBatch();
 
+    // --- rows of any table. Record: one of the classes of FinanceRecords.h.
+    // Of a payee whose name another row has, that row's id is set and nothing is added.
+    template <class Record>
+    [[nodiscard]] bool Add(Record& record);
+    // All columns of the row `record.id`. False also when it gives a payee another one's name.
+    template <class Record>
+    [[nodiscard]] bool Update(const Record& record);
+    // Rows that refer to it are the caller's to see to: CLedger does.
+    template <class Record>
+    [[nodiscard]] bool Delete(int64_t rowId);
+    template <class Record>
+    bool List(COwnedList<Record>& records);
+    template <class Record>
+    CLookup Read(int64_t rowId, Record& record);
+
     // --- accounts
-    [[nodiscard]] bool AddAccount(CAccountEntry& account);
-    [[nodiscard]] bool UpdateAccount(const CAccountEntry& account);
     [[nodiscard]] bool UpdateAccountBalance(int64_t accountId, double balance);
     [[nodiscard]] bool UpdateAccountLatestCheckNumber(int64_t accountId, int32_t checkNumber);
     [[nodiscard]] bool SetAccountActive(int64_t accountId, bool active);
-    bool ListAccounts(COwnedList<CAccountEntry>& accounts);
     bool ListAccountsByType(AccountType type, COwnedList<CAccountEntry>& accounts);
-    CLookup ReadAccount(int64_t accountId, CAccountEntry& account);
     CLookup FindAccountByName(std::string_view name, CAccountEntry& account);
 
     // --- transactions
-    [[nodiscard]] bool AddTransaction(CTransactionEntry& transaction);
-    [[nodiscard]] bool UpdateTransaction(const CTransactionEntry& transaction);
     [[nodiscard]] bool UpdateTransactionCategory(int64_t transactionId, int64_t categoryId);
     [[nodiscard]] bool UpdateTransactionPayee(int64_t transactionId, int64_t payeeId);
-    [[nodiscard]] bool DeleteTransaction(int64_t transactionId);
-    CLookup ReadTransaction(int64_t transactionId, CTransactionEntry& transaction);
     // Those with a statement identifier (FitID not 0).
     bool ListTransactionsWithStatementIds(int64_t accountId,
                                           COwnedList<CTransactionEntry>& transactions);
     // `from` and `to` are included.
     bool ListTransactions(int64_t accountId, int64_t from, int64_t to,
                           COwnedList<CTransactionEntry>& transactions);
-    // The balance of the account before a place in its register: the sum of the effects of its
-    // transactions of earlier dates, and of those of the date with a lower identifier. Out of
-    // the indexes; no row is read.
-    bool ReadBalanceBefore(const CAccountEntry& account, int64_t date, int64_t transactionId,
-                           double& balance);
-    bool CountTransactions(int64_t accountId, int64_t& count);
     bool ListAllTransactions(int64_t from, int64_t to, COwnedList<CTransactionEntry>& transactions);
     bool ListTransactionsByAccount(int64_t accountId, COwnedList<CTransactionEntry>& transactions);
     bool ListTransactionsByPayee(int64_t payeeId, COwnedList<CTransactionEntry>& transactions);
@@ -141,16 +145,30 @@ public:
     // Of any account: of that date and category, and less than half a cent from `amount`.
     bool ListTransactionsAlike(int64_t date, double amount, int64_t categoryId,
                                COwnedList<CTransactionEntry>& transactions);
+    bool CountTransactions(int64_t accountId, int64_t& count);
+    // The latest of the account and payee: of several of that date the one entered last.
+    CLookup FindNewestTransaction(int64_t accountId, int64_t payeeId,
+                                  CTransactionEntry& transaction);
+
+    // --- many transactions at once, by columns: see TransactionColumns.h.
+    bool ReadTransactionNumbers(int64_t accountId, TransactionNumbers& numbers);
+    bool ReadTransactionUses(int64_t accountId, TransactionUses& uses);
+    // Calls `visit(i, memo, electronic)` for each of the rows in turn; a text that cannot be
+    // read, or whose row is gone, is empty. std::bad_alloc, and what `visit` throws, passes.
+    void ReadTransactionTexts(std::span<const int64_t> rowIds, const TransactionTextVisit& visit);
+    // Calls `visit(accountId, type, amount)` for every transaction, in no order, out of
+    // the indexes in memory. False: a row could not be read.
+    bool WalkTransactionAmounts(
+        const std::function<void(int64_t accountId, TransactionType type, double amount)>& visit);
+    // The balance of the account before a place in its register: the sum of the effects of its
+    // transactions of earlier dates, and of those of the date with a lower identifier. Out of
+    // the indexes; no row is read.
+    bool ReadBalanceBefore(const CAccountEntry& account, int64_t date, int64_t transactionId,
+                           double& balance);
 
     // --- categories
-    [[nodiscard]] bool AddCategory(CCategoryEntry& category);
-    [[nodiscard]] bool UpdateCategory(const CCategoryEntry& category);
     // The seven flags of `category`, not its name.
     [[nodiscard]] bool UpdateCategoryFlags(const CCategoryEntry& category);
-    // Rows that refer to it are the caller's to see to.
-    [[nodiscard]] bool DeleteCategory(int64_t categoryId);
-    bool ListCategories(COwnedList<CCategoryEntry>& categories);
-    CLookup ReadCategory(int64_t categoryId, CCategoryEntry& category);
     CLookup FindCategoryByName(std::string_view name, CCategoryEntry& category);
     // Row identifier, 0 when there is none. Nothing: a read failed.
     std::optional<int64_t> FindCategoryId(std::string_view name);
@@ -159,69 +177,26 @@ public:
     int64_t FindOrAddCategory(std::string_view name, bool* added = nullptr);
 
     // --- payees
-    // A name that exists gives the existing row's id and adds nothing.
-    [[nodiscard]] bool AddPayee(CPayeeEntry& payee);
     // False also when another payee has the name.
     [[nodiscard]] bool RenamePayee(int64_t payeeId, std::string_view name);
-    // Rows that refer to it are the caller's to see to.
-    [[nodiscard]] bool DeletePayee(int64_t payeeId);
-    bool ListPayees(COwnedList<CPayeeEntry>& payees);
-    CLookup ReadPayee(int64_t payeeId, CPayeeEntry& payee);
     CLookup FindPayeeByName(std::string_view name, CPayeeEntry& payee);
     // Row identifier, 0 when there is none. Nothing: a read failed.
     std::optional<int64_t> FindPayeeId(std::string_view name);
     // Row identifier, 0 on failure. The empty name is a name like any other.
     int64_t FindOrAddPayee(std::string_view name, bool* added = nullptr);
 
-    // --- renaming rules
-    [[nodiscard]] bool AddRenamingRule(CRenamingRuleEntry& rule);
-    [[nodiscard]] bool UpdateRenamingRule(const CRenamingRuleEntry& rule);
-    [[nodiscard]] bool DeleteRenamingRule(int64_t ruleId);
-    bool ListRenamingRules(COwnedList<CRenamingRuleEntry>& rules);
-
-    // --- memorized transactions
-    [[nodiscard]] bool AddMemorizedTransaction(CMemorizedTransactionEntry& memorized);
-    [[nodiscard]] bool UpdateMemorizedTransaction(const CMemorizedTransactionEntry& memorized);
+    // --- memorized transactions, budget, check layouts (one per account)
     // Writes lastServiceDate and originalDay of `memorized`; see AdvanceTo().
     [[nodiscard]] bool UpdateMemorizedServiceDate(const CMemorizedTransactionEntry& memorized);
-    [[nodiscard]] bool DeleteMemorizedTransaction(int64_t memorizedId);
-    bool ListMemorizedTransactions(COwnedList<CMemorizedTransactionEntry>& memorized);
     bool ListMemorizedTransactionsByAccount(int64_t accountId,
                                             COwnedList<CMemorizedTransactionEntry>& memorized);
     bool ListMemorizedTransactionsByPayee(int64_t payeeId,
                                           COwnedList<CMemorizedTransactionEntry>& memorized);
-
-    // --- budget
-    [[nodiscard]] bool AddBudgetItem(CBudgetItem& item);
-    [[nodiscard]] bool UpdateBudgetItem(const CBudgetItem& item);
-    [[nodiscard]] bool DeleteBudgetItem(int64_t itemId);
-    bool ListBudgetItems(COwnedList<CBudgetItem>& items);
     bool ListBudgetItemsByCategory(int64_t categoryId, COwnedList<CBudgetItem>& items);
-
-    // --- check layouts, one per account
-    [[nodiscard]] bool AddCheckFormat(CCheckPrintFormatEntry& format);
-    [[nodiscard]] bool UpdateCheckFormat(const CCheckPrintFormatEntry& format);
-    [[nodiscard]] bool DeleteCheckFormat(int64_t formatId);
-    CLookup ReadCheckFormat(int64_t accountId, CCheckPrintFormatEntry& format);
+    CLookup FindCheckFormat(int64_t accountId, CCheckPrintFormatEntry& format);
 
     // --- stocks
-    [[nodiscard]] bool AddOpenPosition(CStockOpenPositionEntry& position);
-    [[nodiscard]] bool UpdateOpenPosition(const CStockOpenPositionEntry& position);
     [[nodiscard]] bool UpdateOpenPositionLastPrice(int64_t positionId, double lastPrice);
-    [[nodiscard]] bool DeleteOpenPosition(int64_t positionId);
-    bool ListOpenPositions(COwnedList<CStockOpenPositionEntry>& positions);
-    [[nodiscard]] bool AddClosedPosition(CStockClosedPositionEntry& position);
-    [[nodiscard]] bool UpdateClosedPosition(const CStockClosedPositionEntry& position);
-    [[nodiscard]] bool DeleteClosedPosition(int64_t positionId);
-    bool ListClosedPositions(COwnedList<CStockClosedPositionEntry>& positions);
-    [[nodiscard]] bool AddWatchListEntry(CStockWatchListEntry& entry);
-    [[nodiscard]] bool UpdateWatchListEntry(const CStockWatchListEntry& entry);
-    [[nodiscard]] bool DeleteWatchListEntry(int64_t entryId);
-    bool ListWatchList(COwnedList<CStockWatchListEntry>& entries);
-    [[nodiscard]] bool AddStockSector(CStockSectorEntry& sector);
-    [[nodiscard]] bool UpdateStockSector(const CStockSectorEntry& sector);
-    [[nodiscard]] bool DeleteStockSector(int64_t sectorId);
-    bool ListStockSectors(COwnedList<CStockSectorEntry>& sectors);
     bool ReadCoreAccountBalance(double& balance);
     [[nodiscard]] bool UpdateCoreAccountBalance(double balance);
     bool ReadInvestmentBalance(double& balance);
@@ -240,11 +215,6 @@ public:
     // Forgets the hash and turns protection off, in one commit.
     [[nodiscard]] bool ClearPassword();
 
-    // --- whole-table sums
-    // Calls `visit(accountId, type, amount)` for every transaction, in no order, out of
-    // the indexes in memory. False: a row could not be read.
-    bool WalkTransactionAmounts(
-        const std::function<void(int64_t accountId, TransactionType type, double amount)>& visit);
     int64_t RowCount(std::string_view table);
 
 private:

@@ -10,13 +10,9 @@ namespace quillon {
 
 namespace {
 
-// Lists come ordered by row identifier, and the sort keeps that among equal dates.
 bool InRegisterOrder(bool listed, COwnedList<CTransactionEntry>& transactions) {
-    if (!listed) return false;
-    transactions.Sort([](const CTransactionEntry& left, const CTransactionEntry& right) {
-        return left.serviceDate < right.serviceDate;
-    });
-    return true;
+    if (listed) SortInRegisterOrder(transactions);
+    return listed;
 }
 
 // File times compare without a sign, so a bound below zero would be the largest.
@@ -29,14 +25,6 @@ bool AddDateRange(CNoSQLDatabaseInterface& query, int64_t from, int64_t to) {
 
 }  // namespace
 
-bool CQuillonDatabaseInterface::AddTransaction(CTransactionEntry& transaction) {
-    return m_rows->Add(transaction);
-}
-
-bool CQuillonDatabaseInterface::UpdateTransaction(const CTransactionEntry& transaction) {
-    return m_rows->Update(transaction);
-}
-
 bool CQuillonDatabaseInterface::UpdateTransactionCategory(int64_t transactionId,
                                                           int64_t categoryId) {
     return m_rows->Change(kTransactionTable, transactionId, [&] {
@@ -48,15 +36,6 @@ bool CQuillonDatabaseInterface::UpdateTransactionPayee(int64_t transactionId, in
     return m_rows->Change(kTransactionTable, transactionId, [&] {
         return m_database.SetInt64("PayeeID", fields::ReferenceOrNone(payeeId));
     });
-}
-
-bool CQuillonDatabaseInterface::DeleteTransaction(int64_t transactionId) {
-    return m_rows->Delete(kTransactionTable, transactionId);
-}
-
-CLookup CQuillonDatabaseInterface::ReadTransaction(int64_t transactionId,
-                                                   CTransactionEntry& transaction) {
-    return m_rows->Read(transactionId, transaction);
 }
 
 bool CQuillonDatabaseInterface::ListTransactionsWithStatementIds(
@@ -116,46 +95,6 @@ bool CQuillonDatabaseInterface::ListTransactionsAlike(int64_t date, double amoun
     });
 }
 
-namespace {
-
-// Types and amounts of the rows found.
-bool ReadAmounts(const CNoSQLDatabaseResults& rows, std::vector<int32_t>& types,
-                 std::vector<double>& amounts) {
-    return rows.UnreadableRows() == 0 && rows.ReadInt32s("TransactionType", types) &&
-           rows.ReadDoubles("Amount", amounts);
-}
-
-}  // namespace
-
-bool CQuillonDatabaseInterface::ReadBalanceBefore(const CAccountEntry& account, int64_t date,
-                                                  int64_t transactionId, double& balance) {
-    CMoneySum sum;
-    std::vector<int32_t> types;
-    std::vector<double> amounts;
-    const auto addRows = [&](WhereOperator dates) {
-        const auto where = [&](CNoSQLDatabaseInterface& query) {
-            return query.AddInt64("AccountID", WhereOperator::Equal, account.id) &&
-                   query.AddConnector(WhereConnector::And) &&
-                   query.AddDateTime("ServiceDate", dates, std::max<int64_t>(date, 0));
-        };
-        return m_rows->Ask(kTransactionTable, where, [&](const CNoSQLDatabaseResults& rows) {
-            if (!ReadAmounts(rows, types, amounts)) return false;
-            for (size_t i = 0; i < types.size(); ++i) {
-                if (dates == WhereOperator::Equal && rows.RowIds()[i] >= transactionId) break;
-                sum.Add(BalanceEffect(static_cast<TransactionType>(types[i]), amounts[i],
-                                      account.accountType));
-            }
-            return true;
-        });
-    };
-    const bool added = m_rows->Run([&] {
-        return addRows(WhereOperator::Less) &&
-               (transactionId <= kNoRow || addRows(WhereOperator::Equal));
-    });
-    if (added) balance = sum.Value();
-    return added;
-}
-
 bool CQuillonDatabaseInterface::CountTransactions(int64_t accountId, int64_t& count) {
     const auto where = [&](CNoSQLDatabaseInterface& query) {
         return query.AddInt64("AccountID", WhereOperator::Equal, accountId);
@@ -166,22 +105,31 @@ bool CQuillonDatabaseInterface::CountTransactions(int64_t accountId, int64_t& co
     });
 }
 
-bool CQuillonDatabaseInterface::WalkTransactionAmounts(
-    const std::function<void(int64_t accountId, TransactionType type, double amount)>& visit) {
-    const auto everyRow = [](CNoSQLDatabaseInterface&) { return true; };
-    return m_rows->Ask(kTransactionTable, everyRow, [&](const CNoSQLDatabaseResults& rows) {
-        std::vector<int64_t> accounts;
-        std::vector<int32_t> types;
-        std::vector<double> amounts;
-        if (!rows.ReadInt64s("AccountID", accounts) || !ReadAmounts(rows, types, amounts)) {
-            return false;
-        }
-        for (size_t i = 0; i < accounts.size(); ++i) {
-            visit(fields::ReferenceOrNone(accounts[i]), static_cast<TransactionType>(types[i]),
-                  amounts[i]);
-        }
-        return true;
+CLookup CQuillonDatabaseInterface::FindNewestTransaction(int64_t accountId, int64_t payeeId,
+                                                         CTransactionEntry& transaction) {
+    const auto where = [&](CNoSQLDatabaseInterface& query) {
+        return query.AddInt64("AccountID", WhereOperator::Equal, accountId) &&
+               query.AddConnector(WhereConnector::And) &&
+               query.AddInt64("PayeeID", WhereOperator::Equal, fields::ReferenceOrNone(payeeId));
+    };
+    CLookup answer = CLookup::Failed();
+    m_rows->Run([&] {
+        int64_t newest = kNoRow;
+        const bool asked =
+            m_rows->Ask(kTransactionTable, where, [&](const CNoSQLDatabaseResults& rows) {
+                std::vector<int64_t> dates;
+                if (rows.UnreadableRows() != 0 || !rows.ReadDateTimes("ServiceDate", dates)) {
+                    return false;
+                }
+                // The last of the latest date.
+                const auto last = std::max_element(dates.rbegin(), dates.rend());
+                if (last != dates.rend()) newest = rows.RowIds()[dates.rend() - last - 1];
+                return true;
+            });
+        if (asked) answer = m_rows->Read(newest, transaction);
+        return asked;
     });
+    return answer;
 }
 
 }  // namespace quillon

@@ -23,13 +23,13 @@ LedgerStatus CLedger::CheckAmount(double amount) {
 
 LedgerStatus CLedger::ReadAccount(int64_t accountId, CAccountEntry& account) {
     if (!m_database.IsOpen()) return LedgerStatus::StoreFailed;
-    const CLookup read = m_database.ReadAccount(accountId, account);
+    const CLookup read = m_database.Read(accountId, account);
     if (read.HasFailed()) return LedgerStatus::StoreFailed;
     return read ? LedgerStatus::Ok : LedgerStatus::NoSuchAccount;
 }
 
 LedgerStatus CLedger::ReadTransaction(int64_t transactionId, CTransactionEntry& transaction) {
-    const CLookup read = m_database.ReadTransaction(transactionId, transaction);
+    const CLookup read = m_database.Read(transactionId, transaction);
     if (read.HasFailed()) return LedgerStatus::StoreFailed;
     return read ? LedgerStatus::Ok : LedgerStatus::NoSuchTransaction;
 }
@@ -90,7 +90,7 @@ LedgerStatus CLedger::EnterTransaction(CTransactionEntry& transaction) try {
 
     CFinanceBatch batch(m_database);
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
-    if (!m_database.AddTransaction(entered)) return LedgerStatus::StoreFailed;
+    if (!m_database.Add(entered)) return LedgerStatus::StoreFailed;
     status = ApplyEffects(effects);
     if (status != LedgerStatus::Ok) return status;
     if (!batch.Commit()) return LedgerStatus::StoreFailed;
@@ -105,7 +105,7 @@ LedgerStatus CLedger::ChangeRow(const CTransactionEntry& old, const CTransaction
     LedgerStatus status = NoteEntered(changed, effects);
     if (status == LedgerStatus::Ok) status = NoteGone(old, effects);
     if (status != LedgerStatus::Ok) return status;
-    return m_database.UpdateTransaction(changed) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
+    return m_database.Update(changed) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 }
 
 LedgerStatus CLedger::CheckChange(const CTransactionEntry& old, CTransactionEntry& changed,
@@ -180,7 +180,7 @@ LedgerStatus CLedger::RemoveTransaction(int64_t transactionId, TransferSides sid
     for (const CTransactionEntry& row : rows) {
         status = NoteGone(row, effects);
         if (status != LedgerStatus::Ok) return status;
-        if (!m_database.DeleteTransaction(row.id)) return LedgerStatus::StoreFailed;
+        if (!m_database.Delete<CTransactionEntry>(row.id)) return LedgerStatus::StoreFailed;
     }
     status = ApplyEffects(effects);
     if (status != LedgerStatus::Ok) return status;

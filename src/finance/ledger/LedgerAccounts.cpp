@@ -38,7 +38,7 @@ LedgerStatus CLedger::OpenAccount(CAccountEntry& account, double openingBalance,
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
     CAccountEntry opened(account);
     opened.currentBalance = RoundToCents(openingBalance);
-    if (!m_database.AddAccount(opened)) return LedgerStatus::StoreFailed;
+    if (!m_database.Add(opened)) return LedgerStatus::StoreFailed;
     if (magnitude != 0.0) {
         CTransactionEntry opening;
         opening.accountId = opened.id;
@@ -48,7 +48,7 @@ LedgerStatus CLedger::OpenAccount(CAccountEntry& account, double openingBalance,
         opening.categoryId = m_database.FindOrAddCategory(kAdjustmentCategory);
         opening.amount = RoundToCents(magnitude);
         opening.memo = "Opening balance";
-        if (opening.categoryId == kNoRow || !m_database.AddTransaction(opening)) {
+        if (opening.categoryId == kNoRow || !m_database.Add(opening)) {
             return LedgerStatus::StoreFailed;
         }
     }
@@ -73,7 +73,7 @@ LedgerStatus CLedger::ChangeAccount(const CAccountEntry& account) try {
         if (!SumEffects(sums)) return LedgerStatus::StoreFailed;
         changed.currentBalance = sums[changed.id].money.Value();
     }
-    return m_database.UpdateAccount(changed) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
+    return m_database.Update(changed) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 } catch (const std::bad_alloc&) {
     return LedgerStatus::StoreFailed;
 }
@@ -101,7 +101,7 @@ bool CLedger::VerifyBalances(std::vector<BalanceMismatch>& mismatches) try {
     mismatches.clear();
     const CFinanceSection section(m_database);
     COwnedList<CAccountEntry> accounts;
-    if (!m_database.ListAccounts(accounts)) return false;
+    if (!m_database.List(accounts)) return false;
     EffectSums sums;
     for (const CAccountEntry& account : accounts) sums[account.id].type = account.accountType;
     if (!SumEffects(sums)) return false;

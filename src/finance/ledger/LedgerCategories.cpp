@@ -29,8 +29,7 @@ struct Filed {
 
     bool Read(CQuillonDatabaseInterface& database, int64_t categoryId) {
         COwnedList<CMemorizedTransactionEntry> all;
-        if (!database.ListTransactionsByCategory(categoryId, transactions) ||
-            !database.ListMemorizedTransactions(all) ||
+        if (!database.ListTransactionsByCategory(categoryId, transactions) || !database.List(all) ||
             !database.ListBudgetItemsByCategory(categoryId, items)) {
             return false;
         }
@@ -46,11 +45,11 @@ struct Filed {
         }
         for (CMemorizedTransactionEntry& row : memorized) {
             row.categoryId = categoryId;
-            if (!database.UpdateMemorizedTransaction(row)) return false;
+            if (!database.Update(row)) return false;
         }
         for (CBudgetItem& row : items) {
             row.categoryId = categoryId;
-            if (!database.UpdateBudgetItem(row)) return false;
+            if (!database.Update(row)) return false;
         }
         return true;
     }
@@ -59,7 +58,7 @@ struct Filed {
 }  // namespace
 
 LedgerStatus CLedger::ReadOrdinaryCategory(int64_t categoryId, CCategoryEntry& category) {
-    const CLookup read = m_database.ReadCategory(categoryId, category);
+    const CLookup read = m_database.Read(categoryId, category);
     if (read.HasFailed()) return LedgerStatus::StoreFailed;
     if (read.IsNone()) return LedgerStatus::NoSuchCategory;
     return IsKept(category) ? LedgerStatus::CategoryKept : LedgerStatus::Ok;
@@ -78,7 +77,7 @@ LedgerStatus CLedger::AddCategory(std::string_view name, CCategoryEntry& categor
     if (status != LedgerStatus::Ok) return status;
     CCategoryEntry added;
     added.name = name;
-    if (!m_database.AddCategory(added)) return LedgerStatus::StoreFailed;
+    if (!m_database.Add(added)) return LedgerStatus::StoreFailed;
     category = added;
     return LedgerStatus::Ok;
 } catch (const std::bad_alloc&) {
@@ -104,7 +103,7 @@ LedgerStatus CLedger::RenameCategory(int64_t categoryId, std::string_view name) 
     }
     if (status != LedgerStatus::Ok) return status;
     category.name = CKeelString(name);
-    return m_database.UpdateCategory(category) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
+    return m_database.Update(category) ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 } catch (const std::bad_alloc&) {
     return LedgerStatus::StoreFailed;
 }
@@ -126,7 +125,7 @@ LedgerStatus CLedger::RemoveCategory(int64_t categoryId, int64_t moveTo) try {
 
     CFinanceBatch batch(m_database);
     const bool removed = batch.Begun() && filed.MoveTo(m_database, moveTo) &&
-                         m_database.DeleteCategory(categoryId) && batch.Commit();
+                         m_database.Delete<CCategoryEntry>(categoryId) && batch.Commit();
     return removed ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 } catch (const std::bad_alloc&) {
     return LedgerStatus::StoreFailed;

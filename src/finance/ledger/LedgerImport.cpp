@@ -48,7 +48,7 @@ LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) try {
     if (status != LedgerStatus::Ok) return status;
     transaction.amount = RoundToCents(transaction.amount);
     transaction.accountId = m_accountId;
-    if (!m_ledger.Database().AddTransaction(transaction)) {
+    if (!m_ledger.Database().Add(transaction)) {
         m_failed = true;
         Abandon();
         return LedgerStatus::StoreFailed;

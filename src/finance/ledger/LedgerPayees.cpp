@@ -26,14 +26,14 @@ struct PayeeRows {
         }
         for (CMemorizedTransactionEntry& row : memorized) {
             row.payeeId = payeeId;
-            if (!database.UpdateMemorizedTransaction(row)) return false;
+            if (!database.Update(row)) return false;
         }
         return true;
     }
 };
 
 LedgerStatus ReadPayee(CQuillonDatabaseInterface& database, int64_t payeeId, CPayeeEntry& payee) {
-    const CLookup read = database.ReadPayee(payeeId, payee);
+    const CLookup read = database.Read(payeeId, payee);
     if (read.HasFailed()) return LedgerStatus::StoreFailed;
     return read ? LedgerStatus::Ok : LedgerStatus::NoSuchPayee;
 }
@@ -46,7 +46,7 @@ LedgerStatus CLedger::AddPayee(std::string_view name, CPayeeEntry& payee) try {
     if (status != LedgerStatus::Ok) return status;
     CPayeeEntry added;
     added.name = name;
-    if (!m_database.AddPayee(added)) return LedgerStatus::StoreFailed;
+    if (!m_database.Add(added)) return LedgerStatus::StoreFailed;
     payee = added;
     return LedgerStatus::Ok;
 } catch (const std::bad_alloc&) {
@@ -81,7 +81,7 @@ LedgerStatus CLedger::RemovePayee(int64_t payeeId, int64_t moveTo) try {
 
     CFinanceBatch batch(m_database);
     const bool removed = batch.Begun() && rows.MoveTo(m_database, moveTo) &&
-                         m_database.DeletePayee(payeeId) && batch.Commit();
+                         m_database.Delete<CPayeeEntry>(payeeId) && batch.Commit();
     return removed ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
 } catch (const std::bad_alloc&) {
     return LedgerStatus::StoreFailed;

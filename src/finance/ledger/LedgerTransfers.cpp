@@ -117,7 +117,7 @@ LedgerStatus CLedger::EnterTransfer(const TransferRequest& request, CTransaction
 CLookup CLedger::FindOtherTransferSide(int64_t transactionId, CTransactionEntry& other) try {
     const CFinanceSection section(m_database);
     CTransactionEntry row;
-    const CLookup read = m_database.ReadTransaction(transactionId, row);
+    const CLookup read = m_database.Read(transactionId, row);
     return read ? FindOtherSide(row, other) : read;
 } catch (const std::bad_alloc&) {
     return CLookup::Failed();
@@ -134,7 +134,7 @@ CLookup CLedger::FindOtherSide(const CTransactionEntry& row, CTransactionEntry& 
         return CLookup::Failed();
     }
     if (alike.Count() < 2) return CLookup::None();
-    if (!m_database.ListAccounts(accounts)) return CLookup::Failed();
+    if (!m_database.List(accounts)) return CLookup::Failed();
     std::map<int64_t, AccountType> types;
     for (const CAccountEntry& account : accounts) types[account.id] = account.accountType;
     std::vector<Side> sides;

@@ -20,7 +20,7 @@ void ListSkippedColumns(const CDatabaseManager& store, Verification& found) {
 bool VerifyLedger(CLedger& ledger, Verification& found) {
     return FalseWhenOutOfMemory([&] {
         const CFinanceSection section(ledger.Database());
-        CDatabaseManager& store = ledger.Database().Database();
+        CDatabaseManager& store = ledger.Database().Store();
         found = Verification();
         found.code = store.Verify(found.tables);
         if (!ledger.VerifyBalances(found.balances) || !store.VerifyPages(found.pages)) return false;
@@ -32,7 +32,7 @@ bool VerifyLedger(CLedger& ledger, Verification& found) {
 
 bool RepairLedger(CLedger& ledger, std::vector<BalanceMismatch>& repaired) {
     const CFinanceSection section(ledger.Database());
-    CDatabaseManager& store = ledger.Database().Database();
+    CDatabaseManager& store = ledger.Database().Store();
     return store.RebuildIndexes() && store.RemoveDeleted() && ledger.RepairBalances(repaired) &&
            store.Flush();
 }
@@ -40,7 +40,7 @@ bool RepairLedger(CLedger& ledger, std::vector<BalanceMismatch>& repaired) {
 bool AcceptDamagedPages(CLedger& ledger, Verification& found, std::vector<PageDamage>& accepted) {
     accepted.clear();
     if (found.pages.empty() || !found.LayoutsAgree()) return true;
-    if (!ledger.Database().Database().AcceptPages()) return false;
+    if (!ledger.Database().Store().AcceptPages()) return false;
     accepted.swap(found.pages);
     return true;
 }

@@ -13,8 +13,7 @@ bool CNameTables::Load(CQuillonDatabaseInterface& database) {
         COwnedList<CPayeeEntry> payees;
         COwnedList<CCategoryEntry> categories;
         COwnedList<CAccountEntry> accounts;
-        if (!database.ListPayees(payees) || !database.ListCategories(categories) ||
-            !database.ListAccounts(accounts)) {
+        if (!database.List(payees) || !database.List(categories) || !database.List(accounts)) {
             return false;
         }
         for (const CPayeeEntry& row : payees) m_payees[row.id] = row.name.ToUtf8();

@@ -86,7 +86,7 @@ CLookup FindTypedName(CQuillonDatabaseInterface& database, std::string_view name
     const CFinanceSection section(database);
     return FindTyped(
         name, account, search, [&] { return database.FindAccountByName(name, account); },
-        [&](auto& rows) { return database.ListAccounts(rows); });
+        [&](auto& rows) { return database.List(rows); });
 }
 
 CLookup FindTypedName(CQuillonDatabaseInterface& database, std::string_view name,
@@ -94,7 +94,7 @@ CLookup FindTypedName(CQuillonDatabaseInterface& database, std::string_view name
     const CFinanceSection section(database);
     return FindTyped(
         name, category, search, [&] { return database.FindCategoryByName(name, category); },
-        [&](auto& rows) { return database.ListCategories(rows); });
+        [&](auto& rows) { return database.List(rows); });
 }
 
 CLookup FindTypedName(CQuillonDatabaseInterface& database, std::string_view name,
@@ -102,7 +102,7 @@ CLookup FindTypedName(CQuillonDatabaseInterface& database, std::string_view name
     const CFinanceSection section(database);
     return FindTyped(
         name, payee, search, [&] { return database.FindPayeeByName(name, payee); },
-        [&](auto& rows) { return database.ListPayees(rows); });
+        [&](auto& rows) { return database.List(rows); });
 }
 
 std::vector<std::string> NearNames(std::string_view wanted, const std::vector<std::string>& names) {

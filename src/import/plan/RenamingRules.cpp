@@ -8,7 +8,7 @@ namespace quillon {
 bool CRenamingRules::Load(CQuillonDatabaseInterface& database) {
     m_rules.clear();
     COwnedList<CRenamingRuleEntry> rules;
-    if (!database.ListRenamingRules(rules)) return false;
+    if (!database.List(rules)) return false;
     for (const CRenamingRuleEntry& rule : rules) {
         if (rule.searchText.IsEmpty()) continue;  // would be found in every text
         m_rules.push_back({rule.searchText.ToUtf8(), rule.replaceText.ToUtf8()});

@@ -29,7 +29,7 @@ CAccountPanel::~CAccountPanel() {
 bool CAccountPanel::ReadAll() {
     m_accounts.clear();
     COwnedList<CAccountEntry> accounts;
-    if (!m_workspace.Database().ListAccounts(accounts)) return false;
+    if (!m_workspace.Database().List(accounts)) return false;
     for (const CAccountEntry& account : accounts) {
         m_accounts.push_back({LineOf(account), account.accountType});
     }
@@ -44,7 +44,7 @@ bool CAccountPanel::ReadOne(int64_t accountId) {
                                     [&](const Known& its) { return its.line.id == accountId; });
     CAccountEntry account;
     if (known == m_accounts.end()) return false;
-    if (!m_workspace.Database().ReadAccount(accountId, account)) return false;
+    if (!m_workspace.Database().Read(accountId, account)) return false;
     known->line.balance = account.currentBalance;
     return true;
 }

@@ -77,7 +77,7 @@ void CEntryForm::StartNext() {
 
 bool CEntryForm::StartChange(int64_t transactionId) {
     CTransactionEntry row;
-    if (!m_workspace.Database().ReadTransaction(transactionId, row)) return false;
+    if (!m_workspace.Database().Read(transactionId, row)) return false;
     if (!ReadAccount(row.accountId)) return false;
     m_row = row;
     m_touched.fill(true);
@@ -131,7 +131,7 @@ void CEntryForm::CompleteDate() {
 void CEntryForm::TakeNextCheckNumber() {
     // Others may have entered checks since the form was opened.
     CAccountEntry account;
-    if (m_workspace.Database().ReadAccount(m_account.id, account)) m_account = account;
+    if (m_workspace.Database().Read(m_account.id, account)) m_account = account;
     if (m_account.latestCheckNumber == INT32_MAX) return;
     SetText(EntryField::Number, std::to_string(m_account.latestCheckNumber + 1));
 }
@@ -157,7 +157,8 @@ void CEntryForm::FillFrom(int64_t payeeId) {
     };
     CTransactionEntry newest;
     TransactionType type = EntryTypesOf(m_account.accountType)[0];
-    const bool found = payeeId != kNoRow && ReadNewest(payeeId, newest);
+    const bool found = payeeId != kNoRow &&
+                       m_workspace.Database().FindNewestTransaction(m_account.id, payeeId, newest);
     const auto types = Types();
     const bool isUsual =
         found && std::find(types.begin(), types.end(), newest.transactionType) != types.end();

@@ -100,8 +100,6 @@ private:
     bool ReadUses();
     void Clear(int64_t date);
     void FillFrom(int64_t payeeId);
-    // False: the payee has none in the account that can be read.
-    bool ReadNewest(int64_t payeeId, CTransactionEntry& newest) const;
     EntryProblem ReadType(TransactionType& type) const;
     EntryProblem ReadNumber(int32_t& check, std::string& electronic) const;
     EntryProblem ReadDate(int64_t& date) const;

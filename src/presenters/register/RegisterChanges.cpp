@@ -30,7 +30,7 @@ bool CRegisterPresenter::TakeNotice(const ChangeNotice& notice) {
     if (notice.everything || m_failed) return ReadAgain();
     if (notice.Touches(m_account.id)) {
         const AccountType type = m_account.accountType;
-        if (!m_workspace.Database().ReadAccount(m_account.id, m_account)) return false;
+        if (!m_workspace.Database().Read(m_account.id, m_account)) return false;
         // Other effects, from the first row on.
         if (m_account.accountType != type) return ReadAgain();
         if (!TakeRows(notice)) return false;
@@ -63,7 +63,7 @@ bool CRegisterPresenter::TakeRow(const RowNotice& notice) {
         return true;
     }
     CTransactionEntry row;
-    if (!m_workspace.Database().ReadTransaction(notice.row, row)) return false;
+    if (!m_workspace.Database().Read(notice.row, row)) return false;
     slot = m_rows.Put(row);
     m_selected.resize(m_rows.SlotCount());
     m_texts.Put(slot, row);

@@ -49,7 +49,7 @@ void CRegisterPresenter::Fail() {
 bool CRegisterPresenter::Read(int64_t accountId) {
     m_texts.Clear();
     CAccountEntry account;
-    if (!m_workspace.Database().ReadAccount(accountId, account)) return false;
+    if (!m_workspace.Database().Read(accountId, account)) return false;
     m_account = account;
     if (!m_rows.Load(m_workspace.Database(), m_account)) return false;
     m_selected.assign(m_rows.SlotCount(), 0);

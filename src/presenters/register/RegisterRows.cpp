@@ -1,36 +1,28 @@
 #include "presenters/register/RegisterRows.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "finance/ledger/Balance.h"
-#include "query/NoSQLDatabaseInterface.h"
 
 namespace quillon {
 
 namespace {
 
-void SetNone(std::vector<int64_t>& references) {
-    for (int64_t& reference : references) reference = std::max(reference, kNoRow);
-}
-
-bool ReadColumns(const CNoSQLDatabaseResults& rows, AccountType account, RegisterData& data) {
-    data.ids = rows.RowIds();
+void TakeNumbers(TransactionNumbers&& numbers, AccountType account, RegisterData& data) {
+    data.ids = std::move(numbers.ids);
+    data.dates = std::move(numbers.dates);
+    data.payees = std::move(numbers.payees);
+    data.categories = std::move(numbers.categories);
+    data.types = std::move(numbers.types);
+    data.checks = std::move(numbers.checks);
     // Amounts become effects where they lie.
-    if (!rows.ReadDateTimes("ServiceDate", data.dates) ||
-        !rows.ReadInt64s("PayeeID", data.payees) ||
-        !rows.ReadInt64s("CategoryID", data.categories) ||
-        !rows.ReadInt32s("TransactionType", data.types) || !rows.ReadInt32s("Check", data.checks) ||
-        !rows.ReadDoubles("Amount", data.effects)) {
-        return false;
-    }
-    SetNone(data.payees);
-    SetNone(data.categories);
+    data.effects = std::move(numbers.amounts);
     for (size_t i = 0; i < data.effects.size(); ++i) {
         const double effect =
             BalanceEffect(static_cast<TransactionType>(data.types[i]), data.effects[i], account);
         data.effects[i] = effect == 0.0 ? 0.0 : effect;  // never -0
     }
-    return true;
 }
 
 }  // namespace
@@ -46,13 +38,9 @@ void CRegisterRows::Clear() {
 bool CRegisterRows::Load(CQuillonDatabaseInterface& database, const CAccountEntry& account) {
     Clear();
     m_type = account.accountType;
-    const CFinanceSection section(database);
-    CNoSQLDatabaseInterface query(database.Database());
-    const bool read = query.SetTable(kTransactionTable) &&
-                      query.AddInt64("AccountID", WhereOperator::Equal, account.id) &&
-                      query.Execute() && query.Results().UnreadableRows() == 0 &&
-                      ReadColumns(query.Results(), m_type, m_data);
-    if (!read) m_data = {};
+    TransactionNumbers numbers;
+    const bool read = database.ReadTransactionNumbers(account.id, numbers);
+    if (read) TakeNumbers(std::move(numbers), m_type, m_data);
     m_loaded = m_data.ids.size();
     m_held.assign(m_loaded, 1);
     m_order.Build();

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "foundation/Unicode.h"
-#include "query/NoSQLDatabaseResults.h"
 
 namespace quillon {
 
@@ -14,16 +13,16 @@ void CRegisterTexts::Clear() {
     m_read = 0;
 }
 
-uint16_t CRegisterTexts::CodeOf(const std::string& electronic) {
+uint16_t CRegisterTexts::CodeOf(std::string_view electronic) {
     const auto known = std::find(m_kinds.begin(), m_kinds.end(), electronic);
     if (known != m_kinds.end()) return static_cast<uint16_t>(known - m_kinds.begin());
     // There are three; a ledger with more of them than codes shows the others as none.
     if (m_kinds.size() >= kUnread) return 0;
-    m_kinds.push_back(electronic);
+    m_kinds.emplace_back(electronic);
     return static_cast<uint16_t>(m_kinds.size() - 1);
 }
 
-void CRegisterTexts::Keep(uint32_t slot, const std::string& memo, const std::string& electronic) {
+void CRegisterTexts::Keep(uint32_t slot, std::string_view memo, std::string_view electronic) {
     if (m_places.size() < m_rows.SlotCount()) m_places.resize(m_rows.SlotCount());
     Place& place = m_places[slot];
     const std::string folded = FoldCase(memo);
@@ -43,23 +42,13 @@ void CRegisterTexts::Put(uint32_t slot, const CTransactionEntry& row) {
 }
 
 void CRegisterTexts::ReadSlots(const std::vector<uint32_t>& slots) {
-    const CFinanceSection section(m_database);
-    const CTableManager* table = m_database.Database().FindTable(kTransactionTable);
     std::vector<int64_t> ids;
     ids.reserve(slots.size());
     for (const uint32_t slot : slots) ids.push_back(m_rows.Data().ids[slot]);
-    CNoSQLDatabaseResults results;
-    if (table) results.Assign(m_database.Database(), *table, std::move(ids), 0);
-    CKeelString memo;
-    CKeelString electronic;
-    for (size_t i = 0; i < slots.size(); ++i) {
-        const auto position = static_cast<int64_t>(i);
-        if (!results.ReadText("Memo", position, memo)) memo.ReleaseBuffer();
-        if (!results.ReadText("EletronicPaymentType", position, electronic)) {
-            electronic.ReleaseBuffer();
-        }
-        Keep(slots[i], memo.ToUtf8(), electronic.ToUtf8());
-    }
+    m_database.ReadTransactionTexts(
+        ids, [&](size_t place, std::string_view memo, std::string_view electronic) {
+            Keep(slots[place], memo, electronic);
+        });
 }
 
 bool CRegisterTexts::ReadSome(size_t count) {

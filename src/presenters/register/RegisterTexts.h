@@ -59,8 +59,8 @@ private:
         return slot < m_places.size() && m_places[slot].electronic != kUnread;
     }
     void ReadSlots(const std::vector<uint32_t>& slots);
-    void Keep(uint32_t slot, const std::string& memo, const std::string& electronic);
-    uint16_t CodeOf(const std::string& electronic);
+    void Keep(uint32_t slot, std::string_view memo, std::string_view electronic);
+    uint16_t CodeOf(std::string_view electronic);
 
     CQuillonDatabaseInterface& m_database;
     const CRegisterRows& m_rows;

@@ -23,7 +23,7 @@ auto Plain(const char* label) {
 }  // namespace
 
 LedgerStatus CWorkspace::ReadRow(int64_t id, CTransactionEntry& row) {
-    const CLookup read = m_database.ReadTransaction(id, row);
+    const CLookup read = m_database.Read(id, row);
     if (read.HasFailed()) return LedgerStatus::StoreFailed;
     return read ? LedgerStatus::Ok : LedgerStatus::NoSuchTransaction;
 }
@@ -142,7 +142,7 @@ LedgerStatus CWorkspace::AssignCategory(std::span<const int64_t> rows, int64_t c
                                         const std::string& label) {
     CCategoryEntry category;
     if (categoryId != kNoRow) {
-        const CLookup read = m_database.ReadCategory(categoryId, category);
+        const CLookup read = m_database.Read(categoryId, category);
         if (read.HasFailed()) return LedgerStatus::StoreFailed;
         if (!read) return LedgerStatus::NoSuchCategory;
     }
@@ -160,7 +160,7 @@ LedgerStatus CWorkspace::AssignPayee(std::span<const int64_t> rows, int64_t paye
                                      const std::string& label) {
     CPayeeEntry payee;
     if (payeeId != kNoRow) {
-        const CLookup read = m_database.ReadPayee(payeeId, payee);
+        const CLookup read = m_database.Read(payeeId, payee);
         if (read.HasFailed()) return LedgerStatus::StoreFailed;
         if (!read) return LedgerStatus::NoSuchPayee;
     }
