@@ -20,20 +20,16 @@ std::string OnOneLine(std::string text) {
 }  // namespace
 
 CSession::CSession(CCommandContext& context, Start start)
-    : m_context(context),
-      m_files(context.Host().files),
-      m_database(m_files),
-      m_ledger(m_database),
-      m_startUp(m_database, context.Settings(), m_files) {
+    : m_context(context), m_files(context.Host().files), m_workspace(context.Settings(), m_files) {
     Open(context, start);
     if (!Opened().setAsideJournal.empty()) {
         context.Note("The journal was damaged and was kept as " + Quoted(Opened().setAsideJournal) +
                      "; run 'verify'.");
     }
     NoteRebuilt();
-    if (m_startUp.Step() == StartUpStep::Incomplete) TakeIncomplete(context, start);
-    (void)m_startUp.GoOnWithoutPassword();
-    if (m_startUp.Step() == StartUpStep::EnterPassword) EnterPassword(context);
+    if (StartUp().Step() == StartUpStep::Incomplete) TakeIncomplete(context, start);
+    (void)m_workspace.GoOnWithoutPassword();
+    if (StartUp().Step() == StartUpStep::EnterPassword) EnterPassword(context);
 }
 
 CSession::~CSession() {
@@ -44,8 +40,14 @@ CSession::~CSession() {
     }
 }
 
+const CNameTables& CSession::Names() {
+    const CNameTables& names = m_workspace.Names();
+    RequireStored(m_workspace.HasNames(), Database());
+    return names;
+}
+
 void CSession::NoteRebuilt() {
-    std::vector<std::string> names = m_database.RebuiltIndexes();
+    std::vector<std::string> names = Database().RebuiltIndexes();
     if (names == m_notedRebuilt) return;
     m_context.Note(RebuiltMessage(names));
     m_notedRebuilt = std::move(names);
@@ -58,7 +60,7 @@ void CSession::Open(CCommandContext& context, Start start) {
     constexpr auto kPause = std::chrono::milliseconds(40);
     const auto want =
         start == Start::Create ? CStartUp::Want::ExistingOrNew : CStartUp::Want::ExistingOnly;
-    for (int tries = 1; m_startUp.Start(context.database, want) == StartUpStep::Failed; ++tries) {
+    for (int tries = 1; m_workspace.Start(context.database, want) == StartUpStep::Failed; ++tries) {
         if (Opened().problem != DatabaseProblem::InUse || tries == kTries) Refuse();
         std::this_thread::sleep_for(kPause);
     }
@@ -66,7 +68,7 @@ void CSession::Open(CCommandContext& context, Start start) {
 
 void CSession::Refuse() const {
     const FinanceOpenResult& opened = Opened();
-    switch (m_startUp.Failure()) {
+    switch (StartUp().Failure()) {
         case StartUpFailure::NoDatabase:
             RefuseMissing();
         case StartUpFailure::NotReadable:
@@ -83,13 +85,13 @@ void CSession::TakeIncomplete(CCommandContext& context, Start start) {
                              " could not be brought up to date (" +
                              IncompleteSchemaText(Opened().schema) + ")";
     if (start == Start::Create) {
-        (void)m_startUp.Cancel();
+        (void)m_workspace.CancelStart();
         throw CFailure(what + "; make room on the disk, or run 'verify', and try again.");
     }
     context.Note(what +
                  " and is used as it is; make room on the disk, or run 'verify'. The next "
                  "command tries again.");
-    if (m_startUp.GoOnIncomplete() == StartUpStep::Failed) Refuse();
+    if (m_workspace.GoOnIncomplete() == StartUpStep::Failed) Refuse();
 }
 
 void CSession::RefuseMissing() const {
@@ -105,10 +107,10 @@ void CSession::RefuseMissing() const {
 
 void CSession::EnterPassword(CCommandContext& context) {
     const std::string password = context.ReadPassword("Password of the ledger: ");
-    const PasswordAnswer answer = m_startUp.EnterPassword(password);
+    const PasswordAnswer answer = m_workspace.EnterPassword(password);
     if (answer == PasswordAnswer::Accepted) return;
-    const std::string trouble = StoreMessage(m_database, Medium::Terminal);
-    (void)m_startUp.Cancel();
+    const std::string trouble = StoreMessage(Database(), Medium::Terminal);
+    (void)m_workspace.CancelStart();
     if (answer == PasswordAnswer::Unavailable) throw CFailure(trouble);
     throw CFailure(OnOneLine(kWrongPasswordMessage));
 }

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "cli/CommandContext.h"
-#include "finance/ledger/Ledger.h"
-#include "finance/startup/StartUp.h"
+#include "presenters/workspace/Workspace.h"
 
 namespace quillon {
 
@@ -25,13 +24,18 @@ public:
     CSession(const CSession&) = delete;
     CSession& operator=(const CSession&) = delete;
 
-    CQuillonDatabaseInterface& Database() { return m_database; }
-    CLedger& Ledger() { return m_ledger; }
-    const std::string& Folder() const { return m_startUp.Folder(); }
-    const FinanceOpenResult& Opened() const { return m_startUp.Opened(); }
-    bool IsProtected() const { return m_startUp.IsProtected(); }
+    // Through which entries, accounts and names are changed.
+    CWorkspace& Workspace() { return m_workspace; }
+    CQuillonDatabaseInterface& Database() { return m_workspace.Database(); }
+    CLedger& Ledger() { return m_workspace.Ledger(); }
+    // Of all payees, categories and accounts.
+    const CNameTables& Names();
+    const std::string& Folder() const { return StartUp().Folder(); }
+    const FinanceOpenResult& Opened() const { return StartUp().Opened(); }
+    bool IsProtected() const { return StartUp().IsProtected(); }
 
 private:
+    const CStartUp& StartUp() const { return m_workspace.StartUp(); }
     void Open(CCommandContext& context, Start start);
     // Says what is missing; of a ledger that was to be made, refuses.
     void TakeIncomplete(CCommandContext& context, Start start);
@@ -43,9 +47,7 @@ private:
     CCommandContext& m_context;
     std::vector<std::string> m_notedRebuilt;
     CFileSystem& m_files;
-    CQuillonDatabaseInterface m_database;
-    CLedger m_ledger;
-    CStartUp m_startUp;
+    CWorkspace m_workspace;
 };
 
 }  // namespace quillon

@@ -96,7 +96,7 @@ protected:
         }
     }
 
-    bool HasWord(const RegisterLine& line, const SearchWord& word) const {
+    bool HasWord(const RegisterLine& line, const SearchWord& word) {
         if (word.kind == SearchWord::Kind::Greater) return std::fabs(line.effect) > word.amount;
         if (word.HasDates() && line.row.serviceDate >= word.from &&
             line.row.serviceDate <= word.to) {
@@ -108,7 +108,7 @@ protected:
     }
 
     // Negative, 0 or positive.
-    double Compare(const RegisterLine& a, const RegisterLine& b) const {
+    double Compare(const RegisterLine& a, const RegisterLine& b) {
         const CNameTables& names = workspace.Names();
         const auto number = [](const CTransactionEntry& row) {
             const std::string kind = row.electronicPayment.ToUtf8();

@@ -203,6 +203,7 @@ TEST_F(WorkspaceTest, ALedgerThatIsReadyIsEverything) {
     ASSERT_TRUE(workspace.Close());
     EXPECT_FALSE(workspace.IsReady());
     EXPECT_EQ(workspace.Names().Payee(1), "");
+    EXPECT_FALSE(workspace.HasNames());
     keeper.notices.clear();
     EXPECT_EQ(workspace.Start("ledger"), StartUpStep::EnterPassword);
     EXPECT_EQ(workspace.EnterPassword("wrong"), PasswordAnswer::Wrong);
@@ -211,6 +212,7 @@ TEST_F(WorkspaceTest, ALedgerThatIsReadyIsEverything) {
     ASSERT_EQ(keeper.notices.size(), 1U);
     EXPECT_TRUE(keeper.notices[0].everything);
     EXPECT_EQ(workspace.Names().Payee(1), "Grocer");
+    EXPECT_TRUE(workspace.HasNames());
 }
 
 TEST_F(WorkspaceTest, AnOwnLabelIsKept) {

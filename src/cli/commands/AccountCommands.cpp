@@ -35,7 +35,7 @@ void AddAccount(CCommandContext& context, const AddOptions& options) {
     const int64_t date = options.date.Given() ? RequireDate(options.date.value) : TodayFileTime();
 
     CSession session(context);
-    const LedgerStatus status = session.Ledger().OpenAccount(account, balance, date);
+    const LedgerStatus status = session.Workspace().OpenAccount(account, balance, date);
     if (status == LedgerStatus::NameTaken) {
         throw CFailure("There is an account " + Quoted(options.name) +
                        " already; choose another name.");
@@ -118,7 +118,7 @@ void EditAccount(CCommandContext& context, const EditOptions& options) {
     }
     if (options.type.Given()) account.accountType = RequireAccountType(options.type.value);
     const double before = account.currentBalance;
-    RequireDone(session.Ledger().ChangeAccount(account), session.Database());
+    RequireDone(session.Workspace().ChangeAccount(account), session.Database());
     RequireFound(session.Database().Read(account.id, account), session.Database());
     if (context.WantsJson()) {
         context.Print(AccountJson(account));
@@ -136,7 +136,7 @@ void SetActive(CCommandContext& context, const std::string& name, bool active) {
     CSession session(context);
     CAccountEntry account = RequireAccount(session.Database(), name);
     const std::string shown = Quoted(account.name.ToUtf8());
-    const LedgerStatus status = session.Ledger().SetAccountOpen(account.id, active);
+    const LedgerStatus status = session.Workspace().SetAccountOpen(account.id, active);
     if (status == LedgerStatus::AccountSo) {
         throw CFailure("The account " + shown + " is " + (active ? "open" : "closed") +
                        " already.");

@@ -47,7 +47,8 @@ void Add(CCommandContext& context, const std::string& name) {
     CSession session(context);
     RequireLine(name, "name");
     CCategoryEntry category;
-    RequireDone(session.Ledger().AddCategory(name, category), session.Database(), {.name = name});
+    RequireDone(session.Workspace().AddCategory(name, category), session.Database(),
+                {.name = name});
     PrintRows(context, Json::array({CategoryJson(category)}),
               "The category " + Quoted(name) + " was added.");
 }
@@ -58,7 +59,7 @@ void Rename(CCommandContext& context, const std::string& from, const std::string
     const std::string old = category.name.ToUtf8();
     RequireLine(to, "name");
     const LedgerStatus status =
-        to == old ? LedgerStatus::NameTaken : session.Ledger().RenameCategory(category.id, to);
+        to == old ? LedgerStatus::NameTaken : session.Workspace().RenameCategory(category.id, to);
     RequireDone(status, session.Database(),
                 {.name = status == LedgerStatus::CategoryKept ? old : to});
     category.name = to;
@@ -72,7 +73,7 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
     const CCategoryEntry category = RequireCategory(database, name);
     const int64_t target = moveTo.Given() ? RequireCategory(database, moveTo.value).id : kNoRow;
     NameTrouble trouble{.name = category.name.ToUtf8(), .target = moveTo.value};
-    const LedgerStatus status = session.Ledger().RemoveCategory(category.id, target);
+    const LedgerStatus status = session.Workspace().RemoveCategory(category.id, target);
     if (status == LedgerStatus::StillUsed) {
         RequireStored(session.Ledger().CountCategoryUses(category.id, trouble.uses), database);
     }

@@ -24,7 +24,7 @@ void Export(CCommandContext& context, bool csv, const ExportOptions& options) {
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), options.account);
     const std::vector<RegisterLine> lines = ReadRegister(session.Database(), account);
-    const CNameTables names = RequireNames(session.Database());
+    const CNameTables& names = session.Names();
     const std::string text =
         csv ? RegisterCsv(lines, names) : RegisterQif(lines, names, account.accountType);
     const std::vector<uint8_t> bytes(text.begin(), text.end());

@@ -37,7 +37,7 @@ void Add(CCommandContext& context, const std::string& name) {
     CSession session(context);
     RequireLine(name, "name");
     CPayeeEntry payee;
-    RequireDone(session.Ledger().AddPayee(name, payee), session.Database(), TroubleWith(name));
+    RequireDone(session.Workspace().AddPayee(name, payee), session.Database(), TroubleWith(name));
     PrintRows(context, Json::array({PayeeJson(payee)}),
               "The payee " + Quoted(name) + " was added.");
 }
@@ -48,7 +48,7 @@ void Rename(CCommandContext& context, const std::string& from, const std::string
     const std::string old = payee.name.ToUtf8();
     RequireLine(to, "name");
     const LedgerStatus status =
-        to == old ? LedgerStatus::NameTaken : session.Ledger().RenamePayee(payee.id, to);
+        to == old ? LedgerStatus::NameTaken : session.Workspace().RenamePayee(payee.id, to);
     RequireDone(status, session.Database(), TroubleWith(to));
     payee.name = to;
     PrintRows(context, Json::array({PayeeJson(payee)}),
@@ -61,7 +61,7 @@ void Delete(CCommandContext& context, const std::string& name, const TextOption&
     const CPayeeEntry payee = RequirePayee(database, name);
     const int64_t target = moveTo.Given() ? RequirePayee(database, moveTo.value).id : kNoRow;
     NameTrouble trouble = TroubleWith(payee.name.ToUtf8());
-    const LedgerStatus status = session.Ledger().RemovePayee(payee.id, target);
+    const LedgerStatus status = session.Workspace().RemovePayee(payee.id, target);
     if (status == LedgerStatus::StillUsed) {
         RequireStored(session.Ledger().CountPayeeUses(payee.id, trouble.uses), database);
     }

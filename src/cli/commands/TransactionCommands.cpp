@@ -55,9 +55,10 @@ void ReadPlainValues(const EntryOptions& options, CTransactionEntry& row) {
     if (options.payee.Given()) RequireLine(options.payee.value, "payee");
 }
 
-// Account, category and payee; the payee is made when it is new. An empty name is none.
-void FindNames(const EntryOptions& options, CQuillonDatabaseInterface& database,
-               CTransactionEntry& row) {
+// Account, category and payee, which is made with the entry when it is new. An empty name is
+// none.
+NewNames FindNames(const EntryOptions& options, CQuillonDatabaseInterface& database,
+                   CTransactionEntry& row) {
     if (options.account.Given()) {
         row.accountId = RequireOpenAccount(database, options.account.value).id;
     }
@@ -66,16 +67,15 @@ void FindNames(const EntryOptions& options, CQuillonDatabaseInterface& database,
                              ? kNoRow
                              : RequireCategory(database, options.category.value).id;
     }
-    if (options.payee.Given()) {
-        row.payeeId =
-            options.payee.value.empty() ? kNoRow : database.FindOrAddPayee(options.payee.value);
-        RequireStored(options.payee.value.empty() || row.payeeId != kNoRow, database);
-    }
+    if (!options.payee.Given()) return {};
+    row.payeeId = kNoRow;
+    return {.payee = options.payee.value, .category = {}};
 }
 
-void PrintLines(CCommandContext& context, CQuillonDatabaseInterface& database,
-                const std::string& what, const std::vector<RegisterLine>& lines, bool asArray) {
-    const CNameTables names = RequireNames(database);
+void PrintLines(CCommandContext& context, CSession& session, const std::string& what,
+                const std::vector<RegisterLine>& lines, bool asArray) {
+    CQuillonDatabaseInterface& database = session.Database();
+    const CNameTables& names = session.Names();
     if (context.WantsJson()) {
         Json rows = Json::array();
         for (const RegisterLine& line : lines) rows.push_back(TransactionJson(line, names));
@@ -104,12 +104,9 @@ void AddTransaction(CCommandContext& context, const EntryOptions& options) {
     ReadPlainValues(options, row);
     CSession session(context);
     CQuillonDatabaseInterface& database = session.Database();
-    CFinanceBatch batch(database);
-    RequireStored(batch.Begun(), database);
-    FindNames(options, database, row);
-    RequireDone(session.Ledger().EnterTransaction(row), database);
-    RequireStored(batch.Commit(), database);
-    PrintLines(context, database, "Added", {LineOf(context, database, row.id)}, false);
+    const NewNames names = FindNames(options, database, row);
+    RequireDone(session.Workspace().EnterTransaction(row, names), database);
+    PrintLines(context, session, "Added", {LineOf(context, database, row.id)}, false);
 }
 
 // --- edit and delete
@@ -162,17 +159,14 @@ void EditTransaction(CCommandContext& context, const EntryOptions& options) {
     const COtherSide other(session, id, options.both);
     ReadPlainValues(options, row);
 
-    CFinanceBatch batch(database);
-    RequireStored(batch.Begun(), database);
-    FindNames(options, database, row);
+    const NewNames names = FindNames(options, database, row);
     // A type that was given is meant for the account the row goes to.
     const auto effect = options.type.Given() ? EffectOnMove::AsGiven : EffectOnMove::Kept;
-    RequireDone(session.Ledger().ChangeTransaction(row, other.Sides(), effect), database);
-    RequireStored(batch.Commit(), database);
+    RequireDone(session.Workspace().ChangeTransaction(row, other.Sides(), names, effect), database);
 
     std::vector<RegisterLine> lines{LineOf(context, database, id)};
     if (other.IsChangedToo()) lines.push_back(LineOf(context, database, other.Id()));
-    PrintLines(context, database, "Changed", lines, options.both);
+    PrintLines(context, session, "Changed", lines, options.both);
     other.Mention(context, database);
 }
 
@@ -183,8 +177,8 @@ void DeleteTransaction(CCommandContext& context, const EntryOptions& options) {
     std::vector<RegisterLine> lines{LineOf(context, database, id)};
     const COtherSide other(session, id, options.both);
     if (other.IsChangedToo()) lines.push_back(LineOf(context, database, other.Id()));
-    RequireDone(session.Ledger().RemoveTransaction(id, other.Sides()), database);
-    PrintLines(context, database, "Deleted", lines, options.both);
+    RequireDone(session.Workspace().RemoveTransactions({&id, 1}, other.Sides()), database);
+    PrintLines(context, session, "Deleted", lines, options.both);
     other.Mention(context, database);
 }
 
@@ -209,8 +203,8 @@ void Transfer(CCommandContext& context, const TransferOptions& options) {
     request.toAccountId = RequireOpenAccount(database, options.to).id;
     CTransactionEntry paying;
     CTransactionEntry receiving;
-    RequireDone(session.Ledger().EnterTransfer(request, paying, receiving), database);
-    PrintLines(context, database, "Added",
+    RequireDone(session.Workspace().EnterTransfer(request, paying, receiving), database);
+    PrintLines(context, session, "Added",
                {LineOf(context, database, paying.id), LineOf(context, database, receiving.id)},
                true);
 }

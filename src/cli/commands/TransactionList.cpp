@@ -84,7 +84,7 @@ void ListTransactions(CCommandContext& context, const ListOptions& options) {
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), options.account);
     RequireKnownNames(session.Database(), filter);
-    const CNameTables names = RequireNames(session.Database());
+    const CNameTables& names = session.Names();
     std::vector<RegisterLine> lines;
     RequireStored(filter.Read(session.Database(), account, lines), session.Database());
     std::vector<const RegisterLine*> shown;

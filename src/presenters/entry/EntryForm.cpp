@@ -267,7 +267,7 @@ bool CEntryForm::Save(LedgerStatus& status, TransferSides sides, const std::stri
     NewNames names;
     if (!Result(row, names)) return false;
     status = IsNew() ? m_workspace.EnterTransaction(row, names, label)
-                     : m_workspace.ChangeTransaction(row, sides, names, label);
+                     : m_workspace.ChangeTransaction(row, sides, names, EffectOnMove::Kept, label);
     if (status == LedgerStatus::Ok) m_savedRow = row.id;
     return true;
 }

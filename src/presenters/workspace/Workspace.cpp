@@ -45,7 +45,18 @@ StartUpStep CWorkspace::CancelStart() {
 
 bool CWorkspace::Close() {
     m_names = CNameTables();
+    m_hasNames = false;
     return m_database.Close();
+}
+
+const CNameTables& CWorkspace::Names() {
+    if (!m_wantsNames) ReadNames();
+    return m_names;
+}
+
+void CWorkspace::ReadNames() {
+    m_wantsNames = true;
+    m_hasNames = m_names.Load(m_database);
 }
 
 void CWorkspace::Listen(CWorkspaceListener& listener) {
@@ -64,8 +75,7 @@ void CWorkspace::Leave(CWorkspaceListener& listener) {
 }
 
 void CWorkspace::Tell(const ChangeNotice& notice) {
-    // A failed read leaves names empty; the next notice tries again.
-    if (notice.NamesChanged()) (void)m_names.Load(m_database);
+    if (m_wantsNames && notice.NamesChanged()) ReadNames();
     ++m_telling;
     for (size_t i = 0; i < m_listeners.size(); ++i) {
         if (m_listeners[i]) m_listeners[i]->LedgerChanged(notice);

@@ -55,8 +55,10 @@ public:
     CQuillonDatabaseInterface& Database() { return m_database; }
     CLedger& Ledger() { return m_ledger; }
     const CSettingsFile& Settings() const { return m_settings; }
-    // As of the last notice.
-    const CNameTables& Names() const { return m_names; }
+    // As of the last notice; read when they are first asked for. Where that failed they are
+    // empty and HasNames() is false; the next notice tries again.
+    const CNameTables& Names();
+    bool HasNames() const { return m_hasNames; }
 
     // --- listeners
     void Listen(CWorkspaceListener& listener);
@@ -71,6 +73,7 @@ public:
     [[nodiscard]] LedgerStatus ChangeTransaction(CTransactionEntry& changed,
                                                  TransferSides sides = TransferSides::ThisOnly,
                                                  const NewNames& names = {},
+                                                 EffectOnMove effect = EffectOnMove::Kept,
                                                  const std::string& label = {});
     // With Both, other sides of transfers go too, also where they are among `rows`.
     [[nodiscard]] LedgerStatus RemoveTransactions(std::span<const int64_t> rows,
@@ -131,6 +134,7 @@ private:
     LedgerStatus ReadRow(int64_t id, CTransactionEntry& row);
     LedgerStatus RemoveRow(int64_t id, TransferSides sides, ChangeNotice& notice);
     void NoteRowsFiled(const COwnedList<CTransactionEntry>& rows, ChangeNotice& notice);
+    void ReadNames();
     void Tell(const ChangeNotice& notice);
     StartUpStep Arrive(StartUpStep step);
 
@@ -139,6 +143,8 @@ private:
     CLedger m_ledger;
     CStartUp m_startUp;
     CNameTables m_names;
+    bool m_wantsNames = false;  // somebody asked for them
+    bool m_hasNames = false;
     std::vector<CWorkspaceListener*> m_listeners;  // borrowed; null where one left meanwhile
     int m_telling = 0;
 };

@@ -50,7 +50,7 @@ LedgerStatus CWorkspace::ChangeAccount(const CAccountEntry& account, const std::
 }
 
 LedgerStatus CWorkspace::SetAccountOpen(int64_t accountId, bool open, const std::string& label) {
-    const auto own = Named(open ? "Reopen account" : "Close account", m_names.Account(accountId));
+    const auto own = Named(open ? "Reopen account" : "Close account", Names().Account(accountId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         const LedgerStatus status = m_ledger.SetAccountOpen(accountId, open);
         notice.accountTable = true;
@@ -74,7 +74,7 @@ LedgerStatus CWorkspace::AddCategory(std::string_view name, CCategoryEntry& cate
 
 LedgerStatus CWorkspace::RenameCategory(int64_t categoryId, std::string_view name,
                                         const std::string& label) {
-    const auto own = Named("Rename category", m_names.Category(categoryId));
+    const auto own = Named("Rename category", Names().Category(categoryId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         notice.categoryTable = true;
         return m_ledger.RenameCategory(categoryId, name);
@@ -83,7 +83,7 @@ LedgerStatus CWorkspace::RenameCategory(int64_t categoryId, std::string_view nam
 
 LedgerStatus CWorkspace::RemoveCategory(int64_t categoryId, int64_t moveTo,
                                         const std::string& label) {
-    const auto own = Named("Delete category", m_names.Category(categoryId));
+    const auto own = Named("Delete category", Names().Category(categoryId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         COwnedList<CTransactionEntry> rows;
         if (!m_database.ListTransactionsByCategory(categoryId, rows)) {
@@ -105,7 +105,7 @@ LedgerStatus CWorkspace::AddPayee(std::string_view name, CPayeeEntry& payee,
 
 LedgerStatus CWorkspace::RenamePayee(int64_t payeeId, std::string_view name,
                                      const std::string& label) {
-    const auto own = Named("Rename payee", m_names.Payee(payeeId));
+    const auto own = Named("Rename payee", Names().Payee(payeeId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         notice.payeeTable = true;
         return m_ledger.RenamePayee(payeeId, name);
@@ -113,7 +113,7 @@ LedgerStatus CWorkspace::RenamePayee(int64_t payeeId, std::string_view name,
 }
 
 LedgerStatus CWorkspace::RemovePayee(int64_t payeeId, int64_t moveTo, const std::string& label) {
-    const auto own = Named("Delete payee", m_names.Payee(payeeId));
+    const auto own = Named("Delete payee", Names().Payee(payeeId));
     return Perform(label, own, [&](ChangeNotice& notice) {
         COwnedList<CTransactionEntry> rows;
         if (!m_database.ListTransactionsByPayee(payeeId, rows)) return LedgerStatus::StoreFailed;

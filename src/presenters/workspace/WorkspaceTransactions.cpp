@@ -59,7 +59,8 @@ LedgerStatus CWorkspace::EnterTransaction(CTransactionEntry& transaction, const 
 }
 
 LedgerStatus CWorkspace::ChangeTransaction(CTransactionEntry& wanted, TransferSides sides,
-                                           const NewNames& names, const std::string& label) {
+                                           const NewNames& names, EffectOnMove effect,
+                                           const std::string& label) {
     CTransactionEntry changed;
     const LedgerStatus done =
         Perform(label, Plain("Change transaction"), [&](ChangeNotice& notice) {
@@ -72,7 +73,9 @@ LedgerStatus CWorkspace::ChangeTransaction(CTransactionEntry& wanted, TransferSi
             if (sides == TransferSides::Both) both = m_ledger.FindOtherTransferSide(old.id, other);
             if (both.HasFailed()) return LedgerStatus::StoreFailed;
             status = MakeNames(names, changed.payeeId, changed.categoryId, notice);
-            if (status == LedgerStatus::Ok) status = m_ledger.ChangeTransaction(changed, sides);
+            if (status == LedgerStatus::Ok) {
+                status = m_ledger.ChangeTransaction(changed, sides, effect);
+            }
             if (status != LedgerStatus::Ok) return status;
             notice.AddRow(RowChange::Changed, changed, old.accountId);
             if (both) notice.AddRow(RowChange::Changed, other);
@@ -177,7 +180,7 @@ LedgerStatus CWorkspace::AssignPayee(std::span<const int64_t> rows, int64_t paye
 LedgerStatus CWorkspace::MoveToAccount(std::span<const int64_t> rows, int64_t accountId,
                                        const std::string& label) {
     const auto own = [&] {
-        return LabelOf("Move", rows.size(), " to '" + m_names.Account(accountId) + "'");
+        return LabelOf("Move", rows.size(), " to '" + Names().Account(accountId) + "'");
     };
     return ChangeEach(rows, label, own, [&](CTransactionEntry& row) {
         row.accountId = accountId;
