@@ -54,6 +54,23 @@ protected:
         });
     }
 
+    struct Hint {
+        Kind kind;
+        Ids lines;
+        double rightAmount = 0.0;
+        int64_t days = 0;
+
+        bool operator==(const Hint&) const = default;
+    };
+    std::vector<Hint> Hints() const {
+        std::vector<Hint> hints;
+        for (const ReconciliationHint& hint : reconciliation.Hints()) {
+            Hint& copy = hints.emplace_back(Hint{hint.kind, {}, hint.rightAmount, hint.days});
+            for (const RegisterLine* line : hint.lines) copy.lines.push_back(line->row.id);
+        }
+        return hints;
+    }
+
     std::vector<Ids> Solutions() const {
         std::vector<Ids> solutions;
         for (const auto& solution : reconciliation.Solutions()) solutions.push_back(solution.Ids());
@@ -303,29 +320,34 @@ TEST_F(BankReconciliation, HintsAtMistakes) {
         const char* name;
         std::vector<Entry> entries;
         double difference;
-        std::vector<std::pair<Kind, Ids>> hints;
+        std::vector<Hint> hints;
     } rows[] = {
         {"a deposit entered as payment", {{500, 100}, {-45.50, 101}}, 91, {{Kind::WrongSide, {2}}}},
         {"a payment entered as deposit", {{500, 100}, {45.50, 101}}, -91, {{Kind::WrongSide, {2}}}},
         {"half the difference on the right side", {{500, 100}, {45.50, 101}}, 91, {}},
-        {"54 for 45", {{500, 100}, {-54.13, 101}}, 9, {{Kind::Transposed, {2}}}},
-        {"45 for 54", {{500, 100}, {-45.13, 101}}, -9, {{Kind::Transposed, {2}}}},
+        {"54 for 45", {{500, 100}, {-54.13, 101}}, 9, {{Kind::Transposed, {2}, 45.13}}},
+        {"45 for 54", {{500, 100}, {-45.13, 101}}, -9, {{Kind::Transposed, {2}, 54.13}}},
         {"a deposit of 12.35 for 12.53",
          {{500, 100}, {12.35, 101}},
          0.18,
-         {{Kind::Transposed, {2}}}},
-        {"across the point", {{500, 100}, {-12.70, 101}}, -4.5, {{Kind::Transposed, {2}}}},
+         {{Kind::Transposed, {2}, 12.53}}},
+        {"across the point", {{500, 100}, {-12.70, 101}}, -4.5, {{Kind::Transposed, {2}, 17.20}}},
         {"by nine, but no digits fit", {{500, 100}, {-45.13, 101}}, -27, {}},
         {"not by nine", {{500, 100}, {-45.13, 101}}, -9.01, {}},
-        {"outside the days", {{500, 1}, {-33.20, 20}, {-7, 90}}, 33.20, {{Kind::OutsideDays, {2}}}},
+        {"outside the days",
+         {{500, 1}, {-33.20, 20}, {-7, 90}},
+         33.20,
+         {{Kind::OutsideDays, {2}, 0, 70}}},
         {"entered twice, long ago",
          {{500, 1}, {-33.20, 20, 7}, {-33.20, 25, 7}, {-7, 90}},
          33.20,
-         {{Kind::EnteredTwice, {2, 3}}, {Kind::OutsideDays, {3}}, {Kind::OutsideDays, {2}}}},
+         {{Kind::EnteredTwice, {2, 3}},
+          {Kind::OutsideDays, {3}, 0, 65},
+          {Kind::OutsideDays, {2}, 0, 70}}},
         {"six days apart is no mistake",
          {{500, 1}, {-33.20, 20, 7}, {-33.20, 26, 7}, {-7, 90}},
          33.20,
-         {{Kind::OutsideDays, {3}}, {Kind::OutsideDays, {2}}}},
+         {{Kind::OutsideDays, {3}, 0, 64}, {Kind::OutsideDays, {2}, 0, 70}}},
         {"all of them", {{500, 1}, {-20, 100}, {-30, 101}}, 50, {{Kind::AllCandidates, {2, 3}}}},
         {"nothing to say", {{500, 100}, {-20, 101}}, 3.33, {}},
     };
@@ -334,14 +356,7 @@ TEST_F(BankReconciliation, HintsAtMistakes) {
         MakeRegister(row.entries);
         const ReconciliationMessage message = Compute(lines.back().balance + row.difference);
         EXPECT_EQ(message.icon, Icon::Stop);
-        std::vector<std::pair<Kind, Ids>> hints;
-        for (const ReconciliationHint& hint : reconciliation.Hints()) {
-            Ids ids;
-            for (const RegisterLine* line : hint.lines) ids.push_back(line->row.id);
-            hints.emplace_back(hint.kind, ids);
-            EXPECT_NE(hint.text, "");
-        }
-        EXPECT_EQ(hints, row.hints);
+        EXPECT_EQ(Hints(), row.hints);
     }
 }
 
@@ -350,10 +365,7 @@ TEST_F(BankReconciliation, HintsAtATwinOfTheSolution) {
     MakeRegister({{500, 100}, {-33.20, 101, 7}, {-33.20, 104, 7}});
     EXPECT_TRUE(Compute(433.60 + 33.20).IsEmpty());
     EXPECT_EQ(Solutions(), (std::vector<Ids>{{3}}));
-    ASSERT_EQ(reconciliation.Hints().size(), 1u);
-    EXPECT_EQ(reconciliation.Hints()[0].text,
-              "33.20 for the same payee was entered on 2024-04-10 and on 2024-04-13; if that is "
-              "one time too many, it explains the difference.");
+    EXPECT_EQ(Hints(), (std::vector<Hint>{{Kind::EnteredTwice, {2, 3}}}));
 }
 
 // --- out of a ledger

@@ -14,6 +14,7 @@
 #include "finance/reconciliation/BankReconciliation.h"
 #include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
+#include "wording/ReconciliationWords.h"
 
 namespace quillon {
 
@@ -144,8 +145,9 @@ void CReconcileCommand::PrintJson() {
     for (const auto& solution : m_reconciliation.Solutions()) solutions.push_back(solution.Ids());
     Json hints = Json::array();
     for (const ReconciliationHint& hint : m_reconciliation.Hints()) {
-        hints.push_back(
-            {{"kind", KeyOf(hint.kind)}, {"text", hint.text}, {"transactions", IdsOf(hint.lines)}});
+        hints.push_back({{"kind", KeyOf(hint.kind)},
+                         {"text", HintText(hint)},
+                         {"transactions", IdsOf(hint.lines)}});
     }
     m_context.Print({{"difference", SettledSum(m_reconciliation.Difference())},
                      {"days", m_reconciliation.LookBackDays()},
@@ -238,7 +240,7 @@ void CReconcileCommand::PrintHints(const CNameTables& names) {
     m_context.Say("");
     m_context.Say("What else would explain it:");
     for (const ReconciliationHint& hint : m_reconciliation.Hints()) {
-        m_context.Say("  " + hint.text);
+        m_context.Say("  " + HintText(hint));
         PrintLines(hint.lines, names);
     }
 }

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 #include <unordered_map>
 #include <utility>
 
 #include "finance/ledger/Balance.h"
 #include "foundation/CalendarDate.h"
-#include "foundation/CurrencyFormat.h"
 
 namespace quillon {
 
@@ -20,14 +20,6 @@ bool IsSameAmount(double a, double b) {
     return std::fabs(a - b) < kSameAmount;
 }
 
-std::string DateOf(const RegisterLine& line) {
-    return FormatIsoDate(line.row.serviceDate);
-}
-
-std::string AmountOf(const RegisterLine& line) {
-    return FormatCurrency(std::fabs(line.effect));
-}
-
 // The hints of one kind, taken newest first.
 class CHints {
 public:
@@ -35,9 +27,9 @@ public:
         : m_hints(hints), m_kind(kind) {}
 
     bool IsFull() const { return m_count == kMostHintsOfAKind; }
-    void Add(std::vector<const RegisterLine*> lines, std::string text) {
-        m_hints.push_back({m_kind, std::move(lines), std::move(text)});
+    ReconciliationHint& Add(std::vector<const RegisterLine*> lines) {
         ++m_count;
+        return m_hints.emplace_back(ReconciliationHint{.kind = m_kind, .lines = std::move(lines)});
     }
 
 private:
@@ -51,11 +43,7 @@ void AddWrongSides(const HintRequest& request, std::vector<ReconciliationHint>& 
     CHints found(hints, ReconciliationHintKind::WrongSide);
     for (size_t i = request.candidates.size(); i-- > 0 && !found.IsFull();) {
         const RegisterLine& line = *request.candidates[i].entry;
-        if (!IsSameAmount(-2 * line.effect, request.difference)) continue;
-        const bool in = line.effect > 0;
-        found.Add({&line}, AmountOf(line) + " on " + DateOf(line) +
-                               " is half of the difference and " + (in ? "comes in" : "goes out") +
-                               "; it should perhaps " + (in ? "go out" : "come in") + ".");
+        if (IsSameAmount(-2 * line.effect, request.difference)) found.Add({&line});
     }
 }
 
@@ -87,11 +75,7 @@ void AddTransposed(const HintRequest& request, std::vector<ReconciliationHint>& 
         const auto cents = static_cast<int64_t>(std::llround(amount * 100));
         if (!IsSameAmount(static_cast<double>(cents) / 100, amount)) continue;
         const int64_t right = SwappedBy(cents, line.effect > 0 ? difference : -difference);
-        if (right < 0) continue;
-        found.Add({&line}, AmountOf(line) + " on " + DateOf(line) +
-                               " may have two digits swapped; " +
-                               FormatCurrency(static_cast<double>(right) / 100) +
-                               " would explain the difference.");
+        if (right >= 0) found.Add({&line}).rightAmount = static_cast<double>(right) / 100;
     }
 }
 
@@ -109,12 +93,7 @@ void AddEnteredTwice(const HintRequest& request, std::vector<ReconciliationHint>
         if (!other || DaysBetween(line.row.serviceDate, other->row.serviceDate) > kNearDays) {
             continue;
         }
-        const std::string days = DateOf(line) == DateOf(*other)
-                                     ? "twice on " + DateOf(line)
-                                     : "on " + DateOf(line) + " and on " + DateOf(*other);
-        found.Add({&line, other},
-                  AmountOf(line) + " for the same payee was entered " + days +
-                      "; if that is one time too many, it explains the difference.");
+        found.Add({&line, other});
     }
 }
 
@@ -123,11 +102,8 @@ void AddOutsideDays(const HintRequest& request, std::vector<ReconciliationHint>&
     for (size_t i = request.lines.size(); i-- > 0 && !found.IsFull();) {
         const RegisterLine& line = request.lines[i];
         if (line.row.serviceDate >= request.startDate || !ExplainsAlone(line, request)) continue;
-        const int64_t days =
+        found.Add({&line}).days =
             DaysBetween(line.row.serviceDate, request.lines.back().row.serviceDate);
-        found.Add({&line}, AmountOf(line) + " on " + DateOf(line) +
-                               " explains the difference, but lies outside the look back days: " +
-                               std::to_string(days) + " would include it.");
     }
 }
 
@@ -142,10 +118,7 @@ void AddAllCandidates(const HintRequest& request, std::vector<ReconciliationHint
     for (const ReconciliationCandidate& candidate : request.candidates) {
         lines.push_back(candidate.entry);
     }
-    CHints(hints, ReconciliationHintKind::AllCandidates)
-        .Add(std::move(lines), "All " + std::to_string(count) +
-                                   " transactions of the look back days together explain the "
-                                   "difference; perhaps none of them has cleared the bank.");
+    CHints(hints, ReconciliationHintKind::AllCandidates).Add(std::move(lines));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "finance/reconciliation/ReconciliationSolver.h"
@@ -20,8 +19,9 @@ enum class ReconciliationHintKind {
 
 struct ReconciliationHint {
     ReconciliationHintKind kind;
-    std::vector<const RegisterLine*> lines;  // not owned, in register order
-    std::string text;                        // a sentence for people
+    std::vector<const RegisterLine*> lines;  // not owned, in register order, at least one
+    double rightAmount = 0.0;                // of Transposed: with the digits in their places
+    int64_t days = 0;                        // of OutsideDays: as many would include the line
 };
 
 struct HintRequest {
