@@ -64,23 +64,6 @@ CheckProblem JudgeTransaction(const CTransactionEntry& transaction, const CAccou
     return commas > kMostCommas ? CheckProblem::TooLarge : CheckProblem::None;
 }
 
-// "payee", in the middle of a sentence.
-std::string NameOf(CheckField field) {
-    switch (field) {
-        case CheckField::Date:
-            return "date";
-        case CheckField::Payee:
-            return "payee";
-        case CheckField::Amount:
-            return "numeric amount";
-        case CheckField::WrittenAmount:
-            return "written amount";
-        case CheckField::Memo:
-            break;
-    }
-    return "memo";
-}
-
 }  // namespace
 
 CheckProblem CCheckPrinter::ReadAccount(int64_t accountId, CAccountEntry& account) {
@@ -114,8 +97,8 @@ bool CCheckPrinter::NoteOtherUse(int64_t accountId, CheckJob& job) {
     if (!m_ledger.Database().ListTransactionsByAccount(accountId, transactions)) return false;
     for (const CTransactionEntry& other : transactions) {
         if (other.check != job.number || other.id == job.transactionId) continue;
-        job.notes.push_back("Check number " + std::to_string(job.number) +
-                            " is also that of transaction " + std::to_string(other.id) + ".");
+        job.notes.push_back(
+            {.kind = CheckNote::Kind::NumberUsed, .number = job.number, .transactionId = other.id});
         break;
     }
     return true;
@@ -127,7 +110,7 @@ CheckTrouble CCheckPrinter::LayOut(const CheckContents& contents, CheckJob& job)
     CheckPageResult result = LayOutCheck(layout.format, contents);
     job.page = std::move(result.page);
     for (const CheckField field : result.cut) {
-        job.notes.push_back("The " + NameOf(field) + " is too long for its place and was cut.");
+        job.notes.push_back({.kind = CheckNote::Kind::TextCut, .field = field});
     }
     return {ProblemOf(result.problem), result.field};
 }
@@ -155,11 +138,9 @@ CheckTrouble CCheckPrinter::Prepare(const CheckRequest& request, CheckJob& job) 
     }
     const CheckContents contents =
         ContentsOf(transaction.serviceDate, payee.name.ToUtf8(), transaction.amount, request.memo);
-    if (payee.name.IsEmpty()) {
-        job.notes.emplace_back("The transaction has no payee; write it by hand.");
-    }
+    if (payee.name.IsEmpty()) job.notes.push_back({.kind = CheckNote::Kind::NoPayee});
     if (contents[static_cast<size_t>(CheckField::WrittenAmount)].empty()) {
-        job.notes.emplace_back("An amount below 1.00 has no words; write it by hand.");
+        job.notes.push_back({.kind = CheckNote::Kind::NoWords});
     }
     if (!NoteOtherUse(account.id, job)) return {CheckProblem::StoreFailed, {}};
     const CheckTrouble trouble = LayOut(contents, job);
@@ -213,49 +194,6 @@ std::string PrintTitle(int32_t number) {
 
 std::string PrintFailedMessage(int32_t number, const std::string& destination) {
     return "The print of check " + std::to_string(number) + " to " + destination + " failed.";
-}
-
-std::string TextOf(const CheckTrouble& trouble) {
-    switch (trouble.problem) {
-        case CheckProblem::NoSuchAccount:
-            return "There is no such account.";
-        case CheckProblem::NotChecking:
-            return "Checks are drawn on checking accounts only; choose one of those.";
-        case CheckProblem::NoSuchTransaction:
-            return "There is no such transaction; the register of the account shows all.";
-        case CheckProblem::OtherAccount:
-            return "The transaction is not one of this account; choose the account it is in.";
-        case CheckProblem::ComesIn:
-            return "The transaction brings money into the account; a check takes money out.";
-        case CheckProblem::Electronically:
-            return "The transaction is an electronic payment; take that mark away to pay it by "
-                   "check.";
-        case CheckProblem::NoAmount:
-            return "The amount of the transaction is 0.00; a check needs an amount.";
-        case CheckProblem::TooLarge:
-            return "Amounts of a billion and more cannot be written in words; use several checks.";
-        case CheckProblem::BadNumber:
-            return "The check number must be 1 or above.";
-        case CheckProblem::NoNumberLeft:
-            return "There is no check number above the account's latest one; specify one.";
-        case CheckProblem::BadPosition:
-            return "A position in the account's check layout cannot be used; set it anew, as "
-                   "three positive whole numbers.";
-        case CheckProblem::BadWidth:
-            return "The check width in the account's check layout cannot be used; set it anew, "
-                   "as a positive number of inches.";
-        case CheckProblem::TooWide:
-            return "The check width in the account's check layout is above 100 inches; set the "
-                   "width of the check forms.";
-        case CheckProblem::DoesNotFit:
-            return "The " + NameOf(trouble.field) +
-                   " does not fit on the check, even in small print; change its position or the "
-                   "check width.";
-        case CheckProblem::None:
-        case CheckProblem::StoreFailed:
-            break;
-    }
-    return {};
 }
 
 }  // namespace quillon

@@ -42,13 +42,30 @@ struct CheckTrouble {
     CheckField field = CheckField::Date;
 };
 
+// What the user should look at before the check is handed out.
+struct CheckNote {
+    enum class Kind {
+        NoPayee,
+        NoWords,     // of an amount below 1.00
+        NumberUsed,  // `number` is also that of `transactionId`
+        TextCut,     // of `field`, which was too long for its place
+    };
+
+    Kind kind = Kind::NoPayee;
+    CheckField field = CheckField::Date;
+    int32_t number = 0;
+    int64_t transactionId = kNoRow;
+
+    bool operator==(const CheckNote&) const = default;
+};
+
 // A check that is ready to be drawn. Nothing of it is stored yet.
 struct CheckJob {
     int64_t accountId = kNoRow;
     int64_t transactionId = kNoRow;
     int32_t number = 0;
     CheckPage page;
-    std::vector<std::string> notes;  // what the user should look at, a sentence each
+    std::vector<CheckNote> notes;
 };
 
 // Prints checks in two steps, so that only a check that is on paper has a number:
@@ -92,8 +109,5 @@ private:
 std::string PrintTitle(int32_t number);
 // "The print of check 1025 to 'Office' failed." with the destination as it is given.
 std::string PrintFailedMessage(int32_t number, const std::string& destination);
-// One line: what is wrong and what to do. Empty for None and StoreFailed, of which the
-// database knows more.
-std::string TextOf(const CheckTrouble& trouble);
 
 }  // namespace quillon

@@ -17,6 +17,7 @@
 #include "output/CheckPrintUtility.h"
 #include "output/CheckPrinter.h"
 #include "output/CheckSvg.h"
+#include "wording/CheckWords.h"
 
 namespace quillon {
 
@@ -207,7 +208,7 @@ void RequireReady(const CheckTrouble& trouble, const CQuillonDatabaseInterface& 
     if (trouble.problem == CheckProblem::None) return;
     if (trouble.problem == CheckProblem::StoreFailed)
         throw CFailure(StoreMessage(database, Medium::Terminal));
-    throw CFailure(TextOf(trouble));
+    throw CFailure(CheckMessage(trouble));
 }
 
 // A printed check has a number, so 0 is none here.
@@ -231,7 +232,7 @@ void Report(CCommandContext& context, const CheckJob& job, const std::string& fi
     } else {
         context.Say(what + " was written to " + Quoted(file) + ".");
     }
-    for (const std::string& note : job.notes) context.Note(note);
+    for (const CheckNote& note : job.notes) context.Note(CheckNoteText(note));
 }
 
 void PrintCheck(CCommandContext& context, const PrintOptions& options) {
