@@ -18,9 +18,9 @@ struct HttpsAnswer {
     // Success when a whole answer came, whatever its code. Else NotFound, NotConnected,
     // CertificateRefused, TimedOut, TooLarge, RedirectRefused or Failed.
     StockQuoteStatus status = StockQuoteStatus::Failed;
-    int httpCode = 0;    // 0: no answer came
-    std::string body;    // bytes as sent; empty unless Success
-    std::string detail;  // what the platform says about a failure
+    int httpCode = 0;         // 0: no answer came
+    std::string body;         // bytes as sent; empty unless Success
+    StockQuoteDetail detail;  // of a failure
 };
 
 struct HttpsLimits {

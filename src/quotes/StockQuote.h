@@ -27,6 +27,42 @@ enum class StockQuoteStatus {
     Failed,           // anything else
 };
 
+// What is known of a failure beyond its status.
+enum class StockQuoteReason {
+    None,
+    // --- BadSetting
+    HostNotBare,          // more than a name
+    PortOutOfRange,       // no number from 1 to 65535
+    PathPrefixNotRooted,  // without its "/", or with a blank
+    PathEndHasBlanks,     // exchange separator or suffix
+    PriceMarkerEmpty,
+    // --- CertificateRefused
+    NoCertificateFiles,  // the platform takes authorities from its own store alone
+    // --- TimedOut
+    NoConnection,  // within `value` milliseconds
+    NoData,        // for `value` milliseconds
+    NoAnswer,
+    NotDone,  // as a whole within `value` milliseconds
+    // --- TooLarge
+    BodyTooLarge,  // more than `value` bytes
+    // --- RedirectRefused
+    NotHttps,
+    TooManyRedirects,  // more than `value`
+    // --- Failed
+    OutOfMemory,
+    LibraryNotStarted,
+    LibraryFailed,
+    // --- with any status
+    WindowsError,  // of number `value`
+    PlatformText,  // `text` is what the platform says, in its own words
+};
+
+struct StockQuoteDetail {
+    StockQuoteReason reason = StockQuoteReason::None;
+    int64_t value = 0;
+    std::string text{};
+};
+
 // One symbol's request: what to ask for, and the exchanges to ask at where a service
 // wants one.
 class CStockQuote {
@@ -57,10 +93,10 @@ private:
 struct StockQuoteAttempt {
     int service = -1;
     StockQuoteStatus status = StockQuoteStatus::Failed;
-    std::string host;    // empty when it did not get that far
-    std::string path;    // the same
-    int httpCode = 0;    // of the answer, 0 for none
-    std::string detail;  // what the platform or the settings say about it, or empty
+    std::string host;  // empty when it did not get that far
+    std::string path;  // the same
+    int httpCode = 0;  // of the answer, 0 for none
+    StockQuoteDetail detail;
 };
 
 // The answer to a CStockQuote.
@@ -73,9 +109,5 @@ struct CStockQuoteResult {
     int64_t time = 0;  // file time of the answer, 0 for none
     std::vector<StockQuoteAttempt> attempts;
 };
-
-// What was wrong with an attempt that failed and what to do about it, as one sentence
-// without full stop.
-std::string Explain(const StockQuoteAttempt& attempt);
 
 }  // namespace quillon

@@ -60,7 +60,7 @@ CStockQuoteResult CStockQuoteGateway::Request(const CStockQuote& quote, int serv
         } catch (const std::bad_alloc&) {
             StockQuoteAttempt attempt;
             attempt.service = number;
-            attempt.detail = "not enough memory";
+            attempt.detail.reason = StockQuoteReason::OutOfMemory;
             result.attempts.push_back(std::move(attempt));
         }
     }
@@ -72,7 +72,7 @@ bool CStockQuoteGateway::RequestFrom(const CStockQuote& quote, int number,
     StockQuoteAttempt attempt;
     attempt.service = number;
     StockQuoteService service;
-    attempt.status = LoadStockQuoteService(m_settings, number, service, attempt.detail);
+    attempt.status = LoadStockQuoteService(m_settings, number, service, attempt.detail.reason);
     if (attempt.status == StockQuoteStatus::Success && service.host.empty()) {
         attempt.status = StockQuoteStatus::NoHost;
     }
@@ -122,7 +122,8 @@ CStockQuoteResult CStockQuoteGateway::FromPage(const CStockQuote& quote, int ser
     CStockQuoteResult result = Begin(quote, service, attempt);
     StockQuoteService description;
     if (attempt.status == StockQuoteStatus::Success) {
-        attempt.status = LoadStockQuoteService(m_settings, service, description, attempt.detail);
+        attempt.status =
+            LoadStockQuoteService(m_settings, service, description, attempt.detail.reason);
     }
     if (attempt.status == StockQuoteStatus::Success) {
         attempt.status = CutStockQuote(page, description, result.price, result.name);

@@ -94,22 +94,17 @@ private:
     std::string m_section;
 };
 
-// What is wrong with the service, or empty.
-std::string Problem(const StockQuoteService& service) {
-    if (!IsHostName(service.host)) {
-        return std::string(settings::kHost) + " must be a bare name such as quotes.example";
-    }
+// What is wrong with the service.
+StockQuoteReason Problem(const StockQuoteService& service) {
+    if (!IsHostName(service.host)) return StockQuoteReason::HostNotBare;
     if (!IsPath(service.pathPrefix) || !service.pathPrefix.starts_with('/')) {
-        return std::string(settings::kPathPrefix) + " must start with / and hold no blanks";
+        return StockQuoteReason::PathPrefixNotRooted;
     }
     if (!IsPath(service.exchangeSeparator) || !IsPath(service.pathSuffix)) {
-        return std::string(settings::kExchangeSeparator) + " and " + settings::kPathSuffix +
-               " must hold no blanks";
+        return StockQuoteReason::PathEndHasBlanks;
     }
-    if (service.priceMarker.empty()) {
-        return std::string(settings::kPriceMarker) + " must not be empty";
-    }
-    return {};
+    return service.priceMarker.empty() ? StockQuoteReason::PriceMarkerEmpty
+                                       : StockQuoteReason::None;
 }
 
 }  // namespace
@@ -119,7 +114,7 @@ std::string StockQuoteServiceSection(int number) {
 }
 
 StockQuoteStatus LoadStockQuoteService(const CSettingsFile& settings, int number,
-                                       StockQuoteService& service, std::string& detail) {
+                                       StockQuoteService& service, StockQuoteReason& reason) {
     static constexpr StockQuoteService (*kServices[kStockQuoteServices])() = {
         SearchEngine, AnalysisSite, NewsSite};
     if (number < 0 || number >= kStockQuoteServices) return StockQuoteStatus::UnknownService;
@@ -138,10 +133,9 @@ StockQuoteStatus LoadStockQuoteService(const CSettingsFile& settings, int number
     own.Read(settings::kNameEnd, ends);
     if (!ends.empty()) service.nameEnds = Split(ends);
 
-    detail = own.ReadPort(service.port)
-                 ? Problem(service)
-                 : std::string(settings::kPort) + " must be a number from 1 to 65535";
-    return detail.empty() ? StockQuoteStatus::Success : StockQuoteStatus::BadSetting;
+    reason = own.ReadPort(service.port) ? Problem(service) : StockQuoteReason::PortOutOfRange;
+    return reason == StockQuoteReason::None ? StockQuoteStatus::Success
+                                            : StockQuoteStatus::BadSetting;
 }
 
 }  // namespace quillon

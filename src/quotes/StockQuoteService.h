@@ -39,9 +39,9 @@ std::string StockQuoteServiceSection(int number);
 //   BlockMarker, PriceMarker, SecondMarker, NameMarker   "none" for no marker
 //   NameEnd                                              several with "|" between them
 //
-// Success, UnknownService, or BadSetting with `detail` naming the key. A missing host is
-// no failure here: a saved page needs none.
+// Success, UnknownService, or BadSetting with its `reason`. A missing host is no failure
+// here: a saved page needs none.
 StockQuoteStatus LoadStockQuoteService(const CSettingsFile& settings, int number,
-                                       StockQuoteService& service, std::string& detail);
+                                       StockQuoteService& service, StockQuoteReason& reason);
 
 }  // namespace quillon

@@ -13,7 +13,7 @@ TEST(HttpsTransportWindows, CertificateFilesAreRefused) {
     options.certificateFile = "authority.pem";
     const HttpsAnswer answer = PlatformHttpsTransport(options)->Get({"127.0.0.1", 1, "/"});
     EXPECT_EQ(answer.status, StockQuoteStatus::CertificateRefused);
-    EXPECT_NE(answer.detail.find("store"), std::string::npos);
+    EXPECT_EQ(answer.detail.reason, StockQuoteReason::NoCertificateFiles);
 }
 
 }  // namespace

@@ -15,8 +15,8 @@ namespace {
 StockQuoteService Service(int number) {
     const CSettingsFile none(SettingsPlaces::Fixed(""));
     StockQuoteService service;
-    std::string detail;
-    EXPECT_EQ(LoadStockQuoteService(none, number, service, detail), StockQuoteStatus::Success);
+    StockQuoteReason reason{};
+    EXPECT_EQ(LoadStockQuoteService(none, number, service, reason), StockQuoteStatus::Success);
     return service;
 }
 

@@ -12,6 +12,7 @@
 #include "foundation/platform/Folders.h"
 #include "quotes/StockQuoteGateway.h"
 #include "settings/SettingsNames.h"
+#include "wording/QuoteWords.h"
 
 namespace quillon {
 
@@ -40,21 +41,6 @@ std::string ReadPage(CFileSystem& files, const std::string& path) {
     const int64_t read = file->ReadAt(0, bytes);
     if (read < 0) throw CFailure("The page " + Quoted(path) + " cannot be read.");
     return std::string(bytes.begin(), bytes.begin() + read);
-}
-
-// What was wrong, from every service that was asked.
-std::string Reasons(const CStockQuoteResult& result) {
-    std::string reasons;
-    for (const StockQuoteAttempt& attempt : result.attempts) {
-        if (!reasons.empty()) reasons += "; ";
-        if (result.attempts.size() > 1) {
-            reasons += "service " + std::to_string(attempt.service);
-            if (!attempt.path.empty()) reasons += " " + attempt.path;
-            reasons += ": ";
-        }
-        reasons += Explain(attempt);
-    }
-    return reasons;
 }
 
 // All digits that the price has, at least two behind the point.
@@ -111,10 +97,7 @@ CStockQuoteResult Ask(CCommandContext& context, const QuoteOptions& options) {
 
 void Quote(CCommandContext& context, const QuoteOptions& options) {
     const CStockQuoteResult result = Ask(context, options);
-    if (!result.success) {
-        throw CFailure("No price of " + Quoted(Printable(options.symbol)) + ": " +
-                       Printable(Reasons(result)) + ".");
-    }
+    if (!result.success) throw CFailure(QuoteMessage(result));
     Show(context, result);
 }
 

@@ -68,9 +68,11 @@ public:
         : m_options(options), m_started(MonotonicMilliseconds()) {}
 
     HttpsAnswer Run(const HttpsRequest& request) {
-        if (!CurlIsReady() || !Prepare(request)) return Failure("the HTTPS library did not start");
+        if (!CurlIsReady() || !Prepare(request)) {
+            return Failure(StockQuoteReason::LibraryNotStarted);
+        }
         if (::curl_multi_add_handle(m_multi.get(), m_easy.get()) != CURLM_OK) {
-            return Failure("the HTTPS library did not start");
+            return Failure(StockQuoteReason::LibraryNotStarted);
         }
         const CBrokenPipeShield shield;
         HttpsAnswer answer = Drive();
@@ -173,7 +175,7 @@ private:
         for (;;) {
             int running = 0;
             if (::curl_multi_perform(m_multi.get(), &running) != CURLM_OK) {
-                return Failure("the HTTPS library failed");
+                return Failure(StockQuoteReason::LibraryFailed);
             }
             if (running == 0) return Finish();
             const int64_t left = MillisecondsLeft();
@@ -182,7 +184,7 @@ private:
             }
             const auto wait = static_cast<int>(std::min(left, kLongestWait));
             if (::curl_multi_poll(m_multi.get(), nullptr, 0, wait, nullptr) != CURLM_OK) {
-                return Failure("the HTTPS library failed");
+                return Failure(StockQuoteReason::LibraryFailed);
             }
         }
     }
@@ -190,7 +192,9 @@ private:
     HttpsAnswer Finish() {
         int left = 0;
         const CURLMsg* const message = ::curl_multi_info_read(m_multi.get(), &left);
-        if (!message || message->msg != CURLMSG_DONE) return Failure("the HTTPS library failed");
+        if (!message || message->msg != CURLMSG_DONE) {
+            return Failure(StockQuoteReason::LibraryFailed);
+        }
         const CURLcode code = message->data.result;
         if (m_tooLarge) return TooLarge();
         if (code == CURLE_OPERATION_TIMEDOUT) {
@@ -208,7 +212,8 @@ private:
         if (code == CURLE_OK) {
             answer.body = std::move(m_body);
         } else {
-            answer.detail = m_error[0] ? m_error.data() : ::curl_easy_strerror(code);
+            answer.detail = {.reason = StockQuoteReason::PlatformText,
+                             .text = m_error[0] ? m_error.data() : ::curl_easy_strerror(code)};
         }
         return answer;
     }
@@ -243,11 +248,11 @@ private:
         answer.status = StockQuoteStatus::TimedOut;
         const HttpsLimits& limits = m_options.limits;
         if (total) {
-            answer.detail = "not done within " + std::to_string(limits.total) + " ms";
+            answer.detail = {StockQuoteReason::NotDone, limits.total};
         } else if (m_lastByte == 0) {
-            answer.detail = "no connection within " + std::to_string(limits.connect) + " ms";
+            answer.detail = {StockQuoteReason::NoConnection, limits.connect};
         } else {
-            answer.detail = "no data for " + std::to_string(limits.silence) + " ms";
+            answer.detail = {StockQuoteReason::NoData, limits.silence};
         }
         return answer;
     }
@@ -255,13 +260,14 @@ private:
     HttpsAnswer TooLarge() const {
         HttpsAnswer answer;
         answer.status = StockQuoteStatus::TooLarge;
-        answer.detail = "more than " + std::to_string(m_options.limits.body) + " bytes";
+        answer.detail = {StockQuoteReason::BodyTooLarge,
+                         static_cast<int64_t>(m_options.limits.body)};
         return answer;
     }
 
-    static HttpsAnswer Failure(const char* detail) {
+    static HttpsAnswer Failure(StockQuoteReason reason) {
         HttpsAnswer answer;
-        answer.detail = detail;
+        answer.detail.reason = reason;
         return answer;
     }
 

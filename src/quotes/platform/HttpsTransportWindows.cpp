@@ -22,10 +22,10 @@ namespace {
 constexpr size_t kPiece = 65'536;
 constexpr DWORD kLongestAddress = 8'192;
 
-HttpsAnswer Failure(StockQuoteStatus status, std::string detail) {
+HttpsAnswer Failure(StockQuoteStatus status, StockQuoteReason reason, int64_t value = 0) {
     HttpsAnswer answer;
     answer.status = status;
-    answer.detail = std::move(detail);
+    answer.detail = {reason, value};
     return answer;
 }
 
@@ -213,12 +213,12 @@ public:
             HttpsAnswer answer = Ask(session.Get(), request, next);
             if (next.empty()) return answer;
             if (!SplitAddress(next, request)) {
-                answer = Failure(StockQuoteStatus::RedirectRefused, "not an https address");
+                answer = Failure(StockQuoteStatus::RedirectRefused, StockQuoteReason::NotHttps);
                 return answer;
             }
         }
-        return Failure(StockQuoteStatus::RedirectRefused,
-                       "more than " + std::to_string(m_limits.redirects) + " redirects");
+        return Failure(StockQuoteStatus::RedirectRefused, StockQuoteReason::TooManyRedirects,
+                       m_limits.redirects);
     }
 
 private:
@@ -304,8 +304,8 @@ private:
             }
             if (count == 0) break;
             if (count > m_limits.body - answer.body.size()) {
-                return Failure(StockQuoteStatus::TooLarge,
-                               "more than " + std::to_string(m_limits.body) + " bytes");
+                return Failure(StockQuoteStatus::TooLarge, StockQuoteReason::BodyTooLarge,
+                               static_cast<int64_t>(m_limits.body));
             }
             answer.body.append(piece.data(), count);
         }
@@ -316,7 +316,7 @@ private:
 
     static HttpsAnswer LastFailure() {
         const DWORD error = ::GetLastError();
-        return Failure(StatusOf(error), "Windows error " + std::to_string(error));
+        return Failure(StatusOf(error), StockQuoteReason::WindowsError, error);
     }
 
     const HttpsLimits& m_limits;
@@ -330,8 +330,7 @@ public:
     HttpsAnswer Get(const HttpsRequest& request) override {
         if (!m_options.certificateFile.empty()) {
             return Failure(StockQuoteStatus::CertificateRefused,
-                           "Windows keeps trusted authorities in its own store; install the "
-                           "certificate there and remove the setting CertificateFile");
+                           StockQuoteReason::NoCertificateFiles);
         }
         try {
             return Run(m_options.limits, request);
@@ -349,10 +348,10 @@ private:
         std::thread([shared, limits, request] { Work(*shared, limits, request); }).detach();
         HttpsAnswer answer;
         if (shared->WaitUntil(end, answer)) return answer;
-        const bool isWhole = Clock::now() >= end;
-        return Failure(
-            StockQuoteStatus::TimedOut,
-            isWhole ? "not done within " + std::to_string(limits.total) + " ms" : "no answer");
+        if (Clock::now() < end) {
+            return Failure(StockQuoteStatus::TimedOut, StockQuoteReason::NoAnswer);
+        }
+        return Failure(StockQuoteStatus::TimedOut, StockQuoteReason::NotDone, limits.total);
     }
 
     static void Work(CSharedRequest& shared, const HttpsLimits& limits,
