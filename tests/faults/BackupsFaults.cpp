@@ -78,7 +78,7 @@ Bytes ContainerOf(CMemoryFileSystem& files, CDatabaseManager& database, const st
                   const BackupOptions& options) {
     BackupReport report;
     if (database.Backup(kContainer, hash, report, options) != BackupCode::Done) {
-        throw std::runtime_error("no backup could be made: " + report.detail);
+        throw std::runtime_error("no backup could be made: " + report.detail.name);
     }
     return files.Bytes(kContainer);
 }
@@ -201,11 +201,9 @@ private:
         RestoreReport report;
         const RestoreCode code = RestoreBackup(m_disk, kContainer, kLedgerFolder, m_hash, true,
                                                report, m_material.options);
-        const std::string message = RestoreMessage(code, kContainer, kLedgerFolder, report.detail);
         if (!IsContainerFault(code)) {
-            m_report.Fault(name + ": restore says: " + message);
-        } else if (message.find(kContainer) == std::string::npos) {
-            m_report.Fault(name + ": the message does not name the file: " + message);
+            m_report.Fault(name + ": restore comes to code " +
+                           std::to_string(static_cast<int32_t>(code)) + " " + report.detail.name);
         }
         if (m_disk.Count(Call::AnyChange) != changes)
             m_report.Fault(name + ": something was written");

@@ -202,23 +202,5 @@ TEST(BackupMessages, LetterForLetter) {
     }
 }
 
-TEST(RestoreMessages, OneLineNamingWhatItIsAbout) {
-    EXPECT_EQ(RestoreMessage(RestoreCode::Done, "b.dat", "ledger", ""),
-              "The backup 'b.dat' was restored to 'ledger'.");
-    EXPECT_EQ(RestoreMessage(RestoreCode::Damaged, "b.dat", "ledger", "Table_1.dat"),
-              "The backup 'b.dat' is damaged or was changed; nothing was restored, use another "
-              "copy: Table_1.dat.");
-    EXPECT_EQ(RestoreMessage(RestoreCode::InUse, "b.dat", "ledger", ""),
-              "The database in 'ledger' is open in another program; close it and try again.");
-    std::string before;
-    for (int32_t code = 0; code <= 15; ++code) {
-        const std::string message =
-            RestoreMessage(static_cast<RestoreCode>(code), "b.dat", "ledger", "");
-        EXPECT_TRUE(message.ends_with('.') && message.find('\n') == std::string::npos) << message;
-        EXPECT_NE(message, before);
-        before = message;
-    }
-}
-
 }  // namespace
 }  // namespace quillon

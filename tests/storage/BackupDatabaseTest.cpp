@@ -38,7 +38,7 @@ TEST(BackupDatabase, ComesBackWholeAndOpens) {
     ASSERT_TRUE(FillDatabase(database, 50));
     BackupReport report;
     ASSERT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::Done)
-        << report.detail;
+        << report.detail.name;
     std::vector<std::string> names;
     ASSERT_TRUE(database.ListFiles(names));
     EXPECT_EQ(report.files, static_cast<int64_t>(names.size()));
@@ -98,6 +98,7 @@ TEST(BackupDatabase, RefusalsWriteNothing) {
     {
         const CBracketScope batch(database);
         EXPECT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::Other);
+        EXPECT_EQ(report.detail.reason, BackupReason::BracketOpen);
     }
     // The texts are damaged while the database is open; its check finds it.
     ASSERT_TRUE(database.Flush());
@@ -107,7 +108,9 @@ TEST(BackupDatabase, RefusalsWriteNothing) {
     std::fill(texts.begin() + 54, texts.end(), uint8_t{0xFF});
     ASSERT_TRUE(database.Open("ledger"));
     EXPECT_EQ(database.Backup("b.dat", "", report, QuickOptions()), BackupCode::IntegrityFailed);
-    EXPECT_FALSE(report.detail.empty());
+    EXPECT_EQ(report.detail.reason, BackupReason::TableDamaged);
+    EXPECT_EQ(report.detail.name, "Account");
+    EXPECT_EQ(report.detail.integrity, IntegrityCode::UnreadableText);
     EXPECT_FALSE(disk.Exists("b.dat"));
     EXPECT_FALSE(disk.Exists("b.dat.1.new"));
 }

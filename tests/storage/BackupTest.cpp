@@ -68,14 +68,35 @@ TEST(Backup, RefusesWhatItCannotBackUp) {
         std::vector<std::string> names;
         std::string path;
         BackupCode code;
+        BackupReason reason = BackupReason::None;
     } rows[] = {
         {"no path", {"Table_1.dat"}, "", BackupCode::NoPath},
         {"no files", {}, "b.dat", BackupCode::NoFiles},
-        {"a file is missing", {"Table_1.dat", "Table_9.dat"}, "b.dat", BackupCode::Other},
-        {"no database's file", {"Table_1.dat", "notes.txt"}, "b.dat", BackupCode::Other},
-        {"one file twice", {"Table_1.dat", "Table_1.dat"}, "b.dat", BackupCode::Other},
-        {"over the database", {"Table_1.dat"}, "ledger/Table_1.dat", BackupCode::WriteFailed},
-        {"over the lock", {"Table_1.dat"}, "ledger/Database.lock", BackupCode::WriteFailed},
+        {"a file is missing",
+         {"Table_1.dat", "Table_9.dat"},
+         "b.dat",
+         BackupCode::Other,
+         BackupReason::FileUnreadable},
+        {"no database's file",
+         {"Table_1.dat", "notes.txt"},
+         "b.dat",
+         BackupCode::Other,
+         BackupReason::ForeignFile},
+        {"one file twice",
+         {"Table_1.dat", "Table_1.dat"},
+         "b.dat",
+         BackupCode::Other,
+         BackupReason::ForeignFile},
+        {"over the database",
+         {"Table_1.dat"},
+         "ledger/Table_1.dat",
+         BackupCode::WriteFailed,
+         BackupReason::ContainerName},
+        {"over the lock",
+         {"Table_1.dat"},
+         "ledger/Database.lock",
+         BackupCode::WriteFailed,
+         BackupReason::ContainerName},
         {"no such folder", {"Table_1.dat"}, "nowhere/b.dat", BackupCode::WriteFailed},
         {"a folder of that name", {"Table_1.dat"}, "ledger", BackupCode::WriteFailed},
     };
@@ -88,6 +109,7 @@ TEST(Backup, RefusesWhatItCannotBackUp) {
         EXPECT_EQ(
             WriteBackupOfFiles(disk, "ledger", row.names, row.path, kHash, report, QuickOptions()),
             row.code);
+        EXPECT_EQ(report.detail.reason, row.reason);
         EXPECT_EQ(disk.Snapshot(), before);
         EXPECT_EQ(report.bytes, 0);
     }

@@ -11,12 +11,15 @@ namespace {
 using Call = CMemoryFileSystem::Call;
 
 // A disk with the container and a ledger that must stay as it is.
-void ExpectRefused(const Bytes& container, RestoreCode code) {
+void ExpectRefused(const Bytes& container, RestoreCode code,
+                   BackupReason reason = BackupReason::None) {
     CMemoryFileSystem disk;
     disk.Bytes("b.dat") = container;
     PutFiles(disk, "ledger", {{"DatabaseSchema.dat", Text("mine")}});
     const auto before = disk.Snapshot();
-    EXPECT_EQ(Restore(disk, "b.dat", "ledger", true), code);
+    RestoreReport report;
+    EXPECT_EQ(RestoreBackup(disk, "b.dat", "ledger", kHash, true, report, QuickOptions()), code);
+    EXPECT_EQ(report.detail.reason, reason);
     EXPECT_TRUE(disk.Snapshot() == before);
     EXPECT_EQ(disk.Count(Call::AnyChange), 3);  // the ones that made the ledger
 }
@@ -54,11 +57,15 @@ TEST(Restore, RefusesHostileDirectories) {
         const char* name;
         Bytes container;
         RestoreCode code;
+        BackupReason reason = BackupReason::None;
     } rows[] = {
         {"a sound one", ForgedContainer(schema, {}), RestoreCode::Done},
-        {"a byte behind its end", ForgedContainer(schema, Zeros(1)), RestoreCode::Damaged},
-        {"no schema", ForgedContainer(Entry("Table_1.dat"), {}), RestoreCode::Damaged},
-        {"one name twice", ForgedContainer(Join(schema, schema), {}), RestoreCode::Damaged},
+        {"a byte behind its end", ForgedContainer(schema, Zeros(1)), RestoreCode::Damaged,
+         BackupReason::BytesBehindEnd},
+        {"no schema", ForgedContainer(Entry("Table_1.dat"), {}), RestoreCode::Damaged,
+         BackupReason::NoSchema},
+        {"one name twice", ForgedContainer(Join(schema, schema), {}), RestoreCode::Damaged,
+         BackupReason::EntryTwice},
         {"more than the file holds", ForgedContainer(Join(schema, Entry("Table_1.dat", 40, 1)), {}),
          RestoreCode::Truncated},
         {"sizes that overflow",
@@ -76,7 +83,7 @@ TEST(Restore, RefusesHostileDirectories) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         if (row.code != RestoreCode::Done) {
-            ExpectRefused(row.container, row.code);
+            ExpectRefused(row.container, row.code, row.reason);
             continue;
         }
         CMemoryFileSystem disk;
@@ -86,7 +93,8 @@ TEST(Restore, RefusesHostileDirectories) {
     for (const char* name : {"", "..", "../Table_1.dat", "..\\Table_1.dat", "/etc/passwd",
                              "Table_1\x1b.dat", "Database.lock", "Journal.dat", "Restore.mark"}) {
         SCOPED_TRACE(name);
-        ExpectRefused(ForgedContainer(Join(schema, Entry(name)), {}), RestoreCode::Damaged);
+        ExpectRefused(ForgedContainer(Join(schema, Entry(name)), {}), RestoreCode::Damaged,
+                      BackupReason::ForeignEntry);
     }
 }
 

@@ -14,6 +14,7 @@
 #include "storage/backup/BackupRestore.h"
 #include "storage/backup/Crypto.h"
 #include "storage/database/DatabaseManager.h"
+#include "wording/BackupWords.h"
 
 namespace quillon {
 
@@ -58,9 +59,7 @@ void Backup(CCommandContext& context, const std::string& file) {
     CSession session(context);
     const std::string path = ContainerPath(context, file);
     if (!path.empty() && SameFolder(FolderOf(path), session.Database().Folder())) {
-        throw CFailure(
-            "A backup does not belong into the ledger's own folder; choose another "
-            "place, best on another disk.");
+        throw CFailure(BackupInsideLedgerMessage());
     }
     BackupReport report;
     BackupCode code = BackupCode::Other;
@@ -78,15 +77,7 @@ void Backup(CCommandContext& context, const std::string& file) {
             {{"code", static_cast<int32_t>(code)}, {"message", message}, {"files", report.files}});
     }
     if (code != BackupCode::Done) {
-        std::string advice = report.detail.empty() ? "" : " " + report.detail + ".";
-        if (code == BackupCode::NoPath) {
-            advice += " Name a file or a folder; the next backup then needs no name.";
-        }
-        if (code == BackupCode::IntegrityFailed) advice += " Run 'verify' to see what is wrong.";
-        if (code == BackupCode::WriteFailed) {
-            advice += " Check the path " + Quoted(path) + ", its permissions and the free space.";
-        }
-        throw CFailure(message + advice);
+        throw CFailure(BackupFailureMessage(code, path, report.detail, Medium::Terminal));
     }
     if (!context.WantsJson()) {
         context.Say(message);
@@ -94,11 +85,7 @@ void Backup(CCommandContext& context, const std::string& file) {
                     Counted(report.sourceBytes, "byte", "bytes") + " stored in " +
                     Counted(report.bytes, "byte", "bytes") + ".");
     }
-    if (!report.isProtected) {
-        context.Note(
-            "The backup is not protected: the ledger has no password, so whoever has "
-            "the file can read it.");
-    }
+    if (!report.isProtected) context.Note(UnprotectedBackupNote());
 }
 
 struct RestoreOptions {
@@ -121,20 +108,18 @@ void Restore(CCommandContext& context, const RestoreOptions& given) {
     if (code == RestoreCode::WrongPassword) {
         code = run(Md5Hex(context.ReadPassword("Password of the backup: ")));
     }
-    const std::string message = RestoreMessage(code, given.file, given.folder, report.detail);
+    const auto message = [&](Medium medium) {
+        return RestoreMessage(code, given.file, given.folder, report.detail, medium);
+    };
     if (context.WantsJson()) {
         context.Print({{"code", static_cast<int32_t>(code)},
-                       {"message", message},
+                       // Whoever shows it may have other ways than our options.
+                       {"message", message(Medium::Window)},
                        {"files", code == RestoreCode::Done ? report.files : 0}});
     }
-    if (code == RestoreCode::TargetNotEmpty) {
-        throw CFailure("The folder " + Quoted(given.folder) +
-                       " is not empty; choose another one, or replace the ledger in it with "
-                       "--overwrite.");
-    }
-    if (code != RestoreCode::Done) throw CFailure(message);
+    if (code != RestoreCode::Done) throw CFailure(message(Medium::Terminal));
     if (context.WantsJson()) return;
-    context.Say(message);
+    context.Say(message(Medium::Terminal));
     context.Say(Counted(report.files, "file", "files") + ", " +
                 Counted(report.bytes, "byte", "bytes") + ".");
 }

@@ -1,8 +1,10 @@
-// What a backup or a restore came to, and the sentence for people.
+// What a backup or a restore came to.
 #pragma once
 
 #include <cstdint>
 #include <string>
+
+#include "storage/tables/IntegrityCode.h"
 
 namespace quillon {
 
@@ -38,9 +40,35 @@ enum class RestoreCode : int32_t {
     OutOfMemory = 15,
 };
 
-// One line that says what was wrong and what to do. `path` is the container's,
-// `folder` the target; `detail` is the report's and may be empty.
-std::string RestoreMessage(RestoreCode code, const std::string& path, const std::string& folder,
-                           const std::string& detail);
+// What is known beyond one of these codes.
+enum class BackupReason {
+    None,  // `name` alone, the file or folder concerned
+    // --- of a backup
+    OutOfMemory,
+    BracketOpen,     // changes are still being entered
+    FlushFailed,     // `name` could not be written
+    TableDamaged,    // the table `name`: `integrity`
+    PagesUnchecked,  // the checksums could not be compared
+    PageChanged,     // `name` is not as it was written
+    ContainerName,   // the container would be taken for a database's file
+    ForeignFile,     // `name` is not a database's, or was named twice
+    TooManyFiles,    // for the container's format
+    FileUnreadable,  // `name`
+    FileTooLarge,    // `name`, for the container's format
+    // --- of a damaged container
+    ForeignEntry,  // the directory names what is no database's file
+    EntryTwice,    // `name`
+    BadSizes,      // no container is as large as the directory says
+    BytesBehindEnd,
+    NoSchema,  // `name` is missing
+};
+
+struct BackupDetail {
+    BackupReason reason = BackupReason::None;
+    std::string name{};
+    IntegrityCode integrity = IntegrityCode::Ok;
+
+    bool IsEmpty() const { return reason == BackupReason::None && name.empty(); }
+};
 
 }  // namespace quillon

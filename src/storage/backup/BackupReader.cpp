@@ -10,7 +10,7 @@
 
 namespace quillon {
 
-RestoreCode CBackupReader::Fail(RestoreCode code, std::string detail) {
+RestoreCode CBackupReader::Fail(RestoreCode code, BackupDetail detail) {
     m_detail = std::move(detail);
     return code;
 }
@@ -63,13 +63,13 @@ RestoreCode CBackupReader::TakeEntries(std::span<const uint8_t> directory) {
     for (size_t at = 0; at < directory.size(); at += BackupEntry::kDiskSize) {
         BackupEntry entry;
         if (!BackupEntry::Decode(directory.subspan(at, BackupEntry::kDiskSize), entry)) {
-            return Fail(RestoreCode::Damaged, "an entry of the directory is not a database's");
+            return Fail(RestoreCode::Damaged, {BackupReason::ForeignEntry});
         }
         if (!names.insert(entry.name).second) {
-            return Fail(RestoreCode::Damaged, entry.name + " is there twice");
+            return Fail(RestoreCode::Damaged, {BackupReason::EntryTwice, entry.name});
         }
         if (entry.storedSize > std::numeric_limits<int64_t>::max() - position) {
-            return Fail(RestoreCode::Damaged, "the sizes in the directory have no sense");
+            return Fail(RestoreCode::Damaged, {BackupReason::BadSizes});
         }
         m_starts.push_back(position);
         position += entry.storedSize;
@@ -77,9 +77,9 @@ RestoreCode CBackupReader::TakeEntries(std::span<const uint8_t> directory) {
     }
     m_storedSize = position - start;
     if (position > m_size) return RestoreCode::Truncated;
-    if (position < m_size) return Fail(RestoreCode::Damaged, "there are bytes behind its end");
+    if (position < m_size) return Fail(RestoreCode::Damaged, {BackupReason::BytesBehindEnd});
     if (!names.contains(kSchemaName)) {
-        return Fail(RestoreCode::Damaged, std::string("it holds no ") + kSchemaName);
+        return Fail(RestoreCode::Damaged, {BackupReason::NoSchema, kSchemaName});
     }
     return RestoreCode::Done;
 }
@@ -94,11 +94,11 @@ RestoreCode CBackupReader::ReadFile(size_t index, const Sink& sink) {
     const auto chunks = static_cast<uint32_t>(entry.chunkCount);
     for (; place.chunk < chunks; ++place.chunk) {
         RestoreCode code = ReadChunk(place, place.chunk + 1 == chunks, left);
-        if (code == RestoreCode::Damaged) m_detail = entry.name;
+        if (code == RestoreCode::Damaged) m_detail = {.name = entry.name};
         if (code == RestoreCode::Done) code = sink(m_plain);
         if (code != RestoreCode::Done) return code;
     }
-    return left == 0 ? RestoreCode::Done : Fail(RestoreCode::Damaged, entry.name);
+    return left == 0 ? RestoreCode::Done : Fail(RestoreCode::Damaged, {.name = entry.name});
 }
 
 RestoreCode CBackupReader::ReadChunk(const BackupPlace& place, bool isLast, int64_t& left) {

@@ -39,7 +39,7 @@ public:
     // Hands the contents of the file `index` to `sink`, chunk by chunk, each checked.
     [[nodiscard]] RestoreCode ReadFile(size_t index, const Sink& sink);
     // What was wrong and where; empty when the code says all.
-    const std::string& Detail() const { return m_detail; }
+    const BackupDetail& Detail() const { return m_detail; }
 
 private:
     RestoreCode ReadDirectory(const std::string& passwordHash, const BackupKeyCost& cost);
@@ -47,7 +47,7 @@ private:
     // The chunk at `m_position` into m_plain; `left` are the file's stored bytes from there.
     RestoreCode ReadChunk(const BackupPlace& place, bool isLast, int64_t& left);
     RestoreCode ReadExactly(int64_t offset, std::span<uint8_t> bytes);
-    RestoreCode Fail(RestoreCode code, std::string detail);
+    RestoreCode Fail(RestoreCode code, BackupDetail detail);
 
     CFileSystem& m_files;
     std::unique_ptr<CFile> m_file;
@@ -61,7 +61,7 @@ private:
     int64_t m_position = 0;
     std::vector<uint8_t> m_stored;
     std::vector<uint8_t> m_plain;
-    std::string m_detail;
+    BackupDetail m_detail;
 };
 
 }  // namespace quillon

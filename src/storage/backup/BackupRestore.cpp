@@ -37,7 +37,7 @@ public:
             Advance(i);
         }
         if (code == RestoreCode::Done) code = replacement.Commit();
-        if (!replacement.Detail().empty()) m_report.detail = replacement.Detail();
+        if (!replacement.Detail().empty()) m_report.detail = {.name = replacement.Detail()};
         return code;
     }
 
@@ -54,7 +54,8 @@ private:
             });
         }
         if (code == RestoreCode::Done && !file->Sync()) code = RestoreCode::WriteFailed;
-        m_report.detail = code == RestoreCode::WriteFailed ? path : m_reader.Detail();
+        m_report.detail =
+            code == RestoreCode::WriteFailed ? BackupDetail{.name = path} : m_reader.Detail();
         return code;
     }
 
@@ -93,7 +94,7 @@ RestoreCode RestoreBackup(CFileSystem& files, const std::string& path, const std
         {
             CFolderReplacement replacement(files, folder);
             const RestoreCode code = replacement.Check(overwrite);
-            report.detail = replacement.Detail();
+            report.detail.name = replacement.Detail();
             if (code != RestoreCode::Done) return code;
         }
         CRestore restore(files, report, options);

@@ -4,7 +4,7 @@
 //              Wherever a restore stops, the folder is the old one or the new one,
 //              whole; RecoverInterruptedRestore (RestoreFolders.h) brings it to light.
 //   Memory     A few chunks, and the container's directory.
-//   Errors     RestoreCode; RestoreMessage makes the sentence. Nothing here throws.
+//   Errors     RestoreCode, and in the report what is known beyond it. Nothing here throws.
 #pragma once
 
 #include <cstdint>
@@ -19,8 +19,8 @@ namespace quillon {
 
 struct RestoreReport {
     int64_t files = 0;
-    int64_t bytes = 0;   // of the files
-    std::string detail;  // for RestoreMessage; may be empty
+    int64_t bytes = 0;  // of the files
+    BackupDetail detail;
 };
 
 // Reads the container at `path` and checks all of it; writes nothing.

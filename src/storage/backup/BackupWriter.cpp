@@ -44,7 +44,7 @@ private:
     // True when `m_packed` holds the smaller form of `m_plain`.
     bool Compress();
     BackupCode Append(std::span<const uint8_t> bytes);
-    BackupCode Fail(BackupCode code, std::string detail) {
+    BackupCode Fail(BackupCode code, BackupDetail detail) {
         m_report.detail = std::move(detail);
         return code;
     }
@@ -72,7 +72,7 @@ BackupCode CBackupWriter::Write(const std::vector<std::string>& names,
     if (m_path.empty()) return BackupCode::NoPath;
     if (names.empty()) return BackupCode::NoFiles;
     if (BelongsToDatabaseFolder(FileNameOf(m_path))) {
-        return Fail(BackupCode::WriteFailed, "a backup cannot have the name of a database's file");
+        return Fail(BackupCode::WriteFailed, {BackupReason::ContainerName});
     }
     if (!NamesAreFit(names)) return BackupCode::Other;
     BackupCode code = Start(names.size(), passwordHash);
@@ -92,7 +92,7 @@ bool CBackupWriter::NamesAreFit(const std::vector<std::string>& names) {
     std::set<std::string> seen;
     for (const std::string& name : names) {
         if (!IsDatabaseFileName(name) || !seen.insert(name).second) {
-            Fail(BackupCode::Other, "not a database's file, or named twice: " + name);
+            m_report.detail = {BackupReason::ForeignFile, name};
             return false;
         }
         // A file that vanished is noticed when its turn comes.
@@ -104,7 +104,7 @@ bool CBackupWriter::NamesAreFit(const std::vector<std::string>& names) {
 
 BackupCode CBackupWriter::Start(size_t fileCount, const std::string& passwordHash) {
     if (fileCount > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
-        return Fail(BackupCode::Other, "too many files");
+        return Fail(BackupCode::Other, {BackupReason::TooManyFiles});
     }
     std::array<uint8_t, sizeof(m_header.identifier)> identifier{};
     if (!RandomBytes(identifier)) return BackupCode::EncryptionFailed;
@@ -116,7 +116,7 @@ BackupCode CBackupWriter::Start(size_t fileCount, const std::string& passwordHas
     }
     m_temporary = FreeNameBeside(m_files, m_path);
     m_container = m_files.Open(m_temporary, OpenMode::Create);
-    if (!m_container) return Fail(BackupCode::WriteFailed, m_temporary);
+    if (!m_container) return Fail(BackupCode::WriteFailed, {.name = m_temporary});
     m_temporaryMade = true;
     // Header and directory come last: a file that was left behind is no backup.
     m_end = static_cast<int64_t>(BackupHeader::kDiskSize) + m_header.directorySize;
@@ -127,11 +127,11 @@ BackupCode CBackupWriter::WriteFile(const std::string& name) {
     const std::string source = m_folder + name;
     const auto file = m_files.Open(source, OpenMode::Read);
     const int64_t size = file ? file->Size() : -1;
-    if (size < 0) return Fail(BackupCode::Other, "cannot be read: " + source);
+    if (size < 0) return Fail(BackupCode::Other, {BackupReason::FileUnreadable, source});
     const auto chunkSize = static_cast<int64_t>(m_options.chunkSize);
     const int64_t chunks = (size + chunkSize - 1) / chunkSize;
     if (chunks > std::numeric_limits<int32_t>::max()) {
-        return Fail(BackupCode::Other, "too large: " + source);
+        return Fail(BackupCode::Other, {BackupReason::FileTooLarge, source});
     }
 
     BackupEntry entry;
@@ -146,7 +146,7 @@ BackupCode CBackupWriter::WriteFile(const std::string& name) {
         const int64_t offset = place.chunk * chunkSize;
         m_plain.resize(static_cast<size_t>(std::min(chunkSize, size - offset)));
         if (file->ReadAt(offset, m_plain) != static_cast<int64_t>(m_plain.size())) {
-            return Fail(BackupCode::Other, "cannot be read: " + source);
+            return Fail(BackupCode::Other, {BackupReason::FileUnreadable, source});
         }
         m_report.sourceBytes += static_cast<int64_t>(m_plain.size());
         const BackupCode code = WriteChunk(place);
@@ -197,22 +197,25 @@ BackupCode CBackupWriter::WriteDirectoryAndHeader() {
     std::copy(tag.begin(), tag.end(), directory.begin() + kBackupNonceSize);
     if (!m_container->WriteAt(static_cast<int64_t>(BackupHeader::kDiskSize), directory) ||
         !m_container->WriteAt(0, m_header.Encode())) {
-        return Fail(BackupCode::WriteFailed, m_temporary);
+        return Fail(BackupCode::WriteFailed, {.name = m_temporary});
     }
     return BackupCode::Done;
 }
 
 BackupCode CBackupWriter::Publish() {
-    if (!m_container->Sync()) return Fail(BackupCode::WriteFailed, m_temporary);
+    if (!m_container->Sync()) return Fail(BackupCode::WriteFailed, {.name = m_temporary});
     m_container.reset();
-    if (!m_files.Rename(m_temporary, m_path)) return Fail(BackupCode::WriteFailed, m_path);
+    if (!m_files.Rename(m_temporary, m_path))
+        return Fail(BackupCode::WriteFailed, {.name = m_path});
     m_temporaryMade = false;
-    if (!m_files.SyncFolder(ParentFolder(m_path))) return Fail(BackupCode::WriteFailed, m_path);
+    if (!m_files.SyncFolder(ParentFolder(m_path)))
+        return Fail(BackupCode::WriteFailed, {.name = m_path});
     return BackupCode::Done;
 }
 
 BackupCode CBackupWriter::Append(std::span<const uint8_t> bytes) {
-    if (!m_container->WriteAt(m_end, bytes)) return Fail(BackupCode::WriteFailed, m_temporary);
+    if (!m_container->WriteAt(m_end, bytes))
+        return Fail(BackupCode::WriteFailed, {.name = m_temporary});
     m_end += static_cast<int64_t>(bytes.size());
     return BackupCode::Done;
 }
@@ -227,7 +230,7 @@ BackupCode WriteBackupOfFiles(CFileSystem& files, const std::string& folder,
     try {
         return CBackupWriter(files, folder, path, report, options).Write(names, passwordHash);
     } catch (const std::bad_alloc&) {
-        report.detail = "out of memory";
+        report.detail = {BackupReason::OutOfMemory};
         return BackupCode::Other;
     }
 }

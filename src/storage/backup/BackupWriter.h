@@ -21,7 +21,7 @@ struct BackupReport {
     int64_t sourceBytes = 0;   // of the files
     int64_t bytes = 0;         // of the container
     bool isProtected = false;  // by a password
-    std::string detail;        // what went wrong and where; may be empty
+    BackupDetail detail;       // what went wrong and where; may be empty
 };
 
 // `names` are files in `folder` that carry a database's names, each once. They must not

@@ -15,7 +15,7 @@ BackupCode CDatabaseManager::Backup(const std::string& path, const std::string& 
     try {
         return BackupLocked(path, passwordHash, report, options);
     } catch (const std::bad_alloc&) {
-        report.detail = "out of memory";
+        report.detail = {BackupReason::OutOfMemory};
         return BackupCode::Other;
     }
 }
@@ -25,12 +25,12 @@ BackupCode CDatabaseManager::BackupLocked(const std::string& path, const std::st
     if (path.empty()) return BackupCode::NoPath;
     if (!m_open) return BackupCode::NoFiles;
     if (InBatch()) {
-        report.detail = "changes are still being entered";
+        report.detail = {BackupReason::BracketOpen};
         return BackupCode::Other;
     }
     // Afterwards the files hold every commit and the journal nothing.
     if (!Flush()) {
-        report.detail = "the database's files could not be written: " + m_problemDetail;
+        report.detail = {BackupReason::FlushFailed, m_problemDetail};
         return BackupCode::Other;
     }
     std::vector<TableIntegrity> tables;
@@ -38,7 +38,7 @@ BackupCode CDatabaseManager::BackupLocked(const std::string& path, const std::st
         if (tables.empty()) throw std::bad_alloc();
         for (const TableIntegrity& table : tables) {
             if (table.code == IntegrityCode::Ok) continue;
-            report.detail = table.table + ": " + IntegrityMessage(table.code);
+            report.detail = {BackupReason::TableDamaged, table.table, table.code};
             break;
         }
         return BackupCode::IntegrityFailed;
@@ -46,8 +46,8 @@ BackupCode CDatabaseManager::BackupLocked(const std::string& path, const std::st
     // A backup of a damaged page would look like a sound one.
     std::vector<PageDamage> pages;
     if (!VerifyPages(pages) || !pages.empty()) {
-        report.detail = pages.empty() ? "the files cannot be checked"
-                                      : pages.front().file + " is not as it was written";
+        report.detail = pages.empty() ? BackupDetail{BackupReason::PagesUnchecked}
+                                      : BackupDetail{BackupReason::PageChanged, pages.front().file};
         return BackupCode::IntegrityFailed;
     }
     std::vector<std::string> names;
