@@ -34,8 +34,33 @@ std::string AndOthers(size_t count, const char* one, const char* many) {
 }
 
 std::string TableMessage(const TableIntegrity& table) {
+    const std::string detail = IntegrityDetailText(table.detail);
     return std::string(IntegrityMessage(table.code)) + " Table " + Quoted(table.table) +
-           (table.detail.empty() ? "." : ": " + table.detail + ".");
+           (detail.empty() ? "." : ": " + detail + ".");
+}
+
+// Of a file as a whole, or of a place in it.
+std::string FileDetailText(const IntegrityDetail& detail) {
+    const std::string number = std::to_string(detail.number);
+    switch (detail.kind) {
+        case IntegrityDetail::Kind::NoDictionary:
+            return detail.file + ": its dictionary cannot be read";
+        case IntegrityDetail::Kind::NoIndex:
+            return detail.file + " can be neither read nor made anew";
+        case IntegrityDetail::Kind::EntryCount:
+            return (detail.file.empty() ? detail.column : detail.file) + ": " + number +
+                   " entries for " + std::to_string(detail.rows) + " rows";
+        case IntegrityDetail::Kind::AttributeFlag:
+            return detail.file + ": the header's attribute flag is not the column's";
+        case IntegrityDetail::Kind::OutsideFile:
+            return detail.file + ", entry " + number + " lies outside the file";
+        case IntegrityDetail::Kind::FreeBlockInUse:
+            return detail.file + ", byte " + number + ": a block in use is on the free list";
+        case IntegrityDetail::Kind::SharedBlock:
+            return detail.file + ", byte " + number + ": two entries share a block";
+        default:
+            return {};
+    }
 }
 
 }  // namespace
@@ -67,6 +92,35 @@ std::string VerificationAdvice(const Verification& found, bool repaired, Medium 
     }
     return std::string(For(medium, "Run 'verify --repair'", "Repair it")) +
            ", after a copy of the folder.";
+}
+
+std::string IntegrityDetailText(const IntegrityDetail& detail) {
+    const std::string number = std::to_string(detail.number);
+    const std::string row = "row " + std::to_string(detail.row);
+    const std::string value = row + ", column \"" + detail.column + "\"";
+    const std::string file = detail.file.empty() ? "" : detail.file + ", ";
+    switch (detail.kind) {
+        case IntegrityDetail::Kind::NoColumns:
+            return "the table has no columns";
+        case IntegrityDetail::Kind::NoSuchRow:
+            return file + row + " does not exist";
+        case IntegrityDetail::Kind::UnreadableRow:
+            return file + row + " cannot be read";
+        case IntegrityDetail::Kind::ForeignKey:
+            return file + row + ": no value of the column's type has the key " + number;
+        case IntegrityDetail::Kind::OtherValue:
+            return file + row + " holds another value";
+        case IntegrityDetail::Kind::NeitherBoolean:
+            return value + ": neither true nor false";
+        case IntegrityDetail::Kind::BadText:
+            return file + value + ", text " + number;
+        case IntegrityDetail::Kind::SharedText:
+            return "text " + number + " belongs to two rows";
+        case IntegrityDetail::Kind::OrphanText:
+            return "text " + number + " belongs to no row";
+        default:
+            return FileDetailText(detail);
+    }
 }
 
 std::string DamageText(const PageDamage& page) {

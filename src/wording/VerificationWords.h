@@ -13,6 +13,10 @@ std::string VerificationMessage(const Verification& found);
 // What to do about it where something is wrong; `repaired` tells that a repair went before.
 std::string VerificationAdvice(const Verification& found, bool repaired, Medium medium);
 
+// What stands behind the code of a table, and where, as a clause without full stop: "text 5
+// belongs to two rows". Empty for nothing.
+std::string IntegrityDetailText(const IntegrityDetail& detail);
+
 // "Table_1_data.dat, bytes 0 to 4095, differs from what was written": one page.
 std::string DamageText(const PageDamage& page);
 // The same, one text for each run of neighbouring pages with the same fault.

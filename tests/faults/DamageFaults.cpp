@@ -218,7 +218,8 @@ private:
         if (pages.empty()) {
             // Only tables: their details name what is wrong.
             const bool says = std::any_of(tables.begin(), tables.end(), [](const auto& table) {
-                return table.code != IntegrityCode::Ok && !table.detail.empty();
+                return table.code != IntegrityCode::Ok &&
+                       table.detail.kind != IntegrityDetail::Kind::None;
             });
             return says ? std::string() : "reported, but not where";
         }

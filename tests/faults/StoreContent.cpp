@@ -13,7 +13,11 @@ namespace {
 std::string TextOf(const std::vector<TableIntegrity>& tables, IntegrityCode code) {
     std::string text = "verify gives " + std::to_string(static_cast<int>(code));
     for (const TableIntegrity& table : tables) {
-        if (table.code != IntegrityCode::Ok) text += "; " + table.table + ": " + table.detail;
+        if (table.code == IntegrityCode::Ok) continue;
+        const IntegrityDetail& detail = table.detail;
+        text += "; " + table.table + ": kind " + std::to_string(static_cast<int>(detail.kind)) +
+                " " + detail.file + " row " + std::to_string(detail.row) + " number " +
+                std::to_string(detail.number);
     }
     return text;
 }

@@ -3,6 +3,7 @@
 // of SmallDatabase.h, each: file, kind of change, offset (2) and what the kind takes.
 
 #include <algorithm>
+#include <tuple>
 
 #include "Fuzz.h"
 #include "SmallDatabase.h"
@@ -57,16 +58,15 @@ void Change(CInput& input, std::map<std::string, Bytes>& files) {
     }
 }
 
-// The code, with what and where.
-using Verdicts = std::vector<std::string>;
+// The table, its code, what and where.
+using Verdicts = std::vector<std::tuple<std::string, IntegrityCode, IntegrityDetail>>;
 
 Verdicts Verdict(CDatabaseManager& database) {
     std::vector<TableIntegrity> tables;
-    const IntegrityCode code = database.Verify(tables);
-    Verdicts verdict = {std::to_string(static_cast<int>(code))};
+    Verdicts verdict;
+    verdict.emplace_back("", database.Verify(tables), IntegrityDetail());
     for (const TableIntegrity& table : tables) {
-        verdict.push_back(table.table + ' ' + std::to_string(static_cast<int>(table.code)) + ' ' +
-                          table.detail);
+        verdict.emplace_back(table.table, table.code, table.detail);
     }
     return verdict;
 }
@@ -158,7 +158,10 @@ void Check(CInput input) {
     Work(database, plan);
     const DatabaseContent last = ContentOf(database, kBlobIds);
     const Verdicts lastVerdict = Verdict(database);
-    if (verdict.front() == "0") FUZZ_CHECK(lastVerdict.front() == "0", "work keeps a sound one so");
+    const auto isSound = [](const Verdicts& given) {
+        return std::get<IntegrityCode>(given.front()) == IntegrityCode::Ok;
+    };
+    if (isSound(verdict)) FUZZ_CHECK(isSound(lastVerdict), "work keeps a sound one so");
     FUZZ_CHECK(database.Close(), "it closes after work");
     FUZZ_CHECK(database.Open("db"), "and opens after it");
     FUZZ_CHECK(ContentOf(database, kBlobIds) == last, "what was committed is there");

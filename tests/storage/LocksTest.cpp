@@ -274,7 +274,7 @@ TEST(DatabaseLocks, EveryOperationTakesThem) {
     CTableManager* table = database.FindTable("Ledger");
     const CTableColumn* name = table->FindColumn("Name");
     Bytes bytes;
-    std::string detail;
+    IntegrityDetail detail;
     std::vector<std::string> names;
     std::vector<TableIntegrity> codes;
     std::vector<PageDamage> damage;

@@ -59,6 +59,12 @@ void AcceptPages(CCommandContext& context, CSession& session, Verification& foun
     for (const std::string& note : AcceptedPagesNotes(accepted)) context.Note(note);
 }
 
+std::string ResultText(const TableIntegrity& table) {
+    if (table.code == IntegrityCode::Ok) return "in order";
+    const std::string detail = IntegrityDetailText(table.detail);
+    return detail.empty() ? IntegrityMessage(table.code) : detail;
+}
+
 void PrintTables(CCommandContext& context, const Verification& found) {
     CTablePrinter table;
     table.AddColumn("Table");
@@ -67,10 +73,7 @@ void PrintTables(CCommandContext& context, const Verification& found) {
     table.AddColumn("Result");
     for (const TableIntegrity& row : found.tables) {
         table.AddRow({row.table, std::to_string(row.rows),
-                      std::to_string(static_cast<int32_t>(row.code)),
-                      row.code == IntegrityCode::Ok ? "in order"
-                      : row.detail.empty()          ? IntegrityMessage(row.code)
-                                                    : row.detail});
+                      std::to_string(static_cast<int32_t>(row.code)), ResultText(row)});
     }
     table.Print(context.Host().out, 0);
     context.Say("");

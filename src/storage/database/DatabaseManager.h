@@ -16,6 +16,7 @@
 #include "storage/journal/BracketScope.h"
 #include "storage/journal/Journal.h"
 #include "storage/tables/IntegrityCode.h"
+#include "storage/tables/IntegrityDetail.h"
 #include "storage/tables/TableManager.h"
 
 namespace quillon {
@@ -43,7 +44,7 @@ struct TableIntegrity {
     std::string table;
     int64_t rows = 0;
     IntegrityCode code = IntegrityCode::Ok;
-    std::string detail;  // what and where; empty when the code is Ok
+    IntegrityDetail detail;  // none when the code is Ok
 };
 
 // The record store as a whole: one folder with a schema file, the files of every

@@ -297,7 +297,7 @@ void CTableManager::ListFiles(std::vector<std::string>& names) const {
     for (const std::string& path : m_skippedIndexes) add(path);
 }
 
-IntegrityCode CTableManager::Verify(std::string& detail) const {
+IntegrityCode CTableManager::Verify(IntegrityDetail& detail) const {
     const CLockScope lock(m_lock);
     return CTableVerifier(*this).Run(detail);
 }

@@ -16,6 +16,7 @@
 #include "storage/index/IndexManagerContainer.h"
 #include "storage/tables/ColumnType.h"
 #include "storage/tables/IntegrityCode.h"
+#include "storage/tables/IntegrityDetail.h"
 #include "storage/tables/TableDefinition.h"
 #include "storage/tables/TableRowUpdateInfo.h"
 
@@ -117,7 +118,7 @@ public:
     int32_t RecordSize() const;
 
     // Checks texts, rows and indexes; where it stops, `detail` says what and where.
-    IntegrityCode Verify(std::string& detail) const;
+    IntegrityCode Verify(IntegrityDetail& detail) const;
     // Makes every index anew from the rows.
     [[nodiscard]] bool RebuildIndexes();
     // Brings the records of the column's index into memory; one that is damaged is made anew

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "foundation/ByteCodec.h"
 #include "storage/blocks/DataFormat.h"
@@ -9,9 +10,7 @@
 namespace quillon {
 namespace {
 
-std::string RowText(int64_t rowId) {
-    return "row " + std::to_string(rowId);
-}
+using Kind = IntegrityDetail::Kind;
 
 // Keys that no value of the column's type can have.
 bool IsForeignKey(ColumnType type, int64_t key) {
@@ -28,18 +27,19 @@ bool IsForeignKey(ColumnType type, int64_t key) {
 
 }  // namespace
 
-IntegrityCode CTableVerifier::Report(IntegrityCode code, std::string detail) {
+IntegrityCode CTableVerifier::Report(IntegrityCode code, IntegrityDetail detail) {
     m_detail = std::move(detail);
     return code;
 }
 
-IntegrityCode CTableVerifier::Run(std::string& detail) {
+IntegrityCode CTableVerifier::Run(IntegrityDetail& detail) {
     IntegrityCode code = IntegrityCode::General;
     if (m_table.Columns().empty()) {
-        m_detail = "the table has no columns";
+        m_detail.kind = Kind::NoColumns;
     } else if (!m_table.Texts().Dictionary().Load()) {
-        code = Report(IntegrityCode::UnreadableText, FileNameOf(m_table.Texts().Data().Path()) +
-                                                         ": its dictionary cannot be read");
+        code =
+            Report(IntegrityCode::UnreadableText,
+                   {.kind = Kind::NoDictionary, .file = FileNameOf(m_table.Texts().Data().Path())});
     } else {
         code = CheckIndexes();
     }
@@ -65,19 +65,19 @@ IntegrityCode CTableVerifier::CheckIndexes() {
 IntegrityCode CTableVerifier::CheckIndex(const CTableColumn& column) {
     if (column.index && !m_table.LoadIndex(column)) {
         return Report(IntegrityCode::IndexRecordUnreadable,
-                      FileNameOf(column.index->Path()) + " can be neither read nor made anew");
+                      {.kind = Kind::NoIndex, .file = FileNameOf(column.index->Path())});
     }
     if (!column.index || column.index->Count() != m_table.RowCount()) {
-        const std::string entries = std::to_string(column.index ? column.index->Count() : 0);
         return Report(IntegrityCode::IndexIncomplete,
-                      (column.index ? FileNameOf(column.index->Path()) : column.name.ToUtf8()) +
-                          ": " + entries + " entries for " + std::to_string(m_table.RowCount()) +
-                          " rows");
+                      {.kind = Kind::EntryCount,
+                       .file = column.index ? FileNameOf(column.index->Path()) : "",
+                       .column = column.name.ToUtf8(),
+                       .number = column.index ? column.index->Count() : 0,
+                       .rows = m_table.RowCount()});
     }
     if (column.index->AttributeInFile() != column.indexAttribute) {
-        return Report(
-            IntegrityCode::IndexColumnType,
-            FileNameOf(column.index->Path()) + ": the header's attribute flag is not the column's");
+        return Report(IntegrityCode::IndexColumnType,
+                      {.kind = Kind::AttributeFlag, .file = FileNameOf(column.index->Path())});
     }
     IntegrityCode code = IntegrityCode::Ok;
     column.index->Walk([&](int64_t key, int64_t rowId) {
@@ -89,22 +89,26 @@ IntegrityCode CTableVerifier::CheckIndex(const CTableColumn& column) {
 
 IntegrityCode CTableVerifier::CheckIndexEntry(const CTableColumn& column, int64_t key,
                                               int64_t rowId) {
-    const std::string where = FileNameOf(column.index->Path()) + ", " + RowText(rowId);
+    const auto report = [&](IntegrityCode code, Kind kind, int64_t number = 0) {
+        return Report(code, {.kind = kind,
+                             .file = FileNameOf(column.index->Path()),
+                             .row = rowId,
+                             .number = number});
+    };
     if (rowId == -1 || !m_table.RowExists(rowId)) {
-        return Report(IntegrityCode::IndexEntryUnknown, where + " does not exist");
+        return report(IntegrityCode::IndexEntryUnknown, Kind::NoSuchRow);
     }
     std::vector<uint8_t> record;
     if (!m_table.ReadRecord(rowId, record)) {
-        return Report(IntegrityCode::IndexRecordUnreadable, where + " cannot be read");
+        return report(IntegrityCode::IndexRecordUnreadable, Kind::UnreadableRow);
     }
     if (IsForeignKey(column.type, key)) {
-        return Report(IntegrityCode::IndexColumnType,
-                      where + ": no value of the column's type has the key " + std::to_string(key));
+        return report(IntegrityCode::IndexColumnType, Kind::ForeignKey, key);
     }
     // Texts that cannot be read are found, with their own code, when the rows are checked.
     CTableRowUpdateInfoValue value;
     if (m_table.ValueFromRecord(record, column, value) && value.Key() != key) {
-        return Report(IntegrityCode::IndexValueMismatch, where + " holds another value");
+        return report(IntegrityCode::IndexValueMismatch, Kind::OtherValue);
     }
     return IntegrityCode::Ok;
 }
@@ -115,9 +119,10 @@ IntegrityCode CTableVerifier::CheckRows() {
     m_table.WalkRows([&](int64_t rowId) {
         code = m_table.ReadRecord(rowId, record)
                    ? CheckRow(rowId, record)
-                   : Report(IntegrityCode::UnreadableRecord, FileNameOf(m_table.RowData().Path()) +
-                                                                 ", " + RowText(rowId) +
-                                                                 " cannot be read");
+                   : Report(IntegrityCode::UnreadableRecord,
+                            {.kind = Kind::UnreadableRow,
+                             .file = FileNameOf(m_table.RowData().Path()),
+                             .row = rowId});
         return code == IntegrityCode::Ok;
     });
     return code;
@@ -130,9 +135,9 @@ IntegrityCode CTableVerifier::CheckRow(int64_t rowId, const std::vector<uint8_t>
         if (found < 0) continue;  // between skipped values
         const auto offset = static_cast<size_t>(found);
         if (column.type == ColumnType::Boolean && record[offset] > 1) {
-            return Report(IntegrityCode::ColumnTypeMismatch, RowText(rowId) + ", column \"" +
-                                                                 column.name.ToUtf8() +
-                                                                 "\": neither true nor false");
+            return Report(
+                IntegrityCode::ColumnTypeMismatch,
+                {.kind = Kind::NeitherBoolean, .column = column.name.ToUtf8(), .row = rowId});
         }
         if (column.type != ColumnType::Text) continue;
         const IntegrityCode code = CheckTextId(LoadLE<int64_t>(record, offset), rowId, column);
@@ -144,17 +149,21 @@ IntegrityCode CTableVerifier::CheckRow(int64_t rowId, const std::vector<uint8_t>
 IntegrityCode CTableVerifier::CheckTextId(int64_t textId, int64_t rowId,
                                           const CTableColumn& column) {
     if (textId == CTextManager::kNoText) return IntegrityCode::Ok;
-    const std::string where = RowText(rowId) + ", column \"" + column.name.ToUtf8() + "\", text " +
-                              std::to_string(textId);
+    const auto report = [&](IntegrityCode code, std::string file = {}) {
+        return Report(code, {.kind = Kind::BadText,
+                             .file = std::move(file),
+                             .column = column.name.ToUtf8(),
+                             .row = rowId,
+                             .number = textId});
+    };
     const CTextManager& texts = m_table.Texts();
     if (textId < 0 || textId >= texts.Dictionary().NextId()) {
-        return Report(IntegrityCode::InvalidTextId, where);
+        return report(IntegrityCode::InvalidTextId);
     }
-    if (!texts.Dictionary().FindLive(textId)) return Report(IntegrityCode::MissingText, where);
+    if (!texts.Dictionary().FindLive(textId)) return report(IntegrityCode::MissingText);
     CKeelString text;
     if (!texts.Read(textId, text)) {
-        return Report(IntegrityCode::UnreadableText,
-                      FileNameOf(texts.Data().Path()) + ", " + where);
+        return report(IntegrityCode::UnreadableText, FileNameOf(texts.Data().Path()));
     }
     m_textIds.push_back(textId);
     return IntegrityCode::Ok;
@@ -164,8 +173,7 @@ IntegrityCode CTableVerifier::CheckOrphanTexts() {
     std::sort(m_textIds.begin(), m_textIds.end());
     const auto shared = std::adjacent_find(m_textIds.begin(), m_textIds.end());
     if (shared != m_textIds.end()) {
-        return Report(IntegrityCode::TextMismatch,
-                      "text " + std::to_string(*shared) + " belongs to two rows");
+        return Report(IntegrityCode::TextMismatch, {.kind = Kind::SharedText, .number = *shared});
     }
     // Skipped values may have texts, too.
     if (m_table.HasSkippedValues()) return IntegrityCode::Ok;
@@ -174,8 +182,7 @@ IntegrityCode CTableVerifier::CheckOrphanTexts() {
         if (entry.deleted || std::binary_search(m_textIds.begin(), m_textIds.end(), id)) {
             return true;
         }
-        code = Report(IntegrityCode::TextMismatch,
-                      "text " + std::to_string(id) + " belongs to no row");
+        code = Report(IntegrityCode::TextMismatch, {.kind = Kind::OrphanText, .number = id});
         return false;
     });
     return code;
@@ -187,7 +194,7 @@ IntegrityCode CTableVerifier::CheckBlocks(const CDictionaryManager& dictionary,
 }
 
 IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CDataStore& data,
-                               std::string& detail) {
+                               IntegrityDetail& detail) {
     struct Block {
         int64_t position;
         int64_t size;
@@ -195,7 +202,7 @@ IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CData
     };
     const std::string file = FileNameOf(data.Path());
     if (!dictionary.Load()) {
-        detail = file + ": its dictionary cannot be read";
+        detail = {.kind = Kind::NoDictionary, .file = file};
         return IntegrityCode::UnreadableRecord;
     }
     const int64_t end = data.BlockAreaSize();
@@ -204,7 +211,7 @@ IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CData
     dictionary.Walk([&](int64_t id, const DictionaryEntry& entry) {
         if (entry.deleted || entry.size == 0) return true;
         inside = entry.size > 0 && entry.position >= 0 && entry.position <= end - entry.size;
-        if (!inside) detail = file + ", entry " + std::to_string(id) + " lies outside the file";
+        if (!inside) detail = {.kind = Kind::OutsideFile, .file = file, .number = id};
         blocks.push_back({entry.position, entry.size, false});
         return inside;
     });
@@ -219,10 +226,9 @@ IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CData
         const Block& second = blocks[i];
         if (first.position + first.size <= second.position) continue;
         const bool onFreeList = first.free || second.free;
-        detail =
-            file + ", byte " +
-            std::to_string(second.position + static_cast<int64_t>(DataHeader::kDiskSize)) +
-            (onFreeList ? ": a block in use is on the free list" : ": two entries share a block");
+        detail = {.kind = onFreeList ? Kind::FreeBlockInUse : Kind::SharedBlock,
+                  .file = file,
+                  .number = second.position + static_cast<int64_t>(DataHeader::kDiskSize)};
         return IntegrityCode::DeletedEntriesRemain;
     }
     return IntegrityCode::Ok;

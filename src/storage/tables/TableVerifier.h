@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "storage/tables/IntegrityCode.h"
+#include "storage/tables/IntegrityDetail.h"
 #include "storage/tables/TableManager.h"
 
 namespace quillon {
@@ -12,7 +12,7 @@ namespace quillon {
 // Code 7 when live blocks overlap one another or are on the free list, 6 when one lies outside
 // the file; `detail` then says where.
 IntegrityCode CheckStoreBlocks(const CDictionaryManager& dictionary, const CDataStore& data,
-                               std::string& detail);
+                               IntegrityDetail& detail);
 
 // The integrity check of one table: indexes against rows first, then row records, texts and
 // free room.
@@ -27,7 +27,7 @@ public:
     explicit CTableVerifier(const CTableManager& table) : m_table(table) {}
 
     // The first code that is not Ok; `detail` then names file and place.
-    IntegrityCode Run(std::string& detail);
+    IntegrityCode Run(IntegrityDetail& detail);
 
 private:
     IntegrityCode CheckIndexes();
@@ -38,11 +38,11 @@ private:
     IntegrityCode CheckTextId(int64_t textId, int64_t rowId, const CTableColumn& column);
     IntegrityCode CheckOrphanTexts();
     IntegrityCode CheckBlocks(const CDictionaryManager& dictionary, const CDataStore& data);
-    IntegrityCode Report(IntegrityCode code, std::string detail);
+    IntegrityCode Report(IntegrityCode code, IntegrityDetail detail);
 
     const CTableManager& m_table;
     std::vector<int64_t> m_textIds;  // seen in rows
-    std::string m_detail;
+    IntegrityDetail m_detail;
 };
 
 }  // namespace quillon
