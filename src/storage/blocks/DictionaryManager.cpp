@@ -163,7 +163,7 @@ bool CDictionaryManager::ReadHeader() {
     return true;
 }
 
-bool CDictionaryManager::LoadEntries() {
+bool CDictionaryManager::LoadEntries(Doubled doubled) {
     ForgetEntries();
     if (!m_file.IsOpen()) return false;
     int64_t largestId = kUnusableId;
@@ -184,7 +184,7 @@ bool CDictionaryManager::LoadEntries() {
         m_headerStale = true;
     }
     m_loaded = true;
-    if (!duplicates) return true;
+    if (!duplicates || doubled == Doubled::Failure) return !duplicates;
     CBracketScope bracket(m_journal);
     return bracket.Begun() && Compact(false) && bracket.Commit();
 }
@@ -344,7 +344,8 @@ bool CDictionaryManager::OnBracketRolledBack() {
     ForgetEntries();
     m_loadFailed = !FalseWhenOutOfMemory([this] {
         return m_file.OpenExisting(m_path.ToUtf8()) && ReadHeader() &&
-               (m_loading == Loading::WhenNeeded || LoadEntries());
+               // The bracket is over: what is written now would be a commit of its own.
+               (m_loading == Loading::WhenNeeded || LoadEntries(Doubled::Failure));
     });
     if (!m_loadFailed) return true;
     // Ids out of half a map would be given twice: without the file nothing is given.

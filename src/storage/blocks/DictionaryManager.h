@@ -92,7 +92,10 @@ public:
 private:
     [[nodiscard]] bool WriteHeader();
     [[nodiscard]] bool ReadHeader();
-    [[nodiscard]] bool LoadEntries();
+    // An identifier that stands twice is one record less in the file afterwards; where it is
+    // only to be read, that is a failure.
+    enum class Doubled { Mended, Failure };
+    [[nodiscard]] bool LoadEntries(Doubled doubled = Doubled::Mended);
     bool LoadChunk(std::span<const uint8_t> bytes, int64_t& largestId, bool& duplicates);
     [[nodiscard]] bool Rewrite(const std::function<void(int64_t, DictionaryEntry&)>& relocate);
     void Touch();

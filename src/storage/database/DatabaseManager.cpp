@@ -121,6 +121,7 @@ bool CDatabaseManager::Open(const std::string& folder) {
         // Closing must not tidy up in a folder that somebody may have to rescue.
         m_journal.Break();
         CloseStores();
+        m_schemaParticipant.stale = false;
         (void)m_journal.Detach();
         m_folderLock.reset();
         m_folder.clear();

@@ -55,7 +55,8 @@ void CDatabaseManager::NoteBracketFailure() {
 
 void CDatabaseManager::ReloadIfStale() {
     const bool lost = m_journal.HasLostParticipant() && !m_tables.empty();
-    if (m_journal.InBatch() || !(m_schemaParticipant.stale || lost)) return;
+    // What does not open is left as it is; opening lets go of the stores itself.
+    if (!m_open || m_journal.InBatch() || !(m_schemaParticipant.stale || lost)) return;
     m_schemaParticipant.stale = false;
     DropStores();
     m_journal.ForgetLostParticipants();
