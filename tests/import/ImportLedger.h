@@ -39,6 +39,22 @@ inline std::string Shown(const ImportRecord& record) {
     return line;
 }
 
+// Values as a failed comparison shows them: " 2 -12.5 Food".
+inline std::string Shown(const std::vector<ImportValue>& values) {
+    std::string all;
+    for (const ImportValue& value : values) {
+        const auto* const number = std::get_if<int64_t>(&value);
+        const auto* const amount = std::get_if<double>(&value);
+        all += " " + (number   ? std::to_string(*number)
+                      : amount ? ShownAmount(*amount)
+                               : std::get<std::string>(value));
+    }
+    return all;
+}
+inline std::string Shown(const ImportRefusal& refusal) {
+    return "refusal " + std::to_string(static_cast<int>(refusal.code)) + Shown(refusal.values);
+}
+
 // "3: text\n" of each.
 inline std::string Shown(const std::vector<ImportNote>& notes) {
     std::string all;

@@ -7,6 +7,8 @@
 namespace quillon {
 namespace {
 
+using Why = ImportRefusalCode;
+
 class ImportManager : public CImportLedger {
 protected:
     ImportResult ImportQif(const std::string& text, const ImportOptions& options = {}) {
@@ -31,12 +33,12 @@ std::string StatementLine(const std::string& id, const std::string& date, const 
            "\r\n<NAME>" + name + "\r\n</STMTTRN>\r\n";
 }
 
-TEST_F(ImportManager, QifEntersARecordAndReportsLetterForLetter) {
+TEST_F(ImportManager, QifEntersARecord) {
     const ImportResult result = ImportQif("!Type:Bank\nD1/2'21\nT-12.50\nPShop\nLFoodstuff\n^\n");
-    ASSERT_FALSE(result.failed) << result.error;
-    EXPECT_EQ(result.message,
-              "The QIF data file 'in.qif' was imported successfully.\n\nTotal transactions in "
-              "file:   1\nTransactions imported:     1\nCategories created:          1");
+    ASSERT_FALSE(result.failed) << Shown(result.refusal);
+    EXPECT_EQ(result.read, 1);
+    EXPECT_EQ(result.imported, 1);
+    EXPECT_EQ(result.categoriesCreated, 1);
     EXPECT_EQ(result.payeesCreated, 1);
     EXPECT_EQ(Register(), Lines{"2021-01-02 -12.5 Shop [Foodstuff]"});
     EXPECT_DOUBLE_EQ(Balance(), -12.5);
@@ -123,49 +125,45 @@ TEST_F(ImportManager, AClosedAccountTakesNoImport) {
     ASSERT_TRUE(m_database.SetAccountActive(m_account.id, false));
     const ImportResult result = ImportQif("!Type:Bank\nD1/2'21\nT1\n^\n");
     EXPECT_TRUE(result.failed);
-    EXPECT_TRUE(result.error.ends_with("The account is closed.")) << result.error;
+    EXPECT_EQ(result.refusal.code, Why::AccountClosed);
     EXPECT_EQ(Register(), Lines{});
 }
 
-TEST_F(ImportManager, FailuresAreSaidInTheImportersWords) {
+TEST_F(ImportManager, AFileThatIsNoneIsRefusedWithTheReason) {
     CQIFImportManager missing(m_database, m_account, "no.qif", m_files);
-    EXPECT_EQ(missing.Import().error, "The import file 'no.qif' does not exist.");
-    const std::string qif = "An error occurred importing the QIF data file 'in.qif'.";
-    const std::string qfx = "An error occurred importing the QFX data file 'in.qfx'.";
-    EXPECT_EQ(ImportQif("").error, qif);
-    EXPECT_EQ(ImportQif("!Type:Bank\nPCaf\xE9\n^\n").error, qif);
-    EXPECT_EQ(ImportQfx("").error, qfx);
-    EXPECT_EQ(ImportQfx("\x89PNG").error, qfx);
+    EXPECT_EQ(missing.Import().refusal.code, Why::NoSuchFile);
+    EXPECT_EQ(ImportQif("").refusal.code, Why::NotReadable);
+    EXPECT_EQ(ImportQif("!Type:Bank\nPCaf\xE9\n^\n").refusal.code, Why::NotReadable);
+    EXPECT_EQ(ImportQfx("").refusal.code, Why::NotReadable);
+    EXPECT_EQ(ImportQfx("\x89PNG").refusal.code, Why::NotReadable);
 
+    const ImportRefusal notOfx{Why::NotOfx};
     const struct {
         const char* text;
-        std::string qif;
-        std::string qfx;
+        ImportRefusal qif;
+        ImportRefusal qfx;
     } rows[] = {
-        {"", "The file is empty.", "The file is empty."},
-        {"\x89PNG\x01\x02\x03\x04", "It is not a text file.", "It is not a text file."},
-        {"Date,Amount\n1/2/21,5\n", "It is not a QIF file: no line begins with \"!Type:\".",
-         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
-        {"<OFX></OFX>", "It is an OFX statement: import it as QFX.",
-         "Its statements hold no lines."},
-        {"!Type:Cat\nNFood\n^\n", "It holds only lists (Cat) and no register of transactions.",
-         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
-        {"!Type:Bank\n^\n", "Its registers hold no transactions.",
-         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
-        {"!Type:Invst\nD1/2/21\nNShrsIn\nT5\n^\n",
-         "It holds only investment actions (1) that move none of the account's own money.",
-         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
-        {"!Type:Peculiar\nPNote\n^\n", "None of its records (1) has a date and an amount.",
-         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
-        {"!Type:Bank\nDsoon\nT5\n^\n", "None of its dates can be read.",
-         "It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>."},
-        {"<OFX><STMTTRN>", "It is an OFX statement: import it as QFX.",
-         "No statement line in it is complete."},
+        {"", {Why::Empty}, {Why::Empty}},
+        {"\x89PNG\x01\x02\x03\x04", {Why::NotText}, {Why::NotText}},
+        {"Date,Amount\n1/2/21,5\n", {Why::NotQif}, notOfx},
+        {"<OFX></OFX>", {Why::QifIsOfx}, {Why::OfxNoLines}},
+        {"!Type:Cat\nNFood\n^\n!Type:Class\nNA\n^\n",
+         {Why::QifOnlyLists, {"Cat", "Class"}},
+         notOfx},
+        {"!Type:Bank\n^\n", {Why::QifNoRecords}, notOfx},
+        {"!Type:Invst\nD1/2/21\nNShrsIn\nT5\n^\n", {Why::QifInvestments, {1}}, notOfx},
+        {"!Type:Peculiar\nPNote\n^\n", {Why::QifIncomplete, {1}}, notOfx},
+        {"!Type:Bank\nDsoon\nT5\n^\n", {Why::NoDates}, notOfx},
+        {"<OFX><STMTTRN>", {Why::QifIsOfx}, {Why::OfxNoCompleteLine}},
+        {"<OFX><STATUS><CODE>15500<SEVERITY>ERROR<MESSAGE>No</STATUS></OFX>",
+         {Why::QifIsOfx},
+         {Why::OfxBankReports, {"15500", "No"}}},
+        {"<OFX><INVTRAN></INVTRAN></OFX>", {Why::QifIsOfx}, {Why::OfxInvestments, {1}}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.text);
-        EXPECT_EQ(ImportQif(row.text, Inferred()).error, qif + " " + row.qif);
-        EXPECT_EQ(ImportQfx(row.text, Inferred()).error, qfx + " " + row.qfx);
+        EXPECT_EQ(ImportQif(row.text, Inferred()).refusal, row.qif);
+        EXPECT_EQ(ImportQfx(row.text, Inferred()).refusal, row.qfx);
         // What is refused is not rewritten.
         EXPECT_EQ(ToString(m_files.Bytes("in.qfx")), row.text);
     }
@@ -177,7 +175,7 @@ TEST_F(ImportManager, ARegisterThatGoesOnBehindAnAccountBlockIsOne) {
         "!Type:Bank\nD1/31/21\nT1\nPA\n^\n!Account\nNGiro\nTBank\n^\nD1/30/21\nT2\nPB\n^\n"
         "D1/29/21\nT3\nPC\n^\n",
         Inferred());
-    EXPECT_EQ(result.imported, 3) << result.error;
+    EXPECT_EQ(result.imported, 3) << Shown(result.refusal);
     EXPECT_EQ(result.sources.size(), 1U);
 }
 
@@ -190,15 +188,13 @@ TEST_F(ImportManager, ReturnsEndLinesOfAQifFile) {
     EXPECT_EQ(result.notes.back().line, 8);  // where the accent is
 }
 
-TEST_F(ImportManager, QfxIsRewrittenEnteredOnceAndReported) {
+TEST_F(ImportManager, QfxIsRewrittenAndEnteredOnce) {
     const std::string text =
         "<OFX><STMTTRN><TRNTYPE>DEBIT<DTPOSTED>20210315120000[-5:EST]<TRNAMT>-1,250.00<FITID>7"
         "<NAME>Shop<MEMO>m</STMTTRN></OFX>";
     const ImportResult result = ImportQfx(text);
-    ASSERT_FALSE(result.failed) << result.error;
-    EXPECT_EQ(result.message,
-              "The QFX data file 'in.qfx' was imported successfully.\n\nTotal transactions in "
-              "file:   1\nTransactions imported:     1");
+    ASSERT_FALSE(result.failed) << Shown(result.refusal);
+    EXPECT_EQ(result.imported, 1);
     EXPECT_EQ(ToString(m_files.Bytes("in.qfx")),
               "\r\n<OFX>\r\n<STMTTRN>\r\n<TRNTYPE>DEBIT\r\n<DTPOSTED>20210315120000[-5:EST]\r\n"
               "<TRNAMT>-1,250.00\r\n<FITID>7\r\n<NAME>Shop\r\n<MEMO>m\r\n</STMTTRN>\r\n</OFX>");
@@ -268,9 +264,8 @@ TEST_F(ImportManager, AFileOfSeveralAccountsEntersTheOneThatIsMeant) {
     ImportOptions options = Inferred();
     const ImportResult unclear = ImportQfx(text, options);
     EXPECT_TRUE(unclear.failed && unclear.needsSource);
-    EXPECT_EQ(unclear.error,
-              "The file 'in.qfx' holds several accounts: '1114711' (2 lines), '2224712' (1 line). "
-              "Nothing was entered; say which of them is meant.");
+    EXPECT_EQ(unclear.refusal.code, Why::SourceUnclear);
+    EXPECT_EQ(unclear.sources.size(), 2U);
     EXPECT_EQ(ToString(m_files.Bytes("in.qfx")), text) << "nothing was rewritten";
 
     options.source = "2224712";
@@ -356,10 +351,6 @@ TEST_F(ImportManager, CancellingKeepsWholeBatches) {
     const ImportResult result = ImportQfx(ManyLines(7000), options);
     EXPECT_TRUE(result.cancelled);
     EXPECT_EQ(result.imported, 4000);
-    EXPECT_EQ(result.message,
-              "The import of 'in.qfx' was stopped before its end; what was entered stays. "
-              "Importing the file again adds the rest.\n\nTotal transactions in file:   7000\n"
-              "Transactions imported:     4000");
     EXPECT_NEAR(Balance(), -4400, 0.001);
     ExpectBalancesInOrder();
     const ImportResult rest = ImportQfx(ManyLines(7000), Inferred());
@@ -381,10 +372,7 @@ TEST_F(ImportManager, AFullDiskKeepsWholeBatchesAndCanBeResumed) {
     EXPECT_TRUE(failed.failed);
     kept = failed.imported;
     EXPECT_EQ(kept, 2000);
-    EXPECT_NE(failed.error.find("The disk is full: 2000 of 5000 transactions were entered and "
-                                "stay. Importing the file again adds the rest"),
-              std::string::npos)
-        << failed.error;
+    EXPECT_EQ(failed.refusal.code, Why::DiskFull);
     m_files.StopFailing();
     m_database.Close();
     ASSERT_TRUE(m_database.Open("ledger").opened);
@@ -399,7 +387,7 @@ TEST_F(ImportManager, AnAccountThatIsGoneIsRefused) {
     m_account.id = 999;
     const ImportResult result = ImportQfx(StatementLine("1", "20210315", "1", "A"), Inferred());
     EXPECT_TRUE(result.failed);
-    EXPECT_NE(result.error.find("The account does not exist."), std::string::npos);
+    EXPECT_EQ(result.refusal.code, Why::NoSuchAccount);
 }
 
 }  // namespace

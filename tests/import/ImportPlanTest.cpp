@@ -120,14 +120,12 @@ TEST_F(ImportPlan, CommitDoesWhatTheRowsSay) {
     EXPECT_EQ(first.Count().payees, 2);
     EXPECT_EQ(ToString(m_files.Bytes("in.txt")), text) << "planning leaves the file alone";
     const ImportResult result = first.Commit();
-    EXPECT_FALSE(result.failed) << result.error;
+    EXPECT_FALSE(result.failed) << Shown(result.refusal);
     EXPECT_EQ(result.imported, 2);
     EXPECT_EQ(result.payeesCreated, 2);
-    EXPECT_EQ(result.message,
-              "The QFX data file 'in.txt' was imported successfully.\n\nTotal transactions in "
-              "file:   3\nTransactions imported:     2");
+    EXPECT_EQ(result.read, 3);
     EXPECT_NE(ToString(m_files.Bytes("in.txt")), text) << "committing rewrites it";
-    EXPECT_TRUE(first.Commit().failed) << "once only";
+    EXPECT_EQ(first.Commit().refusal.code, ImportRefusalCode::SpentPlan);
     ASSERT_EQ(Transactions().Size(), 2);
 
     // What the account holds is met, and entered all the same where the user says so.
@@ -168,7 +166,7 @@ TEST_F(ImportPlan, WhatChangedSinceIsRespected) {
 
     CImportPlan closed = Plan(Line("9", "20210315", "1", "A"));
     ASSERT_TRUE(m_database.SetAccountActive(m_account.id, false));
-    EXPECT_TRUE(closed.Commit().error.ends_with("The account is closed."));
+    EXPECT_EQ(closed.Commit().refusal.code, ImportRefusalCode::AccountClosed);
 }
 
 // One manager, two plans: the second knows nothing of the first one's file.
@@ -190,9 +188,9 @@ TEST_F(ImportPlan, OneThatFailedSaysWhyAndHasNoRows) {
     CImportPlan plan = Plan("nothing");
     EXPECT_TRUE(plan.Failed());
     EXPECT_EQ(plan.RowCount(), 0U);
-    EXPECT_EQ(plan.Commit().error, plan.Error());
-    EXPECT_EQ(plan.Preview().error, plan.Error());
-    EXPECT_NE(plan.Error(), "");
+    EXPECT_EQ(plan.Commit().refusal, plan.Refusal());
+    EXPECT_EQ(plan.Preview().refusal, plan.Refusal());
+    EXPECT_EQ(plan.Refusal().code, ImportRefusalCode::NotOfx);
 }
 
 TEST(PackedRows, GiveBackWhatTheyTook) {

@@ -318,7 +318,9 @@ TEST(InferredOfx, SaysWhatTheBankReports) {
         "<OFX><SONRS><STATUS><CODE>15500<SEVERITY>ERROR<MESSAGE>Wrong password</STATUS></SONRS>"
         "<INVSTMTRS><BUYSTOCK><INVTRAN><FITID>1</INVTRAN></BUYSTOCK></INVSTMTRS></OFX>");
     EXPECT_TRUE(read.survey.hasBody);
-    EXPECT_EQ(read.survey.problem, "error 15500: Wrong password");
+    EXPECT_TRUE(read.survey.report.isError);
+    EXPECT_EQ(read.survey.report.code, "15500");
+    EXPECT_EQ(read.survey.report.message, "Wrong password");
     EXPECT_EQ(read.survey.investmentActions, 1);
     EXPECT_TRUE(read.records.empty());
 }

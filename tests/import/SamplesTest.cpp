@@ -109,24 +109,24 @@ constexpr Sample kSamples[] = {
 
 struct Refused {
     const char* file;
-    const char* reason;
+    ImportRefusal why;
 };
-constexpr Refused kRefused[] = {
-    {"qif/qif-quicken_investment_account.qif", "It holds only investment actions (2)"},
-    {"qif/qif2json-memorizedlist.qif", "It holds only lists (Memorized) and no register"},
-    {"qif/quiffen-empty.qif", "The file is empty."},
-    {"ofx/beancount_reds_importers-etrade_09092023.qfx", "It is an investment statement (4 actions"},
-    {"ofx/libofx-heap-buffer-overflow-2.ofx", "It is not an OFX statement"},
-    {"ofx/libofx-null-ptr-deref-1.ofx", "No statement line in it is complete."},
-    {"ofx/ofxparse-date_missing.ofx", "None of its dates can be read."},
-    {"ofx/ofxparse-decimal_error.ofx", "None of its dates can be read."},
-    {"ofx/ofxparse-bank_small.ofx", "Its statements hold no lines."},
-    {"ofx/ofxparse-multiple_accounts.ofx", "Its statements hold no lines."},
+using Why = ImportRefusalCode;
+const Refused kRefused[] = {
+    {"qif/qif-quicken_investment_account.qif", {Why::QifInvestments, {2}}},
+    {"qif/qif2json-memorizedlist.qif", {Why::QifOnlyLists, {"Memorized"}}},
+    {"qif/quiffen-empty.qif", {Why::Empty}},
+    {"ofx/beancount_reds_importers-etrade_09092023.qfx", {Why::OfxInvestments, {4}}},
+    {"ofx/libofx-heap-buffer-overflow-2.ofx", {Why::NotOfx}},
+    {"ofx/libofx-null-ptr-deref-1.ofx", {Why::OfxNoCompleteLine}},
+    {"ofx/ofxparse-date_missing.ofx", {Why::NoDates}},
+    {"ofx/ofxparse-decimal_error.ofx", {Why::NoDates}},
+    {"ofx/ofxparse-bank_small.ofx", {Why::OfxNoLines}},
+    {"ofx/ofxparse-multiple_accounts.ofx", {Why::OfxNoLines}},
     {"ofx/ofxparse-signon_fail.ofx",
-     "The bank sent no statement but error 15500: Your request could not be processed because "
-     "you supplied an invalid identification code or your password was incorrect"},
-    {"ofx/ofxparse-vanguard.ofx", "It is an investment statement (1 actions"},
-    {"ofx/ofxparser-ofxdata-investments-oneline-xml.ofx", "It is an investment statement (1 actions"},
+     {Why::OfxBankReports, {"15500", "Your request could not be processed because you supplied an invalid identification code or your password was incorrect"}}},
+    {"ofx/ofxparse-vanguard.ofx", {Why::OfxInvestments, {1}}},
+    {"ofx/ofxparser-ofxdata-investments-oneline-xml.ofx", {Why::OfxInvestments, {1}}},
 };
 
 struct Spot {
@@ -223,7 +223,7 @@ TEST_F(ImportSamples, EveryFileGivesWhatAPersonReadsInIt) {
         SCOPED_TRACE(sample.file);
         NewAccount(sample.file);
         const ImportResult result = ImportCopy(IsQif(sample.file));
-        EXPECT_FALSE(result.failed) << result.error;
+        EXPECT_FALSE(result.failed) << Shown(result.refusal);
         EXPECT_EQ(result.read, sample.read);
         EXPECT_EQ(result.imported, sample.imported);
         EXPECT_EQ(result.duplicates, sample.duplicates);
@@ -254,8 +254,7 @@ TEST_F(ImportSamples, FilesWithoutTransactionsAreRefusedWithTheReason) {
         NewAccount(refused.file);
         const ImportResult result = ImportCopy(IsQif(refused.file));
         EXPECT_TRUE(result.failed);
-        EXPECT_NE(result.error.find(refused.reason), std::string::npos) << result.error;
-        EXPECT_EQ(result.error.find('\n'), std::string::npos);
+        EXPECT_EQ(result.refusal, refused.why) << Shown(result.refusal);
         EXPECT_TRUE(Register().empty());
     }
 }
@@ -287,10 +286,10 @@ TEST_F(ImportSamples, TablesOfCommaSeparatedValuesAreNoBankFiles) {
         const std::vector<uint8_t> before = m_files.Bytes("copy");
         const ImportResult qif = ImportCopy(true);
         EXPECT_TRUE(qif.failed);
-        EXPECT_NE(qif.error.find("It is not a QIF file"), std::string::npos) << qif.error;
+        EXPECT_EQ(qif.refusal.code, Why::NotQif);
         const ImportResult qfx = ImportCopy(false);
         EXPECT_TRUE(qfx.failed);
-        EXPECT_NE(qfx.error.find("It is not an OFX statement"), std::string::npos) << qfx.error;
+        EXPECT_EQ(qfx.refusal.code, Why::NotOfx);
         EXPECT_EQ(m_files.Bytes("copy"), before);
     }
 }

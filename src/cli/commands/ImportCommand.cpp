@@ -11,6 +11,7 @@
 #include "foundation/CurrencyFormat.h"
 #include "import/ofx/QFXImportManager.h"
 #include "import/qif/QIFImportManager.h"
+#include "wording/ImportWords.h"
 
 namespace quillon {
 
@@ -79,7 +80,7 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
                    {"charset", NameOf(result.dialect.charset)}}},
                  {"sources", SourcesJson(result)},
                  {"notes", notes},
-                 {"message", result.message}};
+                 {"message", ImportReport(result, given.file)}};
     if (given.dryRun) json["dryRun"] = true;
     if (result.cancelled) json["cancelled"] = true;
     return json;
@@ -127,25 +128,25 @@ void PrintNotes(CCommandContext& context, const std::vector<ImportNote>& notes) 
 }
 
 void PrintResult(CCommandContext& context, const CImportPlan& plan, const ImportResult& result,
-                 bool dryRun) {
+                 const ImportCommandOptions& given) {
     const Dialect& dialect = result.dialect;
     context.Say(std::string("Read as: dates ") + NameOf(dialect.dateOrder) + ", years " +
                 NameOf(dialect.years) + ", decimal " + NameOf(dialect.decimal) +
                 ", character set " + NameOf(dialect.charset));
     context.Say("");
     PrintNotes(context, result.notes);
-    if (dryRun) PrintPreview(context, plan);
-    if (dryRun) {
+    if (given.dryRun) {
+        PrintPreview(context, plan);
         context.Say("Dry run, nothing was entered. Of " +
                     Counted(result.read, "record", "records") + " " +
                     std::to_string(result.imported) + " would be entered.");
     } else {
-        context.Say(result.message);
+        context.Say(ImportReport(result, given.file));
     }
     if (result.duplicates > 0) {
         context.Say("Known already, left out: " + std::to_string(result.duplicates));
     }
-    if (dryRun && result.categoriesCreated > 0) {
+    if (given.dryRun && result.categoriesCreated > 0) {
         context.Say("New categories: " + std::to_string(result.categoriesCreated));
     }
     if (result.payeesCreated > 0) {
@@ -198,15 +199,15 @@ void Import(CCommandContext& context, Format format, const ImportCommandOptions&
                            {"account", account.name.ToUtf8()},
                            {"sources", SourcesJson(result)}});
         }
-        throw CFailure(result.error +
+        throw CFailure(ImportRefusalMessage(result, given.file) +
                        " Give --source NAME for one of them, or --source all for all.");
     }
-    if (result.failed) throw CFailure(result.error);
+    if (result.failed) throw CFailure(ImportRefusalMessage(result, given.file));
     if (context.WantsJson()) {
         context.Print(ResultJson(given, account, result));
         return;
     }
-    PrintResult(context, plan, result, given.dryRun);
+    PrintResult(context, plan, result, given);
     if (given.dryRun) return;
     const CAccountEntry now = RequireAccount(session.Database(), account.name.ToUtf8());
     context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +

@@ -202,10 +202,11 @@ void COfxStatements::TakeStatus(Element element, std::string_view value) {
     if (element == Element::Severity) m_severity = value.substr(0, 20);
     if (!m_inStatus || !EqualIgnoringAsciiCase(m_severity, "ERROR")) return;
     if (element == Element::Severity) {
-        m_survey.problem = "error " + m_code;
-    } else {
-        m_survey.problem.append(": ").append(value.substr(0, 300));
+        m_survey.report = {true, m_code, {}};
+        return;
     }
+    std::string& message = m_survey.report.message;
+    message.append(message.empty() ? "" : ": ").append(value.substr(0, 300));
 }
 
 // --- statements

@@ -37,12 +37,19 @@ struct OfxLine {
 
 enum class OfxElement : uint8_t;
 
+// What a bank reports instead of a statement.
+struct OfxReport {
+    bool isError = false;
+    std::string code;     // as written
+    std::string message;  // several behind one another; may be empty
+};
+
 // What stands around the lines.
 struct OfxSurvey {
     bool hasBody = false;           // an <OFX> element or a statement line
     int64_t investmentActions = 0;  // buys, sells, income and the like
     int64_t unnamedStatements = 0;  // with lines, of accounts that are not named
-    std::string problem;            // what the bank reports instead of a statement
+    OfxReport report;
     std::vector<ImportSource> sources;
     std::vector<bool> hasBalance;    // by source: a ledger balance is stated
     std::vector<uint32_t> sourceOf;  // by statement

@@ -41,7 +41,8 @@ bool CQFXImportManager::Survey() {
 
 bool CQFXImportManager::SurveyPlain() {
     auto download = std::make_shared<Download>();
-    if (!ReadWholeFile(m_files, PathText(), download->bytes)) return Fail();
+    if (!ReadWholeFile(m_files, PathText(), download->bytes))
+        return Fail(ImportRefusalCode::NotReadable);
     const std::vector<uint8_t> normal = NormaliseStatement(download->bytes);
     if (normal != download->bytes) {
         if (IsPreview()) {
@@ -55,7 +56,7 @@ bool CQFXImportManager::SurveyPlain() {
     m_lines = std::make_shared<CReadOnlyTextFileManager>(m_files);
     const TextFileStatus status =
         m_lines->LoadBlock(normal.data(), static_cast<int64_t>(normal.size()));
-    if (status != TextFileStatus::Ok) return Fail();
+    if (status != TextFileStatus::Ok) return Fail(ImportRefusalCode::NotReadable);
     m_found.dialect.dateOrder = DateOrder::YearMonthDay;
     m_found.dialect.years = YearRule::AsWritten;
     return true;
@@ -66,7 +67,7 @@ bool CQFXImportManager::SurveyInferred() {
     std::vector<uint8_t>& bytes = m_download->bytes;
     if (!LoadFile(bytes)) return false;
     CharsetFinding finding = DetectCharset(bytes);
-    if (finding.binary) return Fail("It is not a text file.");
+    if (finding.binary) return Fail(ImportRefusalCode::NotText);
     m_download->converted = ConvertToUtf8(bytes, finding);
     std::string_view& text = m_download->text;
     text = m_download->converted;
@@ -98,7 +99,7 @@ bool CQFXImportManager::Prepare() {
     m_found.read = counts.read;
     if (counts.records == 0) return Refuse();
     // A file of which no date can be read was not understood.
-    if (counts.dated == 0) return Fail("None of its dates can be read.");
+    if (counts.dated == 0) return Fail(ImportRefusalCode::NoDates);
     if (m_inferred->Found().unnamedStatements > 1) {
         m_notes.Add(Kind::File, 0,
                     "Several statements of the file name no account; they count as one.");
@@ -130,16 +131,15 @@ CImportPlan::KeepFile CQFXImportManager::FileKeeper() {
 // Nothing to enter: says what the file is instead.
 bool CQFXImportManager::Refuse() {
     const OfxSurvey& found = m_inferred->Found();
-    if (!found.hasBody) {
-        return Fail("It is not an OFX statement: it holds neither <OFX> nor <STMTTRN>.");
+    if (!found.hasBody) return Fail(ImportRefusalCode::NotOfx);
+    if (m_found.read > 0) return Fail(ImportRefusalCode::OfxNoCompleteLine);
+    if (found.report.isError) {
+        return Fail(ImportRefusalCode::OfxBankReports, {found.report.code, found.report.message});
     }
-    if (m_found.read > 0) return Fail("No statement line in it is complete.");
-    if (!found.problem.empty()) return Fail("The bank sent no statement but " + found.problem);
     if (found.investmentActions > 0) {
-        return Fail("It is an investment statement (" + std::to_string(found.investmentActions) +
-                    " actions on securities) without bank-style lines.");
+        return Fail(ImportRefusalCode::OfxInvestments, {found.investmentActions});
     }
-    return Fail("Its statements hold no lines.");
+    return Fail(ImportRefusalCode::OfxNoLines);
 }
 
 }  // namespace quillon

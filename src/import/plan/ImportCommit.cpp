@@ -8,7 +8,6 @@
 #include "finance/database/QuillonDatabaseInterface.h"
 #include "finance/ledger/Balance.h"
 #include "finance/ledger/Ledger.h"
-#include "foundation/OutOfMemory.h"
 #include "import/plan/ImportPlan.h"
 
 namespace quillon {
@@ -54,7 +53,7 @@ private:
     std::optional<int64_t> PayeeOf(uint32_t number);
     std::optional<int64_t> CategoryOf(uint32_t number);
     void KeepSafe(const CLedgerImport& import);
-    void Fail(std::string_view reason);
+    void Fail(ImportRefusalCode why);
     void FailStored();
 
     CImportPlan& m_plan;
@@ -73,20 +72,13 @@ ImportResult CImportPlan::Commit(const ImportProgress& progress) {
         if (result.failed) return result;
         if (std::exchange(m_isSpent, true)) {
             result.failed = true;
-            result.error =
-                FailureMessage(m_format, m_path.ToUtf8(), "This plan was carried out before.");
+            result.refusal.code = ImportRefusalCode::SpentPlan;
             return result;
         }
         CCommit(*this, progress, result).Run();
     } catch (const std::bad_alloc&) {
-        FailForMemory(result, m_path);
+        FailForMemory(result);
     }
-    if (result.failed) return result;
-    // What is entered stays entered: want of memory for the words is no failure any more.
-    (void)FalseWhenOutOfMemory([&] {
-        result.message = ReportMessage(m_format, m_path.ToUtf8(), result);
-        return true;
-    });
     return result;
 }
 
@@ -97,9 +89,9 @@ void CImportPlan::CCommit::Run() {
         case LedgerStatus::Ok:
             return EnterAll(import);
         case LedgerStatus::NoSuchAccount:
-            return Fail("The account does not exist.");
+            return Fail(ImportRefusalCode::NoSuchAccount);
         case LedgerStatus::AccountClosed:
-            return Fail("The account is closed.");
+            return Fail(ImportRefusalCode::AccountClosed);
         default:
             return FailStored();
     }
@@ -199,14 +191,14 @@ std::optional<int64_t> CImportPlan::CCommit::CategoryOf(uint32_t number) {
     return id;
 }
 
-void CImportPlan::CCommit::Fail(std::string_view reason) {
+void CImportPlan::CCommit::Fail(ImportRefusalCode why) {
     m_result.failed = true;
-    m_result.error = FailureMessage(m_plan.m_format, m_plan.m_path.ToUtf8(), reason);
+    m_result.refusal.code = why;
 }
 
 void CImportPlan::CCommit::FailStored() {
     const bool diskFull = m_plan.m_database->Problem() == DatabaseProblem::DiskFull;
-    Fail(StoreFailure(m_plan.m_format, diskFull, m_result));
+    Fail(diskFull ? ImportRefusalCode::DiskFull : ImportRefusalCode::StoreFailed);
 }
 
 }  // namespace quillon

@@ -32,7 +32,7 @@ ImportResult CImportManager::Import() {
     try {
         result = plan.Preview();
     } catch (const std::bad_alloc&) {
-        FailForMemory(result, m_path);
+        FailForMemory(result);
     }
     return result;
 }
@@ -40,6 +40,7 @@ ImportResult CImportManager::Import() {
 CImportPlan CImportManager::Plan(bool isPreview) {
     m_isPreview = isPreview;
     m_found = ImportResult();
+    m_found.format = Format();
     m_notes = CImportNotes(m_options.everyNote);
     CImportPlan plan;
     try {
@@ -47,7 +48,7 @@ CImportPlan CImportManager::Plan(bool isPreview) {
         plan.m_found = std::move(m_found);
         plan.m_found.notes = m_notes.Take(plan.m_found.read);
     } catch (const std::bad_alloc&) {
-        FailForMemory(plan.m_found, m_path);
+        FailForMemory(plan.m_found);
     }
     if (!plan.Failed()) return plan;
     CImportPlan none;
@@ -58,10 +59,9 @@ CImportPlan CImportManager::Plan(bool isPreview) {
 void CImportManager::FillPlan(CImportPlan& plan) {
     plan.m_database = &m_database;
     plan.m_account = m_account;
-    plan.m_path = m_path;
-    plan.m_format = Format();
+    plan.m_found.format = Format();
     if (!m_files.Exists(PathText())) {
-        FailWith("The import file '" + PathText() + "' does not exist.");
+        Fail(ImportRefusalCode::NoSuchFile);
         return;
     }
     if (!Survey() || !ChooseSources() || !Prepare()) return;
@@ -69,7 +69,7 @@ void CImportManager::FillPlan(CImportPlan& plan) {
     Text text = TextOfRecords();
     plan.SetText(std::move(text.owner), text.bytes);
     plan.m_keepFile = FileKeeper();
-    if (!TakeRecords(plan)) Fail("The account's transactions cannot be read.");
+    if (!TakeRecords(plan)) Fail(ImportRefusalCode::AccountUnreadable);
 }
 
 bool CImportManager::TakeRecords(CImportPlan& plan) {
@@ -83,23 +83,18 @@ bool CImportManager::TakeRecords(CImportPlan& plan) {
     return readable;
 }
 
-bool CImportManager::Fail(std::string_view reason) {
-    return FailWith(FailureMessage(Format(), PathText(), reason));
-}
-
-bool CImportManager::FailWith(std::string error) {
+bool CImportManager::Fail(ImportRefusalCode why, std::vector<ImportValue> values) {
     m_found.failed = true;
-    m_found.error = std::move(error);
+    m_found.refusal = {why, std::move(values)};
     return false;
 }
 
 bool CImportManager::LoadFile(std::vector<uint8_t>& bytes) {
     if (!ReadWholeFile(m_files, PathText(), bytes)) {
         const bool forbidden = m_files.LastError() == FileError::NoPermission;
-        return Fail(forbidden ? "It may not be read: check its permissions."
-                              : "It cannot be read.");
+        return Fail(forbidden ? ImportRefusalCode::NoPermission : ImportRefusalCode::ReadFailed);
     }
-    if (bytes.empty()) return Fail("The file is empty.");
+    if (bytes.empty()) return Fail(ImportRefusalCode::Empty);
     return true;
 }
 
@@ -118,15 +113,12 @@ bool CImportManager::ChooseSources() {
             return true;
         case SourceChoice::Unclear:
             m_found.needsSource = true;
-            return FailWith("The file '" + PathText() +
-                            "' holds several accounts: " + ListOfSources(sources) +
-                            ". Nothing was entered; say which of them is meant.");
+            return Fail(ImportRefusalCode::SourceUnclear);
         case SourceChoice::Unknown:
             break;
     }
     m_found.needsSource = true;
-    return FailWith("The file '" + PathText() + "' holds no account '" + m_options.source +
-                    "', but " + (sources.empty() ? "none by name" : ListOfSources(sources)) + ".");
+    return Fail(ImportRefusalCode::SourceUnknown, {m_options.source});
 }
 
 void CImportManager::NoteKindOf(const ImportSource& source) {

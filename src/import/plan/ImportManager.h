@@ -21,7 +21,7 @@ class CQuillonDatabaseInterface;
 //
 //   Commits    A few thousand records each, with the account's balance. After a failure
 //              whole commits stay; ImportResult tells how many records they hold.
-//   Errors     ImportResult::failed and ::error, or those of the plan. Nothing here throws
+//   Errors     ImportResult::failed and ::refusal, or those of the plan. Nothing here throws
 //              or shows anything.
 //   Ownership  Borrows database and file system, which must outlive it and its plans.
 //   Threads    One import at a time; the progress callback runs in the caller's thread.
@@ -66,8 +66,8 @@ protected:
     // The plan is for looking at: the file must stay as it is.
     bool IsPreview() const { return m_isPreview; }
     std::string PathText() const { return m_path.ToUtf8(); }
-    // Sets the error and returns false. `reason` follows the importer's own sentence.
-    bool Fail(std::string_view reason = {});
+    // Sets the refusal and returns false.
+    bool Fail(ImportRefusalCode why, std::vector<ImportValue> values = {});
     // The file's bytes; refuses an empty one and one that cannot be read.
     bool LoadFile(std::vector<uint8_t>& bytes);
 
@@ -83,7 +83,6 @@ private:
     CImportPlan Plan(bool isPreview);
     void FillPlan(CImportPlan& plan);
     bool TakeRecords(CImportPlan& plan);
-    bool FailWith(std::string error);
     bool ChooseSources();
     // What a person would want to know of the choice.
     void NoteSources();

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "import/plan/ImportFormat.h"
 #include "import/plan/ImportNotes.h"
+#include "import/plan/ImportRefusal.h"
 #include "import/plan/ImportSource.h"
 #include "import/text/Dialect.h"
 
@@ -36,10 +38,9 @@ struct ImportOptions {
 
 struct ImportResult {
     bool failed = false;
-    // Why, and what to do; one line, empty unless failed.
-    std::string error;
-    // The report for the user, in several lines; empty when failed.
-    std::string message;
+    ImportRefusal refusal;  // why; none unless failed
+    ImportFormat format;    // of the file
+    bool dryRun = false;    // nothing was entered: it was only tried
     bool cancelled = false;
     // The file holds several accounts, and which one was meant is not clear: nothing was
     // entered. ImportOptions::source tells, or allSources.
@@ -55,5 +56,12 @@ struct ImportResult {
     std::vector<ImportSource> sources;  // the accounts of the file; none by the plain rules
     std::vector<ImportNote> notes;      // in file order; those of the whole file first
 };
+
+// Sets `result` to a failure for want of memory, of which it needs none.
+inline void FailForMemory(ImportResult& result) noexcept {
+    result.failed = true;
+    result.refusal.code = ImportRefusalCode::OutOfMemory;
+    result.refusal.values.clear();
+}
 
 }  // namespace quillon

@@ -62,12 +62,12 @@ CImportPlan::Counts CImportPlan::Count() const {
 ImportResult CImportPlan::Preview() const {
     ImportResult result = m_found;
     if (result.failed) return result;
+    result.dryRun = true;
     const Counts counts = Count();
     result.imported = counts.entered;
     result.duplicates = counts.duplicates;
     result.payeesCreated = counts.payees;
     result.categoriesCreated = counts.categories;
-    result.message = TriedMessage(m_path.ToUtf8(), result);
     return result;
 }
 

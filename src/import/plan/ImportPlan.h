@@ -61,7 +61,7 @@ struct ImportPlanRow {
 //   Made by    CImportManager::MakePlan(). Making one changes neither ledger nor file.
 //   Rows       All records of the file's chosen accounts, in its order. What is not entered,
 //              such as a withdrawn line, is in the notes alone.
-//   Errors     A plan may be none: Failed() and Error() say why, and it has no rows. Commit()
+//   Errors     A plan may be none: Failed() and Refusal() say why, and it has no rows. Commit()
 //              tells by its result and throws nothing; the others let std::bad_alloc pass.
 //   Memory     The file's text and some 15 to 30 bytes a record.
 //   Ownership  Owns the file's text. Borrows database and file system, which must outlive it;
@@ -76,7 +76,7 @@ public:
     CImportPlan() = default;
 
     bool Failed() const { return m_found.failed; }
-    const std::string& Error() const { return m_found.error; }
+    const ImportRefusal& Refusal() const { return m_found.refusal; }
     // See ImportResult.
     bool NeedsSource() const { return m_found.needsSource; }
     const Dialect& FoundDialect() const { return m_found.dialect; }
@@ -92,7 +92,7 @@ public:
         int64_t categories = 0;
     };
     Counts Count() const;
-    // The same as a result, with the words of a dry run.
+    // The same as a result, that of a dry run.
     ImportResult Preview() const;
 
     size_t RowCount() const { return m_rows.Size(); }
@@ -123,8 +123,6 @@ private:
 
     CQuillonDatabaseInterface* m_database = nullptr;
     CAccountEntry m_account;
-    CKeelString m_path;
-    ImportFormat m_format;
     std::shared_ptr<const void> m_text;  // owner of what the rows refer to
     KeepFile m_keepFile;
     ImportResult m_found;  // without the counts but `read`

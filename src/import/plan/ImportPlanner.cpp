@@ -20,7 +20,7 @@ constexpr size_t kLongestText = 4096;  // bytes
 bool CImportPlanner::Load() {
     CQuillonDatabaseInterface& database = *m_plan.m_database;
     return m_rules.Load(database) &&
-           (!m_plan.m_format.hasIdentifiers || m_held.Load(database, m_plan.m_account));
+           (!m_plan.m_found.format.hasIdentifiers || m_held.Load(database, m_plan.m_account));
 }
 
 // Cuts texts that the ledger cannot hold or no screen could show.
@@ -86,7 +86,7 @@ bool CImportPlanner::Take(ImportRecord& record) {
     row.amountRead = record.amountRead;
     row.check = record.check;
     row.electronic = record.electronic;
-    row.fitId = m_plan.m_format.hasIdentifiers ? record.fitId : 0;
+    row.fitId = m_plan.m_found.format.hasIdentifiers ? record.fitId : 0;
     row.idText = record.idText;
     row.memo = record.memo;
     m_plan.m_rows.Add(row, m_plan.m_texts);

@@ -23,7 +23,9 @@ bool CQIFImportManager::Survey() {
 }
 
 bool CQIFImportManager::SurveyPlain() {
-    if (m_lines->Open(m_path) != TextFileStatus::Ok || m_lines->LineCount() == 0) return Fail();
+    if (m_lines->Open(m_path) != TextFileStatus::Ok || m_lines->LineCount() == 0) {
+        return Fail(ImportRefusalCode::NotReadable);
+    }
     m_found.dialect.dateOrder = m_options.dateOrder.value_or(DateOrder::MonthDayYear);
     return true;
 }
@@ -38,7 +40,7 @@ bool CQIFImportManager::Prepare() {
     m_found.read = counts.read;
     if (counts.records == 0) return Refuse(counts.investments);
     // A file of which no date can be read was not understood.
-    return counts.dated > 0 || Fail("None of its dates can be read.");
+    return counts.dated > 0 || Fail(ImportRefusalCode::NoDates);
 }
 
 CImportManager::Text CQIFImportManager::TextOfRecords() {
@@ -57,7 +59,7 @@ bool CQIFImportManager::SurveyInferred() {
     std::vector<uint8_t> bytes;
     if (!LoadFile(bytes)) return false;
     CharsetFinding finding = DetectCharset(bytes);
-    if (finding.binary) return Fail("It is not a text file.");
+    if (finding.binary) return Fail(ImportRefusalCode::NotText);
     m_found.dialect.charset = finding.charset;
     // The reader gets UTF-8 with its mark: accents in the first bytes are text then.
     const std::string converted = ConvertToUtf8(bytes, finding);
@@ -78,7 +80,7 @@ bool CQIFImportManager::SurveyInferred() {
     NoteCharset(finding, m_notes);
     const TextFileStatus status =
         m_lines->AdoptBlock(std::move(block), static_cast<int64_t>(sizeof kUtf8Mark + size));
-    if (status != TextFileStatus::Ok) return Fail("It cannot be split into lines.");
+    if (status != TextFileStatus::Ok) return Fail(ImportRefusalCode::NoLines);
 
     m_inferred = std::make_unique<CInferredQif>(*m_lines, TodayFileTime(), m_options,
                                                 m_found.dialect, m_notes);
@@ -91,28 +93,20 @@ bool CQIFImportManager::SurveyInferred() {
 bool CQIFImportManager::Refuse(int64_t investments) {
     const QifOutline& outline = m_inferred->Outline();
     const std::string_view text = TextOf(*m_lines);
-    if (investments > 0) {
-        return Fail("It holds only investment actions (" + std::to_string(investments) +
-                    ") that move none of the account's own money.");
-    }
-    if (m_found.read > 0 || outline.incomplete > 0) {
-        return Fail("None of its records (" +
-                    std::to_string(std::max(m_found.read, outline.incomplete)) +
-                    ") has a date and an amount.");
-    }
-    if (outline.registers > 0) return Fail("Its registers hold no transactions.");
+    if (investments > 0) return Fail(ImportRefusalCode::QifInvestments, {investments});
+    const int64_t incomplete = std::max(m_found.read, outline.incomplete);
+    if (incomplete > 0) return Fail(ImportRefusalCode::QifIncomplete, {incomplete});
+    if (outline.registers > 0) return Fail(ImportRefusalCode::QifNoRecords);
     if (!outline.lists.empty()) {
-        std::string lists;
-        for (const std::string_view list : outline.lists) {
-            lists += (lists.empty() ? "" : ", ") + std::string(list);
-        }
-        return Fail("It holds only lists (" + lists + ") and no register of transactions.");
+        std::vector<ImportValue> lists;
+        for (const std::string_view list : outline.lists) lists.emplace_back(std::string(list));
+        return Fail(ImportRefusalCode::QifOnlyLists, std::move(lists));
     }
-    if (outline.hasHeading) return Fail("It holds no register of transactions.");
+    if (outline.hasHeading) return Fail(ImportRefusalCode::QifNoRegister);
     if (Contains(text, "<OFX") || Contains(text, "OFXHEADER") || Contains(text, "<STMTTRN")) {
-        return Fail("It is an OFX statement: import it as QFX.");
+        return Fail(ImportRefusalCode::QifIsOfx);
     }
-    return Fail("It is not a QIF file: no line begins with \"!Type:\".");
+    return Fail(ImportRefusalCode::NotQif);
 }
 
 }  // namespace quillon
