@@ -26,6 +26,12 @@ std::string Shown(const ImportValue& value, char how) {
 
 }  // namespace
 
+std::string InQuotes(std::string_view text) {
+    constexpr size_t kShown = 60;  // bytes
+    const std::string_view shown = CutUtf8(text, kShown);
+    return "\"" + std::string(shown) + (shown.size() < text.size() ? "...\"" : "\"");
+}
+
 std::string Filled(std::string_view sentence, std::span<const ImportValue> values) {
     std::string filled;
     for (size_t at = 0; at < sentence.size();) {
@@ -38,6 +44,20 @@ std::string Filled(std::string_view sentence, std::span<const ImportValue> value
         at = close + 1;
     }
     return filled;
+}
+
+std::string ListOfSources(const std::vector<ImportSource>& sources, std::optional<bool> chosen) {
+    constexpr size_t kShown = 20;
+    std::string list;
+    size_t count = 0;
+    for (const ImportSource& source : sources) {
+        if (chosen && (source.chosen != *chosen || source.lines == 0)) continue;
+        if (++count > kShown) continue;
+        list += (count == 1 ? "'" : ", '") + source.name.substr(0, 60) + "' (" +
+                std::to_string(source.lines) + (source.lines == 1 ? " line)" : " lines)");
+    }
+    if (count > kShown) list += " and " + std::to_string(count - kShown) + " more";
+    return list;
 }
 
 }  // namespace quillon

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -55,11 +56,29 @@ inline std::string Shown(const ImportRefusal& refusal) {
     return "refusal " + std::to_string(static_cast<int>(refusal.code)) + Shown(refusal.values);
 }
 
-// "3: text\n" of each.
+// A note that is looked for among others.
+struct Noted {
+    int64_t line = -1;  // -1: none is looked for
+    ImportNoteCode code{};
+    std::vector<ImportValue> values = {};
+};
+
 inline std::string Shown(const std::vector<ImportNote>& notes) {
     std::string all;
-    for (const ImportNote& note : notes) all += std::to_string(note.line) + ": " + note.text + "\n";
+    for (const ImportNote& note : notes) {
+        all += std::to_string(note.line) + ": note " + std::to_string(static_cast<int>(note.code)) +
+               Shown(note.values) + "\n";
+    }
     return all;
+}
+
+inline void ExpectNoted(const std::vector<ImportNote>& notes, const Noted& wanted) {
+    const auto is = [&wanted](const ImportNote& note) {
+        return note.line == wanted.line && note.code == wanted.code && note.values == wanted.values;
+    };
+    EXPECT_TRUE(wanted.line < 0 || std::any_of(notes.begin(), notes.end(), is))
+        << "no note " << static_cast<int>(wanted.code) << " among\n"
+        << Shown(notes);
 }
 
 // A ledger on a disk in memory with one account to import into.

@@ -1,12 +1,11 @@
 #include "import/plan/ImportManager.h"
 
-#include <algorithm>
-
 #include "import/ImportLedger.h"
 
 namespace quillon {
 namespace {
 
+using Note = ImportNoteCode;
 using Why = ImportRefusalCode;
 
 class ImportManager : public CImportLedger {
@@ -112,10 +111,7 @@ TEST_F(ImportManager, AmountsAboveTheLimitAreLeftOut) {
         EXPECT_EQ(result.read, 4);
         EXPECT_EQ(result.imported, 2);
         EXPECT_EQ(result.payeesCreated, 1);
-        const auto tooLarge = [](const ImportNote& note) {
-            return note.text.find("too large for the ledger") != std::string::npos;
-        };
-        EXPECT_TRUE(std::any_of(result.notes.begin(), result.notes.end(), tooLarge));
+        ExpectNoted(result.notes, {10, Note::AmountTooLarge});
     }
     EXPECT_EQ(Register(), (Lines{"2021-01-02 1e+13 Shop", "2021-01-02 -1e+13 Shop"}));
     ExpectBalancesInOrder();
@@ -223,7 +219,7 @@ TEST_F(ImportManager, ASecondImportAddsNothing) {
     EXPECT_EQ(second.imported, 0);
     EXPECT_EQ(second.duplicates, 8);
     for (const ImportNote& note : second.notes) {
-        EXPECT_EQ(note.text.find("with another date or amount"), std::string::npos) << note.text;
+        EXPECT_NE(note.code, Note::HeldDiffers) << note.line;
     }
     // A later download lists the lines of the shared identifier in another order.
     const ImportResult third = ImportQfx(StatementLine("9", "20210316", "3", "D") +
@@ -247,7 +243,7 @@ TEST_F(ImportManager, ADuplicateThatDiffersIsListed) {
     const ImportResult changed = ImportQfx(StatementLine("7", "20210315", "2", "A"), Inferred());
     EXPECT_EQ(changed.duplicates, 1);
     ASSERT_EQ(changed.notes.size(), 1U);
-    EXPECT_EQ(changed.notes[0].line, 1);
+    ExpectNoted(changed.notes, {1, Note::HeldDiffers});
     EXPECT_DOUBLE_EQ(Balance(), 1);
 }
 
@@ -273,10 +269,8 @@ TEST_F(ImportManager, AFileOfSeveralAccountsEntersTheOneThatIsMeant) {
     EXPECT_EQ(card.imported, 1);
     EXPECT_EQ(card.read, 1);
     ASSERT_EQ(card.notes.size(), 2U);
-    EXPECT_EQ(card.notes[0].text,
-              "'2224712' is a card's statement, but the account is no credit account.");
-    EXPECT_EQ(card.notes[1].text,
-              "Only '2224712' (1 line) was read; left out: '1114711' (2 lines).");
+    ExpectNoted(card.notes, {0, Note::CardForOtherAccount, {"2224712"}});
+    ExpectNoted(card.notes, {0, Note::SourcesLeftOut});
 
     OpenAccount("Savings", AccountType::Savings);
     options = Inferred();
@@ -291,8 +285,7 @@ TEST_F(ImportManager, AFileOfSeveralAccountsEntersTheOneThatIsMeant) {
     EXPECT_EQ(carried.imported, 2);
     ASSERT_EQ(carried.sources.size(), 2U);
     EXPECT_TRUE(carried.sources[0].chosen && !carried.sources[1].chosen);
-    EXPECT_EQ(carried.notes[0].text,
-              "'1114711' is a bank account's statement, but the account is a credit account.");
+    ExpectNoted(carried.notes, {0, Note::BankForCreditAccount, {"1114711"}});
 }
 
 TEST_F(ImportManager, DryRunTouchesNothing) {
@@ -322,7 +315,7 @@ TEST_F(ImportManager, AFileThatCannotBeRewrittenIsImportedAllTheSame) {
     EXPECT_EQ(result.imported, 1);
     EXPECT_EQ(ToString(m_files.Bytes("in.qfx")), text);
     ASSERT_EQ(result.notes.size(), 1U);
-    EXPECT_NE(result.notes[0].text.find("could not be rewritten"), std::string::npos);
+    EXPECT_EQ(result.notes[0].code, Note::NotRewritten);
 }
 
 TEST_F(ImportManager, OversizedAmountsAndTextsAreListed) {
@@ -333,6 +326,8 @@ TEST_F(ImportManager, OversizedAmountsAndTextsAreListed) {
     EXPECT_EQ(result.read, 2);
     EXPECT_EQ(result.imported, 1);
     EXPECT_EQ(result.notes.size(), 2U);
+    ExpectNoted(result.notes, {1, Note::AmountTooLarge});
+    ExpectNoted(result.notes, {7, Note::TextCut, {4096}});
     EXPECT_DOUBLE_EQ(Balance(), 5);
 }
 

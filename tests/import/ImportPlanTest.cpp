@@ -151,9 +151,7 @@ TEST_F(ImportPlan, WhatChangedSinceIsRespected) {
         EXPECT_EQ(result.imported, mode == DialectMode::Auto ? 1 : 0) << "plain: one line, no tags";
         EXPECT_EQ(ToString(m_files.Bytes("in.txt")), "another <file>");
         ASSERT_FALSE(result.notes.empty());
-        EXPECT_EQ(result.notes[0].text,
-                  "The file is no longer what was read; it was left as it "
-                  "is.");
+        EXPECT_EQ(result.notes[0].code, ImportNoteCode::ChangedMeanwhile);
     }
     // A payee that somebody made meanwhile is no new one, and one that is gone is made.
     CImportPlan plan = Plan(Line("2", "20210315", "1", "Made") + Line("3", "20210315", "1", "A"));

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "foundation/CalendarDate.h"
 #include "import/text/AmountInference.h"
 #include "import/text/Charset.h"
@@ -9,6 +11,8 @@
 
 namespace quillon {
 namespace {
+
+using Note = ImportNoteCode;
 
 constexpr DateOrder kMdy = DateOrder::MonthDayYear;
 constexpr DateOrder kDmy = DateOrder::DayMonthYear;
@@ -136,63 +140,63 @@ TEST(DateText, OrderIsInferredFromTheWholeFileOrNotAtAll) {
         std::vector<const char*> dates;
         DateOrder order;
         YearRule years;
-        const char* note;  // a part of the first
+        std::optional<Note> note;
     } rows[] = {
         {"a 13th day in second place",
          {"1/2/21", "1/13/21"},
          kMdy,
          YearRule::TwoDigits,
-         "month first: 1/13/21"},
-        {"in first place", {"1/2/21", "13/1/21"}, kDmy, YearRule::TwoDigits, "day first: 13/1/21"},
-        {"year first", {"2014/1/2"}, kYmd, YearRule::AsWritten, "year first"},
-        {"undecided", {"1/2/21", "3/4/21"}, kMdy, YearRule::TwoDigits, "could be either"},
-        {"contradiction", {"13/1/21", "1/13/21"}, kMdy, YearRule::TwoDigits, "contradict"},
+         Note::DatesMonthFirst},
+        {"in first place", {"1/2/21", "13/1/21"}, kDmy, YearRule::TwoDigits, Note::DatesDayFirst},
+        {"year first", {"2014/1/2"}, kYmd, YearRule::AsWritten, Note::DatesYearFirst},
+        {"undecided", {"1/2/21", "3/4/21"}, kMdy, YearRule::TwoDigits, Note::DatesUndecided},
+        {"contradiction", {"13/1/21", "1/13/21"}, kMdy, YearRule::TwoDigits, Note::DatesContradict},
         {"year first beside undecided",
          {"2014-01-02", "1/2/14"},
          kMdy,
          YearRule::AsWritten,
-         "could be either"},
+         Note::DatesUndecided},
         {"year first beside day first",
          {"2014-01-02", "31/1/14"},
          kDmy,
          YearRule::AsWritten,
-         "day first"},
+         Note::DatesDayFirst},
         {"12 proves nothing",
          {"12/12/12", "12/11/12"},
          kMdy,
          YearRule::TwoDigits,
-         "could be either"},
-        {"the same either way", {"12/12/12", "1/1/13"}, kMdy, YearRule::TwoDigits, nullptr},
+         Note::DatesUndecided},
+        {"the same either way", {"12/12/12", "1/1/13"}, kMdy, YearRule::TwoDigits, {}},
         {"rising with the day first",
          {"9/4/21", "10/4/21", "1/5/21"},
          kDmy,
          YearRule::TwoDigits,
-         "day first, as in 9/4/21: so read they follow"},
+         Note::DatesDayFirstByTime},
         {"falling with the month first",
          {"1/5/22", "12/9/21", "11/10/21"},
          kMdy,
          YearRule::TwoDigits,
-         "month first, as in 1/5/22: so read they follow"},
+         Note::DatesMonthFirstByTime},
         {"rising either way",
          {"1/2/21", "2/3/21", "3/4/21"},
          kMdy,
          YearRule::TwoDigits,
-         "could be either"},
+         Note::DatesUndecided},
         {"one date proves against the movement",
          {"9/4/21", "10/4/21", "1/5/21", "1/13/21"},
          kMdy,
          YearRule::TwoDigits,
-         "month first: 1/13/21"},
+         Note::DatesMonthFirst},
         {"a register begins anew",
          {"9/4/21", "1/5/21", "-", "9/3/21", "1/4/21"},
          kMdy,
          YearRule::TwoDigits,
-         "could be either"},
+         Note::DatesUndecided},
         {"a named month",
          {"01-Jul-2026", "02/07/2026"},
          kDmy,
          YearRule::AsWritten,
-         "name the month: 01-Jul-2026"},
+         Note::DatesNameMonth},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -207,13 +211,9 @@ TEST(DateText, OrderIsInferredFromTheWholeFileOrNotAtAll) {
         inference.Decide({}, dialect, notes);
         EXPECT_EQ(dialect.dateOrder, row.order);
         EXPECT_EQ(dialect.years, row.years);
-        std::string all;
-        for (const ImportNote& note : notes.Take()) all += note.text + "\n";
-        if (row.note) {
-            EXPECT_NE(all.find(row.note), std::string::npos) << all;
-        } else {
-            EXPECT_EQ(all, "");
-        }
+        const std::vector<ImportNote> taken = notes.Take();
+        const auto is = [&row](const ImportNote& note) { return note.code == row.note; };
+        EXPECT_TRUE(row.note ? std::any_of(taken.begin(), taken.end(), is) : taken.empty());
         inference.Decide(kYmd, dialect, notes);
         EXPECT_EQ(dialect.dateOrder, kYmd);
     }
@@ -365,11 +365,10 @@ TEST(AmountText, WhereBothMarksAreDecimalsThreeDigitsAreThousands) {
     const AmountMarks marks = inference.Decide({}, dialect, notes);
     const std::vector<ImportNote> taken = notes.Take();
     ASSERT_EQ(taken.size(), 2U);
-    EXPECT_EQ(taken[0].line, 0);
-    EXPECT_NE(taken[0].text.find("2 amounts could have a decimal mark or a thousands mark, the "
-                                 "first is -1,234 in line 3"),
-              std::string::npos)
-        << taken[0].text;
+    EXPECT_EQ(taken[0].code, Note::MarksUndecided);
+    EXPECT_EQ(taken[0].values, (std::vector<ImportValue>{2, "-1,234", 3}));
+    EXPECT_EQ(taken[1].code, Note::DecimalPointMostly);
+    EXPECT_EQ(taken[1].values, (std::vector<ImportValue>{"1,045.20", 1, "12,50", 2}));
     const struct {
         const char* text;
         double amount;
@@ -479,49 +478,31 @@ TEST(TextScan, NumbersAreReadFromTheStart) {
     EXPECT_EQ(number, INT64_MAX);
 }
 
-TEST(ImportNotes, OneCauseOnManyLinesIsOneNote) {
-    using Kind = CImportNotes::Kind;
-    const auto shown = [](CImportNotes& notes, int64_t records) {
-        std::vector<std::string> lines;
-        for (const ImportNote& note : notes.Take(records)) {
-            lines.push_back(std::to_string(note.line) + "-" + std::to_string(note.lastLine) + " " +
-                            std::to_string(note.count) + " " + note.text);
-        }
-        return lines;
+TEST(Charset, TheHeaderMayContradict) {
+    constexpr auto kAnsi = static_cast<int64_t>(Charset::Windows1252);
+    const struct {
+        const char* text;
+        const char* declared;
+        std::optional<Note> note;
+        std::vector<ImportValue> values;
+    } rows[] = {
+        {"ASCII", "UTF-16", {}, {}},
+        {"Caf\xC3\xA9", "UTF-8", Note::TextIs, {static_cast<int64_t>(Charset::Utf8)}},
+        {"Caf\xC3\xA9", "1252", Note::TextIsUtf8, {"1252"}},
+        {"Caf\xE9 ", "1252", Note::TextIs, {kAnsi}},
+        {"Caf\xE9 ", "NONE", Note::TextIs, {kAnsi}},
+        {"Caf\xE9 ", "UTF-8", Note::TextIsNotAsDeclared, {kAnsi, "UTF-8"}},
     };
-    for (const bool every : {false, true}) {
-        CImportNotes notes(every);
-        for (int64_t line = 300; line > 0; --line) {
-            notes.Add(Kind::Record, line, "Unclosed.");
-            notes.Add(Kind::Number, line, "The number \"" + std::to_string(line) + "\" is none.");
-            if (line <= 120) notes.Add(Kind::Date, line, "Day " + std::to_string(line));
-        }
-        notes.Add(Kind::Record, 7, "Another.");
-        notes.Add(Kind::File, 0, "f");
-        const std::vector<std::string> lines = shown(notes, 300);
-        if (every) {
-            EXPECT_EQ(lines.size(), 722U);
-            continue;
-        }
-        ASSERT_EQ(lines.size(), 105U) << "of 120 dates 100 are listed";
-        EXPECT_EQ(lines[0], "0-0 1 f");
-        EXPECT_EQ(lines[1], "1-300 300 Unclosed. (300 such, lines 1 to 300)");
-        EXPECT_EQ(lines[2], "1-300 300 The number \"300\" is none. (300 such, lines 1 to 300)");
-        EXPECT_EQ(lines[3], "1-20 20 Day 20 (20 such, lines 1 to 20)");
-        EXPECT_EQ(lines[4], "7-0 1 Another.");
-        EXPECT_EQ(lines[104], "120-0 1 Day 120");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.text) + " " + row.declared);
+        CImportNotes notes;
+        NoteCharset(DetectCharset(Text(row.text)), notes, row.declared);
+        const std::vector<ImportNote> taken = notes.Take();
+        ASSERT_EQ(taken.size(), row.note ? 1U : 0U);
+        if (!row.note) continue;
+        EXPECT_EQ(taken[0].code, *row.note);
+        EXPECT_EQ(taken[0].values, row.values);
     }
-    for (const auto& [records, expected] : {std::pair(30, 10U), std::pair(20, 1U)}) {
-        CImportNotes few;
-        for (int64_t line = 1; line <= 10; ++line) few.Add(Kind::Record, line, "Unclosed.");
-        EXPECT_EQ(shown(few, records).size(), expected);
-    }
-    // Wordings without end are counted by their kind.
-    CImportNotes many;
-    for (int64_t line = 1; line <= 5000; ++line) {
-        many.Add(Kind::Payee, line, std::string(static_cast<size_t>(line), 'x'));
-    }
-    EXPECT_LE(shown(many, 5000).size(), 400U);
 }
 
 }  // namespace

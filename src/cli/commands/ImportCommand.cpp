@@ -59,7 +59,7 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
                 const ImportResult& result) {
     Json notes = Json::array();
     for (const ImportNote& note : result.notes) {
-        Json row = {{"line", note.line}, {"text", note.text}};
+        Json row = {{"line", note.line}, {"text", ImportNoteText(note, result)}};
         if (note.count > 1) {
             row["count"] = note.count;
             row["lastLine"] = note.lastLine;
@@ -115,13 +115,14 @@ void PrintPreview(CCommandContext& context, const CImportPlan& plan) {
     context.Say("");
 }
 
-void PrintNotes(CCommandContext& context, const std::vector<ImportNote>& notes) {
-    if (notes.empty()) return;
+void PrintNotes(CCommandContext& context, const ImportResult& result) {
+    if (result.notes.empty()) return;
     CTablePrinter table;
     table.AddColumn("Line", CTablePrinter::Align::Right);
     table.AddColumn("Note");
-    for (const ImportNote& note : notes) {
-        table.AddRow({note.line > 0 ? std::to_string(note.line) : "file", note.text});
+    for (const ImportNote& note : result.notes) {
+        table.AddRow(
+            {note.line > 0 ? std::to_string(note.line) : "file", ImportNoteText(note, result)});
     }
     table.Print(context.Host().out, 0);
     context.Say("");
@@ -134,7 +135,7 @@ void PrintResult(CCommandContext& context, const CImportPlan& plan, const Import
                 NameOf(dialect.years) + ", decimal " + NameOf(dialect.decimal) +
                 ", character set " + NameOf(dialect.charset));
     context.Say("");
-    PrintNotes(context, result.notes);
+    PrintNotes(context, result);
     if (given.dryRun) {
         PrintPreview(context, plan);
         context.Say("Dry run, nothing was entered. Of " +

@@ -12,7 +12,7 @@ namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
+using Code = ImportNoteCode;
 
 std::optional<int64_t> ReadAnyDate(std::string_view text) {
     if (const std::optional<int64_t> date = ReadStatementDate(text)) return date;
@@ -38,8 +38,8 @@ CInferredOfx::CInferredOfx(std::string_view text, int64_t today, const ImportOpt
                            Dialect& dialect, CImportNotes& notes)
     : m_text(text), m_today(today), m_options(options), m_dialect(dialect), m_notes(notes) {}
 
-void CInferredOfx::Note(Kind kind, int64_t line, std::string_view text) {
-    if (m_speaks) m_notes.Add(kind, line, text);
+void CInferredOfx::Note(Code code, int64_t line, std::initializer_list<ImportArgument> values) {
+    if (m_speaks) m_notes.Add(code, line, values);
 }
 
 // --- the whole file
@@ -83,20 +83,15 @@ CInferredOfx::Counts CInferredOfx::Count(const std::vector<ImportSource>& source
 // nothing that could be entered.
 bool CInferredOfx::IsRecord(const OfxLine& line) {
     if (line.cutOff) {
-        Note(Kind::Skipped, line.line,
-             "The file ends inside this statement line; it was not entered. Downloading the "
-             "statement again brings it.");
+        Note(Code::LineCutOff, line.line);
         return false;
     }
     if (IsWithdrawn(line)) {
-        Note(Kind::Skipped, line.line,
-             "The bank withdraws its line " + InQuotes(line.correctId) +
-                 ": nothing was entered; delete that transaction by hand.");
+        Note(Code::LineWithdrawn, line.line, {line.correctId});
         return false;
     }
     if (line.date.empty() && line.userDate.empty() && line.amount.empty() && line.id.empty()) {
-        Note(Kind::Skipped, line.line,
-             "Neither date, amount nor identifier: this line was not entered.");
+        Note(Code::LineEmpty, line.line);
         return false;
     }
     return true;
@@ -126,9 +121,7 @@ void CInferredOfx::Read(const std::vector<ImportSource>& sources, const RecordSi
     m_speaks = true;
     m_ids.BeginWalk();
     if (m_survey.investmentActions > 0) {
-        Note(Kind::File, 0,
-             "Skipped: " + std::to_string(m_survey.investmentActions) +
-                 " actions on securities, which are no bank-style lines.");
+        Note(Code::SecuritiesSkipped, 0, {m_survey.investmentActions});
     }
     COfxStatements statements(m_text);
     for (OfxLine line; statements.Next(line);) {
@@ -154,48 +147,45 @@ void CInferredOfx::ReadRecord(const OfxLine& line, ImportRecord& record) {
     ReadTypeAndCheckOf(line, record);
     record.memo = line.memo;
     record.payee = line.name.empty() ? line.memo : line.name;
-    if (record.payee.empty()) {
-        Note(Kind::Payee, line.line, "No name and no memo: entered without a payee.");
-    }
+    if (record.payee.empty()) Note(Code::NoNameNoMemo, line.line);
     if (!line.correctId.empty()) {
-        Note(Kind::Identifier, line.line,
-             "The bank corrects its line " + InQuotes(line.correctId) +
-                 (line.correctId == line.id
-                      ? " by this one."
-                      : " by this one: if the old one is in the account, delete it."));
+        Note(line.correctId == line.id ? Code::CorrectsItself : Code::CorrectsLine, line.line,
+             {line.correctId});
     }
     record.idText = line.id;
     bool isMade = false;
     record.fitId = m_ids.IdOf(line, record.payee, isMade);
-    if (isMade) {
-        Note(Kind::Identifier, line.line,
-             "No identifier: one was made from date, amount and name.");
-    }
-    if (!line.closed) {
-        Note(Kind::Record, line.line,
-             "This statement line has no </STMTTRN>; it was entered as it is.");
-    }
+    if (isMade) Note(Code::IdentifierMade, line.line);
+    if (!line.closed) Note(Code::LineNotClosed, line.line);
 }
 
 void CInferredOfx::ReadDateOf(const OfxLine& line, ImportRecord& record) {
     std::optional<int64_t> date = ReadAnyDate(line.date);
     if (!date) {
         date = ReadAnyDate(line.userDate);
-        const std::string what =
-            line.date.empty() ? "No date" : "The date " + InQuotes(line.date) + " cannot be read";
-        Note(Kind::Date, line.line,
-             what + (date ? ": entered under the date of use, " +
-                                std::string(line.userDate.substr(0, 8)) + "."
-                          : ": entered under today's."));
+        NoteDate(line, date.has_value());
     }
     record.date = date.value_or(m_today);
     record.dateRead = date.has_value();
 }
 
+void CInferredOfx::NoteDate(const OfxLine& line, bool hasUserDate) {
+    const ImportArgument used = ImportArgument::Apart(line.userDate.substr(0, 8));
+    if (line.date.empty() && hasUserDate) {
+        Note(Code::NoDateButOfUse, line.line, {used});
+    } else if (line.date.empty()) {
+        Note(Code::NoDate, line.line);
+    } else if (hasUserDate) {
+        Note(Code::DateUnreadableButOfUse, line.line, {line.date, used});
+    } else {
+        Note(Code::DateUnreadable, line.line, {line.date});
+    }
+}
+
 // The amount in the statement's currency, with all its decimals.
 void CInferredOfx::ReadAmountOf(const OfxLine& line, ImportRecord& record) {
     if (line.amount.empty()) {
-        Note(Kind::Amount, line.line, "No amount: entered as 0.");
+        Note(Code::NoAmount, line.line);
         record.amountRead = false;
         return;
     }
@@ -211,11 +201,7 @@ void CInferredOfx::NoteReading(const OfxLine& line, AmountReading reading) {
                               EvidenceOf(line.amount) != AmountEvidence::GroupedPoint;
     if (commaIgnored) reading = AmountReading::Thousands;
     if (reading == AmountReading::Clean && !Contains(line.amount, "$")) return;
-    const std::string text = AmountNote(line.amount, reading);
-    Note(Kind::Amount, line.line,
-         !text.empty() ? text
-                       : "The amount " + InQuotes(line.amount) +
-                             " is not written as statements write amounts; what it says was read.");
+    Note(NoteOf(reading).value_or(Code::AmountOdd), line.line, {line.amount});
 }
 
 void CInferredOfx::ReadTypeAndCheckOf(const OfxLine& line, ImportRecord& record) {
@@ -224,8 +210,7 @@ void CInferredOfx::ReadTypeAndCheckOf(const OfxLine& line, ImportRecord& record)
     if (line.check.empty()) return;
     const std::optional<int32_t> number = ReadCheckNumber(line.check);
     if (!number) {
-        Note(Kind::Number, line.line,
-             "The number " + InQuotes(line.check) + " is no check number and was left out.");
+        Note(Code::NumberLeftOut, line.line, {line.check});
         return;
     }
     record.check = *number;
@@ -238,17 +223,8 @@ void CInferredOfx::ReadTypeAndCheckOf(const OfxLine& line, ImportRecord& record)
 void CInferredOfx::NoteShared(const COfxIdentifiers::Finding& finding, int64_t line) {
     using Found = COfxIdentifiers::Finding::Kind;
     if (finding.kind == Found::Unique) return;
-    const std::string first = std::to_string(finding.firstLine);
-    if (finding.kind == Found::Repeated) {
-        Note(Kind::Repeated, line,
-             "The same line as in line " + first + ", said again; entered once.");
-        return;
-    }
-    Note(Kind::Repeated, line,
-         "Line " + first +
-             (finding.sameSource
-                  ? " has the same identifier, but another date, amount or name: both count."
-                  : " has the same identifier, but is another account's: both count."));
+    const Code shared = finding.sameSource ? Code::IdentifierShared : Code::IdentifierOfOthers;
+    Note(finding.kind == Found::Repeated ? Code::LineRepeated : shared, line, {finding.firstLine});
 }
 
 }  // namespace quillon

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string_view>
 #include <vector>
 
@@ -50,10 +51,11 @@ private:
     }
     bool IsRecord(const OfxLine& line);
     void LookAgain(const std::vector<ImportSource>& sources);
-    void Note(CImportNotes::Kind kind, int64_t line, std::string_view text);
+    void Note(ImportNoteCode code, int64_t line, std::initializer_list<ImportArgument> values = {});
 
     void ReadRecord(const OfxLine& line, ImportRecord& record);
     void ReadDateOf(const OfxLine& line, ImportRecord& record);
+    void NoteDate(const OfxLine& line, bool hasUserDate);
     void ReadAmountOf(const OfxLine& line, ImportRecord& record);
     void ReadTypeAndCheckOf(const OfxLine& line, ImportRecord& record);
     void NoteReading(const OfxLine& line, AmountReading reading);

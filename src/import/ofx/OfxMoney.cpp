@@ -4,14 +4,13 @@
 #include <optional>
 
 #include "finance/ledger/Balance.h"
-#include "foundation/CurrencyFormat.h"
 #include "import/text/TextScan.h"
 
 namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
+using Note = ImportNoteCode;
 
 // Which way the money goes by the type alone: -1 out, 1 in, 0 either.
 int DirectionOf(std::string_view type) {
@@ -56,32 +55,23 @@ Foreign ForeignOf(const OfxLine& line, std::string_view statementCurrency) {
 
 void NoteCurrency(const OfxLine& line, const ImportSource& source, double written, double entered,
                   CImportNotes& notes) {
-    const std::string quoted = InQuotes(line.amount);
-    const std::string home = source.currency.empty() ? "" : " " + source.currency;
-    const std::string symbol(line.currency.empty() ? "another currency" : line.currency);
+    const ImportArgument currency = ImportArgument::Apart(line.currency);
+    const ImportArgument home = ImportArgument::Apart(source.currency);
+    const ImportArgument sum = ImportArgument::Apart(entered);
     switch (ForeignOf(line, source.currency)) {
         case Foreign::Convert:
-            notes.Add(Kind::Currency, line.line,
-                      "The amount " + quoted + " in " + symbol + " was entered as " +
-                          FormatCurrency(entered) + home + ", at the rate " + InQuotes(line.rate) +
-                          " that stands with it.");
+            notes.Add(Note::CurrencyConverted, line.line,
+                      {line.amount, currency, sum, line.rate, home});
             break;
         case Foreign::Converted:
-            notes.Add(Kind::Currency, line.line,
-                      "The bank converted this line from " + symbol + "; its amount " + quoted +
-                          " was entered as it is.");
+            notes.Add(Note::CurrencyConvertedByBank, line.line, {currency, line.amount});
             break;
         case Foreign::NoRate:
-            notes.Add(Kind::Currency, line.line,
-                      "The amount " + quoted + " is in " + symbol +
-                          (source.currency.empty() ? "" : ", not in " + source.currency) +
-                          ", and no rate stands with it: it was entered as it is.");
+            notes.Add(Note::CurrencyWithoutRate, line.line, {line.amount, currency, home});
             break;
         case Foreign::No:
             if (HasWholeCents(written)) break;
-            notes.Add(Kind::Amount, line.line,
-                      "The amount " + quoted + " has more than two decimals: entered as " +
-                          FormatCurrency(entered) + ".");
+            notes.Add(Note::AmountRounded, line.line, {line.amount, sum});
             break;
     }
 }
@@ -90,13 +80,7 @@ void NoteDirection(const OfxLine& line, double entered, CImportNotes& notes) {
     const std::string type = TypeOf(line);
     const int direction = DirectionOf(type);
     if (direction * entered >= 0) return;
-    notes.Add(
-        Kind::Type, line.line,
-        "The type " + InQuotes(type) +
-            (direction < 0 ? " says that money goes out, but the amount comes in; the amount's "
-                             "sign counts."
-                           : " says that money comes in, but the amount goes out; the amount's "
-                             "sign counts."));
+    notes.Add(direction < 0 ? Note::TypeSaysOut : Note::TypeSaysIn, line.line, {type});
 }
 
 }  // namespace

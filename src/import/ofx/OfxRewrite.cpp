@@ -128,19 +128,18 @@ std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes) {
     return text;
 }
 
-std::string ReplaceByNormalForm(CFileSystem& files, const std::string& path,
-                                std::span<const uint8_t> normal) {
+std::optional<ImportNoteCode> ReplaceByNormalForm(CFileSystem& files, const std::string& path,
+                                                  std::span<const uint8_t> normal) {
     if (ReplaceWholeFile(files, path, normal)) return {};
-    return "The file could not be rewritten with every element on a line of its own; it was left "
-           "as it is.";
+    return ImportNoteCode::NotRewritten;
 }
 
-std::string KeepNormalForm(CFileSystem& files, const std::string& path,
-                           std::span<const uint8_t> bytes) {
+std::optional<ImportNoteCode> KeepNormalForm(CFileSystem& files, const std::string& path,
+                                             std::span<const uint8_t> bytes) {
     const std::vector<uint8_t> normal = NormaliseStatement(bytes);
     if (std::equal(normal.begin(), normal.end(), bytes.begin(), bytes.end())) return {};
     if (!Holds(files, path, bytes)) {
-        return "The file is no longer what was read; it was left as it is.";
+        return ImportNoteCode::ChangedMeanwhile;
     }
     return ReplaceByNormalForm(files, path, normal);
 }

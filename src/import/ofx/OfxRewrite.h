@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "foundation/FileSystem.h"
+#include "import/plan/ImportNoteCode.h"
 
 namespace quillon {
 
@@ -16,12 +18,12 @@ namespace quillon {
 std::vector<uint8_t> NormaliseStatement(std::span<const uint8_t> bytes);
 
 // Puts the file that held `bytes` when it was read into that form, by a new file and a
-// rename. What a note says when it was left as it is: it holds something else by now, or it
-// cannot be written; empty otherwise.
-std::string KeepNormalForm(CFileSystem& files, const std::string& path,
-                           std::span<const uint8_t> bytes);
+// rename. A note when it was left as it is: it holds something else by now, or it cannot be
+// written.
+std::optional<ImportNoteCode> KeepNormalForm(CFileSystem& files, const std::string& path,
+                                             std::span<const uint8_t> bytes);
 // The same for a file that was just read: `normal` is its form.
-std::string ReplaceByNormalForm(CFileSystem& files, const std::string& path,
-                                std::span<const uint8_t> normal);
+std::optional<ImportNoteCode> ReplaceByNormalForm(CFileSystem& files, const std::string& path,
+                                                  std::span<const uint8_t> normal);
 
 }  // namespace quillon

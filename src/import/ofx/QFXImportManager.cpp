@@ -12,8 +12,6 @@ namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
-
 constexpr size_t kHeaderBytes = 2000;
 
 // What the header says of the character set, in capitals: "1252", "ISO-8859-1", "UTF-8".
@@ -48,8 +46,8 @@ bool CQFXImportManager::SurveyPlain() {
         if (IsPreview()) {
             m_download = std::move(download);
         } else {
-            const std::string note = ReplaceByNormalForm(m_files, PathText(), normal);
-            if (!note.empty()) m_notes.Add(Kind::File, 0, note);
+            const auto note = ReplaceByNormalForm(m_files, PathText(), normal);
+            if (note) m_notes.Add(*note, 0);
         }
     }
     download.reset();
@@ -101,8 +99,7 @@ bool CQFXImportManager::Prepare() {
     // A file of which no date can be read was not understood.
     if (counts.dated == 0) return Fail(ImportRefusalCode::NoDates);
     if (m_inferred->Found().unnamedStatements > 1) {
-        m_notes.Add(Kind::File, 0,
-                    "Several statements of the file name no account; they count as one.");
+        m_notes.Add(ImportNoteCode::StatementsUnnamed, 0);
     }
     return true;
 }

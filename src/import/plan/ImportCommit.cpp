@@ -14,17 +14,11 @@ namespace quillon {
 
 namespace {
 
-// In file order: those of the whole file stand in front.
-void AddFileNote(std::vector<ImportNote>& notes, std::string text) {
-    const auto behind = std::find_if(notes.begin(), notes.end(),
-                                     [](const ImportNote& note) { return note.line > 0; });
-    notes.insert(behind, {0, std::move(text)});
-}
-
-void AddLineNote(std::vector<ImportNote>& notes, int64_t line, std::string text) {
+// In file order: those of the whole file, of line 0, stand in front.
+void AddNote(std::vector<ImportNote>& notes, ImportNoteCode code, int64_t line) {
     const auto behind = std::find_if(notes.begin(), notes.end(),
                                      [line](const ImportNote& note) { return note.line > line; });
-    notes.insert(behind, {line, std::move(text)});
+    notes.insert(behind, {code, line});
 }
 
 }  // namespace
@@ -117,8 +111,8 @@ void CImportPlan::CCommit::KeepSafe(const CLedgerImport& import) {
 
 bool CImportPlan::CCommit::EnterBatches(CLedgerImport& import) {
     if (m_plan.m_keepFile) {
-        std::string note = m_plan.m_keepFile();
-        if (!note.empty()) AddFileNote(m_result.notes, std::move(note));
+        const std::optional<ImportNoteCode> note = m_plan.m_keepFile();
+        if (note) AddNote(m_result.notes, *note, 0);
     }
     const int64_t total = m_result.read;
     int64_t done = 0;
@@ -160,8 +154,7 @@ bool CImportPlan::CCommit::Enter(const PackedRow& row, CLedgerImport& import) {
     entry.memo = row.memo;
     const LedgerStatus status = import.Enter(entry);
     if (status == LedgerStatus::BadAmount) {
-        AddLineNote(m_result.notes, row.line,
-                    "The amount is too large for the ledger; not entered.");
+        AddNote(m_result.notes, ImportNoteCode::AmountTooLarge, row.line);
         return true;
     }
     m_result.imported += status == LedgerStatus::Ok;

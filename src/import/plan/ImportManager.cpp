@@ -11,7 +11,7 @@ namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
+using Note = ImportNoteCode;
 
 }  // namespace
 
@@ -126,11 +126,8 @@ void CImportManager::NoteKindOf(const ImportSource& source) {
     const bool isCredit = m_account.accountType == AccountType::Credit;
     const bool isLoan = m_account.accountType == AccountType::Loan;
     if (isCard ? isCredit || isLoan : !isCredit || source.kind != SourceKind::Bank) return;
-    m_notes.Add(Kind::File, 0,
-                "'" + source.name + "' is " +
-                    (isCard ? "a card's statement, but the account is no credit account."
-                            : "a bank account's statement, but the account is a credit "
-                              "account."));
+    m_notes.Add(isCard ? Note::CardForOtherAccount : Note::BankForCreditAccount, 0,
+                {ImportArgument::Apart(source.name)});
 }
 
 void CImportManager::NoteSources() {
@@ -148,21 +145,12 @@ void CImportManager::NoteSources() {
             currencies += (currencies.empty() ? "" : ", ") + source.currency;
         }
     }
-    const std::string list = ListOfSources(m_found.sources, true);
     if (others > 0) {
-        m_notes.Add(
-            Kind::File, 0,
-            "Only " + list + " was read; left out: " + ListOfSources(m_found.sources, false) + ".");
+        m_notes.Add(Note::SourcesLeftOut, 0);
     } else if (chosen > 1) {
-        m_notes.Add(Kind::File, 0,
-                    "The file holds several accounts; the lines of all of them go into this one: " +
-                        list + ".");
+        m_notes.Add(Note::SourcesJoined, 0);
     }
-    if (Contains(currencies, ",")) {
-        m_notes.Add(Kind::Currency, 0,
-                    "The accounts of the file are kept in several currencies (" + currencies +
-                        "); all amounts were entered as they are.");
-    }
+    if (Contains(currencies, ",")) m_notes.Add(Note::SeveralCurrencies, 0, {currencies});
 }
 
 }  // namespace quillon

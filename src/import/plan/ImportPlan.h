@@ -70,8 +70,8 @@ struct ImportPlanRow {
 class CImportPlan {
 public:
     // Writes the file in its normal form; called when the ledger is open for the first row.
-    // What a note says where that was not done; empty otherwise.
-    using KeepFile = std::function<std::string()>;
+    // A note where that was not done.
+    using KeepFile = std::function<std::optional<ImportNoteCode>()>;
 
     CImportPlan() = default;
 

@@ -11,7 +11,7 @@ namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
+using Note = ImportNoteCode;
 
 constexpr size_t kLongestText = 4096;  // bytes
 
@@ -30,9 +30,7 @@ void CImportPlanner::LimitTexts(ImportRecord& record) {
         *text = text->substr(0, text->find('\0'));
         if (text->size() <= kLongestText) continue;
         *text = CutUtf8(*text, kLongestText);
-        m_notes.Add(Kind::Record, record.line,
-                    "A text of this record is longer than " + std::to_string(kLongestText) +
-                        " bytes; its beginning was kept.");
+        m_notes.Add(Note::TextCut, record.line, {kLongestText});
     }
     record.idText = CutUtf8(record.idText, kLongestText);
 }
@@ -41,15 +39,12 @@ CImportPlanner::Judgement CImportPlanner::Judge(ImportRecord& record) {
     using Meets = CHeldLines::Meets;
     const CHeldLines::Answer answer = m_isPlain ? m_held.MeetPlain(record) : m_held.Meet(record);
     if (answer.differs) {
-        m_notes.Add(Kind::Differs, record.line,
-                    "The account holds this line already, with another date or amount; it was "
-                    "left as it is.");
+        m_notes.Add(Note::HeldDiffers, record.line);
     }
     if (answer.meets == Meets::Earlier) return {PlanOutcome::Repeated, kNoRow};
     if (answer.meets == Meets::Held) return {PlanOutcome::Held, answer.row};
     if (std::fabs(record.amount) > kLargestAmount) {
-        m_notes.Add(Kind::Skipped, record.line,
-                    "The amount is too large for the ledger; not entered.");
+        m_notes.Add(Note::AmountTooLarge, record.line);
         return {PlanOutcome::Refused, kNoRow};
     }
     const bool isRead = record.dateRead && record.amountRead;

@@ -122,18 +122,4 @@ SourceChoice ChooseSource(std::vector<ImportSource>& sources, std::string_view a
     return ChooseOnly(sources, isWord, count) ? SourceChoice::Made : SourceChoice::Unclear;
 }
 
-std::string ListOfSources(const std::vector<ImportSource>& sources, std::optional<bool> chosen) {
-    constexpr size_t kShown = 20;
-    std::string list;
-    size_t count = 0;
-    for (const ImportSource& source : sources) {
-        if (chosen && (source.chosen != *chosen || source.lines == 0)) continue;
-        if (++count > kShown) continue;
-        list += (count == 1 ? "'" : ", '") + source.name.substr(0, 60) + "' (" +
-                std::to_string(source.lines) + (source.lines == 1 ? " line)" : " lines)");
-    }
-    if (count > kShown) list += " and " + std::to_string(count - kShown) + " more";
-    return list;
-}
-
 }  // namespace quillon

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,10 +41,5 @@ enum class SourceChoice {
 // The first of these that holds for any decides, and only where it holds for one alone.
 SourceChoice ChooseSource(std::vector<ImportSource>& sources, std::string_view asked,
                           std::string_view accountName, std::string_view accountDescription);
-
-// "'123' (3 lines), '456' (1 line)"; of many the first twenty. With `chosen` only those that
-// are, or are not, and have lines.
-std::string ListOfSources(const std::vector<ImportSource>& sources,
-                          std::optional<bool> chosen = {});
 
 }  // namespace quillon

@@ -12,7 +12,7 @@ namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
+using Note = ImportNoteCode;
 
 bool IsBracketed(std::string_view category) {
     return !category.empty() && category.front() == '[' && Contains(category, "]");
@@ -34,17 +34,24 @@ std::string_view CQifValues::CategoryOf(const QifRecord& raw, const ImportRecord
     std::string_view category = raw.category;
     if (is("--Split--") || is("N/A")) category = {};
     if (raw.splits > 1 || IsPartOnly(raw, record)) {
-        m_notes.Add(Kind::Splits, raw.line,
-                    (raw.splits > 1 ? "Split over " + std::to_string(raw.splits) + " parts"
-                                    : std::string("Split into one part and a rest")) +
-                        ": entered as one" +
-                        (category.empty() ? std::string(", without a category.")
-                                          : ", under " + InQuotes(category) + "."));
+        NoteSplits(raw, category);
     } else if (category.empty()) {
         category = raw.splitCategory;  // a single split is no split
     }
     category = WithoutClass(raw, category);
     return IsBracketed(category) ? TransferOf(raw, category) : category;
+}
+
+void CQifValues::NoteSplits(const QifRecord& raw, std::string_view category) {
+    if (raw.splits > 1 && category.empty()) {
+        m_notes.Add(Note::SplitPartsUnfiled, raw.line, {raw.splits});
+    } else if (raw.splits > 1) {
+        m_notes.Add(Note::SplitParts, raw.line, {raw.splits, category});
+    } else if (category.empty()) {
+        m_notes.Add(Note::SplitRestUnfiled, raw.line);
+    } else {
+        m_notes.Add(Note::SplitRest, raw.line, {category});
+    }
 }
 
 bool CQifValues::IsPartOnly(const QifRecord& raw, const ImportRecord& record) const {
@@ -75,10 +82,7 @@ std::string_view CQifValues::WithoutClass(const QifRecord& raw, std::string_view
     if (!m_outline.slashed.empty()) end = std::max(end, ListedNameIn(category));
     std::string_view left = TrimBlanks(category.substr(end));
     if (!left.empty() && left.front() == '/') left = TrimBlanks(left.substr(1));
-    if (!left.empty()) {
-        m_notes.Add(Kind::Record, raw.line,
-                    "The class " + InQuotes(left) + " behind the category was left out.");
-    }
+    if (!left.empty()) m_notes.Add(Note::ClassLeftOut, raw.line, {left});
     return TrimBlanks(category.substr(0, end));
 }
 
@@ -89,9 +93,7 @@ std::string_view CQifValues::TransferOf(const QifRecord& raw, std::string_view c
     if (raw.isInvestment && isOwn && raw.hasShares) return {};  // its own cash
     // By custom the opening balance names the register's own account.
     if (isOwn || EqualIgnoringAsciiCase(raw.payee, "Opening Balance")) return kAdjustmentCategory;
-    m_notes.Add(Kind::Transfer, raw.line,
-                "A transfer with account " + InQuotes(other) +
-                    ": only this side was entered, under \"Transfer\".");
+    m_notes.Add(Note::TransferOneSided, raw.line, {other});
     return kTransferCategory;
 }
 

@@ -1,6 +1,6 @@
 #include "import/qif/QifInferred.h"
 
-#include <cstdio>
+#include <span>
 #include <utility>
 
 #include "import/qif/QifSources.h"
@@ -14,15 +14,7 @@ namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
-
-std::string AllInQuotes(const std::vector<std::string_view>& names) {
-    std::string all;
-    for (const std::string_view name : names) {
-        all += (all.empty() ? "" : ", ") + InQuotes(name);
-    }
-    return all;
-}
+using Note = ImportNoteCode;
 
 // The first walk: what dates and amounts tell of the file, and whose registers it holds.
 class CSurvey final : public CQifTaker {
@@ -52,19 +44,21 @@ private:
     size_t m_source = 0;
 };
 
+void NoteAssumed(const QifOutline::Assumed& assumed, CImportNotes& notes) {
+    if (assumed.type.empty()) {
+        notes.Add(assumed.isInvestment ? Note::ReadAsInvestment : Note::ReadAsBank, assumed.line);
+    } else {
+        notes.Add(assumed.isInvestment ? Note::TypeReadAsInvestment : Note::TypeReadAsBank,
+                  assumed.line, {assumed.type});
+    }
+}
+
 void NoteOutline(const QifOutline& outline, CImportNotes& notes) {
     if (!outline.lists.empty() && outline.registers > 0) {
-        notes.Add(Kind::File, 0, "Skipped: lists of the type " + AllInQuotes(outline.lists) + ".");
+        const std::vector<ImportArgument> lists(outline.lists.begin(), outline.lists.end());
+        notes.Add(Note::ListsSkipped, 0, std::span(lists));
     }
-    for (const QifOutline::Assumed& assumed : outline.assumed) {
-        const std::string kind = assumed.isInvestment ? "an investment" : "a bank";
-        notes.Add(Kind::File, assumed.line,
-                  assumed.type.empty()
-                      ? "No heading says what register this is: read as " + kind + " register."
-                      : "The type " + InQuotes(assumed.type) +
-                            " is not known, but holds dates and amounts: read as " + kind +
-                            " register.");
-    }
+    for (const QifOutline::Assumed& assumed : outline.assumed) NoteAssumed(assumed, notes);
 }
 
 }  // namespace
@@ -108,12 +102,7 @@ void CInferredQif::Read(const std::vector<ImportSource>& sources, const RecordSi
                           const double written = record.amount;
                           record.amount = m_rounding[source].Round(written);
                           if (!HasWholeCents(written)) {
-                              char text[100];
-                              std::snprintf(
-                                  text, sizeof text,
-                                  "The amount %.12g has more than two decimals: entered as %.2f.",
-                                  written, record.amount);
-                              m_notes.Add(Kind::Amount, record.line, text);
+                              m_notes.Add(Note::SumRounded, record.line, {written, record.amount});
                           }
                           return sink(record);
                       });

@@ -12,31 +12,30 @@ namespace quillon {
 
 namespace {
 
-using Kind = CImportNotes::Kind;
+using Note = ImportNoteCode;
+
+Note NoteOfSkip(QifSkip reason) {
+    switch (reason) {
+        case QifSkip::Empty:
+            return Note::RecordEmpty;
+        case QifSkip::NoValues:
+            return Note::RecordWithoutValues;
+        case QifSkip::NotWhole:
+            return Note::RecordInNoRegister;
+        case QifSkip::CutOff:
+            return Note::RecordCutOff;
+        case QifSkip::NotClosed:
+            break;
+    }
+    return Note::RecordNotWhole;
+}
 
 }  // namespace
 
 void CQifValues::Skip(QifSkip reason, int64_t line) {
     if (!m_isChosen || m_stopped) return;
-    switch (reason) {
-        case QifSkip::Empty:
-            return m_notes.Add(Kind::Skipped, line, "An empty record; not entered.");
-        case QifSkip::NoValues:
-            return m_notes.Add(Kind::Skipped, line,
-                               "Neither a date nor an amount: not a transaction, not entered.");
-        case QifSkip::NotWhole:
-            return m_notes.Add(Kind::Skipped, line,
-                               "In no register, and without a date and an amount: not entered.");
-        case QifSkip::CutOff:
-            ++m_read;
-            return m_notes.Add(Kind::Skipped, line,
-                               "The file ends inside this record; it was not entered.");
-        case QifSkip::NotClosed:
-            ++m_read;
-            return m_notes.Add(Kind::Skipped, line,
-                               "This record is not closed by \"^\" and lacks date or amount; it "
-                               "was not entered.");
-    }
+    m_read += reason == QifSkip::CutOff || reason == QifSkip::NotClosed;
+    m_notes.Add(NoteOfSkip(reason), line);
 }
 
 void CQifValues::TakeRecord(const QifRecord& raw) {
@@ -49,8 +48,7 @@ void CQifValues::TakeRecord(const QifRecord& raw) {
     const bool hasDate = ReadDateOf(raw, record);
     const AmountReading reading = ReadAmountOf(raw, record);
     if (!hasDate && reading == AmountReading::Failed) {
-        m_notes.Add(Kind::Skipped, raw.line,
-                    "Neither its date nor its amount can be read: not entered.");
+        m_notes.Add(Note::RecordUnreadable, raw.line);
         return;
     }
     record.amountRead = reading != AmountReading::Failed;
@@ -62,15 +60,9 @@ void CQifValues::TakeRecord(const QifRecord& raw) {
     record.payee = raw.payee.empty() ? raw.security : raw.payee;
     if (record.payee.empty()) record.payee = raw.memo;
     if (!raw.isInvestment) ReadNumberOf(raw, record);
-    if (record.payee.empty()) {
-        m_notes.Add(Kind::Payee, raw.line, "No payee and no memo: entered without a payee.");
-    }
+    if (record.payee.empty()) m_notes.Add(Note::NoPayeeNoMemo, raw.line);
     record.category = CategoryOf(raw, record);
-    if (!raw.isClosed) {
-        m_notes.Add(Kind::Record, raw.line,
-                    "This record is not closed by \"^\"; it was entered up to line " +
-                        std::to_string(raw.lastLine) + ".");
-    }
+    if (!raw.isClosed) m_notes.Add(Note::RecordNotClosed, raw.line, {raw.lastLine});
     m_stopped = !m_sink(record, m_source);
     m_arena.Reset();
 }
@@ -89,23 +81,15 @@ bool CQifValues::ReadAction(const QifRecord& raw, bool& isOut) {
         if (own) cash = own->cash;
         isTrade = cash == QifCash::TradeIn || cash == QifCash::TradeOut;
     }
-    const std::string name = "Investment action " + InQuotes(raw.number);
     if (cash == QifCash::Elsewhere || cash == QifCash::None) {
         ++m_investments;
-        m_notes.Add(Kind::Skipped, raw.line,
-                    name +
-                        (cash == QifCash::Elsewhere ? " is settled with another account"
-                         : action                   ? " moves shares only"
-                                                    : " is not known") +
-                        "; not entered.");
+        m_notes.Add(cash == QifCash::Elsewhere ? Note::ActionElsewhere
+                    : action                   ? Note::ActionOfShares
+                                               : Note::ActionUnknown,
+                    raw.line, {raw.number});
         return false;
     }
-    if (isTrade) {
-        m_notes.Add(Kind::Record, raw.line,
-                    name +
-                        " is settled in the account's own cash: its money was entered, its "
-                        "shares were not.");
-    }
+    if (isTrade) m_notes.Add(Note::TradeInCash, raw.line, {raw.number});
     isOut = cash == QifCash::Out || cash == QifCash::TradeOut;
     return true;
 }
@@ -122,10 +106,9 @@ bool CQifValues::ReadDateOf(const QifRecord& raw, ImportRecord& record) {
 void CQifValues::NoteDate(const QifRecord& raw, const ImportRecord& record) {
     if (record.dateRead) return;
     if (raw.dateLine == kNoQifLine) {
-        m_notes.Add(Kind::Date, raw.line, "No date: entered under today's.");
+        m_notes.Add(Note::NoDate, raw.line);
     } else {
-        m_notes.Add(Kind::Date, raw.dateLine,
-                    "The date " + InQuotes(raw.date) + " cannot be read: entered under today's.");
+        m_notes.Add(Note::DateUnreadable, raw.dateLine, {raw.date});
     }
 }
 
@@ -144,15 +127,12 @@ AmountReading CQifValues::ReadAmountOf(const QifRecord& raw, ImportRecord& recor
 
 void CQifValues::NoteAmount(const QifRecord& raw, AmountReading reading) {
     if (raw.amountLine == kNoQifLine) {
-        m_notes.Add(Kind::Amount, raw.line, "No amount: entered as 0.");
+        m_notes.Add(Note::NoAmount, raw.line);
     } else if (raw.amount.empty() && !raw.splitAmounts.empty()) {
-        m_notes.Add(Kind::Amount, raw.line,
-                    reading == AmountReading::Clean
-                        ? "No amount of its own: entered with the sum of its splits."
-                        : "No amount of its own: entered with the sum of its splits, of which "
-                          "some are no clean numbers.");
-    } else if (reading != AmountReading::Clean) {
-        m_notes.Add(Kind::Amount, raw.amountLine, AmountNote(raw.amount, reading));
+        const bool isClean = reading == AmountReading::Clean;
+        m_notes.Add(isClean ? Note::AmountOfSplits : Note::AmountOfSplitsPartlyRead, raw.line);
+    } else if (const std::optional<Note> note = NoteOf(reading)) {
+        m_notes.Add(*note, raw.amountLine, {raw.amount});
     }
 }
 
@@ -164,9 +144,7 @@ void CQifValues::NoteCurrency(const QifRecord& raw) {
     if (currency.empty()) return;
     if (m_currency.empty()) m_currency = currency;
     if (currency == m_currency) return;
-    m_notes.Add(Kind::Currency, raw.amountLine,
-                "The amount " + InQuotes(raw.amount) + " is not in " + InQuotes(m_currency) +
-                    ", as those before: it was entered as it is.");
+    m_notes.Add(Note::CurrencyChanged, raw.amountLine, {raw.amount, m_currency});
 }
 
 void CQifValues::ReadNumberOf(const QifRecord& raw, ImportRecord& record) {
@@ -194,8 +172,7 @@ void CQifValues::ReadNumberOf(const QifRecord& raw, ImportRecord& record) {
         } else {
             record.memo = m_arena.Keep(std::string(raw.memo) + " " + std::string(number));
         }
-        m_notes.Add(Kind::Number, raw.line,
-                    "The number " + InQuotes(number) + " is no check number: it went to the memo.");
+        m_notes.Add(Note::NumberToMemo, raw.line, {number});
     }
 }
 

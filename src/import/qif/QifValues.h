@@ -60,6 +60,7 @@ private:
     void NoteCurrency(const QifRecord& raw);
     void ReadNumberOf(const QifRecord& raw, ImportRecord& record);
     std::string_view CategoryOf(const QifRecord& raw, const ImportRecord& record);
+    void NoteSplits(const QifRecord& raw, std::string_view category);
     bool IsPartOnly(const QifRecord& raw, const ImportRecord& record) const;
     std::string_view WithoutClass(const QifRecord& raw, std::string_view category);
     size_t ListedNameIn(std::string_view category) const;

@@ -33,7 +33,7 @@ void CAmountInference::Add(std::string_view text, int64_t line, bool isCounted) 
 
 AmountMarks CAmountInference::Decide(std::optional<DecimalMark> asked, Dialect& dialect,
                                      CImportNotes& notes) const {
-    using Kind = CImportNotes::Kind;
+    using Note = ImportNoteCode;
     AmountMarks marks;
     marks.decimal = dialect.decimal = asked.value_or(DecimalMark::Point);
     marks.own = marks.decimal == DecimalMark::Comma;
@@ -48,23 +48,15 @@ AmountMarks CAmountInference::Decide(std::optional<DecimalMark> asked, Dialect& 
     marks.own = true;
     marks.mixed = points > 0;
     marks.decimal = dialect.decimal = mostlyPoints ? DecimalMark::Point : DecimalMark::Comma;
-    const auto shown = [](const Proof& proof) {
-        return proof.text + " in line " + std::to_string(proof.line);
-    };
     if (marks.mixed && m_either.count > 0) {
-        notes.Add(Kind::Dialect, 0,
-                  std::to_string(m_either.count) + (m_either.count == 1 ? " amount" : " amounts") +
-                      " could have a decimal mark or a thousands mark, the first is " +
-                      shown(m_either) + ": taken for thousands.");
+        notes.Add(Note::MarksUndecided, 0, {m_either.count, m_either.text, m_either.line});
     }
     if (mostlyPoints) {
-        notes.Add(Kind::Dialect, 0,
-                  "Amounts have a decimal point (" + shown(point) + "); some have a comma (" +
-                      shown(comma) + ") and were read by it.");
+        notes.Add(Note::DecimalPointMostly, 0, {point.text, point.line, comma.text, comma.line});
+    } else if (marks.mixed) {
+        notes.Add(Note::DecimalCommaMostly, comma.line, {comma.text, point.text, point.line});
     } else {
-        std::string text = "Amounts have a decimal comma: " + comma.text + ".";
-        if (marks.mixed) text += " Some have a point (" + shown(point) + ") and were read by it.";
-        notes.Add(Kind::Dialect, comma.line, std::move(text));
+        notes.Add(Note::DecimalComma, comma.line, {comma.text});
     }
     return marks;
 }

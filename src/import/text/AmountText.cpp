@@ -71,21 +71,20 @@ AmountReading ReadAmount(std::string_view text, const AmountMarks& marks, double
     return cleaned.isOdd || !rest.empty() ? AmountReading::Partly : reading;
 }
 
-std::string AmountNote(std::string_view text, AmountReading reading) {
-    const std::string note = "The amount " + InQuotes(text);
+std::optional<ImportNoteCode> NoteOf(AmountReading reading) {
     switch (reading) {
         case AmountReading::Clean:
             return {};
         case AmountReading::OtherMark:
-            return note + " has the other decimal mark: it was read by its own.";
+            return ImportNoteCode::AmountOfOtherMark;
         case AmountReading::Thousands:
-            return note + " was read with its mark as a thousands mark; it could be a decimal one.";
+            return ImportNoteCode::AmountOfThousands;
         case AmountReading::Partly:
-            return note + " is not a clean number: what stands beside it was left out.";
+            return ImportNoteCode::AmountPartlyRead;
         case AmountReading::Failed:
             break;
     }
-    return note + " cannot be read: entered as 0.";
+    return ImportNoteCode::AmountUnreadable;
 }
 
 std::string CurrencyOf(std::string_view text) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "import/plan/ImportNoteCode.h"
 #include "import/text/Dialect.h"
 
 namespace quillon {
@@ -48,8 +50,8 @@ enum class AmountReading {
 // the end are understood, and what stands beside the number where it is a currency (EUR,
 // kr) or says which way the money goes (DR, D and DB out; CR and C in).
 AmountReading ReadAmount(std::string_view text, const AmountMarks& marks, double& amount);
-// What a note says of the amount `text`; empty for a clean one.
-std::string AmountNote(std::string_view text, AmountReading reading);
+// What is noted of an amount read so; nothing for a clean one.
+std::optional<ImportNoteCode> NoteOf(AmountReading reading);
 
 // The currency that stands with an amount, in capitals: "EUR" also for its sign; empty
 // for none. "$" and "kr", which are several countries', are themselves.

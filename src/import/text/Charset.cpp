@@ -163,24 +163,20 @@ CharsetFinding DetectCharset(std::span<const uint8_t> bytes) {
 }
 
 void NoteCharset(const CharsetFinding& finding, CImportNotes& notes, std::string_view declared) {
-    using Kind = CImportNotes::Kind;
+    using Note = ImportNoteCode;
     if (finding.line == 0) return;
     const bool eightBit =
         finding.charset == Charset::Windows1252 || finding.charset == Charset::Latin1;
-    std::string text = std::string("The text is ") + NameOf(finding.charset) + ".";
+    const auto charset = static_cast<int64_t>(finding.charset);
     if (finding.charset == Charset::Utf8 && (declared == "1252" || declared == "ISO-8859-1")) {
-        text += " (The header says " + std::string(declared) + ".)";
+        notes.Add(Note::TextIsUtf8, finding.line, {declared});
     } else if (eightBit && !declared.empty() && declared != "1252" && declared != "ISO-8859-1" &&
                declared != "8859-1" && declared != "NONE") {
-        text += " The header says " + std::string(declared) +
-                ", which it is not or which is not known here: check the names.";
+        notes.Add(Note::TextIsNotAsDeclared, finding.line, {charset, declared});
+    } else {
+        notes.Add(Note::TextIs, finding.line, {charset});
     }
-    notes.Add(Kind::Dialect, finding.line, std::move(text));
-    if (finding.badBytes > 0) {
-        notes.Add(Kind::Dialect, 0,
-                  std::to_string(finding.badBytes) +
-                      " broken characters were replaced by a question mark sign.");
-    }
+    if (finding.badBytes > 0) notes.Add(Note::CharactersReplaced, 0, {finding.badBytes});
 }
 
 bool BreakAtReturns(std::span<uint8_t> text) {

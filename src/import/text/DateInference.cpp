@@ -64,7 +64,7 @@ void CDateInference::Add(std::string_view text, int64_t line) {
 }
 
 void CDateInference::Decide(std::optional<DateOrder> asked, Dialect& dialect, CImportNotes& notes) {
-    using Kind = CImportNotes::Kind;
+    using Note = ImportNoteCode;
     EndSequence();
     if (asked) {
         dialect.dateOrder = *asked;
@@ -76,47 +76,37 @@ void CDateInference::Decide(std::optional<DateOrder> asked, Dialect& dialect, CI
         return;
     }
     dialect.years = YearRule::AsWritten;
-    std::string text = "Years are as written: " + m_longYear.text + ".";
-    if (m_shortYear.count > 0) {
-        text += " Shorter ones, such as " + m_shortYear.text + " in line " +
-                std::to_string(m_shortYear.line) + ", are 2000 to 2050 or 1951 to 1999.";
+    if (m_shortYear.count == 0) {
+        notes.Add(Note::YearsAsWritten, m_longYear.line, {m_longYear.text});
+    } else {
+        notes.Add(Note::YearsOfBothKinds, m_longYear.line,
+                  {m_longYear.text, m_shortYear.text, m_shortYear.line});
     }
-    notes.Add(Kind::Dialect, m_longYear.line, std::move(text));
 }
 
 void CDateInference::DecideOrder(Dialect& dialect, CImportNotes& notes) {
-    using Kind = CImportNotes::Kind;
+    using Note = ImportNoteCode;
     if (m_monthFirst.count > 0 && m_dayFirst.count > 0) {
         dialect.dateOrder = DateOrder::MonthDayYear;
-        notes.Add(Kind::Dialect, 0,
-                  "Dates contradict each other: line " + std::to_string(m_dayFirst.line) + " (" +
-                      m_dayFirst.text + ") has the day first, line " +
-                      std::to_string(m_monthFirst.line) + " (" + m_monthFirst.text +
-                      ") the month. They are read month first; those that are no date then "
-                      "are listed.");
+        notes.Add(Note::DatesContradict, 0,
+                  {m_dayFirst.line, m_dayFirst.text, m_monthFirst.line, m_monthFirst.text});
     } else if (m_dayFirst.count > 0) {
         dialect.dateOrder = DateOrder::DayMonthYear;
-        notes.Add(Kind::Dialect, m_dayFirst.line,
-                  "Dates have the day first: " + m_dayFirst.text + ".");
+        notes.Add(Note::DatesDayFirst, m_dayFirst.line, {m_dayFirst.text});
     } else if (m_monthFirst.count > 0) {
         dialect.dateOrder = DateOrder::MonthDayYear;
-        notes.Add(Kind::Dialect, m_monthFirst.line,
-                  "Dates have the month first: " + m_monthFirst.text + ".");
+        notes.Add(Note::DatesMonthFirst, m_monthFirst.line, {m_monthFirst.text});
     } else if (m_undecided.count > 0 && DecideByMovement(dialect, notes)) {
         return;
     } else if (m_named.count > 0) {
         dialect.dateOrder = m_namedOrder;
-        notes.Add(Kind::Dialect, m_named.line, "Dates name the month: " + m_named.text + ".");
+        notes.Add(Note::DatesNameMonth, m_named.line, {m_named.text});
     } else if (m_undecided.count > 0) {
         dialect.dateOrder = DateOrder::MonthDayYear;
-        notes.Add(Kind::Dialect, 0,
-                  "No date tells the day from the month (" + m_undecided.text + " in line " +
-                      std::to_string(m_undecided.line) +
-                      " could be either); they are read month first.");
+        notes.Add(Note::DatesUndecided, 0, {m_undecided.text, m_undecided.line});
     } else if (m_yearFirst.count > 0) {
         dialect.dateOrder = DateOrder::YearMonthDay;
-        notes.Add(Kind::Dialect, m_yearFirst.line,
-                  "Dates have the year first: " + m_yearFirst.text + ".");
+        notes.Add(Note::DatesYearFirst, m_yearFirst.line, {m_yearFirst.text});
     }
 }
 
@@ -134,10 +124,8 @@ bool CDateInference::DecideByMovement(Dialect& dialect, CImportNotes& notes) {
         return false;
     }
     const bool isDay = dialect.dateOrder == DateOrder::DayMonthYear;
-    notes.Add(CImportNotes::Kind::Dialect, m_undecided.line,
-              "Dates have the " + std::string(isDay ? "day" : "month") + " first, as in " +
-                  m_undecided.text +
-                  ": so read they follow each other in time, the other way they jump.");
+    notes.Add(isDay ? ImportNoteCode::DatesDayFirstByTime : ImportNoteCode::DatesMonthFirstByTime,
+              m_undecided.line, {m_undecided.text});
     return true;
 }
 

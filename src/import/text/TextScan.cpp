@@ -40,12 +40,6 @@ std::string_view CutUtf8(std::string_view text, size_t most) {
     return text.substr(0, size);
 }
 
-std::string InQuotes(std::string_view text) {
-    constexpr size_t kShown = 60;  // bytes
-    const std::string_view shown = CutUtf8(text, kShown);
-    return "\"" + std::string(shown) + (shown.size() < text.size() ? "...\"" : "\"");
-}
-
 bool ScanLong(std::string_view text, int64_t& value, std::string_view* rest) {
     const char* const end = text.data() + text.size();
     int64_t number = 0;

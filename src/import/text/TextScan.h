@@ -30,8 +30,6 @@ size_t DigitsAtStart(std::string_view text);
 bool IsDigits(std::string_view text);  // at least one, and nothing else
 // The beginning of `text`, `most` bytes or less, that cuts no character.
 std::string_view CutUtf8(std::string_view text, size_t most);
-// In quotation marks for a note; of a long one the beginning.
-std::string InQuotes(std::string_view text);
 
 // A decimal number at the start of `text`: blanks, a sign, digits. What follows is
 // left in `rest` (may be null). False: no digit there, or it does not fit 64 bits.
