@@ -350,7 +350,7 @@ keeping() {
     both restore protected.backup --to copy3 --password-file first
     both restore protected.backup --to copy3 --password-file second
     both password clear --password-file second
-    printf 'x' | dd of=ledger/Table_3_data.dat bs=1 seek=200 conv=notrunc status=none
+    printf 'x' | dd of=ledger/Table_3_data.dat bs=1 seek=205 conv=notrunc status=none
     both verify
     both verify --repair
     both verify

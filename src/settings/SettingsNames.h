@@ -34,6 +34,8 @@ inline constexpr char kDatabasePath[] = "DatabasePath";
 inline constexpr char kDatabaseBackupPath[] = "DatabaseBackupPath";
 inline constexpr char kDatabaseRestorePath[] = "DatabaseRestorePath";
 inline constexpr char kDatabaseRestoreSourceFilePath[] = "DatabaseRestoreSourceFilePath";
+// Backups that were proved, under their places in the order in which they were made.
+inline constexpr char kProvedBackups[] = "ProvedBackups";
 inline constexpr char kImportFilePath[] = "ImportFilePath";  // + import kind
 
 // What replaces the program's own knowledge of a stock quote service.

@@ -95,6 +95,8 @@ std::string BackupDetailText(const BackupDetail& detail) {
             return "too many files";
         case BackupReason::FileUnreadable:
             return "cannot be read: " + detail.name;
+        case BackupReason::NotProved:
+            return "what was written is not the ledger";
         case BackupReason::FileTooLarge:
             return "too large: " + detail.name;
         default:
@@ -107,6 +109,48 @@ std::string BackupFailureMessage(BackupCode code, const std::string& path,
     std::string message = BackupMessage(code, path);
     if (!detail.IsEmpty()) message += " " + BackupDetailText(detail) + ".";
     return message + BackupAdvice(code, path, medium);
+}
+
+namespace {
+
+std::string ProofFinding(const BackupProof& proof) {
+    switch (proof.step) {
+        case BackupProofStep::NotReadable:
+            return proof.restored == RestoreCode::Damaged ||
+                           proof.restored == RestoreCode::Truncated
+                       ? "what was read back is not what was written"
+                       : "it cannot be read back";
+        case BackupProofStep::NotOpened:
+            return "what was read back does not open as a ledger";
+        case BackupProofStep::Damaged:
+            return "what was read back is damaged";
+        case BackupProofStep::Differs:
+            return (proof.difference.isAccount ? "what was read back differs in the account "
+                                               : "what was read back differs in the table ") +
+                   Quoted(proof.difference.name);
+        default:
+            return "the ledger itself could not be read";
+    }
+}
+
+}  // namespace
+
+std::string ProofFailureMessage(const BackupProof& proof, Medium medium) {
+    if (proof.restored == RestoreCode::WriteFailed) {
+        return "The backup was not kept, since there is no room beside the ledger to prove it; " +
+               std::string(For(medium, "make some, or leave the proof out with --no-prove.",
+                               "make some, or leave the proof out."));
+    }
+    return "The backup was not kept, since the proof failed: " + ProofFinding(proof) +
+           "; try again, best on another disk.";
+}
+
+std::string ProvedBackupText(const LedgerTally& tally) {
+    int64_t transactions = 0;
+    for (const LedgerTally::Account& account : tally.accounts) transactions += account.transactions;
+    return "Proved: read back and compared, with " +
+           Counted(static_cast<int64_t>(tally.accounts.size()), "account", "accounts") + " and " +
+           Counted(transactions, "transaction", "transactions") + ".";
 }
 
 std::string BackupInsideLedgerMessage() {

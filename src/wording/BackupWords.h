@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "finance/backup/ProvedBackup.h"
 #include "storage/backup/BackupCode.h"
 #include "wording/Words.h"
 
@@ -14,6 +15,10 @@ std::string BackupDetailText(const BackupDetail& detail);
 // the container's.
 std::string BackupFailureMessage(BackupCode code, const std::string& path,
                                  const BackupDetail& detail, Medium medium);
+// Why the proof of a backup failed, and what to do.
+std::string ProofFailureMessage(const BackupProof& proof, Medium medium);
+// What a proof compared.
+std::string ProvedBackupText(const LedgerTally& tally);
 // That a backup would lie in the folder that it is of.
 std::string BackupInsideLedgerMessage();
 // That anybody can read the backup.

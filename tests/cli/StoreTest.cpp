@@ -179,10 +179,13 @@ TEST_F(Store, BackupAndRestore) {
     EXPECT_EQ(backup.status, 0) << backup.err;
     EXPECT_THAT(backup.out, HasSubstr("The backup of the database to 'ledger.backup' completed "
                                       "successfully.\n"));
+    EXPECT_THAT(backup.out, HasSubstr("Proved: read back and compared, with "));
     EXPECT_THAT(backup.out, HasSubstr("The backup is not protected"));
 
     CliRun json = Run("--json backup again.backup");
-    EXPECT_EQ(CliRun::Keys(json.Json()), (Keys{"code", "message", "files"}));
+    EXPECT_EQ(CliRun::Keys(json.Json()), (Keys{"code", "message", "files", "proved", "removed"}));
+    EXPECT_EQ(json.Json().at("proved"), true);
+    EXPECT_EQ(Run("--json backup third.backup --no-prove").Json().at("proved"), false);
     EXPECT_THAT(json.err, HasSubstr("note: The backup is not protected"));
 
     const auto restored = Json("restore ledger.backup --to copy");
@@ -202,6 +205,31 @@ TEST_F(Store, BackupAndRestore) {
     EXPECT_NE(tampered.Json().at("code"), 0);
     EXPECT_FALSE(m_disk.FolderExists("third"));
     EXPECT_EQ(Run("backup ledger/inside.dat").status, 1);
+}
+
+TEST_F(Store, WhatIsInABackup) {
+    const auto accounts = Json("account list");
+    const auto rows = Json("transaction list Checking").size();
+    WriteFile("secret", "open sesame");
+    Json("--password-file secret password set");
+    ASSERT_EQ(Run("--password-file secret backup b.dat").status, 0);
+    const CliRun look = Run("--json --password-file secret restore b.dat --dry-run");
+    const auto found = look.Json().at("accounts");
+    ASSERT_EQ(found.size(), accounts.size()) << look.err;
+    for (size_t i = 0; i < found.size(); ++i) {
+        EXPECT_EQ(found[i].at("name"), accounts[i].at("name"));
+        EXPECT_EQ(found[i].at("balance"), accounts[i].at("balance"));
+    }
+    EXPECT_EQ(found[0].at("transactions"), rows);
+    EXPECT_FALSE(m_disk.FolderExists("ledger.look"));
+    m_disk.Bytes("b.dat").back() ^= 1;
+    EXPECT_EQ(Run("--password-file secret restore b.dat --dry-run").status, 1);
+    EXPECT_FALSE(m_disk.FolderExists("ledger.look"));
+    for (const char* wrong :
+         {"restore b.dat", "backup --keep 0 b.dat", "backup --keep 2 --no-prove b.dat"}) {
+        EXPECT_EQ(Run(wrong).status, 2) << wrong;
+    }
+    EXPECT_THAT(Run("backup --keep 2 b.dat").err, HasSubstr("--keep goes with a folder"));
 }
 
 TEST_F(Store, BackupsWithoutANameGoToTheLastFolder) {

@@ -11,6 +11,35 @@ using Reason = BackupReason;
 
 constexpr Medium kMedia[] = {Medium::Terminal, Medium::Window};
 
+// Whatever the finding, the line says that nothing was kept and what to do.
+TEST(BackupWords, Proofs) {
+    using Step = BackupProofStep;
+    const struct {
+        BackupProof proof;
+        const char* finding;
+    } rows[] = {
+        {{.step = Step::NotTried}, "the ledger itself could not be read"},
+        {{.step = Step::NotReadable, .restored = RestoreCode::Damaged},
+         "what was read back is not what was written"},
+        {{.step = Step::NotReadable, .restored = RestoreCode::ReadFailed},
+         "it cannot be read back"},
+        {{.step = Step::NotOpened}, "what was read back does not open as a ledger"},
+        {{.step = Step::Damaged}, "what was read back is damaged"},
+        {{.step = Step::Differs, .difference = {true, "Checking"}},
+         "what was read back differs in the account 'Checking'"},
+        {{.step = Step::Differs, .difference = {false, "Payee"}},
+         "what was read back differs in the table 'Payee'"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(ProofFailureMessage(row.proof, Medium::Terminal),
+                  "The backup was not kept, since the proof failed: " + std::string(row.finding) +
+                      "; try again, best on another disk.");
+    }
+    const BackupProof noRoom{.step = Step::NotReadable, .restored = RestoreCode::WriteFailed};
+    EXPECT_NE(ProofFailureMessage(noRoom, Medium::Terminal).find("--no-prove"), std::string::npos);
+    EXPECT_EQ(ProofFailureMessage(noRoom, Medium::Window).find("--no-prove"), std::string::npos);
+}
+
 TEST(BackupWords, Details) {
     const struct {
         BackupDetail detail;

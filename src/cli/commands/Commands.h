@@ -22,6 +22,7 @@ std::vector<Command> ExportCommands();
 std::vector<Command> ReconcileCommands();
 std::vector<Command> CheckCommands();
 std::vector<Command> BackupCommands();
+Command RestoreCommand();
 std::vector<Command> PasswordCommands();
 std::vector<Command> SettingsCommands();
 std::vector<Command> QuoteCommands();

@@ -94,6 +94,8 @@ public:
     // Writes a backup, sealed with the ledger's password where it has one: see BackupWriter.h.
     BackupCode Backup(const std::string& path, BackupReport& report,
                       const BackupOptions& options = {});
+    // Of the open database, which no other has; 0 when closed.
+    uint64_t Identifier() { return m_database.Journal().DatabaseId(); }
     // Runs the store's timers when they are due; `nowMs` is any steady clock.
     void RunTimers(int64_t nowMs);
 

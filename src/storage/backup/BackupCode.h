@@ -55,6 +55,7 @@ enum class BackupReason {
     TooManyFiles,    // for the container's format
     FileUnreadable,  // `name`
     FileTooLarge,    // `name`, for the container's format
+    NotProved,       // what was written did not stand the proof that was asked for
     // --- of a damaged container
     ForeignEntry,  // the directory names what is no database's file
     EntryTwice,    // `name`

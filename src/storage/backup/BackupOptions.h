@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 
 #include "storage/backup/BackupContainer.h"
 #include "storage/backup/Encrypt.h"
@@ -16,6 +17,9 @@ struct BackupOptions {
     size_t chunkSize = kBackupChunkSize;
     // Called now and then with the bytes done and the bytes there are to do.
     std::function<void(int64_t done, int64_t total)> progress;
+    // Of a backup: called with the name that the whole container has until it gets its own. False
+    // takes it away again; the reason is NotProved.
+    std::function<bool(const std::string& container)> prove;
 };
 
 }  // namespace quillon

@@ -1,7 +1,9 @@
 #include "storage/backup/BackupRestore.h"
 
+#include <array>
 #include <new>
 
+#include "storage/backup/BackupContainer.h"
 #include "storage/backup/BackupReader.h"
 
 namespace quillon {
@@ -33,7 +35,7 @@ public:
         RestoreCode code = replacement.Begin(overwrite);
         const std::string& into = replacement.IncomingFolder();
         for (size_t i = 0; i < m_reader.Entries().size() && code == RestoreCode::Done; ++i) {
-            code = WriteFile(i, into + m_reader.Entries()[i].name);
+            code = WriteFile(i, into, Purpose::Keep);
             Advance(i);
         }
         if (code == RestoreCode::Done) code = replacement.Commit();
@@ -41,8 +43,24 @@ public:
         return code;
     }
 
+    RestoreCode Extract(const std::string& path, const std::string& folder,
+                        const std::string& passwordHash) {
+        RestoreCode code = m_reader.Open(path, passwordHash, m_options);
+        m_report.detail = m_reader.Detail();
+        m_total = m_reader.StoredSize();
+        for (size_t i = 0; i < m_reader.Entries().size() && code == RestoreCode::Done; ++i) {
+            code = WriteFile(i, WithTrailingSeparator(folder), Purpose::Look);
+            Advance(i);
+        }
+        m_report.files = static_cast<int64_t>(m_reader.Entries().size());
+        return code;
+    }
+
 private:
-    RestoreCode WriteFile(size_t index, const std::string& path) {
+    enum class Purpose { Keep, Look };
+
+    RestoreCode WriteFile(size_t index, const std::string& folder, Purpose purpose) {
+        const std::string path = folder + m_reader.Entries()[index].name;
         const auto file = m_files.Open(path, OpenMode::Create);
         int64_t end = 0;
         RestoreCode code = file ? RestoreCode::Done : RestoreCode::WriteFailed;
@@ -53,7 +71,11 @@ private:
                 return RestoreCode::Done;
             });
         }
-        if (code == RestoreCode::Done && !file->Sync()) code = RestoreCode::WriteFailed;
+        if (purpose == Purpose::Look) {
+            m_report.bytes += end;
+        } else if (code == RestoreCode::Done && !file->Sync()) {
+            code = RestoreCode::WriteFailed;
+        }
         m_report.detail =
             code == RestoreCode::WriteFailed ? BackupDetail{.name = path} : m_reader.Detail();
         return code;
@@ -74,12 +96,34 @@ private:
 
 }  // namespace
 
+uint64_t ReadBackupIdentifier(CFileSystem& files, const std::string& path) {
+    const auto file = files.Open(path, OpenMode::Read);
+    std::array<uint8_t, BackupHeader::kDiskSize> bytes{};
+    BackupHeader header;
+    if (!file || file->ReadAt(0, bytes) != static_cast<int64_t>(bytes.size()) ||
+        BackupHeader::Decode(bytes, file->Size(), header) != RestoreCode::Done) {
+        return 0;
+    }
+    return header.identifier;
+}
+
 RestoreCode CheckBackup(CFileSystem& files, const std::string& path,
                         const std::string& passwordHash, RestoreReport& report,
                         const BackupOptions& options) {
     report = {};
     try {
         return CRestore(files, report, options).Check(path, passwordHash, 1);
+    } catch (const std::bad_alloc&) {
+        return RestoreCode::OutOfMemory;
+    }
+}
+
+RestoreCode ExtractBackup(CFileSystem& files, const std::string& path, const std::string& folder,
+                          const std::string& passwordHash, RestoreReport& report,
+                          const BackupOptions& options) {
+    report = {};
+    try {
+        return CRestore(files, report, options).Extract(path, folder, passwordHash);
     } catch (const std::bad_alloc&) {
         return RestoreCode::OutOfMemory;
     }

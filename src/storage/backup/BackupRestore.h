@@ -23,10 +23,19 @@ struct RestoreReport {
     BackupDetail detail;
 };
 
+// The identifier of the container at `path`, which no other has; 0: it cannot be read, or is none.
+[[nodiscard]] uint64_t ReadBackupIdentifier(CFileSystem& files, const std::string& path);
+
 // Reads the container at `path` and checks all of it; writes nothing.
 [[nodiscard]] RestoreCode CheckBackup(CFileSystem& files, const std::string& path,
                                       const std::string& passwordHash, RestoreReport& report,
                                       const BackupOptions& options = {});
+
+// Writes the files of the container at `path` into `folder`, which must be there, for a look at
+// them. Nothing is synced, and a failure leaves what was written so far: the caller clears up.
+[[nodiscard]] RestoreCode ExtractBackup(CFileSystem& files, const std::string& path,
+                                        const std::string& folder, const std::string& passwordHash,
+                                        RestoreReport& report, const BackupOptions& options = {});
 
 // Puts the database of the container at `path` into `folder`, which is made when it is
 // missing. One that is not empty is replaced only with `overwrite`, only when nobody has

@@ -109,6 +109,7 @@ BackupCode CBackupWriter::Start(size_t fileCount, const std::string& passwordHas
     std::array<uint8_t, sizeof(m_header.identifier)> identifier{};
     if (!RandomBytes(identifier)) return BackupCode::EncryptionFailed;
     m_header.identifier = LoadLE<uint64_t>(identifier, 0);
+    m_report.identifier = m_header.identifier;
     m_header.fileCount = static_cast<int32_t>(fileCount);
     m_header.directorySize = BackupHeader::DirectorySizeFor(m_header.fileCount);
     if (!m_cipher.Start(m_header, passwordHash, m_options.keyCost)) {
@@ -205,6 +206,9 @@ BackupCode CBackupWriter::WriteDirectoryAndHeader() {
 BackupCode CBackupWriter::Publish() {
     if (!m_container->Sync()) return Fail(BackupCode::WriteFailed, {.name = m_temporary});
     m_container.reset();
+    if (m_options.prove && !m_options.prove(m_temporary)) {
+        return Fail(BackupCode::Other, {BackupReason::NotProved});
+    }
     if (!m_files.Rename(m_temporary, m_path))
         return Fail(BackupCode::WriteFailed, {.name = m_path});
     m_temporaryMade = false;

@@ -21,6 +21,7 @@ struct BackupReport {
     int64_t sourceBytes = 0;   // of the files
     int64_t bytes = 0;         // of the container
     bool isProtected = false;  // by a password
+    uint64_t identifier = 0;   // of the container
     BackupDetail detail;       // what went wrong and where; may be empty
 };
 

@@ -32,6 +32,8 @@ inline constexpr const char* kJournalName = "Journal.dat";
 inline constexpr const char* kChecksumsName = "Checksums.dat";
 // Tells what a folder is while a restore replaces it; see RestoreFolders.h.
 inline constexpr const char* kRestoreMarkName = "Restore.mark";
+// In a folder that a backup was taken out into for a look: it may be removed at any time.
+inline constexpr const char* kLookMarkName = "Look.mark";
 
 // Without the zero that ends it in the files that hold such names.
 inline constexpr size_t kLongestFileName = 119;
