@@ -107,7 +107,11 @@ std::string BackupDetailText(const BackupDetail& detail) {
 std::string BackupFailureMessage(BackupCode code, const std::string& path,
                                  const BackupDetail& detail, Medium medium) {
     std::string message = BackupMessage(code, path);
-    if (!detail.IsEmpty()) message += " " + BackupDetailText(detail) + ".";
+    if (!detail.IsEmpty()) {
+        if (!message.ends_with(' ')) message += ' ';
+        message += BackupDetailText(detail);
+        if (!message.ends_with('.')) message += '.';
+    }
     return message + BackupAdvice(code, path, medium);
 }
 

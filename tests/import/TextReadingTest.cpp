@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 #include "foundation/CalendarDate.h"
 #include "import/text/AmountInference.h"
+#include "import/text/AmountRounding.h"
 #include "import/text/DateInference.h"
 #include "import/text/TextScan.h"
 
@@ -397,6 +400,22 @@ TEST(TextScan, NumbersAreReadFromTheStart) {
     EXPECT_FALSE(ScanLong("", number));
     EXPECT_FALSE(ScanLong("+-1", number));
     EXPECT_EQ(number, INT64_MAX);
+}
+
+// A line of a size that no ledger takes leaves the others' cents alone.
+TEST(AmountRounding, KeepsTheSumOfWhatCounts) {
+    for (const double none : {std::numeric_limits<double>::infinity(), std::nan(""), 1e20}) {
+        const double written[] = {0.334, none, 0.333, -none, 0.333};
+        CAmountRounding rounding;
+        for (const double amount : written) rounding.Add(amount);
+        rounding.KeepSum();
+        double sum = 0.0;
+        for (const double amount : written) {
+            const double rounded = rounding.Round(amount);
+            if (std::fabs(amount) < 1) sum += rounded;
+        }
+        EXPECT_DOUBLE_EQ(sum, 1.0) << none;
+    }
 }
 
 }  // namespace

@@ -11,6 +11,20 @@ using Reason = BackupReason;
 
 constexpr Medium kMedia[] = {Medium::Terminal, Medium::Window};
 
+// One blank and one full stop between what is known and what to do.
+TEST(BackupWords, Failures) {
+    EXPECT_EQ(
+        BackupFailureMessage(BackupCode::IntegrityFailed, "b.dat",
+                             {BackupReason::TableDamaged, "Payee", IntegrityCode::MissingText},
+                             Medium::Terminal),
+        "The database integrity check failed. No backup was produced. Payee: The database "
+        "integrity check found a text ID that does not exist. Run 'verify' to see what is "
+        "wrong.");
+    EXPECT_EQ(BackupFailureMessage(BackupCode::Other, "b.dat", {BackupReason::BracketOpen},
+                                   Medium::Window),
+              "An error occurred performing the backup. changes are still being entered.");
+}
+
 // Whatever the finding, the line says that nothing was kept and what to do.
 TEST(BackupWords, Proofs) {
     using Step = BackupProofStep;

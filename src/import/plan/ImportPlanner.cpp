@@ -43,7 +43,7 @@ CImportPlanner::Judgement CImportPlanner::Judge(ImportRecord& record) {
     }
     if (answer.meets == Meets::Earlier) return {PlanOutcome::Repeated, kNoRow};
     if (answer.meets == Meets::Held) return {PlanOutcome::Held, answer.row};
-    if (std::fabs(record.amount) > kLargestAmount) {
+    if (!(std::fabs(record.amount) <= kLargestAmount)) {
         m_notes.Add(Note::AmountTooLarge, record.line);
         return {PlanOutcome::Refused, kNoRow};
     }

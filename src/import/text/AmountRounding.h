@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 #include "finance/ledger/Balance.h"
 
 namespace quillon {
@@ -7,12 +9,14 @@ namespace quillon {
 // Rounds the amounts of one register or statement to cents. Each by itself is rounded to its
 // own cent; where the file states a balance and amounts rounded so would miss the sum, what
 // one loses is carried to the next that has more than two decimals, so that the rounded lines
-// add up to the sum of the written ones. Amounts of whole cents never change. Amounts are in
-// units of the currency, signed; nothing fails.
+// add up to the sum of the written ones. Amounts of whole cents never change, and one that no
+// ledger takes has no part in the sum. Amounts are in units of the currency, signed; nothing
+// fails.
 class CAmountRounding {
 public:
     // First every amount once,
     void Add(double amount) {
+        if (!IsAmount(amount)) return;
         m_written.Add(amount);
         m_rounded.Add(RoundToCents(amount));
     }
@@ -22,13 +26,16 @@ public:
     }
     // and every amount again in the same order.
     double Round(double amount) {
-        if (!m_carries || HasWholeCents(amount)) return RoundToCents(amount);
+        if (!m_carries || !IsAmount(amount) || HasWholeCents(amount)) return RoundToCents(amount);
         const double rounded = RoundToCents(amount + m_carry);
         m_carry += amount - rounded;
         return rounded;
     }
 
 private:
+    // An amount times a rate may be neither.
+    static bool IsAmount(double amount) { return std::fabs(amount) <= kLargestAmount; }
+
     CMoneySum m_written;
     CMoneySum m_rounded;
     bool m_carries = false;

@@ -145,16 +145,20 @@ private:
         auto& transfer = *static_cast<CTransfer*>(self);
         transfer.m_lastByte = MonotonicMilliseconds();
         transfer.m_headerBytes += size * count;
-        transfer.m_tooLarge = transfer.m_headerBytes > kMostHeaderBytes;
-        return transfer.m_tooLarge ? 0 : size * count;
+        if (transfer.m_headerBytes <= kMostHeaderBytes) return size * count;
+        transfer.m_tooLarge = kMostHeaderBytes;
+        return 0;
     }
 
     static size_t OnBody(char* bytes, size_t size, size_t count, void* self) {
         auto& transfer = *static_cast<CTransfer*>(self);
         transfer.m_lastByte = MonotonicMilliseconds();
         const size_t added = size * count;
-        transfer.m_tooLarge = added > transfer.m_options.limits.body - transfer.m_body.size();
-        if (transfer.m_tooLarge) return 0;
+        const size_t most = transfer.m_options.limits.body;
+        if (added > most - transfer.m_body.size()) {
+            transfer.m_tooLarge = most;
+            return 0;
+        }
         try {
             transfer.m_body.append(bytes, added);
         } catch (const std::bad_alloc&) {
@@ -196,7 +200,7 @@ private:
             return Failure(StockQuoteReason::LibraryFailed);
         }
         const CURLcode code = message->data.result;
-        if (m_tooLarge) return TooLarge();
+        if (m_tooLarge > 0) return TooLarge();
         if (code == CURLE_OPERATION_TIMEDOUT) {
             // Of its own limits, the one for connecting holds until the connection stands.
             return TimedOut(m_lastByte != 0 || m_options.limits.total <= m_options.limits.connect);
@@ -260,8 +264,7 @@ private:
     HttpsAnswer TooLarge() const {
         HttpsAnswer answer;
         answer.status = StockQuoteStatus::TooLarge;
-        answer.detail = {StockQuoteReason::BodyTooLarge,
-                         static_cast<int64_t>(m_options.limits.body)};
+        answer.detail = {StockQuoteReason::BodyTooLarge, static_cast<int64_t>(m_tooLarge)};
         return answer;
     }
 
@@ -275,7 +278,7 @@ private:
     int64_t m_started;
     int64_t m_lastByte = 0;  // 0: not connected yet
     size_t m_headerBytes = 0;
-    bool m_tooLarge = false;
+    size_t m_tooLarge = 0;  // the limit that the answer is beyond
     std::string m_body;
     std::array<char, CURL_ERROR_SIZE> m_error{};
     // Torn down in reverse: the handle before its headers, the multi handle first.
