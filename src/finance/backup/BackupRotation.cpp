@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
+#include <iterator>
 
 #include "settings/SettingsNames.h"
 #include "storage/backup/BackupRestore.h"
@@ -14,9 +14,10 @@ namespace {
 constexpr size_t kDigits = 16;  // of an identifier
 
 std::string HexOf(uint64_t number) {
-    char digits[kDigits + 1];
-    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(number));
-    return digits;
+    char digits[kDigits];
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), number, 16).ptr;
+    const std::string text(std::begin(digits), end);
+    return std::string(kDigits - text.size(), '0') + text;
 }
 
 bool ReadHex(std::string_view text, uint64_t& number) {

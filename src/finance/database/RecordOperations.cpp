@@ -46,13 +46,15 @@ CLookup CQuillonDatabaseInterface::Read(int64_t rowId, Record& record) {
     return m_rows->Read(rowId, record);
 }
 
-// The record classes, once for all callers.
+// The record classes, once for all callers. A type stands without parentheses.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define QUILLON_RECORD_OPERATIONS(Record)                               \
     template bool CQuillonDatabaseInterface::Add(Record&);              \
     template bool CQuillonDatabaseInterface::Update(const Record&);     \
     template bool CQuillonDatabaseInterface::Delete<Record>(int64_t);   \
     template bool CQuillonDatabaseInterface::List(COwnedList<Record>&); \
     template CLookup CQuillonDatabaseInterface::Read(int64_t, Record&);
+// NOLINTEND(bugprone-macro-parentheses)
 
 QUILLON_RECORD_OPERATIONS(CAccountEntry)
 QUILLON_RECORD_OPERATIONS(CTransactionEntry)

@@ -123,7 +123,9 @@ CLookup CQuillonDatabaseInterface::FindNewestTransaction(int64_t accountId, int6
                 }
                 // The last of the latest date.
                 const auto last = std::max_element(dates.rbegin(), dates.rend());
-                if (last != dates.rend()) newest = rows.RowIds()[dates.rend() - last - 1];
+                if (last != dates.rend()) {
+                    newest = rows.RowIds()[static_cast<size_t>(dates.rend() - last - 1)];
+                }
                 return true;
             });
         if (asked) answer = m_rows->Read(newest, transaction);
