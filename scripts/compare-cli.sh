@@ -42,7 +42,7 @@ run() {
         printf ' %q' "$@"
         printf '\n--- out\n'
         # How small a backup gets depends on the times that it holds.
-        sed -E "s/stored in [0-9,]+ bytes/stored in N bytes/; s|$place|HERE|g" "$place.out"
+        sed -E "s/stored in [0-9,]+ bytes/stored in N bytes/; s|$place|HERE|g; s/[0-9a-f]{16} [0-9a-f]{16} HERE/IDS HERE/" "$place.out"
         printf -- '--- err\n'
         sed "s|$place|HERE|g" "$place.err"
         printf -- '--- status %s\n' "$status"
