@@ -53,8 +53,11 @@ bool CIndexManager::SaveHeader() {
 }
 
 bool CIndexManager::WriteHeader(int64_t distinct) {
+    // A flag that is not the column's stays until the index is made anew: what the disk changed
+    // is told of, not written over.
     const auto bytes =
-        IndexHeader{.distinctKeys = distinct, .liveRecords = m_liveCount, .attribute = m_attribute}
+        IndexHeader{
+            .distinctKeys = distinct, .liveRecords = m_liveCount, .attribute = m_fileAttribute}
             .Encode();
     // Rewriting the bytes that are there already would cost a sync for nothing.
     std::array<uint8_t, IndexHeader::kDiskSize> present{};

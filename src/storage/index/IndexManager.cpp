@@ -131,6 +131,7 @@ bool CIndexManager::Compact() {
     m_rows = std::move(kept);
     m_recordCount = m_liveCount;
     m_file.Close();
+    m_fileAttribute = m_attribute;
     return m_file.Create(m_path) && WriteHeader(distinct) &&
            m_file.WriteAt(IndexRecord::OffsetOf(1), bytes);
 }
