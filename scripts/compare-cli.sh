@@ -25,6 +25,7 @@ readonly COMMANDS=(init verify "account add" "account edit" "account list" "acco
     "account reopen" "transaction list" "transaction add" "transaction edit" "transaction delete"
     transfer "category list" "category add" "category rename" "category delete" "payee list"
     "payee add" "payee rename" "payee delete" "rule list" "rule add" "rule rename" "rule delete"
+    "rule try" "rule suggest" "rule apply"
     "import qif" "import qfx" "export csv" "export qif" reconcile "check words"
     "check format show" "check format set" "check print" "check test" backup restore
     "password set" "password clear" "password check" "settings get" "settings set"
@@ -250,6 +251,12 @@ names() {
     both rule rename PEAK PEAK ''
     both rule rename 77 X
     both rule list
+    both rule try 'GREENLEAF 12'
+    both rule try nothing
+    both rule suggest
+    both rule apply --dry-run
+    both rule apply --from 2024-02-01
+    both rule apply
     both rule delete GREENLEAF
     both rule delete 77
 }

@@ -251,6 +251,21 @@ TEST_F(Register, CategoriesPayeesAndRules) {
     EXPECT_EQ(rule.dump(), R"([{"id":2,"search":"SEEDS","replace":"Seeds"}])");
     EXPECT_EQ(Json("rule rename 2 SEED")[0].at("replace"), "Seeds");
     EXPECT_EQ(Json("rule delete SEED").size(), 1u);
+
+    for (const char* payee : {"'SEEDS 1'", "'SEEDS 2'"}) {
+        Add("Checking payment 2024-02-02 5", std::string("--payee ") + payee);
+    }
+    EXPECT_EQ(Json("rule suggest").dump(),
+              R"([{"search":"SEEDS","replace":"Seeds","payees":["SEEDS 1","SEEDS 2"]}])");
+    Json("rule add SEEDS Seeds");
+    EXPECT_EQ(Json("rule try 'SEEDS 7'").at("result"), "Seeds");
+    EXPECT_EQ(Json("rule try Rent").at("rules").size(), 0u);
+    EXPECT_EQ(Json("rule apply --dry-run").at("transactions"), 2);
+    EXPECT_EQ(Json("rule apply --from 2024-02-03").at("applied"), false);
+    EXPECT_EQ(Json("rule apply").at("changes")[1].dump(),
+              R"({"before":"SEEDS 2","after":"Seeds","transactions":1})");
+    EXPECT_EQ(Json("payee list").size(), 1u);
+    Json("rule delete SEEDS");
     EXPECT_EQ(Json("rule list").dump(), R"([{"id":1,"search":"void","replace":"VOID"}])");
 }
 

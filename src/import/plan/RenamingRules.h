@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,11 +19,15 @@ public:
     // replacement, so the last one that matches wins.
     std::string Apply(std::string_view text) const;
 
-private:
     struct Rule {
+        int64_t id = 0;
         std::string search;
         std::string replacement;
     };
+    // The rules that match, in turn, each the text that those before it left.
+    std::vector<Rule> Matching(std::string_view text) const;
+
+private:
     std::vector<Rule> m_rules;
 };
 

@@ -20,6 +20,14 @@ struct NewNames {
     std::string category;
 };
 
+// A payee whose transactions are another one's, by name.
+struct PayeeRenaming {
+    int64_t payeeId = kNoRow;
+    std::string before;
+    std::string after;
+    int64_t transactions = 0;
+};
+
 // The open ledger of one program: every screen reads through it, and every change goes through
 // it and comes back to all of them as one notice.
 //
@@ -115,6 +123,11 @@ public:
     [[nodiscard]] LedgerStatus RemovePayee(int64_t payeeId, int64_t moveTo = kNoRow,
                                            const std::string& label = {});
 
+    // Gives the transactions of those payees from the date on to the payees named `after`, made
+    // where there are none. A payee that nothing is filed under any more goes.
+    [[nodiscard]] LedgerStatus RenamePayees(std::span<const PayeeRenaming> renamings, int64_t from,
+                                            const std::string& label = {});
+
     // After changes that went past the workspace, an import's for one: names are read and
     // listeners told to read everything.
     void ReadAgain(const std::string& label);
@@ -133,6 +146,9 @@ private:
                            ChangeNotice& notice);
     LedgerStatus ReadRow(int64_t id, CTransactionEntry& row);
     LedgerStatus RemoveRow(int64_t id, TransferSides sides, ChangeNotice& notice);
+    LedgerStatus RenameRows(const std::string& payee, const std::vector<CTransactionEntry>& rows,
+                            ChangeNotice& notice);
+    LedgerStatus RemoveUnusedPayee(int64_t payeeId, ChangeNotice& notice);
     void NoteRowsFiled(const COwnedList<CTransactionEntry>& rows, ChangeNotice& notice);
     void ReadNames();
     void Tell(const ChangeNotice& notice);

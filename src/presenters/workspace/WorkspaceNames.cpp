@@ -123,4 +123,56 @@ LedgerStatus CWorkspace::RemovePayee(int64_t payeeId, int64_t moveTo, const std:
     });
 }
 
+LedgerStatus CWorkspace::RenameRows(const std::string& payee,
+                                    const std::vector<CTransactionEntry>& rows,
+                                    ChangeNotice& notice) {
+    if (rows.empty()) return LedgerStatus::Ok;
+    bool added = false;
+    const int64_t payeeId = m_database.FindOrAddPayee(payee, &added);
+    if (payeeId == kNoRow) return LedgerStatus::StoreFailed;
+    notice.payeeTable |= added;
+    for (const CTransactionEntry& row : rows) {
+        if (!m_database.UpdateTransactionPayee(row.id, payeeId)) return LedgerStatus::StoreFailed;
+        notice.AddRow(RowChange::Changed, row);
+    }
+    return LedgerStatus::Ok;
+}
+
+LedgerStatus CWorkspace::RemoveUnusedPayee(int64_t payeeId, ChangeNotice& notice) {
+    int64_t uses = 0;
+    if (!m_ledger.CountPayeeUses(payeeId, uses)) return LedgerStatus::StoreFailed;
+    if (uses > 0) return LedgerStatus::Ok;
+    notice.payeeTable = true;
+    return m_ledger.RemovePayee(payeeId);
+}
+
+LedgerStatus CWorkspace::RenamePayees(std::span<const PayeeRenaming> renamings, int64_t from,
+                                      const std::string& label) {
+    const auto own = [&] {
+        return "Rename " + Counted(static_cast<int64_t>(renamings.size()), "payee", "payees");
+    };
+    return Perform(label, own, [&](ChangeNotice& notice) {
+        // What is one's new name may be the old one of another: whose a row is counts before
+        // anything is changed.
+        std::vector<std::vector<CTransactionEntry>> rows(renamings.size());
+        for (size_t i = 0; i < renamings.size(); ++i) {
+            COwnedList<CTransactionEntry> list;
+            if (!m_database.ListTransactionsByPayee(renamings[i].payeeId, list)) {
+                return LedgerStatus::StoreFailed;
+            }
+            for (CTransactionEntry& row : list) {
+                if (row.serviceDate >= from) rows[i].push_back(std::move(row));
+            }
+        }
+        LedgerStatus status = LedgerStatus::Ok;
+        for (size_t i = 0; i < renamings.size() && status == LedgerStatus::Ok; ++i) {
+            status = RenameRows(renamings[i].after, rows[i], notice);
+        }
+        for (size_t i = 0; i < renamings.size() && status == LedgerStatus::Ok; ++i) {
+            status = RemoveUnusedPayee(renamings[i].payeeId, notice);
+        }
+        return status;
+    });
+}
+
 }  // namespace quillon
