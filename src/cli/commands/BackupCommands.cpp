@@ -55,14 +55,6 @@ std::string ContainerPath(CCommandContext& context, const std::string& given) {
     return WithTrailingSeparator(folder) + start + number + ".dat";
 }
 
-// Folders as people write them: on Windows with either separator.
-bool SameFolder(std::string first, std::string second) {
-    for (std::string* folder : {&first, &second}) {
-        std::replace_if(folder->begin(), folder->end(), IsPathSeparator, '/');
-    }
-    return first == second;
-}
-
 struct BackupRequest {
     std::string file;
     NumberOption keep;
@@ -125,7 +117,7 @@ void Backup(CCommandContext& context, const BackupRequest& request) {
     CheckKeep(context, request);
     CSession session(context);
     const std::string path = ContainerPath(context, request.file);
-    if (!path.empty() && SameFolder(FolderOf(path), session.Database().Folder())) {
+    if (!path.empty() && IsSameFolder(FolderOf(path), session.Database().Folder())) {
         throw CFailure(BackupInsideLedgerMessage());
     }
     BackupReport report;

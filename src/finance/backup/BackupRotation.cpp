@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
+#include <utility>
 
 #include "settings/SettingsNames.h"
 #include "storage/backup/BackupRestore.h"
@@ -26,6 +27,14 @@ bool ReadHex(std::string_view text, uint64_t& number) {
 }
 
 }  // namespace
+
+bool IsSameFolder(std::string first, std::string second) {
+    for (std::string* folder : {&first, &second}) {
+        *folder = WithTrailingSeparator(std::move(*folder));
+        std::replace_if(folder->begin(), folder->end(), IsPathSeparator, '/');
+    }
+    return first == second;
+}
 
 // "LEDGER CONTAINER PATH" under "1" and upwards.
 std::vector<CBackupRotation::Proved> CBackupRotation::Read() const {
@@ -76,7 +85,7 @@ std::vector<std::string> CBackupRotation::Remove(uint64_t ledger, const std::str
                                                  int64_t keep) {
     std::vector<Proved> backups = Read();
     const auto isOurs = [&](const Proved& proved) {
-        return proved.ledger == ledger && FolderOf(proved.path) == WithTrailingSeparator(folder);
+        return proved.ledger == ledger && IsSameFolder(FolderOf(proved.path), folder);
     };
     int64_t left = std::count_if(backups.begin(), backups.end(), isOurs);
     std::vector<std::string> removed;
