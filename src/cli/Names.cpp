@@ -32,10 +32,4 @@ CPayeeEntry RequirePayee(CQuillonDatabaseInterface& database, const std::string&
     return RequireNamed<CPayeeEntry>(database, name, NamedKind::Payee);
 }
 
-CNameTables RequireNames(CQuillonDatabaseInterface& database) {
-    CNameTables names;
-    RequireStored(names.Load(database), database);
-    return names;
-}
-
 }  // namespace quillon

@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "finance/names/NameTables.h"
 #include "finance/names/TypedNames.h"
 
 namespace quillon {
@@ -13,8 +12,5 @@ namespace quillon {
 CAccountEntry RequireAccount(CQuillonDatabaseInterface& database, const std::string& name);
 CCategoryEntry RequireCategory(CQuillonDatabaseInterface& database, const std::string& name);
 CPayeeEntry RequirePayee(CQuillonDatabaseInterface& database, const std::string& name);
-
-// Names of all payees, categories and accounts. Throws CFailure when a read failed.
-CNameTables RequireNames(CQuillonDatabaseInterface& database);
 
 }  // namespace quillon

@@ -245,6 +245,14 @@ TEST_F(Store, BackupsWithoutANameGoToTheLastFolder) {
     }
     EXPECT_TRUE(m_disk.Exists(start + ".dat"));
     EXPECT_TRUE(m_disk.Exists(start + "_2.dat"));
+    // In a folder that cannot be listed none is replaced either.
+    const Bytes first = m_disk.Bytes(start + ".dat");
+    for (int64_t nth = 1; nth <= 20; ++nth) {
+        m_disk.FailNth(CMemoryFileSystem::Call::List, nth);
+        (void)Run("backup --no-prove");
+        m_disk.StopFailing();
+    }
+    EXPECT_EQ(m_disk.Bytes(start + ".dat"), first);
     EXPECT_EQ(Json("settings get FileFolder DatabaseBackupPath").at("value"),
               WithTrailingSeparator(folder));
 }

@@ -51,8 +51,14 @@ std::string ContainerPath(CCommandContext& context, const std::string& given) {
     if (files.List(folder, names)) {
         for (const std::string& name : names) last = std::max(last, NumberOfDay(name, start));
     }
-    const std::string number = last == 0 ? "" : "_" + std::to_string(last + 1);
-    return WithTrailingSeparator(folder) + start + number + ".dat";
+    // A folder that cannot be listed may still hold one of that name.
+    std::string path;
+    do {
+        const std::string number = last == 0 ? "" : "_" + std::to_string(last + 1);
+        path = WithTrailingSeparator(folder) + start + number + ".dat";
+        ++last;
+    } while (files.Exists(path));
+    return path;
 }
 
 struct BackupRequest {

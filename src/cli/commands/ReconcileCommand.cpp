@@ -46,7 +46,7 @@ public:
         m_lines = ReadRegister(database, m_account);
         RequireClearedLines();
         Reconcile();
-        const CNameTables names = RequireNames(database);
+        const CNameTables& names = session.Names();
         if (m_context.WantsJson()) {
             PrintJson();
         } else {

@@ -89,8 +89,8 @@ void Try(CCommandContext& context, const std::string& text) {
     CSession session(context);
     CRenamingRules rules;
     RequireStored(rules.Load(session.Database()), session.Database());
-    const std::string result = rules.Apply(text);
     const std::vector<CRenamingRules::Rule> matching = rules.Matching(text);
+    const std::string& result = matching.empty() ? text : matching.back().replacement;
     if (context.WantsJson()) {
         Json matched = Json::array();
         for (const CRenamingRules::Rule& rule : matching) {

@@ -61,12 +61,16 @@ std::vector<CBackupRotation::Proved> CBackupRotation::Read() const {
 
 void CBackupRotation::Write(const std::vector<Proved>& backups) const {
     int64_t place = 0;
-    for (const Proved& proved : backups) {
-        m_settings.WriteString(
-            settings::kProvedBackups, std::to_string(++place),
-            HexOf(proved.ledger) + ' ' + HexOf(proved.container) + ' ' + proved.path);
-    }
     std::string value;
+    for (const Proved& proved : backups) {
+        const std::string key = std::to_string(++place);
+        const std::string wanted =
+            HexOf(proved.ledger) + ' ' + HexOf(proved.container) + ' ' + proved.path;
+        // Each write is one of the whole file; most entries stay as they are.
+        const bool isThere = m_settings.ReadString(settings::kProvedBackups, key, value);
+        if (isThere && value == wanted) continue;
+        m_settings.WriteString(settings::kProvedBackups, key, wanted);
+    }
     for (std::string key = std::to_string(++place);
          m_settings.ReadString(settings::kProvedBackups, key, value);
          key = std::to_string(++place)) {
