@@ -11,6 +11,7 @@
 
 #include "finance/database/Lookup.h"
 #include "finance/database/TransactionColumns.h"
+#include "finance/history/History.h"
 #include "finance/records/FinanceRecords.h"
 #include "finance/schema/FinanceSchema.h"
 #include "foundation/FileSystem.h"
@@ -33,6 +34,8 @@ struct FinanceOpenResult {
     // Files of indexes that were damaged or missing, made anew from the rows. More may be found
     // when they are first used: see CDatabaseManager::RebuiltIndexes.
     std::vector<std::string> rebuilt;
+    // The history of actions was damaged and is lost; the ledger is not.
+    bool historyLost = false;
 };
 
 // How a password compares with the stored one.
@@ -100,6 +103,8 @@ public:
     void RunTimers(int64_t nowMs);
 
     CReentrantLock& Section();
+    // Callers hold the section.
+    CHistory& History() { return m_history; }
 
     // --- batches: everything between begin and commit is one commit. They nest; the
     // outermost decides, and a roll back inside makes the outer commit fail. What other
@@ -220,7 +225,10 @@ public:
     int64_t RowCount(std::string_view table);
 
 private:
+    FinanceOpenResult OpenFolder(const std::string& folder, const CCheckPrintFormat& layout);
+
     CDatabaseManager m_database;
+    CHistory m_history;
     std::unique_ptr<CFinanceRows> m_rows;  // critical section and query
 };
 
