@@ -6,6 +6,7 @@
 #include <random>
 
 #include "FinanceFixture.h"
+#include "finance/history/ImportBatch.h"
 #include "finance/ledger/Ledger.h"
 #include "foundation/ByteCodec.h"
 #include "foundation/TextHash.h"
@@ -188,8 +189,7 @@ private:
             return m_ledger.RenameCategory(category.id, Word()) == LedgerStatus::Ok;
         }
         CCategoryEntry target;
-        return Any(target) &&
-               m_ledger.RemoveCategory(category.id, target.id) == LedgerStatus::Ok;
+        return Any(target) && m_ledger.RemoveCategory(category.id, target.id) == LedgerStatus::Ok;
     }
     bool Rule() {
         CRenamingRuleEntry rule;
@@ -292,9 +292,8 @@ TEST_F(HistoryTest, ActionsAreListedUntilSomethingNewIsDone) {
     EXPECT_EQ(History().NextRedo()->label, "Delete transaction");
 
     // Numbers are not given twice.
-    Do("Close account", [&] {
-        ASSERT_EQ(ledger.SetAccountOpen(account, false), LedgerStatus::Ok);
-    });
+    Do("Close account",
+       [&] { ASSERT_EQ(ledger.SetAccountOpen(account, false), LedgerStatus::Ok); });
     actions = Actions();
     ASSERT_EQ(actions.size(), 3U);
     EXPECT_EQ(actions[2].number, 4);
@@ -312,7 +311,7 @@ TEST_F(HistoryTest, AnImportIsOneActionAndUndoneInPartGoesOn) {
     // The disk gives out in the middle: what was taken back is so, the rest is not.
     for (int64_t nth = 1;; ++nth) {
         disk.FailNth(CMemoryFileSystem::Call::AnyChangeOrSync, nth, FileError::NoSpace,
-                      CMemoryFileSystem::Times::Once);
+                     CMemoryFileSystem::Times::Once);
         const HistoryOutcome outcome = History().Undo();
         const bool failed = disk.HasFailed();
         disk.StopFailing();
@@ -397,8 +396,8 @@ TEST_F(HistoryTest, ADamagedHistoryCostsNothingButItself) {
         size_t at;
         bool isLost;  // or told at undo
     };
-    for (const Case& each : {Case{60, true}, Case{whole.size() - 20, false},
-                             Case{whole.size() - 4, false}}) {
+    for (const Case& each :
+         {Case{60, true}, Case{whole.size() - 20, false}, Case{whole.size() - 4, false}}) {
         std::vector<uint8_t> damaged = whole;
         damaged[each.at] ^= 0x10;
         ASSERT_TRUE(WriteWholeFile(disk, path, damaged));
@@ -415,6 +414,78 @@ TEST_F(HistoryTest, ADamagedHistoryCostsNothingButItself) {
         EXPECT_EQ(Everything(), before);
         ASSERT_TRUE(database.Close());
     }
+}
+
+// --- imports as a whole
+
+TEST_F(HistoryTest, AnImportIsTakenBackAsFarAsNothingChangedIt) {
+    const int64_t account = AddAccount("Checking");
+    CTransactionEntry mine = Row(account, TransactionType::Deposit, 500.0);
+    ASSERT_EQ(ledger.EnterTransaction(mine), LedgerStatus::Ok);
+    Import(account, 7, 3);
+    COwnedList<CTransactionEntry> rows;
+    ASSERT_TRUE(database.ListTransactionsWithStatementIds(account, rows));
+    CTransactionEntry changed = *rows.begin();
+    changed.memo = "rent";
+    ASSERT_EQ(ledger.ChangeTransaction(changed), LedgerStatus::Ok);
+    const Content before = Everything();
+
+    BatchTakenBack result;
+    EXPECT_EQ(TakeBackImport(ledger, 2, BatchRows::Unchanged, result), HistoryStatus::NoSuchAction);
+    ASSERT_EQ(TakeBackImport(ledger, 3, BatchRows::Unchanged, result), HistoryStatus::Ok);
+    EXPECT_EQ(result.removed, 6);
+    EXPECT_EQ(result.left, std::vector<int64_t>{changed.id});
+    EXPECT_EQ(Balance(account), 500.0 - changed.amount);
+    std::vector<ImportBatch> batches;
+    ASSERT_TRUE(ListImportBatches(History(), batches));
+    ASSERT_EQ(batches.size(), 1U);
+    EXPECT_TRUE(batches[0].takenBack);
+    EXPECT_EQ(batches[0].transactions, 7);
+
+    ASSERT_EQ(TakeBackImport(ledger, 3, BatchRows::All, result), HistoryStatus::Ok);
+    EXPECT_EQ(result.removed, 1);
+    EXPECT_EQ(Balance(account), 500.0);
+    ASSERT_EQ(History().Undo().status, HistoryStatus::Ok);
+    ASSERT_EQ(History().Undo().status, HistoryStatus::Ok);
+    EXPECT_EQ(Everything(), before);
+    ASSERT_TRUE(ListImportBatches(History(), batches));
+    EXPECT_FALSE(batches[0].takenBack);
+}
+
+// What a user deleted does not come back with the next statement, until the import is taken back.
+TEST_F(HistoryTest, DeletedLinesOfAnImportAreKnown) {
+    const int64_t account = AddAccount("Checking");
+    Import(account, 3, 10);
+    COwnedList<CTransactionEntry> rows;
+    ASSERT_TRUE(database.ListTransactionsWithStatementIds(account, rows));
+    CAccountEntry entry;
+    ASSERT_TRUE(database.Read(account, entry));
+    const auto deleted = [&] {
+        std::vector<int64_t> ids;
+        EXPECT_TRUE(ForEachDeletedLine(database, entry, [&](const DeletedLine& line) {
+            EXPECT_EQ(line.date, Day(2024, 3, 1));
+            EXPECT_EQ(line.effect, -(1.25 + static_cast<double>(line.fitId - 1000)));
+            ids.push_back(line.fitId);
+        }));
+        return ids;
+    };
+    CTransactionEntry mine = Row(account, TransactionType::Deposit, 1.0);
+    ASSERT_EQ(ledger.EnterTransaction(mine), LedgerStatus::Ok);
+    ASSERT_EQ(ledger.RemoveTransaction(mine.id), LedgerStatus::Ok);
+    EXPECT_EQ(deleted(), std::vector<int64_t>());
+
+    const int64_t second = std::next(rows.begin())->id;
+    ASSERT_EQ(ledger.RemoveTransaction(second), LedgerStatus::Ok);
+    EXPECT_EQ(deleted(), std::vector<int64_t>{1001});
+    Reopen();
+    EXPECT_EQ(deleted(), std::vector<int64_t>{1001});
+    ASSERT_EQ(History().Undo().status, HistoryStatus::Ok);
+    EXPECT_EQ(deleted(), std::vector<int64_t>());
+    ASSERT_EQ(History().Redo().status, HistoryStatus::Ok);
+    EXPECT_EQ(deleted(), std::vector<int64_t>{1001});
+    BatchTakenBack result;
+    ASSERT_EQ(TakeBackImport(ledger, 2, BatchRows::Unchanged, result), HistoryStatus::Ok);
+    EXPECT_EQ(deleted(), std::vector<int64_t>());
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 namespace quillon {
 
 CQuillonDatabaseInterface::CQuillonDatabaseInterface(CFileSystem& files)
-    : m_database(files), m_history(m_database), m_rows(std::make_unique<CFinanceRows>(m_database)) {}
+    : m_database(files),
+      m_history(m_database),
+      m_rows(std::make_unique<CFinanceRows>(m_database)) {}
 
 CQuillonDatabaseInterface::~CQuillonDatabaseInterface() {
     if (IsOpen()) Close();

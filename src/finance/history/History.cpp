@@ -10,8 +10,7 @@
 
 namespace quillon {
 
-CHistory::CHistory(CDatabaseManager& database)
-    : m_database(database), m_file(database.Journal()) {}
+CHistory::CHistory(CDatabaseManager& database) : m_database(database), m_file(database.Journal()) {}
 
 CHistory::~CHistory() {
     m_database.SetRecorder(nullptr);
@@ -67,9 +66,9 @@ bool CHistory::Records(const CTableManager& table) const {
 
 CHistory::Recorded& CHistory::TableOf(const CTableManager& table) {
     JoinBracket();
-    const auto found = std::find_if(
-        m_tables.begin(), m_tables.end(),
-        [&](const Recorded& recorded) { return recorded.number == table.Number(); });
+    const auto found =
+        std::find_if(m_tables.begin(), m_tables.end(),
+                     [&](const Recorded& recorded) { return recorded.number == table.Number(); });
     if (found != m_tables.end()) return *found;
     Recorded recorded;
     recorded.place = static_cast<uint16_t>(m_tables.size());
@@ -115,8 +114,7 @@ void Begin(HistoryChange& change, RowAction action, int64_t row, size_t columns)
 
 }  // namespace
 
-bool CHistory::RowAdded(const CTableManager& table, int64_t rowId,
-                        const CTableRowUpdateInfo& row) {
+bool CHistory::RowAdded(const CTableManager& table, int64_t rowId, const CTableRowUpdateInfo& row) {
     if (!Records(table)) return true;
     Recorded& recorded = TableOf(table);
     Begin(m_change, RowAction::Added, rowId, recorded.columns.size());

@@ -44,10 +44,11 @@ struct HistoryAction {
 
 enum class HistoryStatus {
     Ok,
-    Nothing,      // nothing to undo, or to redo
-    NoSuchAction,
-    RowDiffers,   // a row is not as the action left it; nothing was changed
-    Damaged,      // the history cannot be read there
+    Nothing,       // nothing to undo, or to redo
+    NoSuchAction,  // or it is no import where one is meant
+    NotDone,       // it was undone
+    RowDiffers,    // a row is not as the action left it; nothing was changed
+    Damaged,       // the history cannot be read there
     StoreFailed,
 };
 
@@ -59,9 +60,11 @@ struct HistoryOutcome {
     int64_t row = 0;
 };
 
-// A row of an action: what was done to it; false stops. Values by the table's columns; see HistoryFormat.h.
-// Lives as long as the call.
-using VisitChange = std::function<bool(const HistoryTable& table, const HistoryChange& change)>;
+// A row of an action: what was done to it; false stops. Values by the table's columns; see
+// HistoryFormat.h. Lives as long as the call.
+using VisitChange = std::function<bool(const HistoryPart& part, const HistoryChange& change)>;
+// Says whether the changes of a part are wanted.
+using WantPart = std::function<bool(const HistoryPart& part)>;
 
 // What was done to a ledger, to take it back. A commit is an action, or part of one: its record
 // stands in History.dat, in the same commit. The rows of every table count but those of Security:
@@ -130,9 +133,8 @@ public:
     bool Find(int64_t number, HistoryAction& action) const;
     // The changes of an action in their order.
     HistoryStatus Read(int64_t number, const VisitChange& visit) const;
-    // Those of all actions that are done, of parts for which `wants(part)` holds.
-    HistoryStatus ReadDone(const std::function<bool(const HistoryPart&)>& wants,
-                           const VisitChange& visit) const;
+    // Those of all actions that are done.
+    HistoryStatus ReadDone(const WantPart& wants, const VisitChange& visit) const;
     // The next undo and redo, if any.
     std::optional<HistoryAction> NextUndo() const;
     std::optional<HistoryAction> NextRedo() const;
@@ -188,8 +190,7 @@ private:
     // it is damaged.
     std::vector<Place> PartsAround(int64_t at) const;
     std::optional<HistoryAction> ActionAt(int64_t at) const;
-    HistoryStatus ReadParts(int64_t to, const std::function<bool(const HistoryPart&)>& wants,
-                            const VisitChange& visit) const;
+    HistoryStatus ReadParts(int64_t to, const WantPart& wants, const VisitChange& visit) const;
 
     CDatabaseManager& m_database;
     CHistoryFile m_file;

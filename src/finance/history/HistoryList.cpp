@@ -40,15 +40,14 @@ void AddPart(const HistoryPart& part, bool isDone, HistoryAction& action) {
 bool CHistory::List(std::vector<HistoryAction>& actions) const {
     actions.clear();
     const HistoryHeader& header = m_file.Header();
-    return m_file.Walk(
-        header.first, header.end, [&](int64_t at, int64_t, const HistoryPart& part) {
-            const bool isDone = at < header.done;
-            if (actions.empty() || actions.back().number != part.number) {
-                actions.push_back(Begun(part, isDone));
-            }
-            AddPart(part, isDone, actions.back());
-            return true;
-        });
+    return m_file.Walk(header.first, header.end, [&](int64_t at, int64_t, const HistoryPart& part) {
+        const bool isDone = at < header.done;
+        if (actions.empty() || actions.back().number != part.number) {
+            actions.push_back(Begun(part, isDone));
+        }
+        AddPart(part, isDone, actions.back());
+        return true;
+    });
 }
 
 bool CHistory::Find(int64_t number, HistoryAction& action) const {
@@ -69,9 +68,9 @@ std::vector<CHistory::Place> CHistory::PartsAround(int64_t at) const {
     places.push_back(place);
     const int64_t number = place.head.number;
     // What is damaged belongs to another action: each part of this one was whole when it was read.
-    for (int64_t end = at; m_file.Before(end, place.at) &&
-                           m_file.ReadHead(place.at, place.head, place.length) &&
-                           place.at + place.length == end && place.head.number == number;
+    for (int64_t end = at;
+         m_file.Before(end, place.at) && m_file.ReadHead(place.at, place.head, place.length) &&
+         place.at + place.length == end && place.head.number == number;
          end = place.at) {
         places.push_back(place);
     }
@@ -105,7 +104,7 @@ std::optional<HistoryAction> CHistory::NextRedo() const {
     return ActionAt(m_file.Header().done);
 }
 
-HistoryStatus CHistory::ReadParts(int64_t to, const std::function<bool(const HistoryPart&)>& wants,
+HistoryStatus CHistory::ReadParts(int64_t to, const WantPart& wants,
                                   const VisitChange& visit) const {
     HistoryStatus status = HistoryStatus::Ok;
     std::vector<uint8_t> bytes;
@@ -120,7 +119,7 @@ HistoryStatus CHistory::ReadParts(int64_t to, const std::function<bool(const His
         }
         for (uint32_t i = 0; i < part.changes; ++i) {
             if (!HistoryChange::Decode(bytes, at, part.tables, change)) return false;
-            if (!visit(part.tables[change.table], change)) break;
+            if (!visit(part, change)) break;
         }
         status = HistoryStatus::Ok;
         return true;
@@ -141,8 +140,7 @@ HistoryStatus CHistory::Read(int64_t number, const VisitChange& visit) const {
     return isThere || status != HistoryStatus::Ok ? status : HistoryStatus::NoSuchAction;
 }
 
-HistoryStatus CHistory::ReadDone(const std::function<bool(const HistoryPart&)>& wants,
-                                 const VisitChange& visit) const {
+HistoryStatus CHistory::ReadDone(const WantPart& wants, const VisitChange& visit) const {
     return ReadParts(m_file.Header().done, wants, visit);
 }
 

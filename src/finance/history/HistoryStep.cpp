@@ -3,6 +3,7 @@
 #include <bit>
 #include <utility>
 
+#include "finance/schema/FinanceSchema.h"
 #include "storage/database/DatabaseManager.h"
 
 namespace quillon {
@@ -48,10 +49,11 @@ void Reverse(HistoryChange& change) {
     }
 }
 
-CHistoryStep::CHistoryStep(CDatabaseManager& database, const HistoryPart& part) : m_part(part) {
+CHistoryStep::CHistoryStep(CDatabaseManager& database, const HistoryPart& part) {
     for (const HistoryTable& layout : part.tables) {
         Target target;
-        target.table = database.FindTable(layout.name);
+        // No history holds what it does not write down.
+        if (layout.name != kSecurityTable) target.table = database.FindTable(layout.name);
         for (const HistoryTable::Column& column : layout.columns) {
             const CTableColumn* found =
                 target.table ? target.table->FindColumn(column.name) : nullptr;

@@ -11,7 +11,7 @@ namespace quillon {
 //
 //   Errors     See HistoryStatus; the open bracket is then to be rolled back. std::bad_alloc
 //              passes through.
-//   Ownership  Borrows the store and the part.
+//   Ownership  Borrows the store.
 class CHistoryStep {
 public:
     CHistoryStep(CDatabaseManager& database, const HistoryPart& part);
@@ -32,7 +32,6 @@ private:
     bool IsSame(const Target& target, const HistoryChange& change);
     void SetValues(const Target& target, const HistoryChange& change);
 
-    const HistoryPart& m_part;
     std::vector<Target> m_targets;
     std::vector<uint8_t> m_record;
     CTableRowUpdateInfoValue m_value;

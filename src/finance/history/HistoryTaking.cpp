@@ -153,13 +153,12 @@ HistoryStatus CHistory::TakePart(Direction direction, const std::vector<uint8_t>
     CHistoryStep step(m_database, part.head);
     const HistoryStatus status =
         ForEachChange(part, bytes, isUndo, [&](const HistoryChange& change) {
-            const HistoryTable& table = part.head.tables[change.table];
             const HistoryStatus applied = step.Apply(change);
             if (applied == HistoryStatus::RowDiffers) {
-                outcome.table = table.name;
+                outcome.table = part.head.tables[change.table].name;
                 outcome.row = change.row;
             }
-            if (applied == HistoryStatus::Ok && visit) (void)visit(table, change);
+            if (applied == HistoryStatus::Ok && visit) (void)visit(part.head, change);
             return applied;
         });
     if (status != HistoryStatus::Ok) return status;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -104,6 +105,8 @@ public:
                                                  EffectOnMove effect = EffectOnMove::Kept);
     [[nodiscard]] LedgerStatus RemoveTransaction(int64_t transactionId,
                                                  TransferSides sides = TransferSides::ThisOnly);
+    // Many at once, each by itself: other sides of transfers stay.
+    [[nodiscard]] LedgerStatus RemoveTransactions(std::span<const int64_t> transactionIds);
 
     // Two rows of category "Transfer": type Transfer on the paying account; Deposit, or
     // Payment when it is a credit or loan account, on the receiving one.
@@ -167,6 +170,7 @@ private:
     LedgerStatus ApplyEffects(const Effects& effects);
     LedgerStatus CheckChange(const CTransactionEntry& old, CTransactionEntry& changed,
                              EffectOnMove effect, Effects& effects);
+    LedgerStatus RemoveRows(std::span<const CTransactionEntry> rows);
     LedgerStatus ChangeRow(const CTransactionEntry& old, const CTransactionEntry& changed,
                            Effects& effects);
     // `other` as the other side of `changed`.

@@ -78,6 +78,8 @@ ImportResult CImportPlan::Commit(const ImportProgress& progress) {
 
 void CImportPlan::CCommit::Run() {
     CLedger ledger(*m_plan.m_database);
+    const CHistory::CLongAction action(m_plan.m_database->History(), ActionKind::Import,
+                                       m_plan.m_fileName, m_plan.m_account.id);
     CLedgerImport import(ledger, m_plan.m_account.id);
     switch (import.Begin()) {
         case LedgerStatus::Ok:

@@ -59,6 +59,7 @@ CImportPlan CImportManager::Plan(bool isPreview) {
 void CImportManager::FillPlan(CImportPlan& plan) {
     plan.m_database = &m_database;
     plan.m_account = m_account;
+    plan.m_fileName = FileNameOf(PathText());
     plan.m_found.format = Format();
     if (!m_files.Exists(PathText())) {
         Fail(ImportRefusalCode::NoSuchFile);

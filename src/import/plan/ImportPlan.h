@@ -124,6 +124,7 @@ private:
     CQuillonDatabaseInterface* m_database = nullptr;
     CAccountEntry m_account;
     std::shared_ptr<const void> m_text;  // owner of what the rows refer to
+    std::string m_fileName;              // without folder, for the history
     KeepFile m_keepFile;
     ImportResult m_found;  // without the counts but `read`
 

@@ -27,10 +27,12 @@ CHistoryFile::OpenResult CHistoryFile::Open(const std::string& path) {
     if (!m_journal.Exists(path)) return OpenResult::Ok;
     CFileInterface file(m_journal);
     std::array<uint8_t, HistoryHeader::kDiskSize> bytes{};
-    if (!file.OpenExistingForReading(path) || file.Size() < 0) return OpenResult::Unreadable;
-    if (file.Size() < HistoryHeader::kDiskSize) return OpenResult::Lost;
+    if (!file.OpenExistingForReading(path)) return OpenResult::Unreadable;
+    const int64_t size = file.Size();
+    if (size < 0) return OpenResult::Unreadable;
+    if (size < HistoryHeader::kDiskSize) return OpenResult::Lost;
     if (!file.ReadExactlyAt(0, bytes)) return OpenResult::Unreadable;
-    switch (HistoryHeader::Decode(bytes, file.Size(), m_header)) {
+    switch (HistoryHeader::Decode(bytes, size, m_header)) {
         case HistoryHeader::DecodeResult::Ok:
             break;
         case HistoryHeader::DecodeResult::Damaged:

@@ -133,6 +133,14 @@ bool IsAction(uint8_t code) {
 
 }  // namespace
 
+std::optional<size_t> HistoryTable::FindColumn(std::string_view column) const {
+    const auto found =
+        std::find_if(columns.begin(), columns.end(),
+                     [column](const Column& candidate) { return candidate.name == column; });
+    if (found == columns.end()) return {};
+    return static_cast<size_t>(found - columns.begin());
+}
+
 // --- the header
 
 std::array<uint8_t, HistoryHeader::kDiskSize> HistoryHeader::Encode() const {
@@ -162,9 +170,9 @@ HistoryHeader::DecodeResult HistoryHeader::Decode(std::span<const uint8_t> bytes
     const bool isOrdered = kDiskSize <= header.first && header.first <= header.done &&
                            header.done <= header.end && header.end <= fileSize;
     // A number more, and the next action would have none.
-    const bool hasNumbers =
-        header.nextNumber >= 1 && header.nextNumber < std::numeric_limits<int64_t>::max() &&
-        header.actions >= 0 && header.actions < header.nextNumber;
+    const bool hasNumbers = header.nextNumber >= 1 &&
+                            header.nextNumber < std::numeric_limits<int64_t>::max() &&
+                            header.actions >= 0 && header.actions < header.nextNumber;
     if (!isOrdered || !hasNumbers) return DecodeResult::Damaged;
     out = header;
     return DecodeResult::Ok;

@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -68,6 +69,9 @@ struct HistoryTable {
     uint32_t deleted = 0;
     int64_t firstAdded = 0;
     int64_t lastAdded = 0;
+
+    // The place of the column; nothing when there is none.
+    std::optional<size_t> FindColumn(std::string_view column) const;
 };
 
 // What one commit did, or a commit's share of a longer action. Parts stand one after the other.
