@@ -4,6 +4,7 @@
 
 #include "AllocationGauge.h"
 #include "StoreContent.h"
+#include "finance/history/ImportBatch.h"
 #include "finance/ledger/AccountRegister.h"
 #include "foundation/CalendarDate.h"
 #include "import/ofx/QFXImportManager.h"
@@ -426,6 +427,52 @@ StoreWorkload GrowingImports() {
             {.step = 4096, .kept = 4 * 4096, .checkpoint = 12 * 4096}};
 }
 
+// Undo and redo of single commits and of an import of three, with less room for the history than
+// that takes.
+StoreWorkload Undoing() {
+    const auto openWithLittleRoom = [](CWorkSession& s) {
+        s.Finance()->History().SetRooms({.actions = 4, .bytes = 6000});
+        return s.Open();
+    };
+    const auto import = [](CWorkSession& s) {
+        const CHistory::CLongAction action(s.Finance()->History(), ActionKind::Import, "f.qif", 2);
+        return ImportInBatches(4, 12).act(s);
+    };
+    const auto undo = [](CWorkSession& s) {
+        return s.Finance()->History().Undo().status == HistoryStatus::Ok;
+    };
+    const auto redo = [](CWorkSession& s) {
+        return s.Finance()->History().Redo().status == HistoryStatus::Ok;
+    };
+    const auto takeBack = [](CWorkSession& s) {
+        const int64_t number = Given([&] {
+            std::vector<ImportBatch> batches;
+            (void)ListImportBatches(s.Finance()->History(), batches);
+            return batches.empty() ? 0 : batches.back().action.number;
+        });
+        BatchTakenBack result;
+        return TakeBackImport(s.Ledger(), number, BatchRows::Unchanged, result) ==
+               HistoryStatus::Ok;
+    };
+    const auto flush = [](CWorkSession& s) { return s.Store().Flush(); };
+    const auto enter = [](CWorkSession& s) { return EnterPayment(s, 5.5, "after an undo"); };
+    return {"undoing",
+            true,
+            PrepareLedger,
+            {{"open", openWithLittleRoom, 0, true},
+             {"import", import, 3},
+             {"undo the import", undo, 3},
+             {"redo the import", redo, 3},
+             RemoveTransaction("remove a transaction", 4),
+             {"undo", undo},
+             {"flush", flush, 0},
+             {"enter a payment", enter, 2},
+             {"take the import back", takeBack},
+             {"flush again", flush, 0},
+             {"undo that", undo},
+             kClose}};
+}
+
 // A ledger from before payees had rows of their own.
 bool PrepareOldLedger(CWorkSession& session) {
     if (!session.Open() || !session.Finance()->Close()) return false;
@@ -494,7 +541,7 @@ const std::vector<StoreWorkload>& StoreWorkloads() {
     static const std::vector<StoreWorkload> kWorkloads = {
         FirstStart(), SingleCommits(), Batches(),        Upkeep(),         Schema(),
         OldVersion(), Seeding(),       Transfers(),      Imports(),        Reading(),
-        Upgrade(),    Restore(),       GrowingJournal(), GrowingImports(),
+        Upgrade(),    Restore(),       GrowingJournal(), GrowingImports(), Undoing(),
     };
     return kWorkloads;
 }

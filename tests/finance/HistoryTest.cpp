@@ -371,16 +371,16 @@ TEST_F(HistoryTest, WhatIsRolledBackLeavesNoAction) {
 }
 
 TEST_F(HistoryTest, TheOldestGoAtACheckpoint) {
-    for (int i = 0; i < CHistory::kMostActions + 20; ++i) {
+    for (int i = 0; i < HistoryRooms{}.actions + 20; ++i) {
         CPayeeEntry payee;
         payee.name = "Payee " + std::to_string(i);
         ASSERT_TRUE(database.Add(payee));
     }
     ASSERT_TRUE(database.Store().Flush());
-    EXPECT_EQ(Actions().size(), static_cast<size_t>(CHistory::kMostActions));
+    EXPECT_EQ(Actions().size(), static_cast<size_t>(HistoryRooms{}.actions));
     EXPECT_EQ(Actions().front().number, 21);
     Reopen();
-    EXPECT_EQ(Actions().size(), static_cast<size_t>(CHistory::kMostActions));
+    EXPECT_EQ(Actions().size(), static_cast<size_t>(HistoryRooms{}.actions));
     EXPECT_EQ(History().Undo().status, HistoryStatus::Ok);
 }
 

@@ -201,7 +201,7 @@ bool CHistory::BracketEnds() {
 }
 
 bool CHistory::Flushing() {
-    return m_file.Trim(kMostActions, kMostBytes);
+    return m_file.Trim(m_rooms.actions, m_rooms.bytes);
 }
 
 bool CHistory::OnBracketCommitted() {

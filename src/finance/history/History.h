@@ -66,6 +66,13 @@ using VisitChange = std::function<bool(const HistoryPart& part, const HistoryCha
 // Says whether the changes of a part are wanted.
 using WantPart = std::function<bool(const HistoryPart& part)>;
 
+// How much a history keeps: so many actions, or so many bytes of them. The usual sizes are right
+// for everybody but tests, which cross smaller ones sooner.
+struct HistoryRooms {
+    int64_t actions = 1000;
+    int64_t bytes = int64_t{64} << 20;
+};
+
 // What was done to a ledger, to take it back. A commit is an action, or part of one: its record
 // stands in History.dat, in the same commit. The rows of every table count but those of Security:
 // a password is not taken back by a key.
@@ -75,15 +82,13 @@ using WantPart = std::function<bool(const HistoryPart& part)>;
 //              was, stamps and balances included.
 //   Parts      Undo and redo of an action of several commits are so many commits; each leaves the
 //              ledger in order. After a stop in between it is undone in part, and undo goes on.
-//   Kept       The newest kMostActions, or kMostBytes; the oldest go when the store is flushed.
+//   Kept       The newest, as many as HistoryRooms says, and always the last one; the oldest go
+//              when the store is flushed.
 //   Errors     Status or false. std::bad_alloc is a StoreFailed, save from what returns bool.
 //   Ownership  Borrows the store, which must outlive it.
 //   Threads    Callers hold the database's section, as CQuillonDatabaseInterface's operations do.
 class CHistory final : public CRowRecorder, public CBracketParticipant {
 public:
-    static constexpr int64_t kMostActions = 1000;
-    static constexpr int64_t kMostBytes = int64_t{64} << 20;
-
     explicit CHistory(CDatabaseManager& database);
     ~CHistory() override;
     CHistory(const CHistory&) = delete;
@@ -92,6 +97,7 @@ public:
     // --- life, by CQuillonDatabaseInterface
     CHistoryFile::OpenResult Open();
     void Close();
+    void SetRooms(const HistoryRooms& rooms) { m_rooms = rooms; }
     // The file was damaged, and what it held is lost.
     bool WasLost() const { return m_wasLost; }
 
@@ -194,6 +200,7 @@ private:
 
     CDatabaseManager& m_database;
     CHistoryFile m_file;
+    HistoryRooms m_rooms;
     bool m_wasLost = false;
     int m_paused = 0;
 

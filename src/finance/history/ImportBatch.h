@@ -10,7 +10,8 @@
 
 namespace quillon {
 
-// Imports as the history knows them: what each brought, and taking that back.
+// Imports as the history knows them: what each brought, and taking that back. Where nothing else
+// is said std::bad_alloc passes through.
 
 struct ImportBatch {
     HistoryAction action;      // its label is the file's name, its subject the account
