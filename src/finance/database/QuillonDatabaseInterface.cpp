@@ -50,9 +50,7 @@ FinanceOpenResult CQuillonDatabaseInterface::OpenFolder(const std::string& folde
         result.opened = result.historyLost || history == CHistoryFile::OpenResult::Ok;
         if (!result.opened) {
             Close();
-            result.problem = history == CHistoryFile::OpenResult::NewerVersion
-                                 ? DatabaseProblem::NewerVersion
-                                 : DatabaseProblem::ReadFailed;
+            result.problem = DatabaseProblem::ReadFailed;
             result.detail = JoinPath(folder, kHistoryName);
             return result;
         }

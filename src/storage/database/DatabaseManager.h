@@ -189,6 +189,7 @@ private:
 
     [[nodiscard]] bool OpenLocked();
     [[nodiscard]] bool AttachJournal();
+    [[nodiscard]] bool HistoryIsKnown();
     // A new folder gives an empty schema.
     [[nodiscard]] bool ReadSchema(DatabaseSchema& schema);
     [[nodiscard]] bool TidyDataFiles(const DatabaseSchema& schema);

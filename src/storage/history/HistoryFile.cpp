@@ -36,9 +36,8 @@ CHistoryFile::OpenResult CHistoryFile::Open(const std::string& path) {
         case HistoryHeader::DecodeResult::Ok:
             break;
         case HistoryHeader::DecodeResult::Damaged:
-            return OpenResult::Lost;
         case HistoryHeader::DecodeResult::NewerVersion:
-            return OpenResult::NewerVersion;
+            return OpenResult::Lost;
     }
     m_exists = true;
     return OpenResult::Ok;

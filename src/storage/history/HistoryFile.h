@@ -26,7 +26,8 @@ public:
     explicit CHistoryFile(CJournal& journal) : m_journal(journal) {}
     ~CHistoryFile() override;
 
-    enum class OpenResult { Ok, Lost, Unreadable, NewerVersion };
+    // A file of a newer version is lost as well; the store does not open beside one.
+    enum class OpenResult { Ok, Lost, Unreadable };
     OpenResult Open(const std::string& path);
     void Close();
 
