@@ -138,6 +138,9 @@ public:
     // --- transactions
     [[nodiscard]] bool UpdateTransactionCategory(int64_t transactionId, int64_t categoryId);
     [[nodiscard]] bool UpdateTransactionPayee(int64_t transactionId, int64_t payeeId);
+    // What a statement says of a row that people had entered.
+    [[nodiscard]] bool UpdateTransactionStatement(int64_t transactionId, int64_t fitId,
+                                                  int32_t check);
     // Those with a statement identifier (FitID not 0).
     bool ListTransactionsWithStatementIds(int64_t accountId,
                                           COwnedList<CTransactionEntry>& transactions);
@@ -160,6 +163,13 @@ public:
     // --- many transactions at once, by columns: see TransactionColumns.h.
     bool ReadTransactionNumbers(int64_t accountId, TransactionNumbers& numbers);
     bool ReadTransactionUses(int64_t accountId, TransactionUses& uses);
+    // `from` and `to` are included.
+    bool ReadTransactionIdentities(int64_t accountId, int64_t from, int64_t to,
+                                   TransactionIdentities& identities);
+    // Those with a statement identifier, without payees and checks.
+    bool ReadStatementIdentities(int64_t accountId, TransactionIdentities& identities);
+    // When each of the rows was entered; 0 for one that is gone.
+    bool ReadTransactionCreations(std::span<const int64_t> rowIds, std::vector<int64_t>& stamps);
     // Calls `visit(i, memo, electronic)` for each of the rows in turn; a text that cannot be
     // read, or whose row is gone, is empty. std::bad_alloc, and what `visit` throws, passes.
     void ReadTransactionTexts(std::span<const int64_t> rowIds, const TransactionTextVisit& visit);

@@ -2,7 +2,9 @@
 
 #include <cstdint>
 #include <unordered_map>
+#include <vector>
 
+#include "finance/database/TransactionColumns.h"
 #include "finance/records/FinanceRecords.h"
 #include "import/plan/ImportRecord.h"
 
@@ -13,6 +15,7 @@ class CQuillonDatabaseInterface;
 // The statement lines that an account holds, by their identifiers, and those that were
 // taken from the file so far.
 //
+//   Memory   Some 45 bytes a line that is held.
 //   Errors   Load: false, when the database cannot be read. std::bad_alloc passes through.
 //   Threads  One at a time.
 class CHeldLines {
@@ -42,7 +45,16 @@ private:
         double amount = 0.0;   // signed
         int64_t row = kNoRow;  // none: from this file
     };
-    std::unordered_map<int64_t, Line> m_lines;  // by identifier
+    // The slot of the identifier, or the free one where it would stand.
+    size_t SlotOf(int64_t fitId) const;
+    bool IsEarlierInRegister(size_t a, size_t b) const;
+    // False: neither account nor file has it.
+    bool Find(int64_t fitId, Line& line) const;
+
+    AccountType m_accountType = AccountType::Checking;
+    TransactionIdentities m_held;
+    std::vector<uint32_t> m_slots;               // places in m_held from 1; 0: free
+    std::unordered_map<int64_t, Line> m_ofFile;  // by identifier
 };
 
 }  // namespace quillon
