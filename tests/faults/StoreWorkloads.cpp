@@ -314,14 +314,26 @@ std::string QfxFile() {
 }
 
 constexpr const char* kQifFile =
-    "!Type:Bank\nD02/03/2024\nT-20.00\nPBaker around the corner\nLFood\n^\n"
+    "!Type:Bank\nD02/03/2024\nT-20.00\nN12\nPBaker around the corner\nLFood\n^\n"
     "D02/04/2024\nT150.00\nPEmployer\n^\n";
+
+// Two entries that lines of these files are.
+bool EnterBills(CWorkSession& session) {
+    CTransactionEntry shop = Payment(3.5, "by hand");
+    shop.serviceDate = FileTimeFromDate(2024, 2, 7);
+    shop.payeeId = session.Finance()->FindOrAddPayee("Shop 2");
+    CTransactionEntry baker = Payment(20, "by hand");
+    baker.serviceDate = FileTimeFromDate(2024, 2, 2);
+    baker.payeeId = session.Finance()->FindOrAddPayee("Baker");
+    return session.Ledger().EnterTransaction(shop) == LedgerStatus::Ok &&
+           session.Ledger().EnterTransaction(baker) == LedgerStatus::Ok;
+}
 
 bool PrepareStatements(CWorkSession& s) {
     CRenamingRuleEntry rule;
     rule.searchText = "Shop 1";
     rule.replaceText = "The shop around the corner";
-    return PrepareLedger(s) && s.Finance()->Add(rule) &&
+    return PrepareLedger(s) && EnterBills(s) && s.Finance()->Add(rule) &&
            WriteWholeFile(s.Files(), kQfxPath, Text(QfxFile()), true) &&
            WriteWholeFile(s.Files(), kQifPath, Text(kQifFile), true);
 }
@@ -342,8 +354,8 @@ WorkStep ImportFile(const char* name, const char* path, DialectMode dialect, boo
         const ImportResult result = import->Import();
         const CAllocationPause pause;
         // Not the report and the notes, which may be wanting.
-        session.seen = std::to_string(result.imported) + ' ' +
-                       std::to_string(result.payeesCreated) + ' ' +
+        session.seen = std::to_string(result.imported) + ' ' + std::to_string(result.matched) +
+                       ' ' + std::to_string(result.payeesCreated) + ' ' +
                        std::to_string(result.categoriesCreated);
         return !result.failed;
     };
