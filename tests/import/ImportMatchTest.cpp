@@ -20,8 +20,9 @@ struct Row {
     std::string id = {};  // of a line
 };
 
-std::string AsQif(const std::vector<Row>& rows) {
-    std::string text = "!Type:Bank\nD12/31/2020\nT0.77\nPSets the dialect\n^\n";
+// The first line is a row of its own, which sets the dialect.
+std::string AsQif(const std::vector<Row>& rows, const std::string& first = "0.77") {
+    std::string text = "!Type:Bank\nD12/31/2020\nT" + first + "\nPFirst\n^\n";
     for (const Row& row : rows) {
         text += "D" + (row.day == 0 ? "soon" : "03/" + std::to_string(row.day) + "/2021") + "\nT" +
                 ShownAmount(row.amount) + "\nP" + row.payee + "\n";
@@ -307,10 +308,19 @@ TEST_F(ImportMatch, LinesWithoutADateAreEnteredOnce) {
     EXPECT_EQ(Plan(true, first).Commit().imported, 4);
     m_clock.Set(FileTimeFromDate(2030, 7, 1));
     EXPECT_EQ(Outcomes(Plan(true, first), {}), "held:0 held:0 held:0");
+    EXPECT_EQ(Plan(true, first).Commit().duplicates, 4);
     // Another file of the account tells nothing of that day.
     EXPECT_EQ(
         Outcomes(Plan(true, "!Type:Bank\nD4/5/2021\nT-1\nPShop\n^\nDsoon\nT-8\nPRent\n^\n"), {}),
         "unreadable");
+    // It is not what a dated line is matched with, though it lies nearer.
+    NewAccount();
+    m_clock.Set(FileTimeFromDate(2021, 3, 20));
+    const std::vector<int64_t> mine{EnterByHand({17, -8, "Rent"})};
+    const std::vector<Row> mixed{{19, -8, "Rent"}, {0, -8, "Rent"}};
+    EXPECT_EQ(Outcomes(Plan(true, mixed), mine), "matches:1 unreadable");
+    EXPECT_EQ(Plan(true, mixed).Commit().imported, 2);
+    EXPECT_EQ(Outcomes(Plan(true, mixed), mine), "matches:1 held:0");
 }
 
 // Any ledger, any file: what was imported once adds nothing again, and balances follow from
@@ -324,7 +334,7 @@ TEST_F(ImportMatch, ASecondImportAddsNothing) {
         NewAccount();
         int32_t lastCheck = 100;
         const auto anyRow = [&] {
-            return Row{static_cast<int>(pick(9)) + 1, -1.0 - static_cast<double>(pick(3)),
+            return Row{1 + static_cast<int>(pick(9)), -1.0 - static_cast<double>(pick(3)),
                        kPayees[pick(std::size(kPayees))],
                        pick(4) == 0 ? static_cast<int32_t>(pick(4)) + 1 : 0};
         };
@@ -341,13 +351,17 @@ TEST_F(ImportMatch, ASecondImportAddsNothing) {
                     lines.back().check = 0;
                 }
                 if (pick(3) > 0) lines.back().id = std::to_string(file * 100 + i);
+                if (pick(8) == 0) lines.back().day = 0;
             }
             const auto before = static_cast<int64_t>(Transactions().Size());
-            const ImportResult first = Plan(isQif, lines).Commit();
+            // Each file brings something of its own: by that its day is told later on.
+            const std::string text = isQif ? AsQif(lines, std::to_string(file + 1)) : AsQfx(lines);
+            const ImportResult first = Plan(isQif, text).Commit();
             EXPECT_EQ(first.imported + first.duplicates + first.matched, first.read);
             EXPECT_EQ(Transactions().Size(), before + first.imported);
-            const ImportResult second = Plan(isQif, lines).Commit();
-            EXPECT_EQ(second.imported, 0) << (isQif ? AsQif(lines) : AsQfx(lines));
+            m_clock.Set(AddDays(TodayFileTime(), 40));
+            const ImportResult second = Plan(isQif, text).Commit();
+            EXPECT_EQ(second.imported, 0) << text;
             EXPECT_EQ(second.matched + second.duplicates, second.read);
         }
     }

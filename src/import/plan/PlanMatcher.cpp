@@ -61,10 +61,19 @@ int64_t DateOf(int32_t day) {
 
 }  // namespace
 
+// All that is held is known before anything is matched: a line is never matched with an entry
+// that another line of the file brought.
 bool CPlanMatcher::Run() {
     Seekers seekers;
     Gather(seekers);
-    return JudgeDated(seekers.dated) && JudgeUndated(seekers.undated);
+    std::vector<PoolEntry> entries;
+    if (!ReadNear(seekers.dated, entries)) return false;
+    CEntryPool pool(std::move(entries));
+    pool.UseRows(RowsMet());
+    MeetCounted(seekers.dated, pool);
+    Settle(seekers.dated, pool);
+    if (!JudgeUndated(seekers.undated)) return false;
+    return m_mode == MatchMode::None || Match(seekers.dated, pool);
 }
 
 // A line of the file's own identifier is told by that alone, and where date or amount could
@@ -98,35 +107,23 @@ void CPlanMatcher::Gather(Seekers& seekers) const {
     }
 }
 
-bool CPlanMatcher::JudgeDated(std::vector<SeekingLine>& lines) {
-    if (lines.empty()) return true;
-    std::vector<PoolEntry> entries;
-    const int32_t days = m_mode == MatchMode::Auto ? CLineMatcher::kMaybeDays : 0;
-    if (!ReadNear(lines, days, entries)) return false;
-    if (entries.empty()) return true;
-    CEntryPool pool(std::move(entries));
-    pool.UseRows(RowsMet());
-    MeetCounted(lines, pool);
-    if (m_mode == MatchMode::Auto && !Match(lines, pool)) return false;
-    Settle(lines, pool);
-    return true;
-}
-
 bool CPlanMatcher::Match(std::vector<SeekingLine>& lines, CEntryPool& pool) {
-    std::erase_if(lines, [&](const SeekingLine& line) {
-        const bool isNew = m_plan.m_states[line.index].outcome == PlanOutcome::New;
-        return !isNew && line.found == Found::Nothing;
+    std::erase_if(lines, [this](const SeekingLine& line) {
+        return m_plan.m_states[line.index].outcome != PlanOutcome::New;
     });
+    pool.UseRows(RowsMet());
     CPayeeLikeness likeness(*m_plan.m_database, m_plan.m_payees);
     CLineMatcher(lines, pool, [&likeness](const SeekingLine& line, int64_t payee) {
         return likeness.AreAlike(line.payeeName, payee);
     }).Run();
+    Settle(lines, pool);
     return !likeness.Failed();
 }
 
 // A row whose date cannot be read was entered on the day of its import, whichever that was.
 // Where the file was imported before, its other rows meet what was entered on that day; if so,
 // this one is held when the account has its amount and payee there, by count as the others.
+// Where no other row of the file was entered on that day nothing tells, and it is entered.
 bool CPlanMatcher::JudgeUndated(std::vector<SeekingLine>& lines) {
     if (lines.empty()) return true;
     std::vector<int32_t> days{lines.front().day};
@@ -157,8 +154,10 @@ bool CPlanMatcher::ImportDays(std::vector<int32_t>& days) const {
 
 // --- reading
 
-bool CPlanMatcher::ReadNear(std::span<const SeekingLine> lines, int32_t days,
+bool CPlanMatcher::ReadNear(std::span<const SeekingLine> lines,
                             std::vector<PoolEntry>& entries) const {
+    if (lines.empty()) return true;
+    const int32_t days = m_mode == MatchMode::Auto ? CLineMatcher::kMaybeDays : 0;
     const auto [first, last] = std::minmax_element(
         lines.begin(), lines.end(),
         [](const SeekingLine& a, const SeekingLine& b) { return a.day < b.day; });

@@ -36,13 +36,11 @@ private:
     bool IsSought(const PackedRow& row, PlanOutcome outcome) const;
     SeekingLine SeekerOf(const PackedRow& row, size_t index) const;
 
-    bool JudgeDated(std::vector<SeekingLine>& lines);
     bool Match(std::vector<SeekingLine>& lines, CEntryPool& pool);
     bool JudgeUndated(std::vector<SeekingLine>& lines);
     // The days on which what the file's other rows meet was entered.
     bool ImportDays(std::vector<int32_t>& days) const;
-    bool ReadNear(std::span<const SeekingLine> lines, int32_t days,
-                  std::vector<PoolEntry>& entries) const;
+    bool ReadNear(std::span<const SeekingLine> lines, std::vector<PoolEntry>& entries) const;
     bool ReadOn(std::span<const int32_t> days, std::vector<PoolEntry>& entries) const;
 
     std::vector<int64_t> RowsMet() const;
