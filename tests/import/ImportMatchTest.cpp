@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <set>
+#include <tuple>
 
+#include "foundation/Unicode.h"
 #include "import/ImportLedger.h"
 #include "import/plan/ImportPlan.h"
 
@@ -91,6 +92,14 @@ protected:
             all += ":" + std::to_string(at == entries.end() ? 0 : at - entries.begin() + 1);
         }
         return all;
+    }
+
+    // Their rows.
+    std::vector<int64_t> EnterByHand(const std::vector<Row>& entries) {
+        std::vector<int64_t> ids(entries.size());
+        std::transform(entries.begin(), entries.end(), ids.begin(),
+                       [this](const Row& entry) { return EnterByHand(entry); });
+        return ids;
     }
 
     int m_accounts = 0;
@@ -190,12 +199,84 @@ TEST_F(ImportMatch, EachOutcome) {
         for (const bool isQif : {false, true}) {
             SCOPED_TRACE(row.name + std::string(isQif ? ", QIF" : ", QFX"));
             NewAccount();
-            std::vector<int64_t> entries;
-            for (const Row& entry : row.entries) entries.push_back(EnterByHand(entry));
+            const std::vector<int64_t> entries = EnterByHand(row.entries);
             std::vector<Row> lines = row.lines;
             for (Row& line : lines) line.id = "L" + std::to_string(&line - lines.data());
             EXPECT_EQ(Outcomes(Plan(isQif, lines), entries), isQif ? row.qif : row.qfx);
         }
+    }
+}
+
+// The pairs as they are defined: all that there could be, in order, each taken that is free.
+class CPlainPairing {
+public:
+    CPlainPairing(const std::vector<Row>& lines, const std::vector<Row>& entries)
+        : m_lines(lines),
+          m_entries(entries),
+          m_ofLine(lines.size(), "new"),
+          m_isUsed(entries.size()) {
+        Take("matches:", 3, true);
+        Take("maybe:", 4, false);
+    }
+
+    std::string Outcomes() const {
+        std::string all;
+        for (const std::string& outcome : m_ofLine) all += (all.empty() ? "" : " ") + outcome;
+        return all;
+    }
+
+private:
+    static bool AreAlike(const Row& a, const Row& b) {
+        return !a.payee.empty() && !b.payee.empty() &&
+               (ContainsIgnoringCase(a.payee, b.payee) || ContainsIgnoringCase(b.payee, a.payee));
+    }
+
+    void Take(const char* outcome, int mostDays, bool needsReason) {
+        std::vector<std::tuple<bool, int, size_t, size_t>> pairs;
+        for (size_t i = 0; i < m_lines.size(); ++i) {
+            for (size_t j = 0; j < m_entries.size(); ++j) {
+                const Row& line = m_lines[i];
+                const Row& entry = m_entries[j];
+                const int days = std::abs(line.day - entry.day);
+                const bool isCheck = line.check != 0 && line.check == entry.check;
+                const bool hasReason = !needsReason || isCheck || AreAlike(line, entry);
+                if (line.amount != entry.amount || days > mostDays || !hasReason) continue;
+                pairs.emplace_back(!isCheck, days, i, j);
+            }
+        }
+        std::sort(pairs.begin(), pairs.end());
+        for (const auto& [noCheck, days, line, entry] : pairs) {
+            if (m_isUsed[entry] || m_ofLine[line] != "new") continue;
+            m_isUsed[entry] = true;
+            m_ofLine[line] = outcome + std::to_string(entry + 1);
+        }
+    }
+
+    const std::vector<Row>& m_lines;
+    const std::vector<Row>& m_entries;
+    std::vector<std::string> m_ofLine;
+    std::vector<bool> m_isUsed;
+};
+
+TEST_F(ImportMatch, PairsAreThoseOfThePlainDefinition) {
+    std::mt19937 random(4711);
+    const auto pick = [&random](uint32_t count) { return static_cast<int>(random() % count); };
+    const char* const kPayees[] = {"Shop", "Shop North", "NORTH", "Baker", "", "The Shop"};
+    const auto anyRows = [&] {
+        std::vector<Row> rows(static_cast<size_t>(pick(15)));
+        for (Row& row : rows) {
+            row = {1 + pick(12), -1.0 - pick(2), kPayees[pick(6)], pick(3) == 0 ? 1 + pick(3) : 0,
+                   "L" + std::to_string(&row - rows.data())};
+        }
+        return rows;
+    };
+    for (int round = 0; round < 400; ++round) {
+        SCOPED_TRACE(round);
+        NewAccount();
+        const std::vector<Row> entries = anyRows();
+        const std::vector<Row> lines = anyRows();
+        const std::vector<int64_t> ids = EnterByHand(entries);
+        EXPECT_EQ(Outcomes(Plan(false, lines), ids), CPlainPairing(lines, entries).Outcomes());
     }
 }
 
@@ -350,7 +431,7 @@ TEST_F(ImportMatch, ASecondImportAddsNothing) {
                 } else if (isQif) {
                     lines.back().check = 0;
                 }
-                if (pick(3) > 0) lines.back().id = std::to_string(file * 100 + i);
+                if (pick(3) > 0) lines.back().id = std::to_string(file) + std::to_string(i);
                 if (pick(8) == 0) lines.back().day = 0;
             }
             const auto before = static_cast<int64_t>(Transactions().Size());
