@@ -262,8 +262,8 @@ TEST_F(ImportMatch, PairsAreThoseOfThePlainDefinition) {
     std::mt19937 random(4711);
     const auto pick = [&random](uint32_t count) { return static_cast<int>(random() % count); };
     const char* const kPayees[] = {"Shop", "Shop North", "NORTH", "Baker", "", "The Shop"};
-    const auto anyRows = [&] {
-        std::vector<Row> rows(static_cast<size_t>(pick(15)));
+    const auto anyRows = [&](bool areMany) {
+        std::vector<Row> rows(static_cast<size_t>(areMany ? 60 : pick(15)));
         for (Row& row : rows) {
             row = {1 + pick(12), -1.0 - pick(2), kPayees[pick(6)], pick(3) == 0 ? 1 + pick(3) : 0,
                    "L" + std::to_string(&row - rows.data())};
@@ -273,8 +273,16 @@ TEST_F(ImportMatch, PairsAreThoseOfThePlainDefinition) {
     for (int round = 0; round < 400; ++round) {
         SCOPED_TRACE(round);
         NewAccount();
-        const std::vector<Row> entries = anyRows();
-        const std::vector<Row> lines = anyRows();
+        // Many of them on a few days and of many payees, too.
+        const bool areMany = round % 20 == 0;
+        std::vector<Row> entries = anyRows(areMany);
+        std::vector<Row> lines = anyRows(areMany);
+        for (size_t i = 0; areMany && i < entries.size(); ++i) {
+            entries[i].day = 1 + pick(3);
+            lines[i].day = 1 + pick(3);
+            entries[i].payee += "x" + std::to_string(pick(30));
+            lines[i].payee += "x" + std::to_string(pick(30));
+        }
         const std::vector<int64_t> ids = EnterByHand(entries);
         EXPECT_EQ(Outcomes(Plan(false, lines), ids), CPlainPairing(lines, entries).Outcomes());
     }

@@ -148,12 +148,32 @@ uint32_t CLineMatcher::FirstIn(const SeekingLine& line, By by, uint32_t bucket) 
 uint32_t CLineMatcher::FirstOfPayees(const SeekingLine& line, uint32_t bucket) {
     uint32_t best = CEntryPool::kNone;
     if (line.payeeName == 0) return best;
-    for (CEntryPool::Run& run : m_pool.PayeesOf(bucket)) {
+    const std::span<CEntryPool::Run> runs = m_pool.PayeesOf(bucket);
+    if (runs.size() > kFewPayees) {
+        for (const uint32_t run : AlikeOf(line, bucket)) {
+            best = LowerRow(best, m_pool.FirstFreeOfPayee(runs[run]));
+        }
+        return best;
+    }
+    for (CEntryPool::Run& run : runs) {
         const uint32_t place = m_pool.FirstFreeOfPayee(run);
         if (place == CEntryPool::kNone || LowerRow(best, place) == best) continue;
         if (m_alike(line, run.key)) best = place;
     }
     return best;
+}
+
+// Many lines of few payees would else be compared with many payees again and again.
+const std::vector<uint32_t>& CLineMatcher::AlikeOf(const SeekingLine& line, uint32_t bucket) {
+    const auto [place, isNew] =
+        m_alikeRuns.try_emplace(uint64_t{line.payeeName} << 32 | uint64_t{bucket});
+    if (isNew) {
+        const std::span<CEntryPool::Run> runs = m_pool.PayeesOf(bucket);
+        for (uint32_t run = 0; run < runs.size(); ++run) {
+            if (m_alike(line, runs[run].key)) place->second.push_back(run);
+        }
+    }
+    return place->second;
 }
 
 uint32_t CLineMatcher::FirstOfCheck(const SeekingLine& line, uint32_t bucket) {

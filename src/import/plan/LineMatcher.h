@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "import/plan/EntryPool.h"
@@ -56,6 +58,8 @@ public:
     void Run();
 
 private:
+    static constexpr size_t kFewPayees = 8;
+
     enum class By { Check, Payee, Any };
     struct Active {
         uint32_t line = 0;
@@ -67,6 +71,7 @@ private:
     uint32_t Best(const Active& active, By by, int32_t days);
     uint32_t FirstIn(const SeekingLine& line, By by, uint32_t bucket);
     uint32_t FirstOfPayees(const SeekingLine& line, uint32_t bucket);
+    const std::vector<uint32_t>& AlikeOf(const SeekingLine& line, uint32_t bucket);
     uint32_t FirstOfCheck(const SeekingLine& line, uint32_t bucket);
     uint32_t LowerRow(uint32_t a, uint32_t b) const;
 
@@ -74,6 +79,8 @@ private:
     CEntryPool& m_pool;
     Alike m_alike;
     std::vector<Active> m_active;  // those that have entries near and found none yet
+    // Runs of payees that are alike, by payee of the line and bucket; of large buckets only.
+    std::unordered_map<uint64_t, std::vector<uint32_t>> m_alikeRuns;
 };
 
 }  // namespace quillon
