@@ -163,8 +163,9 @@ public:
     // --- many transactions at once, by columns: see TransactionColumns.h.
     bool ReadTransactionNumbers(int64_t accountId, TransactionNumbers& numbers);
     bool ReadTransactionUses(int64_t accountId, TransactionUses& uses);
-    // `from` and `to` are included.
+    // Of the rows between the dates, which are included, those that `choose` says.
     bool ReadTransactionIdentities(int64_t accountId, int64_t from, int64_t to,
+                                   const TransactionChoice& choose,
                                    TransactionIdentities& identities);
     // Those with a statement identifier, without payees and checks.
     bool ReadStatementIdentities(int64_t accountId, TransactionIdentities& identities);

@@ -12,11 +12,27 @@ namespace quillon {
 
 namespace {
 
-bool ReadShared(const CNoSQLDatabaseResults& rows, TransactionIdentities& into) {
+bool ReadMoney(const CNoSQLDatabaseResults& rows, TransactionIdentities& into) {
     into.ids = rows.RowIds();
     return rows.UnreadableRows() == 0 && rows.ReadDateTimes("ServiceDate", into.dates) &&
            rows.ReadInt32s("TransactionType", into.types) &&
-           rows.ReadDoubles("Amount", into.amounts) && rows.ReadInt64s("FitID", into.fitIds);
+           rows.ReadDoubles("Amount", into.amounts);
+}
+
+void KeepChosen(TransactionIdentities& found, const TransactionChoice& choose) {
+    size_t kept = 0;
+    for (size_t i = 0; i < found.ids.size(); ++i) {
+        if (!choose(found.dates[i], found.types[i], found.amounts[i])) continue;
+        found.ids[kept] = found.ids[i];
+        found.dates[kept] = found.dates[i];
+        found.types[kept] = found.types[i];
+        found.amounts[kept] = found.amounts[i];
+        ++kept;
+    }
+    found.ids.resize(kept);
+    found.dates.resize(kept);
+    found.types.resize(kept);
+    found.amounts.resize(kept);
 }
 
 }  // namespace
@@ -30,6 +46,7 @@ bool CQuillonDatabaseInterface::UpdateTransactionStatement(int64_t transactionId
 
 bool CQuillonDatabaseInterface::ReadTransactionIdentities(int64_t accountId, int64_t from,
                                                           int64_t to,
+                                                          const TransactionChoice& choose,
                                                           TransactionIdentities& identities) {
     const auto where = [&](CNoSQLDatabaseInterface& query) {
         // File times compare without a sign.
@@ -43,8 +60,13 @@ bool CQuillonDatabaseInterface::ReadTransactionIdentities(int64_t accountId, int
     };
     TransactionIdentities found;
     const auto read = [&](const CNoSQLDatabaseResults& rows) {
-        return ReadShared(rows, found) && rows.ReadInt64s("PayeeID", found.payees) &&
-               rows.ReadInt32s("Check", found.checks);
+        const CTableManager* const table = m_database.FindTable(kTransactionTable);
+        if (!table || !ReadMoney(rows, found)) return false;
+        KeepChosen(found, choose);
+        CNoSQLDatabaseResults chosen;
+        chosen.Assign(m_database, *table, found.ids, 0);
+        return chosen.ReadInt64s("PayeeID", found.payees) &&
+               chosen.ReadInt32s("Check", found.checks) && chosen.ReadInt64s("FitID", found.fitIds);
     };
     if (!m_rows->Ask(kTransactionTable, where, read)) return false;
     for (int64_t& payee : found.payees) payee = fields::ReferenceOrNone(payee);
@@ -60,7 +82,9 @@ bool CQuillonDatabaseInterface::ReadStatementIdentities(int64_t accountId,
                query.AddInt64("FitID", WhereOperator::Differs, 0);
     };
     TransactionIdentities found;
-    const auto read = [&](const CNoSQLDatabaseResults& rows) { return ReadShared(rows, found); };
+    const auto read = [&](const CNoSQLDatabaseResults& rows) {
+        return ReadMoney(rows, found) && rows.ReadInt64s("FitID", found.fitIds);
+    };
     if (!m_rows->Ask(kTransactionTable, where, read)) return false;
     identities = std::move(found);
     return true;

@@ -40,6 +40,9 @@ struct TransactionIdentities {
     std::vector<int64_t> fitIds;  // 0: no statement brought the row
 };
 
+// Whether a row is asked for, by what is cheapest to read.
+using TransactionChoice = std::function<bool(int64_t date, int32_t type, double amount)>;
+
 // The views are good during the call.
 using TransactionTextVisit =
     std::function<void(size_t place, std::string_view memo, std::string_view electronic)>;

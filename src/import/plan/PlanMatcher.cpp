@@ -42,17 +42,23 @@ private:
 };
 static_assert(2 * CLineMatcher::kMaybeDays < 16);
 
-// False: no line has an amount like that of the entry.
-bool ReadEntry(const TransactionIdentities& found, size_t i, AccountType type, PoolEntry& entry) {
-    if (!(std::fabs(found.amounts[i]) <= kLargestAmount)) return false;
-    entry.cents = CentsOf(
-        BalanceEffect(static_cast<TransactionType>(found.types[i]), found.amounts[i], type));
+bool IsLineAmount(double amount) {
+    return std::fabs(amount) <= kLargestAmount;
+}
+
+int64_t SignedCents(int32_t type, double amount, AccountType account) {
+    return CentsOf(BalanceEffect(static_cast<TransactionType>(type), amount, account));
+}
+
+PoolEntry EntryOf(const TransactionIdentities& found, size_t i, AccountType account) {
+    PoolEntry entry;
+    entry.cents = SignedCents(found.types[i], found.amounts[i], account);
     entry.row = found.ids[i];
     entry.payee = found.payees[i];
     entry.day = DayOf(found.dates[i]);
     entry.check = found.checks[i];
     entry.isIdentified = found.fitIds[i] != 0;
-    return true;
+    return entry;
 }
 
 int64_t DateOf(int32_t day) {
@@ -161,35 +167,35 @@ bool CPlanMatcher::ReadNear(std::span<const SeekingLine> lines,
     const auto [first, last] = std::minmax_element(
         lines.begin(), lines.end(),
         [](const SeekingLine& a, const SeekingLine& b) { return a.day < b.day; });
-    TransactionIdentities found;
-    if (!m_plan.m_database->ReadTransactionIdentities(
-            m_plan.m_account.id, DateOf(first->day - days), DateOf(last->day + days), found)) {
-        return false;
-    }
     const CAmountFilter filter(lines, days);
-    for (size_t i = 0; i < found.ids.size(); ++i) {
-        PoolEntry entry;
-        if (ReadEntry(found, i, m_plan.m_account.accountType, entry) &&
-            filter.MayHave(entry.cents, entry.day)) {
-            entries.push_back(entry);
-        }
-    }
-    return true;
+    const AccountType account = m_plan.m_account.accountType;
+    const auto isNear = [&](int64_t date, int32_t type, double amount) {
+        return IsLineAmount(amount) &&
+               filter.MayHave(SignedCents(type, amount, account), DayOf(date));
+    };
+    return ReadEntries(first->day - days, last->day + days, isNear, entries);
 }
 
 // Their day is left out: any of the days is the right one.
 bool CPlanMatcher::ReadOn(std::span<const int32_t> days, std::vector<PoolEntry>& entries) const {
+    const auto isOnThem = [&](int64_t date, int32_t, double amount) {
+        return IsLineAmount(amount) && std::binary_search(days.begin(), days.end(), DayOf(date));
+    };
+    if (!ReadEntries(days.front(), days.back(), isOnThem, entries)) return false;
+    for (PoolEntry& entry : entries) entry.day = 0;
+    return true;
+}
+
+bool CPlanMatcher::ReadEntries(int32_t from, int32_t to, const TransactionChoice& choose,
+                               std::vector<PoolEntry>& entries) const {
     TransactionIdentities found;
-    if (!m_plan.m_database->ReadTransactionIdentities(m_plan.m_account.id, DateOf(days.front()),
-                                                      DateOf(days.back()), found)) {
+    if (!m_plan.m_database->ReadTransactionIdentities(m_plan.m_account.id, DateOf(from), DateOf(to),
+                                                      choose, found)) {
         return false;
     }
+    entries.reserve(found.ids.size());
     for (size_t i = 0; i < found.ids.size(); ++i) {
-        PoolEntry entry;
-        if (!ReadEntry(found, i, m_plan.m_account.accountType, entry)) continue;
-        if (!std::binary_search(days.begin(), days.end(), entry.day)) continue;
-        entry.day = 0;
-        entries.push_back(entry);
+        entries.push_back(EntryOf(found, i, m_plan.m_account.accountType));
     }
     return true;
 }
