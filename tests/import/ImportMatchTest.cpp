@@ -5,6 +5,7 @@
 #include <random>
 #include <tuple>
 
+#include "finance/history/ImportBatch.h"
 #include "foundation/Unicode.h"
 #include "import/ImportLedger.h"
 #include "import/plan/ImportPlan.h"
@@ -455,6 +456,62 @@ TEST_F(ImportMatch, ASecondImportAddsNothing) {
         }
     }
     ExpectBalancesInOrder();
+}
+
+// What people deleted does not come back with the next statement, until its import is taken back;
+// of two that are the same, only the one comes back that was never deleted.
+TEST_F(ImportMatch, DeletedLinesStayDeleted) {
+    const std::vector<Row> lines{
+        {3, -5, "Shop", 0, "a"}, {3, -5, "Shop", 0, "b"}, {9, -7, "Rent", 0, "c"}};
+    for (const bool isQif : {true, false}) {
+        SCOPED_TRACE(isQif);
+        NewAccount();
+        CLedger ledger(m_database);
+        EXPECT_EQ(Plan(isQif, lines).Commit().imported, 4);
+        COwnedList<CTransactionEntry> rows;
+        ASSERT_TRUE(m_database.ListTransactionsByAccount(m_account.id, rows));
+        const int64_t rent = std::next(rows.begin(), 3)->id;
+        const int64_t shop = std::next(rows.begin(), 2)->id;
+        ASSERT_EQ(ledger.RemoveTransaction(rent), LedgerStatus::Ok);
+        ASSERT_EQ(ledger.RemoveTransaction(shop), LedgerStatus::Ok);
+        EXPECT_EQ(Plan(isQif, lines).Commit().imported, 0);
+        EXPECT_EQ(Plan(isQif, lines).Row(3).match, kNoRow);
+        // By the plain rules what is gone is gone.
+        const std::string text = isQif ? AsQif(lines) : AsQfx(lines);
+        EXPECT_EQ(Plan(isQif, text, MatchMode::Auto, DialectMode::Plain).Count().entered,
+                  isQif ? 4 : 2);
+
+        std::vector<ImportBatch> batches;
+        BatchTakenBack result;
+        ASSERT_TRUE(ListImportBatches(m_database.History(), batches));
+        ASSERT_EQ(TakeBackImport(ledger, batches.back().action.number, BatchRows::All, result),
+                  HistoryStatus::Ok);
+        EXPECT_EQ(result.removed, 2);
+        EXPECT_EQ(Plan(isQif, lines).Commit().imported, 4);
+    }
+    ExpectBalancesInOrder();
+}
+
+// Taking an import back leaves what people entered as it was before it was matched.
+TEST_F(ImportMatch, TakingAnImportBackPartsWhatItMatched) {
+    NewAccount();
+    const int64_t mine = EnterByHand({5, -9.5, "Shop"});
+    CTransactionEntry before;
+    ASSERT_TRUE(m_database.Read(mine, before));
+    EXPECT_EQ(Plan(false, {{6, -9.5, "SHOP 12", 77, "x"}}).Commit().matched, 1);
+    CLedger ledger(m_database);
+    std::vector<ImportBatch> batches;
+    BatchTakenBack result;
+    ASSERT_TRUE(ListImportBatches(m_database.History(), batches));
+    EXPECT_EQ(batches.back().matched, 1);
+    ASSERT_EQ(TakeBackImport(ledger, batches.back().action.number, BatchRows::Unchanged, result),
+              HistoryStatus::Ok);
+    EXPECT_EQ(result.restored, 1);
+    CTransactionEntry after;
+    ASSERT_TRUE(m_database.Read(mine, after));
+    EXPECT_EQ(after.fitId, 0);
+    EXPECT_EQ(after.check, before.check);
+    EXPECT_EQ(after.memo, before.memo);
 }
 
 // No line is compared with every entry: this would take hours.

@@ -16,8 +16,13 @@ bool SameMoney(double a, double b) {
 
 }  // namespace
 
-bool CHeldLines::Load(CQuillonDatabaseInterface& database, const CAccountEntry& account) {
+bool CHeldLines::Load(CQuillonDatabaseInterface& database, const CAccountEntry& account,
+                      std::span<const DeletedLine> deleted) {
     m_ofFile.clear();
+    m_deleted.clear();
+    for (const DeletedLine& line : deleted) {
+        if (line.fitId != 0) m_deleted[line.fitId] = {line.date, line.effect, kNoRow, false};
+    }
     m_accountType = account.accountType;
     if (!database.ReadStatementIdentities(account.id, m_held)) return false;
     const size_t count = m_held.ids.size();
@@ -50,12 +55,16 @@ bool CHeldLines::Find(int64_t fitId, Line& line) const {
         return true;
     }
     const size_t place = m_slots.empty() ? 0 : m_slots[SlotOf(fitId)];
-    if (place == 0) return false;
+    if (place == 0) {
+        const auto deleted = m_deleted.find(fitId);
+        if (deleted != m_deleted.end()) line = deleted->second;
+        return deleted != m_deleted.end();
+    }
     const size_t i = place - 1;
     line = {m_held.dates[i],
             BalanceEffect(static_cast<TransactionType>(m_held.types[i]), m_held.amounts[i],
                           m_accountType),
-            m_held.ids[i]};
+            m_held.ids[i], false};
     return true;
 }
 
@@ -71,7 +80,7 @@ CHeldLines::Answer CHeldLines::Meet(ImportRecord& record) {
     Line line;
     if (record.ownId != 0 && Find(record.ownId, line)) return {Meets::Held, line.row, false};
     if (Find(record.fitId, line)) {
-        const bool isEarlier = line.row == kNoRow;
+        const bool isEarlier = line.isOfFile;
         const bool sameMoney = SameMoney(line.amount, record.amount);
         const bool same = line.date == record.date && sameMoney;
         const bool differentLine = record.idShared && (isEarlier || !same);
@@ -81,7 +90,7 @@ CHeldLines::Answer CHeldLines::Meet(ImportRecord& record) {
         }
         record.fitId = record.ownId;
     }
-    m_ofFile[record.fitId] = {record.date, record.amount, kNoRow};
+    m_ofFile[record.fitId] = {record.date, record.amount, kNoRow, true};
     return {};
 }
 

@@ -20,8 +20,14 @@ constexpr size_t kLongestText = 4096;  // bytes
 
 bool CImportPlanner::Load() {
     CQuillonDatabaseInterface& database = *m_plan.m_database;
-    return m_rules.Load(database) &&
-           (!m_plan.m_found.format.hasIdentifiers || m_held.Load(database, m_plan.m_account));
+    // By the plain rules what is gone is gone. A damaged history knows of fewer.
+    if (!m_isPlain) {
+        (void)ForEachDeletedLine(database, m_plan.m_account, [this](const DeletedLine& line) {
+            m_deleted.push_back(line);
+        });
+    }
+    return m_rules.Load(database) && (!m_plan.m_found.format.hasIdentifiers ||
+                                      m_held.Load(database, m_plan.m_account, m_deleted));
 }
 
 // Cuts texts that the ledger cannot hold or no screen could show.
@@ -99,7 +105,7 @@ bool CImportPlanner::Take(ImportRecord& record) {
 }
 
 bool CImportPlanner::Finish() {
-    return m_isPlain || CPlanMatcher(m_plan, m_match, m_notes).Run();
+    return m_isPlain || CPlanMatcher(m_plan, m_match, m_deleted, m_notes).Run();
 }
 
 }  // namespace quillon

@@ -42,6 +42,7 @@ private:
     MatchMode m_match;
     CImportNotes& m_notes;
     CRenamingRules m_rules;
+    std::vector<DeletedLine> m_deleted;  // by people, of earlier imports
     CHeldLines m_held;
 };
 

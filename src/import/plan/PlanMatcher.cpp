@@ -74,6 +74,7 @@ bool CPlanMatcher::Run() {
     Gather(seekers);
     std::vector<PoolEntry> entries;
     if (!ReadNear(seekers.dated, entries)) return false;
+    AddDeleted(entries);
     CEntryPool pool(std::move(entries));
     pool.UseRows(RowsMet());
     MeetCounted(seekers.dated, pool);
@@ -176,6 +177,20 @@ bool CPlanMatcher::ReadNear(std::span<const SeekingLine> lines,
     return ReadEntries(first->day - days, last->day + days, isNear, entries);
 }
 
+// No line is matched with them; they have no rows, and numbers below those of all rows.
+void CPlanMatcher::AddDeleted(std::vector<PoolEntry>& entries) const {
+    int64_t row = kNoRow;
+    for (const DeletedLine& line : m_deleted) {
+        PoolEntry entry;
+        entry.cents = CentsOf(line.effect);
+        entry.row = --row;
+        entry.payee = line.payeeId;
+        entry.day = DayOf(line.date);
+        entry.isIdentified = true;
+        entries.push_back(entry);
+    }
+}
+
 // Their day is left out: any of the days is the right one.
 bool CPlanMatcher::ReadOn(std::span<const int32_t> days, std::vector<PoolEntry>& entries) const {
     const auto isOnThem = [&](int64_t date, int32_t, double amount) {
@@ -215,7 +230,7 @@ void CPlanMatcher::Settle(std::span<const SeekingLine> lines, const CEntryPool& 
     for (const SeekingLine& line : lines) {
         if (line.found == Found::Nothing) continue;
         const PoolEntry& entry = pool.Entries()[line.entry];
-        m_plan.m_matches.emplace_back(line.index, entry.row);
+        if (entry.row > kNoRow) m_plan.m_matches.emplace_back(line.index, entry.row);
         CImportPlan::State& state = m_plan.m_states[line.index];
         if (line.found == Found::Held) {
             state = {PlanOutcome::Held, PlanAction::Skip};

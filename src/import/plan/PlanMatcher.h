@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "finance/database/TransactionColumns.h"
+#include "finance/history/ImportBatch.h"
 #include "import/plan/ImportPlan.h"
 #include "import/plan/LineMatcher.h"
 
@@ -19,11 +20,13 @@ namespace quillon {
 //   Memory     30 bytes an entry on those days, 100 more where its amount is a row's; 60 a row
 //              that is not held.
 //   Errors     false, when the database cannot be read. std::bad_alloc passes through.
-//   Ownership  Borrows plan, notes and the plan's database.
+//   Ownership  Borrows plan, lines, notes and the plan's database.
 class CPlanMatcher {
 public:
-    CPlanMatcher(CImportPlan& plan, MatchMode mode, CImportNotes& notes)
-        : m_plan(plan), m_mode(mode), m_notes(notes) {}
+    // `deleted`: lines whose transactions people deleted; they count as held.
+    CPlanMatcher(CImportPlan& plan, MatchMode mode, std::span<const DeletedLine> deleted,
+                 CImportNotes& notes)
+        : m_plan(plan), m_mode(mode), m_deleted(deleted), m_notes(notes) {}
 
     [[nodiscard]] bool Run();
 
@@ -42,6 +45,7 @@ private:
     // The days on which what the file's other rows meet was entered.
     bool ImportDays(std::vector<int32_t>& days) const;
     bool ReadNear(std::span<const SeekingLine> lines, std::vector<PoolEntry>& entries) const;
+    void AddDeleted(std::vector<PoolEntry>& entries) const;
     bool ReadEntries(int32_t from, int32_t to, const TransactionChoice& choose,
                      std::vector<PoolEntry>& entries) const;
     bool ReadOn(std::span<const int32_t> days, std::vector<PoolEntry>& entries) const;
@@ -52,6 +56,7 @@ private:
 
     CImportPlan& m_plan;
     MatchMode m_mode;
+    std::span<const DeletedLine> m_deleted;
     CImportNotes& m_notes;
 };
 
