@@ -150,6 +150,10 @@ HistoryStatus CHistory::TakePart(Direction direction, const std::vector<uint8_t>
     if (!OpenPart::Read(bytes, part)) return HistoryStatus::Damaged;
     CBracketScope bracket(m_database);
     if (!bracket.Begun()) return HistoryStatus::StoreFailed;
+    for (const HistoryTable& layout : part.head.tables) {
+        CTableManager* const table = m_database.FindTable(layout.name);
+        if (table) table->ExpectChanges(int64_t{layout.added} + layout.changed + layout.deleted);
+    }
     CHistoryStep step(m_database, part.head);
     const HistoryStatus status =
         ForEachChange(part, bytes, isUndo, [&](const HistoryChange& change) {

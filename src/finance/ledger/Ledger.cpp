@@ -181,6 +181,8 @@ LedgerStatus CLedger::RemoveTransaction(int64_t transactionId, TransferSides sid
 
 LedgerStatus CLedger::RemoveTransactions(std::span<const int64_t> transactionIds) try {
     const CFinanceSection section(m_database);
+    CTableManager* const table = m_database.Store().FindTable(kTransactionTable);
+    if (table) table->ExpectChanges(static_cast<int64_t>(transactionIds.size()));
     std::vector<CTransactionEntry> rows(transactionIds.size());
     for (size_t i = 0; i < rows.size(); ++i) {
         const LedgerStatus status = ReadTransaction(transactionIds[i], rows[i]);

@@ -82,6 +82,10 @@ public:
     // Adds a row under the id of one that was deleted, which it takes from `row`. False also when
     // that id is in use or was never given.
     [[nodiscard]] bool RestoreRow(const CTableRowUpdateInfo& row);
+    // Says that so many rows will be changed or deleted: indexes are loaded where that is faster
+    // than looking for each row's record in their files. Changes nothing else; what cannot be
+    // loaded is told by the changes.
+    void ExpectChanges(int64_t rows);
     // Writes the set columns of an existing row; texts that are replaced are freed.
     [[nodiscard]] bool UpdateRow(const CTableRowUpdateInfo& row);
     [[nodiscard]] bool DeleteRow(int64_t rowId);

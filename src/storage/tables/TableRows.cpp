@@ -179,6 +179,16 @@ bool CTableManager::UpdateRow(const CTableRowUpdateInfo& row) {
     return m_rowData.WriteAt(record.data(), entry->size, entry->position);
 }
 
+void CTableManager::ExpectChanges(int64_t rows) {
+    // Finding a record in a file costs as much as loading about so many.
+    constexpr int64_t kRecordsARow = 64;
+    const CLockScope lock(m_lock);
+    if (rows < RowCount() / kRecordsARow) return;
+    for (const CTableColumn& column : m_columns) {
+        if (column.index) (void)LoadIndex(column);
+    }
+}
+
 // One that does not exist is what the integrity check reports.
 bool CTableManager::DeleteText(int64_t textId) {
     return m_texts.Dictionary().Load() &&
