@@ -34,6 +34,11 @@ enum class ImportRefusalCode {
     OfxBankReports,  // the bank's error number and, where there is one, its message
     OfxInvestments,  // how many actions on securities
     OfxNoLines,
+    CsvIsOther,       // what it is instead
+    CsvHeadingAlone,  // without any rows
+    CsvNoSuchColumn,  // that was asked for
+    CsvNoDates,       // of this and the next, what was tried, five values each: the delimiter,
+    CsvNoRows,        // how many rows and columns, columns of dates and of amounts or 0
     // The ledger.
     AccountUnreadable,
     NoSuchAccount,

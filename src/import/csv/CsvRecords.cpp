@@ -1,0 +1,371 @@
+#include "import/csv/CsvRecords.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <initializer_list>
+#include <utility>
+
+#include "finance/ledger/Balance.h"
+#include "import/csv/CsvSigns.h"
+#include "import/csv/CsvWords.h"
+#include "import/ofx/OfxValues.h"
+
+namespace quillon {
+
+namespace {
+
+using Field = CsvField;
+using Note = ImportNoteCode;
+
+bool HasDigit(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), IsDigit);
+}
+
+bool HasLetter(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), IsLetter);
+}
+
+}  // namespace
+
+void CCsvRecords::LeaveOut(ImportNoteCode code, const CsvRow& row,
+                           std::initializer_list<ImportArgument> values) {
+    if (!m_isSurvey) m_notes.Add(code, row.line, values);
+}
+
+template <typename Take>
+void CCsvRecords::Walk(const Take& take) {
+    CCsvReader reader(m_text, m_shape.delimiter);
+    CsvRow row;
+    CsvRow next;
+    Parsed parsed;
+    while (reader.Next(next)) {
+        if (next.line < m_shape.dataLine || next.IsBlank()) continue;
+        Parsed found = Parse(next);
+        if (found.kind == Kind::Continuation && parsed.kind == Kind::Record) {
+            for (const std::string_view cell : next.cells) {
+                if (!cell.empty()) m_more.append(m_more.empty() ? "" : " ").append(cell);
+            }
+            continue;
+        }
+        if (found.kind == Kind::Continuation) LeaveOut(Note::RowOfText, next);
+        if (found.kind == Kind::Continuation || found.kind == Kind::Nothing) continue;
+        if (parsed.kind != Kind::Nothing && !take(row, parsed)) return;
+        m_more.clear();
+        std::swap(row, next);
+        parsed = found;
+    }
+    if (parsed.kind != Kind::Nothing) take(row, parsed);
+    m_more.clear();
+}
+
+// --- what a row is
+
+void CCsvRecords::ReadDateOf(const CsvRow& row, Parsed& parsed) const {
+    for (const int32_t column : m_shape.dates) {
+        const std::string_view cell = row.Cell(column);
+        if (cell.empty()) continue;
+        if (parsed.dateText.empty()) parsed.dateText = cell;
+        DateParts parts;
+        if (!SplitCsvDate(cell, parts)) continue;
+        const std::optional<int64_t> date = ReadDate(parts, m_order);
+        if (!date) continue;
+        parsed.hasDate = true;
+        parsed.date = *date;
+        return;
+    }
+}
+
+CCsvRecords::Parsed CCsvRecords::Parse(const CsvRow& row) {
+    Parsed parsed;
+    ReadDateOf(row, parsed);
+    parsed.money = ReadCsvMoney(row, m_shape);
+    parsed.kind = Judge(row, parsed);
+    return parsed;
+}
+
+CCsvRecords::Kind CCsvRecords::Judge(const CsvRow& row, Parsed& parsed) {
+    parsed.isRecordLike = parsed.hasDate && !parsed.money.isEmpty;
+    const auto isFilled = [](std::string_view cell) { return !cell.empty(); };
+    const auto cells = static_cast<int64_t>(row.cells.size());
+    const auto width = static_cast<int64_t>(m_shape.width);
+    if (cells > width &&
+        std::any_of(row.cells.begin() + static_cast<std::ptrdiff_t>(width), row.cells.end(),
+                    isFilled)) {
+        parsed.isRecordLike = parsed.hasDate;
+        LeaveOut(Note::RowTooLong, row, {cells, width});
+        return Kind::LeftOut;
+    }
+    if (parsed.dateText.empty() && parsed.money.isEmpty) return JudgeText(row);
+    const Kind byWords = JudgeWords(row, parsed);
+    if (byWords != Kind::Record) return byWords;
+    return parsed.hasDate ? JudgeMoney(row, parsed) : JudgeUndated(row, parsed);
+}
+
+// A line that goes on the one above has text where texts stand, and nothing else.
+CCsvRecords::Kind CCsvRecords::JudgeText(const CsvRow& row) {
+    for (size_t i = 0; i < row.cells.size(); ++i) {
+        if (row.cells[i].empty()) continue;
+        const auto column = static_cast<int32_t>(i) + 1;
+        const auto& more = m_shape.memoMore;
+        const bool isText = column == m_shape.map[Field::Payee] ||
+                            column == m_shape.map[Field::Memo] ||
+                            std::find(more.begin(), more.end(), column) != more.end();
+        if (isText) continue;
+        LeaveOut(Note::RowOfText, row);
+        return Kind::LeftOut;
+    }
+    return Kind::Continuation;
+}
+
+// Record: no word of the row says otherwise.
+CCsvRecords::Kind CCsvRecords::JudgeWords(const CsvRow& row, const Parsed& parsed) {
+    const std::string_view payee = row.Cell(m_shape.map[Field::Payee]);
+    const std::string_view memo = row.Cell(m_shape.map[Field::Memo]);
+    const std::string_view state = row.Cell(m_shape.status);
+    for (const std::string_view cell : {state, payee, parsed.hasDate ? "" : parsed.dateText}) {
+        if (!SaysPending(cell)) continue;
+        LeaveOut(Note::RowPending, row, {cell});
+        return Kind::LeftOut;
+    }
+    if (SaysVoid(state)) {
+        LeaveOut(Note::RowVoid, row, {state});
+        return Kind::LeftOut;
+    }
+    std::string_view balance;
+    if (SaysBalance(payee)) {
+        balance = payee;
+    } else if (payee.empty() && SaysBalance(memo)) {
+        balance = memo;
+    } else if (!parsed.hasDate) {
+        const auto says = std::find_if(row.cells.begin(), row.cells.end(), SaysBalance);
+        if (says != row.cells.end()) balance = *says;
+    }
+    if (balance.empty()) return Kind::Record;
+    LeaveOut(Note::RowOfBalance, row, {balance});
+    return Kind::LeftOut;
+}
+
+CCsvRecords::Kind CCsvRecords::JudgeUndated(const CsvRow& row, Parsed& parsed) {
+    const bool hasMoney = parsed.money.reading != AmountReading::Failed;
+    if (!hasMoney) {
+        const bool tried = HasDigit(parsed.dateText) && HasDigit(parsed.money.text);
+        parsed.isRecordLike = tried;
+        LeaveOut(tried ? Note::RecordUnreadable : Note::RowOfText, row);
+        return Kind::LeftOut;
+    }
+    if (!HasDigit(parsed.dateText)) {
+        LeaveOut(Note::RowWithoutDate, row, {parsed.money.text});
+        return Kind::LeftOut;
+    }
+    parsed.isRecordLike = true;
+    return JudgeMoney(row, parsed);
+}
+
+CCsvRecords::Kind CCsvRecords::JudgeMoney(const CsvRow& row, const Parsed& parsed) {
+    const CsvMoney& money = parsed.money;
+    const bool isRead = money.reading != AmountReading::Failed;
+    if (!isRead && !HasDigit(money.text)) {
+        const auto cells = static_cast<int64_t>(row.cells.size());
+        const auto width = static_cast<int64_t>(m_shape.width);
+        if (cells < width) {
+            LeaveOut(Note::RowTooShort, row, {cells, width});
+        } else {
+            LeaveOut(Note::RowWithoutAmount, row);
+        }
+        return Kind::LeftOut;
+    }
+    if (isRead && RoundToCents(money.amount) == 0.0) {
+        LeaveOut(Note::RowOfZero, row);
+        return Kind::LeftOut;
+    }
+    if (IsOtherCurrency(row)) {
+        LeaveOut(Note::RowOfOtherCurrency, row,
+                 {money.text, CurrencyOfRow(row, m_shape), m_shape.accountCurrency});
+        return Kind::LeftOut;
+    }
+    return Kind::Record;
+}
+
+bool CCsvRecords::IsOtherCurrency(const CsvRow& row) const {
+    if (m_shape.accountCurrency.empty()) return false;
+    if (m_shape.currency != 0) {
+        const std::string_view own = row.Cell(m_shape.currency);
+        return !own.empty() && !EqualIgnoringAsciiCase(own, m_shape.accountCurrency);
+    }
+    const std::string own = CurrencyOfRow(row, m_shape);
+    return !own.empty() && own != m_shape.accountCurrency;
+}
+
+// --- the first walk
+
+void CCsvRecords::Survey(std::vector<ImportSource>& sources) {
+    if (m_shape.map[Field::Id] == 0 && m_shape.account == 0) return;
+    m_isSurvey = true;
+    Walk([&](const CsvRow& row, const Parsed& parsed) {
+        if (m_shape.account != 0 && parsed.isRecordLike) {
+            const std::string name(row.Cell(m_shape.account));
+            const auto [found, isNew] = m_sources.try_emplace(name, sources.size());
+            if (isNew) {
+                sources.emplace_back();
+                sources.back().name = name;
+            }
+            ++sources[found->second].lines;
+        }
+        if (parsed.kind != Kind::Record) return true;
+        const int64_t id = StatementId(row.Cell(m_shape.map[Field::Id]));
+        if (id != 0) m_identifiers.Look(id, KeyOf(row, parsed), row.line);
+        return true;
+    });
+    m_isSurvey = false;
+}
+
+bool CCsvRecords::IsChosen(const CsvRow& row, const std::vector<ImportSource>& sources) const {
+    if (sources.empty()) return true;
+    const auto found = m_sources.find(std::string(row.Cell(m_shape.account)));
+    return found == m_sources.end() || sources[found->second].chosen;
+}
+
+// --- the records
+
+void CCsvRecords::Read(const std::vector<ImportSource>& sources, const RecordSink& sink,
+                       int64_t& read) {
+    read = 0;
+    Walk([&](CsvRow& row, const Parsed& parsed) {
+        if (!IsChosen(row, sources)) return true;
+        read += parsed.isRecordLike;
+        if (parsed.kind != Kind::Record) return true;
+        ImportRecord record = RecordOf(row, parsed);
+        return sink(record);
+    });
+}
+
+// Line breaks in a cell are blanks.
+std::string_view CCsvRecords::Clean(std::string_view text, CsvRow& row) const {
+    if (text.find_first_of("\r\n") == std::string_view::npos) return text;
+    std::string clean;
+    for (const char c : text) {
+        const bool isBlank = c == ' ' || c == '\n' || c == '\r' || c == '\t';
+        if (!isBlank) {
+            clean += c;
+        } else if (!clean.empty() && clean.back() != ' ') {
+            clean += ' ';
+        }
+    }
+    return row.arena.Keep(clean);
+}
+
+void CCsvRecords::TakeTexts(CsvRow& row, ImportRecord& record) {
+    record.payee = Clean(row.Cell(m_shape.map[Field::Payee]), row);
+    record.category = Clean(row.Cell(m_shape.map[Field::Category]), row);
+    record.memo = Clean(row.Cell(m_shape.map[Field::Memo]), row);
+    std::string more;
+    const auto add = [&more](std::string_view text) {
+        if (!text.empty()) more.append(more.empty() ? "" : " ").append(text);
+    };
+    for (const int32_t column : m_shape.memoMore) add(Clean(row.Cell(column), row));
+    add(m_more);
+    if (!more.empty()) {
+        if (!record.memo.empty()) more.insert(0, std::string(record.memo) + " ");
+        record.memo = row.arena.Keep(more);
+    }
+    if (record.payee.empty()) record.payee = record.memo;
+    if (record.payee.empty()) m_notes.Add(Note::NoPayeeNoMemo, row.line);
+}
+
+void CCsvRecords::TakeAmount(const CsvRow& row, const Parsed& parsed, ImportRecord& record) {
+    const CsvMoney& money = parsed.money;
+    record.amountRead = money.reading != AmountReading::Failed;
+    record.amount = money.amount;
+    if (const std::optional<Note> note = NoteOf(money.reading)) {
+        m_notes.Add(*note, row.line, {money.text});
+    }
+    if (money.bothSides) m_notes.Add(Note::RowOfBothSides, row.line);
+    if (!HasWholeCents(money.amount) && std::fabs(money.amount) <= kLargestAmount) {
+        record.amount = RoundToCents(money.amount);
+        m_notes.Add(Note::SumRounded, row.line, {money.amount, record.amount});
+    }
+}
+
+void CCsvRecords::NoteValues(const CsvRow& row, const Parsed& parsed) {
+    if (!parsed.hasDate) m_notes.Add(Note::DateUnreadable, row.line, {parsed.dateText});
+    if (row.hasLoneQuote) m_notes.Add(Note::QuoteNotClosed, row.line);
+    if (row.cells.size() < m_shape.width) {
+        m_notes.Add(Note::RowShort, row.line,
+                    {static_cast<int64_t>(row.cells.size()), static_cast<int64_t>(m_shape.width)});
+    }
+}
+
+// Date, amount and whatever has a letter in it: balances and marks of the export itself are
+// not the same in the next one.
+const std::string& CCsvRecords::KeyOf(const CsvRow& row, const Parsed& parsed) {
+    char amount[40];
+    const double written = m_shape.invert ? -parsed.money.amount : parsed.money.amount;
+    const std::to_chars_result end = std::to_chars(amount, amount + sizeof amount, written);
+    m_key = parsed.hasDate ? std::to_string(parsed.date) : std::string(parsed.dateText);
+    m_key.append("|").append(amount, end.ptr);
+    for (size_t i = 0; i < row.cells.size(); ++i) {
+        const auto column = static_cast<int32_t>(i) + 1;
+        const bool isText = HasLetter(row.cells[i]) && column != m_shape.status &&
+                            column != m_shape.map[Field::Balance];
+        if (isText) m_key.append("|").append(row.cells[i]);
+    }
+    if (!m_more.empty()) m_key.append("|").append(m_more);
+    return m_key;
+}
+
+void CCsvRecords::TakeIdentifier(const CsvRow& row, ImportRecord& record) {
+    const std::string_view text = row.Cell(m_shape.map[Field::Id]);
+    record.fitId = StatementId(text);
+    if (record.fitId == 0) {
+        record.fitId = m_identifiers.Make(m_key);
+        return;
+    }
+    record.idText = text;
+    int64_t firstLine = 0;
+    switch (m_identifiers.Mark(record, m_key, firstLine)) {
+        case CCsvIdentifiers::Finding::Repeated:
+            m_notes.Add(Note::LineRepeated, row.line, {firstLine});
+            break;
+        case CCsvIdentifiers::Finding::Shared:
+            m_notes.Add(Note::IdentifierShared, row.line, {firstLine});
+            break;
+        case CCsvIdentifiers::Finding::Unique:
+            break;
+    }
+}
+
+void CCsvRecords::Prove(const CsvRow& row, const ImportRecord& record) {
+    const int32_t column = m_shape.map[Field::Balance];
+    if (column == 0) return;
+    const std::string_view cell = row.Cell(column);
+    double balance = 0.0;
+    if (!record.amountRead ||
+        ReadAmount(cell, m_shape.marks, balance) == AmountReading::Failed) {
+        m_proof.Break();
+        return;
+    }
+    m_proof.Add({record.amount, m_shape.balanceIsOwed ? -balance : balance, record.date});
+    if (!m_proof.Follows(m_shape.direction)) {
+        const bool isUp = m_shape.direction == CsvDirection::Up;
+        m_notes.Add(Note::BalanceDoesNotFollow, isUp ? m_lastLine : row.line, {cell});
+    }
+    m_lastLine = row.line;
+}
+
+ImportRecord CCsvRecords::RecordOf(CsvRow& row, const Parsed& parsed) {
+    ImportRecord record;
+    record.line = row.line;
+    record.dateRead = parsed.hasDate;
+    record.date = parsed.hasDate ? parsed.date : m_today;
+    (void)KeyOf(row, parsed);
+    TakeAmount(row, parsed, record);
+    TakeTexts(row, record);
+    NoteValues(row, parsed);
+    TakeIdentifier(row, record);
+    record.check = ReadCheckNumber(row.Cell(m_shape.map[Field::Check])).value_or(0);
+    Prove(row, record);
+    return record;
+}
+
+}  // namespace quillon

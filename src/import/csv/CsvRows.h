@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "import/text/TextScan.h"
+
+namespace quillon {
+
+// One row of a text in columns.
+struct CsvRow {
+    int64_t line = 0;  // of the text, from 1, where it begins
+    // Without the blanks and quotation marks around; doubled ones inside are one. Views into
+    // the text, or into `arena`, which lives until the row is read into again.
+    std::vector<std::string_view> cells;
+    bool hasLoneQuote = false;  // one that is never closed, and was taken for a letter
+    CTextArena arena;
+
+    bool IsBlank() const;
+    // Empty for a column that the row does not have. `column` from 1; 0: none.
+    std::string_view Cell(int32_t column) const {
+        const auto index = static_cast<size_t>(column) - 1;
+        return column > 0 && index < cells.size() ? cells[index] : std::string_view();
+    }
+};
+
+// Cuts a text in UTF-8 into rows and cells.
+//
+//   Rows       End at LF, with or without a CR in front.
+//   Quotes     A cell that begins with a quotation mark ends at the next one that stands in
+//              front of a delimiter or the row's end, and may hold both. Where there is none
+//              within kLongestCell bytes, or, some lines on, another cell begins with one,
+//              the mark was never closed: it is a letter like others.
+//   Time       Linear in the text, however many marks are never closed.
+//   Errors     std::bad_alloc passes through. No text is refused.
+//   Ownership  Borrows the text.
+class CCsvReader {
+public:
+    static constexpr size_t kLongestCell = size_t{16} * 1024;
+
+    CCsvReader(std::string_view text, char delimiter) : m_text(text), m_delimiter(delimiter) {}
+
+    // False at the end of the text.
+    bool Next(CsvRow& row);
+
+private:
+    bool TakeCell(CsvRow& row);
+    bool TakeQuoted(size_t start, CsvRow& row);
+    size_t ClosingQuote(size_t open);
+    bool EndsCell(size_t at) const;
+    size_t LineEnd(size_t from) const;
+
+    std::string_view m_text;
+    char m_delimiter;
+    size_t m_at = 0;
+    size_t m_lineEnd = 0;      // of the line that m_at is in
+    size_t m_openUntil = 0;    // no quotation mark closes a cell in front of it
+    int64_t m_line = 1;
+};
+
+// "sep=;" in the first line, as some programs write it; 0: none.
+char DeclaredDelimiter(std::string_view text);
+
+}  // namespace quillon
