@@ -76,12 +76,15 @@ std::string ShownColumn(const char* what, const ImportValue& column) {
 std::string CsvReason(bool hasAmounts, const std::vector<ImportValue>& values) {
     std::string reason = hasAmounts ? "No column of it holds dates."
                                     : "None of its rows has both a date and an amount.";
+    if (!std::get<std::string>(values[0]).empty()) {
+        reason += Filled(" {0q} is no date of the years from 1601 on.", values);
+    }
     reason += " Tried: ";
     constexpr size_t kEach = 5;
     int64_t date = 0;
     int64_t amount = 0;
-    for (size_t at = 0; at + kEach <= values.size(); at += kEach) {
-        reason += (at == 0 ? "" : ", ") + ShownDelimiter(values[at]) + " (" +
+    for (size_t at = 1; at + kEach <= values.size(); at += kEach) {
+        reason += (at == 1 ? "" : ", ") + ShownDelimiter(values[at]) + " (" +
                   Filled("{0} rows, {1} columns, ", std::span(values).subspan(at + 1, 2)) +
                   ShownColumn("dates", values[at + 3]) + ", " +
                   ShownColumn("amounts", values[at + 4]) + ")";

@@ -130,9 +130,9 @@ bool CCSVImportManager::RefuseShape(const CCsvShapeFinder& finder) {
         default:
             break;
     }
-    // What was tried, five values each.
-    std::vector<ImportValue> values;
+    std::vector<ImportValue> values{std::string()};
     for (const CsvTry& tried : finder.Tries()) {
+        if (!tried.noDate.empty()) values.front() = tried.noDate;
         values.emplace_back(std::string(1, tried.delimiter));
         values.emplace_back(tried.rows);
         values.emplace_back(tried.columns);

@@ -84,6 +84,13 @@ bool SplitCsvDate(std::string_view cell, DateParts& parts) {
     return IsDateInAnyOrder(parts);
 }
 
+bool IsWrittenAsDate(std::string_view cell) {
+    constexpr size_t kShortest = 8;
+    DateParts parts;
+    return cell.size() >= kShortest && DigitsAtStart(cell) < kShortest && SplitDate(cell, parts) &&
+           !IsDateInAnyOrder(parts);
+}
+
 CsvNumber LookAtNumber(std::string_view cell) {
     constexpr size_t kLongest = 40;
     constexpr size_t kMostDigits = 12;

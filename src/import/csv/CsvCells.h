@@ -15,6 +15,8 @@ namespace quillon {
 // The numbers of a date; those that are a date in no order are none. Eight digits alone are
 // one of these and the last century.
 [[nodiscard]] bool SplitCsvDate(std::string_view cell, DateParts& parts);
+// Year, month and day as a date is written, but of no day that a ledger knows.
+bool IsWrittenAsDate(std::string_view cell);
 
 // A number with a sign, marks and a currency at most, as an amount is written; no date, and
 // no number that begins with zeros or has so many digits that it is an account's.

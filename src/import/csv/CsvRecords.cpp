@@ -86,14 +86,9 @@ CCsvRecords::Parsed CCsvRecords::Parse(const CsvRow& row) {
 
 CCsvRecords::Kind CCsvRecords::Judge(const CsvRow& row, Parsed& parsed) {
     parsed.isRecordLike = parsed.hasDate && !parsed.money.isEmpty;
-    const auto isFilled = [](std::string_view cell) { return !cell.empty(); };
-    const auto cells = static_cast<int64_t>(row.cells.size());
-    const auto width = static_cast<int64_t>(m_shape.width);
-    if (cells > width &&
-        std::any_of(row.cells.begin() + static_cast<std::ptrdiff_t>(width), row.cells.end(),
-                    isFilled)) {
+    if (!row.IsBlankFrom(m_shape.width)) {
         parsed.isRecordLike = parsed.hasDate;
-        LeaveOut(Note::RowTooLong, row, {cells, width});
+        LeaveOut(Note::RowTooLong, row, {row.cells.size(), m_shape.width});
         return Kind::LeftOut;
     }
     if (parsed.dateText.empty() && parsed.money.isEmpty) return JudgeText(row);
@@ -166,10 +161,8 @@ CCsvRecords::Kind CCsvRecords::JudgeMoney(const CsvRow& row, const Parsed& parse
     const CsvMoney& money = parsed.money;
     const bool isRead = money.reading != AmountReading::Failed;
     if (!isRead && !HasDigit(money.text)) {
-        const auto cells = static_cast<int64_t>(row.cells.size());
-        const auto width = static_cast<int64_t>(m_shape.width);
-        if (cells < width) {
-            LeaveOut(Note::RowTooShort, row, {cells, width});
+        if (row.cells.size() < m_shape.width) {
+            LeaveOut(Note::RowTooShort, row, {row.cells.size(), m_shape.width});
         } else {
             LeaveOut(Note::RowWithoutAmount, row);
         }
@@ -290,9 +283,8 @@ void CCsvRecords::TakeAmount(const CsvRow& row, const Parsed& parsed, ImportReco
 void CCsvRecords::NoteValues(const CsvRow& row, const Parsed& parsed) {
     if (!parsed.hasDate) m_notes.Add(Note::DateUnreadable, row.line, {parsed.dateText});
     if (row.hasLoneQuote) m_notes.Add(Note::QuoteNotClosed, row.line);
-    if (row.cells.size() < m_shape.width) {
-        m_notes.Add(Note::RowShort, row.line,
-                    {static_cast<int64_t>(row.cells.size()), static_cast<int64_t>(m_shape.width)});
+    if (row.cells.size() < static_cast<size_t>(m_shape.LastUsed())) {
+        m_notes.Add(Note::RowShort, row.line, {row.cells.size(), m_shape.width});
     }
 }
 

@@ -425,18 +425,23 @@ void CCsvRoles::ChoosePayee() {
     }
 }
 
+int32_t CCsvRoles::NamedMemo(bool mayBeTheSame) const {
+    for (const CsvWord word : {CsvWord::Memo, CsvWord::Description, CsvWord::Payee}) {
+        const Columns found =
+            Find([word](const CsvColumn& column) { return column.word == word && column.texts > 0; });
+        for (const int32_t column : found) {
+            if (!IsTaken(column) && (mayBeTheSame || !IsTooMuchTheSame(column))) return column;
+        }
+    }
+    return 0;
+}
+
 void CCsvRoles::ChooseMemo() {
     if (!IsAsked(Field::Memo)) {
-        for (const CsvWord word : {CsvWord::Memo, CsvWord::Description, CsvWord::Payee}) {
-            const Columns found = Find(
-                [word](const CsvColumn& column) { return column.word == word && column.texts > 0; });
-            const auto free = std::find_if(found.begin(), found.end(),
-                                           [this](int32_t c) { return !IsTaken(c); });
-            if (free == found.end()) continue;
-            m_shape.map[Field::Memo] = *free;
-            break;
-        }
+        m_shape.map[Field::Memo] = NamedMemo(false);
         if (m_shape.map[Field::Memo] == 0) m_shape.map[Field::Memo] = BestText(false);
+        // What is the same in every row is better than nothing.
+        if (m_shape.map[Field::Memo] == 0) m_shape.map[Field::Memo] = NamedMemo(true);
     }
     const int32_t memo = m_shape.map[Field::Memo];
     if (memo == 0 || static_cast<size_t>(memo) > m_sample.Width()) return;

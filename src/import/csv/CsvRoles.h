@@ -55,6 +55,7 @@ private:
     double Share(const CsvShape& shape) const;
 
     void ChoosePayee();
+    int32_t NamedMemo(bool mayBeTheSame) const;
     void ChooseMemo();
     void ChooseRest();
     int32_t BestText(bool isPayee) const;

@@ -21,9 +21,11 @@ std::string WithoutDoubledQuotes(std::string_view cell) {
 
 }  // namespace
 
-bool CsvRow::IsBlank() const {
-    return std::all_of(cells.begin(), cells.end(),
-                       [](std::string_view cell) { return cell.empty(); });
+bool CsvRow::IsBlankFrom(size_t first) const {
+    for (size_t i = first; i < cells.size(); ++i) {
+        if (!cells[i].empty()) return false;
+    }
+    return true;
 }
 
 size_t CCsvReader::LineEnd(size_t from) const {

@@ -18,7 +18,9 @@ struct CsvRow {
     bool hasLoneQuote = false;  // one that is never closed, and was taken for a letter
     CTextArena arena;
 
-    bool IsBlank() const;
+    bool IsBlank() const { return IsBlankFrom(0); }
+    // Nothing stands in the cells from this one on, counted from 0.
+    bool IsBlankFrom(size_t first) const;
     // Empty for a column that the row does not have. `column` from 1; 0: none.
     std::string_view Cell(int32_t column) const {
         const auto index = static_cast<size_t>(column) - 1;

@@ -110,6 +110,12 @@ CsvTry CCsvSample::Tried() const {
     tried.dateColumn = MostAt(m_datesAt);
     tried.amountColumn = MostAt(m_markedAt);
     if (tried.amountColumn == 0) tried.amountColumn = MostAt(m_amountsAt);
+    for (const CsvRow& row : m_rows) {
+        const auto found = std::find_if(row.cells.begin(), row.cells.end(), IsWrittenAsDate);
+        if (found == row.cells.end()) continue;
+        tried.noDate = *found;
+        break;
+    }
     return tried;
 }
 
@@ -136,8 +142,10 @@ void CCsvSample::FindFirstRow() {
 }
 
 bool CCsvSample::IsInTable(const CsvRow& row) const {
-    // Text in front of the table may have a date and a number as well.
-    return row.cells.size() * 2 > m_columns.size() && IsDated(row);
+    // Text in front of the table may have a date and a number as well; and in a row that is
+    // too long nothing need stand where it belongs.
+    return row.cells.size() * 2 > m_columns.size() && row.IsBlankFrom(m_columns.size()) &&
+           IsDated(row);
 }
 
 // Texts in at least two columns and no date or amount in any.

@@ -162,6 +162,12 @@ std::string_view NameOf(CsvField field) {
     return kFieldNames[static_cast<size_t>(field)];
 }
 
+int32_t CsvShape::LastUsed() const {
+    int32_t last = std::max(currency, status);
+    for (const int32_t column : map.columns) last = std::max(last, column);
+    return last;
+}
+
 CsvRequest Merged(CsvRequest request, const CsvRequest& profile) {
     const auto hasMoney = [](const CsvRequest& r) {
         return r[Field::Amount] || r[Field::Debit] || r[Field::Credit];

@@ -93,6 +93,8 @@ struct CsvShape {
     bool balanceIsOwed = false;  // positive is a card's debt
     AmountMarks marks;
 
+    // The last column that anything is read from.
+    int32_t LastUsed() const;
     bool HasMoney() const {
         return map[CsvField::Amount] != 0 || map[CsvField::Debit] != 0 ||
                map[CsvField::Credit] != 0;
@@ -106,6 +108,7 @@ struct CsvTry {
     int64_t columns = 0;
     int32_t dateColumn = 0;  // with the most dates; 0: none has any
     int32_t amountColumn = 0;
+    std::string noDate;  // what is written like a date, but is none
 };
 
 // A profile's part in finding a file's shape.

@@ -37,8 +37,11 @@ enum class ImportRefusalCode {
     CsvIsOther,       // what it is instead
     CsvHeadingAlone,  // without any rows
     CsvNoSuchColumn,  // that was asked for
-    CsvNoDates,       // of this and the next, what was tried, five values each: the delimiter,
-    CsvNoRows,        // how many rows and columns, columns of dates and of amounts or 0
+    // Of both: a text that is written like a date but is none, or an empty one; then what was
+    // tried, five values each: the delimiter, how many rows and columns, the columns of dates
+    // and of amounts, or 0.
+    CsvNoDates,
+    CsvNoRows,
     // The ledger.
     AccountUnreadable,
     NoSuchAccount,

@@ -130,8 +130,8 @@ bool IsShiftJisLead(uint8_t byte) {
 // All bytes form characters, most of them of two bytes, as letters in words do not.
 bool IsShiftJis(std::span<const uint8_t> bytes) {
     int64_t pairs = 0;
-    int64_t plainTrails = 0;  // in the second byte
-    int64_t usual = 0;        // kana, signs and the usual characters
+    int64_t kana = 0;         // and signs; their lead bytes are letters of no language
+    int64_t plainTrails = 0;  // of the others: an ASCII letter for a second byte
     for (size_t i = 0; i < bytes.size(); ++i) {
         const uint8_t byte = bytes[i];
         if (byte < 0x80 || (byte >= 0xA1 && byte <= 0xDF)) continue;
@@ -140,11 +140,12 @@ bool IsShiftJis(std::span<const uint8_t> bytes) {
         const uint8_t trail = bytes[i];
         if (trail < 0x40 || trail == 0x7F || trail > 0xFC) return false;
         ++pairs;
-        plainTrails += trail < 0x80;
-        usual += byte <= 0x9F;
+        const bool isKana = byte <= 0x84;
+        kana += isKana;
+        plainTrails += !isKana && trail < 0x80;
     }
     constexpr int64_t kFewest = 3;
-    return pairs >= kFewest && plainTrails * 2 <= pairs && usual * 4 >= pairs * 3;
+    return pairs >= kFewest && (kana * 4 >= pairs || plainTrails * 2 <= pairs - kana);
 }
 
 // As the text's beginning names it.

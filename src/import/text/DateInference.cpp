@@ -120,6 +120,8 @@ void CDateInference::DecideOrder(Dialect& dialect, CImportNotes& notes, const Da
     } else if (m_yearFirst.count > 0) {
         dialect.dateOrder = DateOrder::YearMonthDay;
         notes.Add(Note::DatesYearFirst, m_yearFirst.line, {m_yearFirst.text});
+    } else if (hints.dayFirst) {
+        dialect.dateOrder = DateOrder::DayMonthYear;
     }
 }
 
