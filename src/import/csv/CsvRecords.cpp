@@ -99,6 +99,11 @@ CCsvRecords::Kind CCsvRecords::Judge(const CsvRow& row, Parsed& parsed) {
 
 // A line that goes on the one above has text where texts stand, and nothing else.
 CCsvRecords::Kind CCsvRecords::JudgeText(const CsvRow& row) {
+    const auto balance = std::find_if(row.cells.begin(), row.cells.end(), SaysBalance);
+    if (balance != row.cells.end()) {
+        LeaveOut(Note::RowOfBalance, row, {*balance});
+        return Kind::LeftOut;
+    }
     for (size_t i = 0; i < row.cells.size(); ++i) {
         if (row.cells[i].empty()) continue;
         const auto column = static_cast<int32_t>(i) + 1;
@@ -132,6 +137,8 @@ CCsvRecords::Kind CCsvRecords::JudgeWords(const CsvRow& row, const Parsed& parse
         balance = payee;
     } else if (payee.empty() && SaysBalance(memo)) {
         balance = memo;
+    } else if (SaysBalance(parsed.dateText)) {
+        balance = parsed.dateText;
     } else if (!parsed.hasDate) {
         const auto says = std::find_if(row.cells.begin(), row.cells.end(), SaysBalance);
         if (says != row.cells.end()) balance = *says;

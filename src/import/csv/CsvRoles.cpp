@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "import/csv/CsvCells.h"
+#include "import/text/CurrencyNames.h"
 
 namespace quillon {
 
@@ -36,6 +37,22 @@ int RankOfAmount(CsvWord word) {
         default:
             return 3;
     }
+}
+
+// The code among the words of a heading, in capitals; empty: none.
+std::string CurrencyIn(std::string_view heading) {
+    const std::string words = UpperAscii(PlainWords(heading));
+    for (size_t at = 0; at < words.size();) {
+        const size_t end = std::min(words.find(' ', at), words.size());
+        const std::string word = words.substr(at, end - at);
+        if (IsCurrencyCode(word)) return word;
+        at = end + 1;
+    }
+    return {};
+}
+
+bool NamesCurrency(std::string_view heading, const std::string& currency) {
+    return !currency.empty() && CurrencyIn(heading) == currency;
 }
 
 // A digit that ends a heading, as in "Purpose 3", goes.
@@ -205,13 +222,18 @@ bool CCsvRoles::TakeSides() {
 int32_t CCsvRoles::BestAmount(const Columns& candidates) const {
     int32_t best = 0;
     double bestShare = -1.0;
+    const int32_t balance = m_shape.map[Field::Balance];
+    std::string currency = m_sample.DeclaredCurrency();
+    if (currency.empty() && balance != 0) currency = CurrencyIn(At(balance).heading);
     for (const int32_t column : candidates) {
         CsvShape shape = m_shape;
         shape.map[Field::Amount] = column;
         const double share = shape.map[Field::Balance] != 0 ? Share(shape) : 0.0;
-        const bool isBetter =
-            best == 0 || share > bestShare ||
-            (share == bestShare && RankOfAmount(At(column).word) < RankOfAmount(At(best).word));
+        const auto rank = [&](int32_t c) {
+            return RankOfAmount(At(c).word) * 2 - NamesCurrency(At(c).heading, currency);
+        };
+        const bool isBetter = best == 0 || share > bestShare ||
+                              (share == bestShare && rank(column) < rank(best));
         if (!isBetter) continue;
         best = column;
         bestShare = share;

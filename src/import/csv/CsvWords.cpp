@@ -53,7 +53,7 @@ constexpr HeadingWords kHeadings[] = {
      "to from|paid to|comercio|commercant|esercente"},
     {CsvWord::Description,
      "description|descriptions|narrative|details of transaction|transaction details|particulars|"
-     "verwendungszweck|buchungstext|umsatztext|beschreibung|libelle|designation|concepto|"
+     "verwendungszweck|umsatztext|beschreibung|libelle|designation|concepto|"
      "descripcion|descricao|historico|descrizione|causale|omschrijving|beskrivelse|tekst|"
      "beskrivning|selitys|selgitus|popis|polozka|opis|opis operacji|tytul|leiras|摘要|内容|"
      "お取引内容|取引内容|transaction |text |merchant description"},
@@ -66,7 +66,7 @@ constexpr HeadingWords kHeadings[] = {
      "remittance|purpose|original description|extended details|labels"},
     {CsvWord::Type,
      " type | type|transaction type|transaktionstyp|transaktionsart|umsatzart|buchungsart|"
-     "type d operation|type de transaction|nature|tipo | tipo|tipo de|mutatiesoort|soort|"
+     "type d operation|type de transaction|nature|buchungstext|vorgang|tipo | tipo|tipo de|mutatiesoort|soort|"
      "typ transakce|typ operace|typ pohybu|typ transakcji|rodzaj|tipusa|tapahtuma|"
      "tapahtumalaji|transaktionstype|transaksjonstype|typ |種別|取引種類|product|produit"},
     {CsvWord::Amount,
@@ -74,7 +74,8 @@ constexpr HeadingWords kHeadings[] = {
      "valor |importo|bedrag|belopp|belob|belop|maara|summa|castka|objem|kwota|osszeg|osszege|金額|"
      "取引金額|amt "},
     {CsvWord::NetAmount,
-     " net | net amount|amount net|netto|net total|montant net|importe neto|valor liquido|"
+     " net | net amount|amount net|billing amount|billed amount|account amount|"
+     "amount in account currency|settlement amount|netto|net total|montant net|importe neto|valor liquido|"
      "importo netto|netto bedrag|nettobetrag"},
     {CsvWord::GrossAmount, " gross |gross amount|brutto|bruttobetrag|montant brut|importe bruto|"
                            "valor bruto|importo lordo|bruto"},
