@@ -34,6 +34,21 @@ std::string_view WithoutIdeographs(std::string_view text, char* buffer) {
     return {buffer, size};
 }
 
+// Told cheaply: most cells are none.
+bool CouldBeDate(std::string_view cell) {
+    const char first = cell.front();
+    if (!IsDigit(first) && !IsLetter(first) && first != '\'') return false;
+    int digits = 0;
+    int separators = 0;
+    bool hasLetter = false;
+    for (const char c : cell) {
+        digits += IsDigit(c);
+        separators += c == '/' || c == '-' || c == '.' || c == '\'';
+        hasLetter = hasLetter || IsLetter(c);
+    }
+    return digits >= 2 && (separators >= 2 || hasLetter || digits >= 8);
+}
+
 bool IsDateInAnyOrder(const DateParts& parts) {
     return ReadDate(parts, DateOrder::DayMonthYear) || ReadDate(parts, DateOrder::MonthDayYear) ||
            ReadDate(parts, DateOrder::YearMonthDay);
@@ -68,8 +83,7 @@ double ReadSide(std::string_view cell, bool isNegative, const CsvShape& shape, C
 bool SplitCsvDate(std::string_view cell, DateParts& parts) {
     constexpr size_t kShortest = 5;
     if (cell.size() < kShortest || cell.size() > kLongestDate) return false;
-    if (!IsDigit(cell.front()) && !IsLetter(cell.front()) && cell.front() != '\'') return false;
-    if (std::count_if(cell.begin(), cell.end(), IsDigit) < 2) return false;
+    if (!CouldBeDate(cell)) return false;
     char buffer[kLongestDate];
     cell = WithoutIdeographs(cell, buffer);
     if (cell.front() == '\'') cell.remove_prefix(1);

@@ -60,7 +60,8 @@ CCsvSample::CCsvSample(std::string_view text, char delimiter, const CsvRequest& 
             m_rows.pop_back();
             continue;
         }
-        m_dated += IsDated(row);
+        m_isDated.push_back(IsDated(row));
+        m_dated += m_isDated.back();
         const size_t width = std::min(row.cells.size(), kMostColumns);
         if (m_datesAt.size() < width) {
             m_datesAt.resize(width);
@@ -127,8 +128,8 @@ void CCsvSample::FindTable() {
 
 void CCsvSample::FindFirstRow() {
     std::map<size_t, int64_t> widths;
-    for (const CsvRow& row : m_rows) {
-        if (IsDated(row)) ++widths[std::min(row.cells.size(), kMostColumns)];
+    for (size_t i = 0; i < m_rows.size(); ++i) {
+        if (m_isDated[i]) ++widths[std::min(m_rows[i].cells.size(), kMostColumns)];
     }
     const auto usual =
         std::max_element(widths.begin(), widths.end(), [](const auto& a, const auto& b) {
@@ -136,16 +137,17 @@ void CCsvSample::FindFirstRow() {
         });
     m_columns.resize(usual == widths.end() ? 1 : usual->first);
     for (m_first = 0; m_first < m_rows.size(); ++m_first) {
-        if (IsInTable(m_rows[m_first])) break;
+        if (IsInTable(m_first)) break;
     }
     m_first = std::min(m_first, m_rows.size() - 1);
 }
 
-bool CCsvSample::IsInTable(const CsvRow& row) const {
+bool CCsvSample::IsInTable(size_t index) const {
+    const CsvRow& row = m_rows[index];
     // Text in front of the table may have a date and a number as well; and in a row that is
     // too long nothing need stand where it belongs.
     return row.cells.size() * 2 > m_columns.size() && row.IsBlankFrom(m_columns.size()) &&
-           IsDated(row);
+           m_isDated[index];
 }
 
 // Texts in at least two columns and no date or amount in any.
@@ -217,29 +219,35 @@ void CCsvSample::Count(std::string_view cell, CsvColumn& column) {
     column.values.insert(cell);
     DateParts parts;
     const CsvNumber number = LookAtNumber(cell);
+    if (number.isAmount) {
+        ++column.amounts;
+        column.marked += number.hasMark;
+        column.negatives += number.isNegative;
+        column.zeros += number.isZero;
+    } else if (SplitCsvDate(cell, parts)) {
+        ++column.dates;
+    } else {
+        CountText(cell, column);
+    }
+}
+
+void CCsvSample::CountText(std::string_view cell, CsvColumn& column) {
+    constexpr size_t kShown = 60;
     const CsvSide side = SideOfWord(cell);
     column.outs += side == CsvSide::Out;
     column.ins += side == CsvSide::In;
     column.states += SaysPending(cell) || SaysVoid(cell);
     column.currencies += IsCurrencyCode(cell);
-    if (SplitCsvDate(cell, parts)) {
-        ++column.dates;
-    } else if (number.isAmount) {
-        ++column.amounts;
-        column.marked += number.hasMark;
-        column.negatives += number.isNegative;
-        column.zeros += number.isZero;
-    } else if (HasLetter(cell)) {
-        ++column.texts;
-        column.blanks += Contains(cell, " ");
-        column.length += static_cast<int64_t>(CutUtf8(cell, 60).size());
-    }
+    if (!HasLetter(cell)) return;
+    ++column.texts;
+    column.blanks += Contains(cell, " ");
+    column.length += static_cast<int64_t>(CutUtf8(cell, kShown).size());
 }
 
 void CCsvSample::CountColumns() {
     for (size_t i = m_first; i < m_rows.size(); ++i) {
         const CsvRow& row = m_rows[i];
-        if (!IsInTable(row)) continue;
+        if (!IsInTable(i)) continue;
         m_table.push_back(&row);
         const size_t width = std::min(row.cells.size(), m_columns.size());
         for (size_t c = 0; c < width; ++c) Count(row.cells[c], m_columns[c]);

@@ -47,7 +47,7 @@ struct CsvColumn {
 //   Ownership  Borrows the text. Keeps its rows; not to be copied.
 class CCsvSample {
 public:
-    static constexpr size_t kRows = 1000;  // enough of them to tell the columns
+    static constexpr size_t kRows = 500;  // enough of them to tell the columns
 
     CCsvSample(std::string_view text, char delimiter, const CsvRequest& request, size_t rows);
     CCsvSample(const CCsvSample&) = delete;
@@ -84,17 +84,19 @@ private:
         size_t words = 0;  // known ones
     };
     bool IsDated(const CsvRow& row) const;
-    bool IsInTable(const CsvRow& row) const;
+    bool IsInTable(size_t row) const;
     bool CouldBeHeading(const CsvRow& row) const;
     void FindFirstRow();
     void FindHeading();
     void TakeHeading(size_t row);
     void CountColumns();
-    void Count(std::string_view cell, CsvColumn& column);
+    static void Count(std::string_view cell, CsvColumn& column);
+    static void CountText(std::string_view cell, CsvColumn& column);
 
     char m_delimiter;
     const CsvRequest& m_request;
     std::deque<CsvRow> m_rows;
+    std::vector<bool> m_isDated;     // by row
     std::vector<int64_t> m_datesAt;  // by column
     std::vector<int64_t> m_amountsAt;
     std::vector<int64_t> m_markedAt;

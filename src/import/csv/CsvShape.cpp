@@ -22,7 +22,7 @@ constexpr std::string_view kFieldNames[kCsvFields] = {
     "date", "payee", "amount", "debit", "credit", "sign", "memo", "category", "check", "id",
     "balance"};
 constexpr char kDelimiters[] = {',', ';', '\t', '|'};
-constexpr size_t kFewRows = 200;  // enough to tell a delimiter
+constexpr size_t kFewRows = 100;  // enough to tell a delimiter
 
 // The words of English headings for dates and money.
 bool IsEnglish(std::string_view heading) {
@@ -109,7 +109,8 @@ private:
     static void AddDate(const CsvRow& row, int32_t column, CDateInference& dates) {
         DateParts parts;
         const std::string_view cell = row.Cell(column);
-        if (!SplitCsvDate(cell, parts)) return;
+        const bool isPlain = cell.size() <= 10 && !cell.empty() && IsDigit(cell.back());
+        if (!isPlain && !SplitCsvDate(cell, parts)) return;
         dates.Add(cell.ends_with('.') ? cell.substr(0, cell.size() - 1) : cell, row.line);
     }
 

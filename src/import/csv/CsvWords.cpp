@@ -108,7 +108,7 @@ constexpr HeadingWords kHeadings[] = {
      "kennzeichen|s h |strana uctu|obciazenie uznanie|kiadas|bevetel kiadas|入出金区分|"
      "credit debit indicator|debit credit indicator|transaction direction"},
     {CsvWord::Balance,
-     "balance|running balance|saldo|kontostand|solde|saldo na|zustatek|egyenleg|残高|"
+     "balance|running balance|running bal|saldo|kontostand|solde|saldo na|zustatek|egyenleg|残高|"
      "差引残高|running total|jaak|saldo disponible|saldo contabile|balance after|saldo po"},
     {CsvWord::Currency,
      "currency| ccy |wahrung|devise|monnaie|monn |moneda|divisa|moeda|valuta code|munt|"
@@ -228,13 +228,20 @@ void AppendPlain(std::string& plain, std::string_view character, char32_t code) 
     }
 }
 
-// "Total EUR" is a total.
-std::string WithoutCurrency(std::string words) {
-    const size_t last = words.rfind(' ');
-    if (last != std::string::npos && IsCurrencyCode(std::string_view(words).substr(last + 1))) {
+// "Total EUR" is a total, and "Opening balance as of 1 May" an opening balance.
+std::string WithoutTail(std::string words) {
+    constexpr std::string_view kSmall =
+        "|as|of|on|at|from|to|for|the|per|am|vom|zum|den|bis|au|du|le|a|al|del|el|em|de|di|op|van|"
+        "na|ke|dne|z|dnia|dzien|den|pr|";
+    for (;;) {
+        const size_t last = words.rfind(' ');
+        if (last == std::string::npos) return words;
+        const std::string word = words.substr(last + 1);
+        const bool isSmall = Contains(kSmall, "|" + word + "|") || IsCurrencyCode(word) ||
+                             MonthFromName(word) != 0;
+        if (!isSmall) return words;
         words.resize(last);
     }
-    return words;
 }
 
 }  // namespace
@@ -301,7 +308,7 @@ bool SaysVoid(std::string_view cell) {
 bool SaysBalance(std::string_view cell) {
     constexpr size_t kLongest = 48;
     if (cell.empty() || cell.size() > kLongest) return false;
-    return IsListed(kBalances, WithoutCurrency(PlainWords(cell)));
+    return IsListed(kBalances, WithoutTail(PlainWords(cell)));
 }
 
 bool SaysPaymentOrCredit(std::string_view text) {
