@@ -68,8 +68,7 @@ std::string ShownDelimiter(const ImportValue& value) {
 
 std::string ShownColumn(const char* what, const ImportValue& column) {
     const int64_t number = std::get<int64_t>(column);
-    return std::string(what) +
-           (number == 0 ? " in none" : " in column " + std::to_string(number));
+    return std::string(what) + (number == 0 ? " in none" : " in column " + std::to_string(number));
 }
 
 // "Tried: ',' (3 rows, 5 columns, dates in column 1, amounts in none)"

@@ -89,8 +89,8 @@ TEST_F(CsvCommand, SaysWhatIsWrong) {
         {"--map memo=9", 1, "Its rows have no such column as was asked for."},
     };
     for (const auto& row : rows) {
-        const CliRun run = Run(CommandWords("import csv giro.csv --account Savings") +
-                               CommandWords(row.words));
+        const CliRun run =
+            Run(CommandWords("import csv giro.csv --account Savings") + CommandWords(row.words));
         EXPECT_EQ(run.status, row.status) << row.words;
         EXPECT_NE(run.err.find(row.message), std::string::npos) << run.err;
     }
@@ -103,8 +103,9 @@ TEST_F(CsvCommand, SaysWhatIsWrong) {
 }
 
 TEST_F(CsvCommand, ReadsWhatExportWrites) {
-    Json("transaction add Visa --type charge --date 2024-02-13 --amount 1234.5 --payee "
-         "'Smith, \"Joe\"' --category Travel --memo 'a memo'");
+    Json(
+        "transaction add Visa --type charge --date 2024-02-13 --amount 1234.5 --payee "
+        "'Smith, \"Joe\"' --category Travel --memo 'a memo'");
     Json("transaction add Visa --type payment --date 2024-02-14 --amount 20 --payee Me");
     Json("export csv Visa visa.csv");
     Json("account add Copy --type credit");

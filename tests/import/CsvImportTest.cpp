@@ -278,29 +278,48 @@ TEST_F(CsvImport, WhatIsLeftOutOrOddIsTold) {
          {"2024-01-31 -1 \"A", "2024-02-01 -2 B"},
          {{2, Code::QuoteNotClosed}}},
         {"text above and below",
-         "Kontoauszug;Januar\nDatum;Text;Betrag\n31.01.2024;A;-1,00\nalle Angaben ohne Gew\u00E4hr\n",
+         "Kontoauszug;Januar\nDatum;Text;Betrag\n31.01.2024;A;-1,00\nalle Angaben ohne "
+         "Gew\u00E4hr\n",
          1,
          {"2024-01-31 -1 A"},
          {{4, Code::RowOfText}}},
-        {"neither sign nor word", "Date,Payee,Amount\n01/31/2024,A,1.00\n", 1,
-         {"2024-01-31 1 A"}, {{0, Code::SignsUnknown}}},
-        {"a tie of a card", "Date,Payee,Amount\n01/31/2024,A,1.00\n02/01/2024,B,-1.00\n", 2,
-         {"2024-01-31 1 A", "2024-02-01 -1 B"}, {{0, Code::SignsUnknown}}, AccountType::Credit},
-        {"both sides in one row", "Date,Payee,Debit,Credit\n01/31/2024,A,5.00,2.00\n", 1,
-         {"2024-01-31 -3 A"}, {{2, Code::RowOfBothSides}}},
+        {"neither sign nor word",
+         "Date,Payee,Amount\n01/31/2024,A,1.00\n",
+         1,
+         {"2024-01-31 1 A"},
+         {{0, Code::SignsUnknown}}},
+        {"a tie of a card",
+         "Date,Payee,Amount\n01/31/2024,A,1.00\n02/01/2024,B,-1.00\n",
+         2,
+         {"2024-01-31 1 A", "2024-02-01 -1 B"},
+         {{0, Code::SignsUnknown}},
+         AccountType::Credit},
+        {"both sides in one row",
+         "Date,Payee,Debit,Credit\n01/31/2024,A,5.00,2.00\n",
+         1,
+         {"2024-01-31 -3 A"},
+         {{2, Code::RowOfBothSides}}},
         {"day first by a comma or another language",
-         "Date;Libell\u00E9;Montant\n01/02/2024;A;-1,50\n", 1, {"2024-02-01 -1.5 A"},
+         "Date;Libell\u00E9;Montant\n01/02/2024;A;-1,50\n",
+         1,
+         {"2024-02-01 -1.5 A"},
          {{0, Code::DatesUndecidedDayFirst, {"01/02/2024", 2}}}},
-        {"month first by English", "Date,Description,Amount\n01/02/2024,A,-1.50\n", 1,
-         {"2024-01-02 -1.5 A"}, {{0, Code::DatesUndecided, {"01/02/2024", 2}}}},
+        {"month first by English",
+         "Date,Description,Amount\n01/02/2024,A,-1.50\n",
+         1,
+         {"2024-01-02 -1.5 A"},
+         {{0, Code::DatesUndecided, {"01/02/2024", 2}}}},
         {"whole thousands with points",
-         "Datum;Text;Betrag\n31.01.2024;A;-1.500\n01.02.2024;B;2.000\n", 2,
+         "Datum;Text;Betrag\n31.01.2024;A;-1.500\n01.02.2024;B;2.000\n",
+         2,
          {"2024-01-31 -1500 A", "2024-02-01 2000 B"},
          {{0, Code::MarksUndecided, {2, "-1.500", 2}}}},
         {"an identifier said twice",
          "Date,Payee,Amount,Transaction ID\n01/31/2024,A,-1.00,AB-100\n"
-         "01/31/2024,A,-1.00,AB-101\n02/01/2024,B,-2.00,AB-102\n", 3,
-         {"2024-01-31 -1 A", "2024-01-31 -1 A", "2024-02-01 -2 B"}, {}},
+         "01/31/2024,A,-1.00,AB-101\n02/01/2024,B,-2.00,AB-102\n",
+         3,
+         {"2024-01-31 -1 A", "2024-01-31 -1 A", "2024-02-01 -2 B"},
+         {}},
     };
     for (const Told& row : rows) {
         SCOPED_TRACE(row.name);
@@ -388,8 +407,7 @@ TEST_F(CsvImport, WhatIsAskedForGoesBefore) {
     const CsvProfile profile = ProfileOf("mine", m_finding, m_request);
     StartAnew(AccountType::Checking);
     m_profiles = {{"other", "date|amount", {}}, profile};
-    const ImportResult result =
-        ImportText("Title\nDate;Payee;Amount;Note\n03/02/2024;B;2,25;M\n");
+    const ImportResult result = ImportText("Title\nDate;Payee;Amount;Note\n03/02/2024;B;2,25;M\n");
     EXPECT_EQ(Register(), Lines{"2024-02-03 -2.25 M (B)"});
     ExpectNoted(result.notes, {0, Code::ProfileUsed, {"mine"}});
     StartAnew(AccountType::Checking);
@@ -399,8 +417,9 @@ TEST_F(CsvImport, WhatIsAskedForGoesBefore) {
 }
 
 TEST_F(CsvImport, AccountsOfAFileAreToldApart) {
-    const std::string text = "Date,Payee,Amount,Account Name\n2024-01-01,A,-1.00,One\n"
-                             "2024-01-02,B,-2.00,Two\n2024-01-03,C,-3.00,One\n";
+    const std::string text =
+        "Date,Payee,Amount,Account Name\n2024-01-01,A,-1.00,One\n"
+        "2024-01-02,B,-2.00,Two\n2024-01-03,C,-3.00,One\n";
     const ImportResult all = ImportText(text);
     EXPECT_EQ(all.imported, 3);
     ASSERT_EQ(all.sources.size(), 2u);

@@ -133,8 +133,7 @@ void ImportCsv(CCommandContext& context, const CsvCommandOptions& given) {
     kind.describe = [&] { return Description(manager->Finding()); };
     kind.whenRead = [&] {
         if (given.saveProfile.empty()) return;
-        const CsvProfile profile =
-            ProfileOf(given.saveProfile, manager->Finding(), request);
+        const CsvProfile profile = ProfileOf(given.saveProfile, manager->Finding(), request);
         if (!WriteCsvProfile(context.Settings(), profile)) {
             throw CFailure("The profile " + Quoted(given.saveProfile) +
                            " cannot be kept: the settings file takes no such name, or cannot be "
@@ -180,9 +179,7 @@ Command CsvImportCommand() {
              {.name = "--date-order",
               .help = "Order of day, month and year",
               .choices = {"mdy", "dmy", "ymd"}},
-             {.name = "--decimal",
-              .help = "Mark of the decimals",
-              .choices = {"point", "comma"}},
+             {.name = "--decimal", .help = "Mark of the decimals", .choices = {"point", "comma"}},
              {.name = "--invert",
               .help = "Amounts written positive go out",
               .kind = OptionKind::Flag},
@@ -197,8 +194,9 @@ Command CsvImportCommand() {
               .help = "summed: one note for many lines of one cause; all: every one",
               .choices = {"summed", "all"},
               .standard = "summed"}},
-        .run = [](CCommandContext& context,
-                  const Arguments& given) { ImportCsv(context, OptionsOf(given)); }};
+        .run = [](CCommandContext& context, const Arguments& given) {
+            ImportCsv(context, OptionsOf(given));
+        }};
 }
 
 }  // namespace quillon

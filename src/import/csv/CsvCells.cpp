@@ -120,6 +120,9 @@ CsvNumber LookAtNumber(std::string_view cell) {
     if (hasCode || digits > kMostDigits) return look;
     DateParts parts;
     if (SplitCsvDate(cell, parts)) return look;
+    // "31.02.2024" groups nothing.
+    const bool isSingle = number.find_first_of(".,") == number.find_last_of(".,");
+    if (!isSingle && EvidenceOfNumber(number) == AmountEvidence::None) return look;
     look.isAmount = true;
     look.isNegative = cleaned.negative;
     look.isZero = number.find_first_of("123456789") == std::string_view::npos;
@@ -138,10 +141,10 @@ CsvMoney ReadCsvMoney(const CsvRow& row, const CsvShape& shape) {
             money.amount = -std::fabs(money.amount);
         }
     } else {
-        const double out = ReadSide(row.Cell(shape.map[CsvField::Debit]), shape.debitIsNegative,
-                                    shape, money);
-        const double in = ReadSide(row.Cell(shape.map[CsvField::Credit]), shape.creditIsNegative,
-                                   shape, money);
+        const double out =
+            ReadSide(row.Cell(shape.map[CsvField::Debit]), shape.debitIsNegative, shape, money);
+        const double in =
+            ReadSide(row.Cell(shape.map[CsvField::Credit]), shape.creditIsNegative, shape, money);
         money.bothSides = out != 0.0 && in != 0.0;
         money.amount = in - out;
     }

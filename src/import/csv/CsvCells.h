@@ -30,11 +30,11 @@ CsvNumber LookAtNumber(std::string_view cell);
 
 // The money of a row by the columns and signs of its shape.
 struct CsvMoney {
-    bool isEmpty = true;       // no cell has anything
-    bool bothSides = false;    // debit and credit have something but 0
+    bool isEmpty = true;     // no cell has anything
+    bool bothSides = false;  // debit and credit have something but 0
     AmountReading reading = AmountReading::Failed;
-    std::string_view text;     // the cell that was read, or that could not be
-    double amount = 0.0;       // signed
+    std::string_view text;  // the cell that was read, or that could not be
+    double amount = 0.0;    // signed
 };
 CsvMoney ReadCsvMoney(const CsvRow& row, const CsvShape& shape);
 

@@ -66,8 +66,7 @@ CsvProfile ReadSection(const CSettingsFile& settings, const std::string& section
     request.dateOrder =
         CodeOf(text(settings::kCsvDateOrder),
                {DateOrder::MonthDayYear, DateOrder::DayMonthYear, DateOrder::YearMonthDay});
-    request.decimal =
-        CodeOf(text(settings::kCsvDecimal), {DecimalMark::Point, DecimalMark::Comma});
+    request.decimal = CodeOf(text(settings::kCsvDecimal), {DecimalMark::Point, DecimalMark::Comma});
     const std::string invert = text(settings::kCsvInvert);
     if (!invert.empty()) request.invert = invert == "1";
     const Charset charset = CharsetOfName(text(settings::kCsvCharset));
@@ -91,10 +90,9 @@ std::vector<CsvProfile> ReadCsvProfiles(const CSettingsFile& settings) {
 
 std::optional<CsvProfile> ReadCsvProfile(const CSettingsFile& settings, const std::string& name) {
     std::vector<CsvProfile> profiles = ReadCsvProfiles(settings);
-    const auto found =
-        std::find_if(profiles.begin(), profiles.end(), [&name](const CsvProfile& profile) {
-            return EqualsIgnoringCase(profile.name, name);
-        });
+    const auto found = std::find_if(
+        profiles.begin(), profiles.end(),
+        [&name](const CsvProfile& profile) { return EqualsIgnoringCase(profile.name, name); });
     if (found == profiles.end()) return {};
     return std::move(*found);
 }
@@ -112,7 +110,8 @@ bool WriteCsvProfile(const CSettingsFile& settings, const CsvProfile& profile) {
            write(settings::kCsvHeading, profile.headingWords) &&
            write(settings::kCsvDelimiter,
                  request.delimiter ? DelimiterName(*request.delimiter) : std::string()) &&
-           write(settings::kCsvSkip, request.skip ? std::to_string(*request.skip) : std::string()) &&
+           write(settings::kCsvSkip,
+                 request.skip ? std::to_string(*request.skip) : std::string()) &&
            write(settings::kCsvDateOrder, name(request.dateOrder)) &&
            write(settings::kCsvDecimal, name(request.decimal)) &&
            write(settings::kCsvInvert,

@@ -35,10 +35,10 @@ public:
 private:
     // With the difference of two balances, the second minus the first:
     struct Match {
-        bool second = false;         // it is the second amount
-        bool first = false;          // the first
-        bool minusSecond = false;    // the negative second
-        bool minusFirst = false;     // the negative first
+        bool second = false;       // it is the second amount
+        bool first = false;        // the first
+        bool minusSecond = false;  // the negative second
+        bool minusFirst = false;   // the negative first
     };
     Finding DecideOther() const;
 

@@ -339,8 +339,7 @@ void CCsvRecords::Prove(const CsvRow& row, const ImportRecord& record) {
     if (column == 0) return;
     const std::string_view cell = row.Cell(column);
     double balance = 0.0;
-    if (!record.amountRead ||
-        ReadAmount(cell, m_shape.marks, balance) == AmountReading::Failed) {
+    if (!record.amountRead || ReadAmount(cell, m_shape.marks, balance) == AmountReading::Failed) {
         m_proof.Break();
         return;
     }

@@ -55,25 +55,7 @@ bool NamesCurrency(std::string_view heading, const std::string& currency) {
     return !currency.empty() && CurrencyIn(heading) == currency;
 }
 
-// A digit that ends a heading, as in "Purpose 3", goes.
-std::string StemOf(std::string_view heading) {
-    while (!heading.empty() && (IsDigit(heading.back()) || heading.back() == ' ')) {
-        heading.remove_suffix(1);
-    }
-    return PlainWords(heading);
-}
-
 }  // namespace
-
-template <typename Fits>
-CCsvRoles::Columns CCsvRoles::Find(const Fits& fits) const {
-    Columns found;
-    for (size_t i = 1; i <= m_sample.Width(); ++i) {
-        const auto column = static_cast<int32_t>(i);
-        if (fits(At(column))) found.push_back(column);
-    }
-    return found;
-}
 
 bool CCsvRoles::IsTaken(int32_t column) const {
     const auto& columns = m_shape.map.columns;
@@ -142,8 +124,8 @@ CCsvProof CCsvRoles::Prove(const CsvShape& shape) const {
         }
         DateParts parts;
         const bool isDate = SplitCsvDate(row->Cell(shape.map[Field::Date]), parts);
-        proof.Add({money.amount, balance,
-                   isDate ? ReadDate(parts, m_order).value_or(0) : int64_t{0}});
+        proof.Add(
+            {money.amount, balance, isDate ? ReadDate(parts, m_order).value_or(0) : int64_t{0}});
     }
     return proof;
 }
@@ -170,9 +152,8 @@ void CCsvRoles::ChooseMoney() {
         }
         return;
     }
-    Columns named = Find([](const CsvColumn& column) {
-        return RankOfAmount(column.word) < 3 && column.IsAmount();
-    });
+    Columns named = Find(
+        [](const CsvColumn& column) { return RankOfAmount(column.word) < 3 && column.IsAmount(); });
     std::erase(named, m_shape.map[Field::Balance]);
     const int32_t best = BestAmount(named);
     const bool isSigned = best != 0 && At(best).negatives > 0;
@@ -181,9 +162,8 @@ void CCsvRoles::ChooseMoney() {
         m_shape.map[Field::Amount] = best;
         return;
     }
-    Columns unknown = Find([](const CsvColumn& column) {
-        return column.word == CsvWord::None && column.IsAmount();
-    });
+    Columns unknown = Find(
+        [](const CsvColumn& column) { return column.word == CsvWord::None && column.IsAmount(); });
     std::erase(unknown, m_shape.map[Field::Balance]);
     if (unknown.empty()) {
         unknown = Find([](const CsvColumn& column) {
@@ -232,8 +212,8 @@ int32_t CCsvRoles::BestAmount(const Columns& candidates) const {
         const auto rank = [&](int32_t c) {
             return RankOfAmount(At(c).word) * 2 - NamesCurrency(At(c).heading, currency);
         };
-        const bool isBetter = best == 0 || share > bestShare ||
-                              (share == bestShare && rank(column) < rank(best));
+        const bool isBetter =
+            best == 0 || share > bestShare || (share == bestShare && rank(column) < rank(best));
         if (!isBetter) continue;
         best = column;
         bestShare = share;
@@ -318,11 +298,10 @@ void CCsvRoles::ChooseMoneyByContents(Columns candidates) {
                                       [this](int32_t column) { return At(column).marked > 0; });
     // Whole numbers beside amounts with cents are something else.
     if (hasMarks) std::erase_if(candidates, [this](int32_t c) { return At(c).marked == 0; });
-    const int64_t most = At(*std::max_element(candidates.begin(), candidates.end(),
-                                              [this](int32_t a, int32_t b) {
-                                                  return At(a).amounts < At(b).amounts;
-                                              }))
-                             .amounts;
+    const int64_t most =
+        At(*std::max_element(candidates.begin(), candidates.end(), [this](int32_t a, int32_t b) {
+            return At(a).amounts < At(b).amounts;
+        })).amounts;
     std::erase_if(candidates, [&](int32_t c) { return At(c).amounts * 2 < most; });
     if (candidates.size() > 1) TakeProvedPair(candidates);
     if (m_shape.map[Field::Amount] != 0) return;
@@ -368,144 +347,15 @@ void CCsvRoles::FindSideSigns() {
 // The one that stands nearest to the amount, behind it rather than in front.
 void CCsvRoles::ChooseCurrency() {
     const Columns found = Find([](const CsvColumn& column) { return column.IsCurrency(); });
-    const int32_t money =
-        std::max(m_shape.map[Field::Amount],
-                 std::max(m_shape.map[Field::Debit], m_shape.map[Field::Credit]));
+    const int32_t money = std::max(m_shape.map[Field::Amount],
+                                   std::max(m_shape.map[Field::Debit], m_shape.map[Field::Credit]));
     const auto distance = [money](int32_t column) {
         return column > money ? (column - money) * 2 - 1 : (money - column) * 2;
     };
-    const auto nearest =
-        std::min_element(found.begin(), found.end(),
-                         [&](int32_t a, int32_t b) { return distance(a) < distance(b); });
+    const auto nearest = std::min_element(found.begin(), found.end(), [&](int32_t a, int32_t b) {
+        return distance(a) < distance(b);
+    });
     m_shape.currency = nearest == found.end() ? 0 : *nearest;
-}
-
-// --- texts
-
-bool CCsvRoles::IsTooMuchTheSame(int32_t column) const {
-    return m_sample.TableRows().size() > 1 && At(column).values.size() < 2 &&
-           At(column).filled == static_cast<int64_t>(m_sample.TableRows().size());
-}
-
-// Where no heading tells: many different texts, long ones, near the amount.
-double CCsvRoles::TextScore(int32_t column) const {
-    const CsvColumn& at = At(column);
-    const auto texts = static_cast<double>(std::max<int64_t>(at.texts, 1));
-    const double different = static_cast<double>(at.values.size()) / texts;
-    const double length = std::min(static_cast<double>(at.length) / texts, 40.0) / 20.0;
-    const double words = static_cast<double>(at.blanks) / texts;
-    const int32_t amount = std::max(m_shape.map[Field::Amount], m_shape.map[Field::Debit]);
-    int32_t nearest = 0;
-    for (int32_t c = 1; c < amount; ++c) {
-        if (!IsTaken(c) && At(c).IsText() && At(c).blanks > 0) nearest = c;
-    }
-    return different + length + words + (column == nearest ? 1.0 : 0.0);
-}
-
-int32_t CCsvRoles::BestText(bool isPayee) const {
-    int32_t best = 0;
-    double bestScore = 0.0;
-    const Columns found = Find([](const CsvColumn& column) {
-        return column.word == CsvWord::None && column.IsText();
-    });
-    for (const int32_t column : found) {
-        if (IsTaken(column) || IsTooMuchTheSame(column)) continue;
-        // A code of letters and digits is nobody's name.
-        if (!isPayee && At(column).blanks == 0) continue;
-        const double score = TextScore(column);
-        if (score <= bestScore) continue;
-        best = column;
-        bestScore = score;
-    }
-    return best;
-}
-
-void CCsvRoles::ChoosePayee() {
-    if (IsAsked(Field::Payee)) return;
-    for (const CsvWord word : {CsvWord::Payee, CsvWord::Description, CsvWord::Memo}) {
-        const Columns found =
-            Find([word](const CsvColumn& column) { return column.word == word && column.texts > 0; });
-        int32_t best = 0;
-        for (const int32_t column : found) {
-            if (IsTaken(column) || IsTooMuchTheSame(column)) continue;
-            // Of a payer and a receiver one is the account's owner.
-            const bool isBetter = best == 0 || (word == CsvWord::Payee &&
-                                                At(column).values.size() > At(best).values.size());
-            if (isBetter) best = column;
-        }
-        if (best == 0) continue;
-        m_shape.map[Field::Payee] = best;
-        return;
-    }
-    m_shape.map[Field::Payee] = BestText(true);
-    if (m_shape.map[Field::Payee] != 0) return;
-    const Columns types = Find([](const CsvColumn& column) {
-        return column.word == CsvWord::Type && column.texts > 0;
-    });
-    for (const int32_t column : types) {
-        if (!IsTaken(column) && !IsTooMuchTheSame(column)) m_shape.map[Field::Payee] = column;
-    }
-}
-
-int32_t CCsvRoles::NamedMemo(bool mayBeTheSame) const {
-    for (const CsvWord word : {CsvWord::Memo, CsvWord::Description, CsvWord::Payee}) {
-        const Columns found =
-            Find([word](const CsvColumn& column) { return column.word == word && column.texts > 0; });
-        for (const int32_t column : found) {
-            if (!IsTaken(column) && (mayBeTheSame || !IsTooMuchTheSame(column))) return column;
-        }
-    }
-    return 0;
-}
-
-void CCsvRoles::ChooseMemo() {
-    if (!IsAsked(Field::Memo)) {
-        m_shape.map[Field::Memo] = NamedMemo(false);
-        if (m_shape.map[Field::Memo] == 0) m_shape.map[Field::Memo] = BestText(false);
-        // What is the same in every row is better than nothing.
-        if (m_shape.map[Field::Memo] == 0) m_shape.map[Field::Memo] = NamedMemo(true);
-    }
-    const int32_t memo = m_shape.map[Field::Memo];
-    if (memo == 0 || static_cast<size_t>(memo) > m_sample.Width()) return;
-    const std::string stem = StemOf(At(memo).heading);
-    if (stem.empty()) return;
-    for (size_t i = static_cast<size_t>(memo) + 1; i <= m_sample.Width(); ++i) {
-        const auto column = static_cast<int32_t>(i);
-        if (IsTaken(column) || StemOf(At(column).heading) != stem) continue;
-        m_shape.memoMore.push_back(column);
-    }
-}
-
-// Each row has one, and no two rows the same. Short numbers count the rows of a file, and
-// the next file counts from 1 again.
-bool CCsvRoles::IsIdentifier(int32_t column) const {
-    constexpr size_t kShort = 5;
-    const auto rows = static_cast<int64_t>(m_sample.TableRows().size());
-    const CsvColumn& at = At(column);
-    return at.filled == rows && static_cast<int64_t>(at.values.size()) == rows &&
-           std::any_of(at.values.begin(), at.values.end(), [](std::string_view value) {
-               return value.size() >= kShort || !IsDigits(value);
-           });
-}
-
-void CCsvRoles::ChooseRest() {
-    const auto first = [this](CsvWord word, const auto& fits) {
-        const Columns found = Find([&](const CsvColumn& column) { return column.word == word; });
-        for (const int32_t column : found) {
-            if (!IsTaken(column) && fits(column)) return column;
-        }
-        return 0;
-    };
-    Set(Field::Category, first(CsvWord::Category, [this](int32_t c) { return At(c).texts > 0; }));
-    Set(Field::Check, first(CsvWord::Check, [this](int32_t c) { return At(c).amounts > 0; }));
-    Set(Field::Id, first(CsvWord::Id, [this](int32_t c) { return IsIdentifier(c); }));
-    m_shape.account = first(CsvWord::OwnAccount, [this](int32_t c) {
-        const CsvColumn& at = At(c);
-        const size_t rows = m_sample.TableRows().size();
-        constexpr size_t kMostAccounts = 20;
-        return at.filled == static_cast<int64_t>(rows) && at.values.size() > 1 &&
-               at.values.size() < rows && at.values.size() <= kMostAccounts;
-    });
 }
 
 void CCsvRoles::ChooseOthers(DateOrder order) {
@@ -516,9 +366,9 @@ void CCsvRoles::ChooseOthers(DateOrder order) {
     FindSideSigns();
     ChooseCurrency();
     const Columns states = Find([](const CsvColumn& column) {
-        return column.word == CsvWord::Status || (column.states > 0 && column.texts > 0 &&
-                                                  column.word != CsvWord::Payee &&
-                                                  column.word != CsvWord::Description);
+        return column.word == CsvWord::Status ||
+               (column.states > 0 && column.texts > 0 && column.word != CsvWord::Payee &&
+                column.word != CsvWord::Description);
     });
     for (const int32_t column : states) {
         if (IsTaken(column) || At(column).texts == 0) continue;

@@ -33,7 +33,14 @@ private:
     using Columns = std::vector<int32_t>;
 
     template <typename Fits>
-    Columns Find(const Fits& fits) const;
+    Columns Find(const Fits& fits) const {
+        Columns found;
+        for (size_t i = 1; i <= m_sample.Width(); ++i) {
+            const auto column = static_cast<int32_t>(i);
+            if (fits(At(column))) found.push_back(column);
+        }
+        return found;
+    }
     const CsvColumn& At(int32_t column) const { return m_sample.Column(column); }
     bool IsAsked(CsvField field) const { return m_request[field].has_value(); }
     bool IsTaken(int32_t column) const;

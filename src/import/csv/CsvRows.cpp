@@ -118,8 +118,8 @@ char DeclaredDelimiter(std::string_view text) {
     if (text.starts_with('"')) text.remove_prefix(1);
     if (!EqualIgnoringAsciiCase(text.substr(0, kWord.size()), kWord)) return 0;
     const std::string_view rest = text.substr(kWord.size());
-    const bool ends = rest.size() == 1 || (rest.size() > 1 && (rest[1] == '\n' || rest[1] == '\r' ||
-                                                               rest[1] == '"'));
+    const bool ends = rest.size() == 1 ||
+                      (rest.size() > 1 && (rest[1] == '\n' || rest[1] == '\r' || rest[1] == '"'));
     return ends ? rest.front() : '\0';
 }
 

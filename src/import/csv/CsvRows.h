@@ -57,8 +57,8 @@ private:
     std::string_view m_text;
     char m_delimiter;
     size_t m_at = 0;
-    size_t m_lineEnd = 0;      // of the line that m_at is in
-    size_t m_openUntil = 0;    // no quotation mark closes a cell in front of it
+    size_t m_lineEnd = 0;    // of the line that m_at is in
+    size_t m_openUntil = 0;  // no quotation mark closes a cell in front of it
     int64_t m_line = 1;
 };
 

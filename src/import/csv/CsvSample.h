@@ -27,10 +27,10 @@ struct CsvColumn {
     int64_t currencies = 0;
     int64_t outs = 0;  // words that tell which way the money goes
     int64_t ins = 0;
-    int64_t states = 0;  // words such as "pending"
-    int64_t texts = 0;   // with a letter, and none of the others
-    int64_t blanks = 0;  // texts of several words
-    int64_t length = 0;  // bytes of all texts
+    int64_t states = 0;                           // words such as "pending"
+    int64_t texts = 0;                            // with a letter, and none of the others
+    int64_t blanks = 0;                           // texts of several words
+    int64_t length = 0;                           // bytes of all texts
     std::unordered_set<std::string_view> values;  // different ones
 
     bool IsDate() const { return dates > 0 && dates * 2 >= filled; }

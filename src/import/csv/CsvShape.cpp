@@ -18,9 +18,9 @@ namespace {
 
 using Field = CsvField;
 
-constexpr std::string_view kFieldNames[kCsvFields] = {
-    "date", "payee", "amount", "debit", "credit", "sign", "memo", "category", "check", "id",
-    "balance"};
+constexpr std::string_view kFieldNames[kCsvFields] = {"date",   "payee", "amount", "debit",
+                                                      "credit", "sign",  "memo",   "category",
+                                                      "check",  "id",    "balance"};
 constexpr char kDelimiters[] = {',', ';', '\t', '|'};
 constexpr size_t kFewRows = 100;  // enough to tell a delimiter
 
@@ -144,9 +144,9 @@ void TakeCurrency(const CCsvSample& sample, CsvShape& shape, CImportNotes& notes
         }
     }
     if (counts.empty()) return;
-    const auto most = std::max_element(counts.begin(), counts.end(), [](const auto& a, const auto& b) {
-        return a.second < b.second;
-    });
+    const auto most =
+        std::max_element(counts.begin(), counts.end(),
+                         [](const auto& a, const auto& b) { return a.second < b.second; });
     shape.accountCurrency = most->first;
     const std::string declared = sample.DeclaredCurrency();
     for (const auto& [currency, count] : counts) {

@@ -85,12 +85,12 @@ struct CsvShape {
     int32_t currency = 0;
     std::string accountCurrency;  // empty: no row says
     int32_t status = 0;
-    int32_t account = 0;  // whose row it is, where there are several
-    bool invert = false;  // amounts that are written positive go out
+    int32_t account = 0;            // whose row it is, where there are several
+    bool invert = false;            // amounts that are written positive go out
     bool debitIsNegative = false;   // money out is written negative in the debit column
     bool creditIsNegative = false;  // and money in in the credit column
     CsvDirection direction = CsvDirection::None;  // as far as was looked
-    bool balanceIsOwed = false;  // positive is a card's debt
+    bool balanceIsOwed = false;                   // positive is a card's debt
     AmountMarks marks;
 
     // The last column that anything is read from.
@@ -119,10 +119,10 @@ struct CsvKnownHeading {
 
 enum class CsvFailure : uint8_t {
     None,
-    NoRows,         // none with a date and an amount
-    NoDateColumn,   // amounts, but no dates
-    HeadingAlone,   // and nothing under it
-    NoSuchColumn,   // that was asked for
+    NoRows,        // none with a date and an amount
+    NoDateColumn,  // amounts, but no dates
+    HeadingAlone,  // and nothing under it
+    NoSuchColumn,  // that was asked for
 };
 
 // Finds the shape of a file from its beginning, and goes on to its end only where order of

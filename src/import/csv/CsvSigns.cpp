@@ -26,10 +26,10 @@ Signs CountSigns(const CCsvSample& sample, const CsvShape& shape) {
         const double amount = ReadCsvMoney(*row, shape).amount;
         if (amount == 0.0) continue;
         ++(amount > 0.0 ? signs.positive : signs.negative);
-        const bool says = std::any_of(
-            row->cells.begin(), row->cells.end(),
-            [](std::string_view cell) { return IsLetter(cell.empty() ? '0' : cell.front()) &&
-                                               SaysPaymentOrCredit(cell); });
+        const bool says =
+            std::any_of(row->cells.begin(), row->cells.end(), [](std::string_view cell) {
+                return IsLetter(cell.empty() ? '0' : cell.front()) && SaysPaymentOrCredit(cell);
+            });
         if (says) ++(amount > 0.0 ? signs.wordsPositive : signs.wordsNegative);
     }
     return signs;
@@ -45,8 +45,7 @@ bool DecideByBalance(const CCsvRoles& roles, bool isCredit, const Signs& signs, 
     shape.direction = found.direction;
     if (found.proved * 2 <= proof.Pairs()) return false;
     // A card's balance that grows as money is spent is what is owed.
-    const bool isOwed =
-        isCredit && proof.IsMostlyPositive() && signs.positive > signs.negative;
+    const bool isOwed = isCredit && proof.IsMostlyPositive() && signs.positive > signs.negative;
     shape.invert = found.isInverted || isOwed;
     shape.balanceIsOwed = isOwed && !found.isInverted;
     if (shape.invert) notes.Add(Note::SignsByBalance, 0);

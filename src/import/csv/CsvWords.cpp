@@ -27,7 +27,8 @@ constexpr HeadingWords kHeadings[] = {
      "bogforingsdato|bokforda|bokfordato|kirjauspaiva|kirjaus|datum zauctovani|zauctov|"
      "data ksiegowania|konyveles|kande kuupaev|accounting date|process date|settled date"},
     {CsvWord::Date,
-     " date | datum | date| data | fecha | dato | pvm | paiva | kuupaev | datum|日付|年月日| datetime |"
+     " date | datum | date| data | fecha | dato | pvm | paiva | kuupaev | datum|日付|年月日| "
+     "datetime |"
      " dat |paivamaara|datums"},
     {CsvWord::TransactionDate,
      "transaction date|trans date|trans date|tran date|started date|date of transaction|"
@@ -66,7 +67,8 @@ constexpr HeadingWords kHeadings[] = {
      "remittance|purpose|original description|extended details|labels"},
     {CsvWord::Type,
      " type | type|transaction type|transaktionstyp|transaktionsart|umsatzart|buchungsart|"
-     "type d operation|type de transaction|nature|buchungstext|vorgang|tipo | tipo|tipo de|mutatiesoort|soort|"
+     "type d operation|type de transaction|nature|buchungstext|vorgang|tipo | tipo|tipo "
+     "de|mutatiesoort|soort|"
      "typ transakce|typ operace|typ pohybu|typ transakcji|rodzaj|tipusa|tapahtuma|"
      "tapahtumalaji|transaktionstype|transaksjonstype|typ |種別|取引種類|product|produit"},
     {CsvWord::Amount,
@@ -75,10 +77,12 @@ constexpr HeadingWords kHeadings[] = {
      "取引金額|amt "},
     {CsvWord::NetAmount,
      " net | net amount|amount net|billing amount|billed amount|account amount|"
-     "amount in account currency|settlement amount|netto|net total|montant net|importe neto|valor liquido|"
+     "amount in account currency|settlement amount|netto|net total|montant net|importe neto|valor "
+     "liquido|"
      "importo netto|netto bedrag|nettobetrag"},
-    {CsvWord::GrossAmount, " gross |gross amount|brutto|bruttobetrag|montant brut|importe bruto|"
-                           "valor bruto|importo lordo|bruto"},
+    {CsvWord::GrossAmount,
+     " gross |gross amount|brutto|bruttobetrag|montant brut|importe bruto|"
+     "valor bruto|importo lordo|bruto"},
     {CsvWord::ForeignAmount,
      "original amount|amount original|foreign amount|amount foreign|foreign currency amount|"
      "amount in foreign|local amount|transaction currency amount|originalbetrag|fremdwahrung|"
@@ -94,13 +98,15 @@ constexpr HeadingWords kHeadings[] = {
      "spent|outflow| out |lastschrift|belastung|soll|ausgang|ausgabe|ausgaben|debit montant|"
      "depense|depenses|sortie|cargo|cargos|debe|debito|gastos|saida|saidas|addebito|addebiti|"
      "uscite|uscita|dare|af |uttag|utgift|ut av konto|ut fra konto|ut |debet|haevet|vydaje|"
-     "vydaj|odchozi|obciazenia|obciazenie|wyplata|terheles|出金|出金金額|お支払金額|お引出し|支払|引出"},
+     "vydaj|odchozi|obciazenia|obciazenie|wyplata|terheles|出金|出金金額|お支払金額|お引出し|支払|"
+     "引出"},
     {CsvWord::Credit,
      " credit | credits |credit amount|amount credit|paid in|money in|deposit|deposits|received|"
      "inflow| in |gutschrift|haben|eingang|einnahme|einnahmen|credit montant|recette|recettes|"
      "entree|abono|abonos|haber|credito|ingresos|entrada|entradas|accredito|accrediti|"
      "entrate|entrata|avere|bij |insattning|inskudd|inn pa konto|inn |kredit|indsat|prijmy|"
-     "prijem|prichozi|uznania|uznanie|wplata|jovairas|入金|入金金額|お預り金額|お預入れ|預入|お預け入れ"},
+     "prijem|prichozi|uznania|uznanie|wplata|jovairas|入金|入金金額|お預り金額|お預入れ|預入|"
+     "お預け入れ"},
     {CsvWord::Sign,
      "debit credit|credit debit|credit debet|debit or credit|dr cr|cr dr|d c |c d |d k |"
      "soll haben|sollhaben|haben soll|debet kredit|deebet kreedit|debe haber|cargo abono|"
@@ -135,7 +141,8 @@ constexpr HeadingWords kHeadings[] = {
      "kontonummer| konto |auftragskonto|iban auftragskonto|eigenes konto|compte |"
      "numero de compte| cuenta |numero de cuenta|conta |numero da conta| conto |"
      "numero conto|rekening|rekeningnummer|eigen rekening|kontonavn|kontonamn|tilinumero|"
-     "cislo uctu| ucet |szamla neve|szamlaszam|rachunek|numer rachunku|口座|口座番号|source account"},
+     "cislo uctu| ucet |szamla neve|szamlaszam|rachunek|numer rachunku|口座|口座番号|source "
+     "account"},
     {CsvWord::OtherAccount,
      " iban|iban |counter account|counterparty account|counterparty iban|beneficiary account|"
      "payee account|kontonummer iban|gegenkonto|konto gegen|compte beneficiaire|"
@@ -145,15 +152,19 @@ constexpr HeadingWords kHeadings[] = {
     {CsvWord::Status, " status | state | status|zustand|statut|estado|stato|stav |tila |storno"},
     {CsvWord::Other,
      "reference platby|duvod|kuitti|row type|rida tup|dependencia|location|city|country|address|"
-     "card member|card number|card no|kartennummer|kortinnumero|kartyaszam|tags|mandat|glaubiger|creditor id|time |uhrzeit|heure|hora |card holder|branch|mcc"},
+     "card member|card number|card "
+     "no|kartennummer|kortinnumero|kartyaszam|tags|mandat|glaubiger|creditor id|time "
+     "|uhrzeit|heure|hora |card holder|branch|mcc"},
 };
 
 constexpr std::string_view kOut =
-    "|d|dr|db|debit|debits|debet|deebet|s|soll|lastschrift|belastung|out|outflow|outgoing|withdrawal|"
+    "|d|dr|db|debit|debits|debet|deebet|s|soll|lastschrift|belastung|out|outflow|outgoing|"
+    "withdrawal|"
     "paid out|af|debito|cargo|debe|dare|ut|uttag|uit|vydaj|odchozi|obciazenie|kiadas|terheles|"
     "sortie|saida|uscita|addebito|出金|";
 constexpr std::string_view kIn =
-    "|c|cr|k|credit|credits|kredit|kreedit|h|haben|gutschrift|in|inflow|incoming|deposit|paid in|bij|"
+    "|c|cr|k|credit|credits|kredit|kreedit|h|haben|gutschrift|in|inflow|incoming|deposit|paid "
+    "in|bij|"
     "credito|abono|haber|avere|insattning|inn|prijem|prichozi|uznanie|bevetel|jovairas|"
     "entree|entrada|entrata|accredito|入金|";
 
@@ -237,8 +248,8 @@ std::string WithoutTail(std::string words) {
         const size_t last = words.rfind(' ');
         if (last == std::string::npos) return words;
         const std::string word = words.substr(last + 1);
-        const bool isSmall = Contains(kSmall, "|" + word + "|") || IsCurrencyCode(word) ||
-                             MonthFromName(word) != 0;
+        const bool isSmall =
+            Contains(kSmall, "|" + word + "|") || IsCurrencyCode(word) || MonthFromName(word) != 0;
         if (!isSmall) return words;
         words.resize(last);
     }
@@ -313,10 +324,11 @@ bool SaysBalance(std::string_view cell) {
 
 bool SaysPaymentOrCredit(std::string_view text) {
     constexpr std::string_view kWords[] = {
-        " payment ", " payments ", " credit ", " refund ", " thank you ",  " autopay ",
-        " zahlung ", " gutschrift ", " erstattung ", " paiement ", " remboursement ", " pago ",
-        " abono ", " pagamento ", " estorno ", " rimborso ", " betaling ", " betalning ",
-        " inbetalning ", " innbetaling ", " indbetaling ", " platba ", " splata ", " maksu "};
+        " payment ",       " payments ", " credit ",     " refund ",      " thank you ",
+        " autopay ",       " zahlung ",  " gutschrift ", " erstattung ",  " paiement ",
+        " remboursement ", " pago ",     " abono ",      " pagamento ",   " estorno ",
+        " rimborso ",      " betaling ", " betalning ",  " inbetalning ", " innbetaling ",
+        " indbetaling ",   " platba ",   " splata ",     " maksu "};
     const std::string words = " " + PlainWords(text) + " ";
     return std::any_of(std::begin(kWords), std::end(kWords),
                        [&words](std::string_view word) { return Contains(words, word); });

@@ -9,26 +9,26 @@ namespace quillon {
 // file writes them.
 enum class ImportNoteCode : uint8_t {
     // --- how the file is written
-    TextIs,                 // a Charset
-    TextIsUtf8,             // what the header says instead
-    TextIsNotAsDeclared,    // a Charset, what the header says
-    CharactersReplaced,     // how many
-    DatesDayFirst,          // a date that proves it
-    DatesMonthFirst,        // the same
-    DatesYearFirst,         // the same
-    DatesNameMonth,         // the same
-    DatesDayFirstByTime,    // a date that could be either: so read they follow each other
-    DatesMonthFirstByTime,  // the same
-    DatesContradict,        // line and date with the day first, line and date with the month
-    DatesUndecided,         // a date that could be either, its line
-    DatesUndecidedDayFirst, // the same
-    DatesMostlyDayFirst,    // as DatesContradict
-    YearsAsWritten,         // a date
-    YearsOfBothKinds,       // a date with a long year, one with a short year, its line
-    DecimalComma,           // an amount
-    DecimalCommaMostly,     // an amount, one with a point, its line
-    DecimalPointMostly,     // an amount with a point, its line, one with a comma, its line
-    MarksUndecided,         // how many amounts, the first, its line
+    TextIs,                  // a Charset
+    TextIsUtf8,              // what the header says instead
+    TextIsNotAsDeclared,     // a Charset, what the header says
+    CharactersReplaced,      // how many
+    DatesDayFirst,           // a date that proves it
+    DatesMonthFirst,         // the same
+    DatesYearFirst,          // the same
+    DatesNameMonth,          // the same
+    DatesDayFirstByTime,     // a date that could be either: so read they follow each other
+    DatesMonthFirstByTime,   // the same
+    DatesContradict,         // line and date with the day first, line and date with the month
+    DatesUndecided,          // a date that could be either, its line
+    DatesUndecidedDayFirst,  // the same
+    DatesMostlyDayFirst,     // as DatesContradict
+    YearsAsWritten,          // a date
+    YearsOfBothKinds,        // a date with a long year, one with a short year, its line
+    DecimalComma,            // an amount
+    DecimalCommaMostly,      // an amount, one with a point, its line
+    DecimalPointMostly,      // an amount with a point, its line, one with a comma, its line
+    MarksUndecided,          // how many amounts, the first, its line
     // --- the file
     NotRewritten,
     ChangedMeanwhile,
@@ -98,16 +98,16 @@ enum class ImportNoteCode : uint8_t {
     ActionOfShares,   // investment action
     ActionUnknown,    // investment action
     AmountTooLarge,
-    RowPending,          // the text that says so
-    RowVoid,             // the same
-    RowOfBalance,        // the same
+    RowPending,    // the text that says so
+    RowVoid,       // the same
+    RowOfBalance,  // the same
     RowOfZero,
     RowOfOtherCurrency,  // amount, currency, the account's currency
     RowOfText,
-    RowWithoutDate,      // amount
+    RowWithoutDate,  // amount
     RowWithoutAmount,
-    RowTooLong,          // how many columns, how many the others have
-    RowTooShort,         // the same
+    RowTooLong,   // how many columns, how many the others have
+    RowTooShort,  // the same
     // --- said before
     LineRepeated,        // line of the first
     IdentifierShared,    // line of the first

@@ -20,8 +20,8 @@ public:
     void Add(std::string_view text, int64_t line, bool isCounted = true);
     // Sets `dialect` and notes what proves it. `asked` wins. `threeDecimals`: amounts of
     // which none tells may have so many; else their points group thousands as commas do.
-    AmountMarks Decide(std::optional<DecimalMark> asked, Dialect& dialect,
-                       CImportNotes& notes, bool threeDecimals = true) const;
+    AmountMarks Decide(std::optional<DecimalMark> asked, Dialect& dialect, CImportNotes& notes,
+                       bool threeDecimals = true) const;
 
     // An amount was met that shows its decimal mark.
     bool IsProved() const {

@@ -31,7 +31,8 @@ constexpr std::u32string_view kWesternLanguages[] = {
     U"äöüß", U"àâæçéèêëîïôœùûüÿ", U"áéíñóúü", U"áâãàçéêíóôõúü", U"àèéìíîòóù", U"åäöæøéü", U"äõöüšž",
 };
 constexpr std::u32string_view kCentralLanguages[] = {
-    U"ąćęłńóśźż", U"áčďéěíňóřšťúůýž", U"áäčďéíĺľňóôŕšťúýž", U"áéíóöőúüű", U"ăâîşţ", U"čćđšž", U"äöüß",
+    U"ąćęłńóśźż", U"áčďéěíňóřšťúůýž", U"áäčďéíĺľňóôŕšťúýž", U"áéíóöőúüű", U"ăâîşţ", U"čćđšž",
+    U"äöüß",
 };
 constexpr std::u32string_view kTurkish[] = {U"çğıöşüâîû"};
 // Signs that stand with words of any language and tell nothing.
@@ -151,8 +152,8 @@ bool IsShiftJis(std::span<const uint8_t> bytes) {
 // As the text's beginning names it.
 Charset DeclaredCharset(std::span<const uint8_t> bytes) {
     constexpr size_t kBeginning = 1024;
-    const std::string text =
-        LowerAscii({reinterpret_cast<const char*>(bytes.data()), std::min(bytes.size(), kBeginning)});
+    const std::string text = LowerAscii(
+        {reinterpret_cast<const char*>(bytes.data()), std::min(bytes.size(), kBeginning)});
     for (const std::string_view word : {"charset", "encoding"}) {
         const size_t at = text.find(word);
         if (at == std::string::npos) continue;
