@@ -89,6 +89,7 @@ constexpr Sentence kSentences[] = {
     {Code::SignsByMajority,
      "Most amounts are positive and were taken for purchases, as in a card's statement; --invert "
      "turns the signs."},
+    {Code::SignsOfRowsByBalance, "No amount has a sign: the balances tell which go out."},
     {Code::SignsUnknown,
      "Nothing tells which amounts go out; their signs were read as they are written. --invert "
      "turns them."},
@@ -120,6 +121,8 @@ constexpr Sentence kSentences[] = {
     {Code::BalanceDoesNotFollow,
      "The balance {0q} does not follow from this amount: a wrong sign, a wrong decimal mark or a "
      "missing line."},
+    {Code::SignOfRowUnknown,
+     "Nothing tells whether this amount goes out: it was read as it is written."},
 
     {Code::NoNameNoMemo, "No name and no memo: entered without a payee."},
     {Code::NoPayeeNoMemo, "No payee and no memo: entered without a payee."},

@@ -193,6 +193,18 @@ const Shape kSigns[] = {
      "date 1, payee 2, amount 3, balance 4; line 1, inverted",
      {"2024-01-01 -10 A", "2024-01-02 5 B", "2024-01-03 -15 C"},
      "2 of 2 down"},
+    {"no signs: each row's is told by the balances",
+     "Date,Payee,Amount,Balance\n,Opening balance,,500.00\n01/30/2024,A,1000.00,1500.00\n"
+     "01/31/2024,B,700.00,800.00\n02/01/2024,C,50.00,750.00\n02/02/2024,D,20.00,770.00\n",
+     "date 1, payee 2, amount 3, balance 4; line 1",
+     {"2024-01-30 1000 A", "2024-01-31 -700 B", "2024-02-01 -50 C", "2024-02-02 20 D"},
+     "3 of 3 down"},
+    {"the same, newest first",
+     "Date,Payee,Amount,Balance\n02/02/2024,D,20.00,770.00\n02/01/2024,C,50.00,750.00\n"
+     "01/31/2024,B,700.00,800.00\n01/30/2024,A,1000.00,1500.00\n",
+     "date 1, payee 2, amount 3, balance 4; line 1",
+     {"2024-01-30 1000 A", "2024-01-31 -700 B", "2024-02-01 -50 C", "2024-02-02 20 D"},
+     "3 of 3 up"},
     {"a card: most are purchases",
      "Date,Payee,Amount\n01/31/2024,A,10.00\n02/01/2024,B,20.00\n02/02/2024,C,-30.00\n",
      "date 1, payee 2, amount 3; line 1, inverted",

@@ -131,6 +131,7 @@ std::vector<Row> Rows() {
          {},
          "Most amounts are positive and were taken for purchases, as in a card's statement; "
          "--invert turns the signs."},
+        {Code::SignsOfRowsByBalance, {}, "No amount has a sign: the balances tell which go out."},
         {Code::SignsUnknown,
          {},
          "Nothing tells which amounts go out; their signs were read as they are written. --invert "
@@ -174,6 +175,9 @@ std::vector<Row> Rows() {
          {"90.00"},
          "The balance \"90.00\" does not follow from this amount: a wrong sign, a wrong decimal "
          "mark or a missing line."},
+        {Code::SignOfRowUnknown,
+         {},
+         "Nothing tells whether this amount goes out: it was read as it is written."},
         {Code::NoNameNoMemo, {}, "No name and no memo: entered without a payee."},
         {Code::NoPayeeNoMemo, {}, "No payee and no memo: entered without a payee."},
         {Code::NumberLeftOut, {"A-1"}, "The number \"A-1\" is no check number and was left out."},

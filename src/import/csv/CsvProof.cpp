@@ -47,6 +47,15 @@ CCsvProof::Finding CCsvProof::DecideOther() const {
     return {CsvDirection::Before, false, std::max(m_first, m_minusSecond)};
 }
 
+CsvDirection CCsvProof::DecideUnsigned() const {
+    const int64_t down = m_second + m_minusSecond;
+    const int64_t up = m_first + m_minusFirst;
+    const bool isUp = up > down || (up == down && m_falls > m_rises);
+    const bool isMixed = isUp ? m_first > 0 && m_minusFirst > 0 : m_second > 0 && m_minusSecond > 0;
+    if (!isMixed || std::max(down, up) * 2 <= m_pairs) return CsvDirection::None;
+    return isUp ? CsvDirection::Up : CsvDirection::Down;
+}
+
 bool CCsvProof::Follows(CsvDirection direction) const {
     if (!m_hasMatch) return true;
     switch (direction) {

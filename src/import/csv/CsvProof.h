@@ -26,6 +26,9 @@ public:
         int64_t proved = 0;
     };
     Finding Decide() const;
+    // Of amounts without signs: the direction in which most balances follow, some with the one
+    // sign and some with the other.
+    CsvDirection DecideUnsigned() const;
     int64_t Pairs() const { return m_pairs; }
     // The last two rows follow each other so; true where there were no two.
     bool Follows(CsvDirection direction) const;

@@ -50,12 +50,16 @@ void CCsvRecords::Walk(const Take& take) {
         }
         if (found.kind == Kind::Continuation) LeaveOut(Note::RowOfText, next);
         if (found.kind == Kind::Continuation || found.kind == Kind::Nothing) continue;
+        m_balanceBelow = found.balance;
         if (parsed.kind != Kind::Nothing && !take(row, parsed)) return;
+        m_balanceAbove = parsed.balance;
         m_more.clear();
         std::swap(row, next);
         parsed = found;
     }
+    m_balanceBelow.reset();
     if (parsed.kind != Kind::Nothing) take(row, parsed);
+    m_balanceAbove.reset();
     m_more.clear();
 }
 
@@ -80,6 +84,11 @@ CCsvRecords::Parsed CCsvRecords::Parse(const CsvRow& row) {
     Parsed parsed;
     ReadDateOf(row, parsed);
     parsed.money = ReadCsvMoney(row, m_shape);
+    const std::string_view balance = row.Cell(m_shape.map[Field::Balance]);
+    double amount = 0.0;
+    if (!balance.empty() && ReadAmount(balance, m_shape.marks, amount) != AmountReading::Failed) {
+        parsed.balance = m_shape.balanceIsOwed ? -amount : amount;
+    }
     parsed.kind = Judge(row, parsed);
     return parsed;
 }
@@ -276,14 +285,15 @@ void CCsvRecords::TakeTexts(CsvRow& row, ImportRecord& record) {
 void CCsvRecords::TakeAmount(const CsvRow& row, const Parsed& parsed, ImportRecord& record) {
     const CsvMoney& money = parsed.money;
     record.amountRead = money.reading != AmountReading::Failed;
-    record.amount = money.amount;
+    record.amount = m_shape.signsByBalance ? SignedByBalance(row, parsed) : money.amount;
     if (const std::optional<Note> note = NoteOf(money.reading)) {
         m_notes.Add(*note, row.line, {money.text});
     }
     if (money.bothSides) m_notes.Add(Note::RowOfBothSides, row.line);
-    if (!HasWholeCents(money.amount) && std::fabs(money.amount) <= kLargestAmount) {
-        record.amount = RoundToCents(money.amount);
-        m_notes.Add(Note::SumRounded, row.line, {money.amount, record.amount});
+    if (!HasWholeCents(record.amount) && std::fabs(record.amount) <= kLargestAmount) {
+        const double written = record.amount;
+        record.amount = RoundToCents(written);
+        m_notes.Add(Note::SumRounded, row.line, {written, record.amount});
     }
 }
 
@@ -334,19 +344,32 @@ void CCsvRecords::TakeIdentifier(const CsvRow& row, ImportRecord& record) {
     }
 }
 
-void CCsvRecords::Prove(const CsvRow& row, const ImportRecord& record) {
-    const int32_t column = m_shape.map[Field::Balance];
-    if (column == 0) return;
-    const std::string_view cell = row.Cell(column);
-    double balance = 0.0;
-    if (!record.amountRead || ReadAmount(cell, m_shape.marks, balance) == AmountReading::Failed) {
+// The difference to the balance next to it, where that is the amount.
+double CCsvRecords::SignedByBalance(const CsvRow& row, const Parsed& parsed) {
+    const double amount = parsed.money.amount;
+    const std::optional<double>& other =
+        m_shape.direction == CsvDirection::Up ? m_balanceBelow : m_balanceAbove;
+    if (parsed.balance && other) {
+        const double difference = *parsed.balance - *other;
+        if (std::fabs(std::fabs(difference) - std::fabs(amount)) < kHalfCent) {
+            return difference < 0.0 ? -std::fabs(amount) : std::fabs(amount);
+        }
+    }
+    m_notes.Add(Note::SignOfRowUnknown, row.line);
+    return amount;
+}
+
+void CCsvRecords::Prove(const CsvRow& row, const Parsed& parsed, const ImportRecord& record) {
+    if (m_shape.map[Field::Balance] == 0) return;
+    if (!record.amountRead || !parsed.balance) {
         m_proof.Break();
         return;
     }
-    m_proof.Add({record.amount, m_shape.balanceIsOwed ? -balance : balance, record.date});
+    m_proof.Add({record.amount, *parsed.balance, record.date});
     if (!m_proof.Follows(m_shape.direction)) {
         const bool isUp = m_shape.direction == CsvDirection::Up;
-        m_notes.Add(Note::BalanceDoesNotFollow, isUp ? m_lastLine : row.line, {cell});
+        m_notes.Add(Note::BalanceDoesNotFollow, isUp ? m_lastLine : row.line,
+                    {row.Cell(m_shape.map[Field::Balance])});
     }
     m_lastLine = row.line;
 }
@@ -362,7 +385,7 @@ ImportRecord CCsvRecords::RecordOf(CsvRow& row, const Parsed& parsed) {
     NoteValues(row, parsed);
     TakeIdentifier(row, record);
     record.check = ReadCheckNumber(row.Cell(m_shape.map[Field::Check])).value_or(0);
-    Prove(row, record);
+    Prove(row, parsed, record);
     return record;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -54,6 +55,7 @@ private:
         int64_t date = 0;
         std::string_view dateText;
         CsvMoney money;
+        std::optional<double> balance;
     };
     // A note of a row that is left out; none while the first walk is made.
     void LeaveOut(ImportNoteCode code, const CsvRow& row,
@@ -76,7 +78,8 @@ private:
     void TakeAmount(const CsvRow& row, const Parsed& parsed, ImportRecord& record);
     void TakeIdentifier(const CsvRow& row, ImportRecord& record);
     void NoteValues(const CsvRow& row, const Parsed& parsed);
-    void Prove(const CsvRow& row, const ImportRecord& record);
+    void Prove(const CsvRow& row, const Parsed& parsed, const ImportRecord& record);
+    double SignedByBalance(const CsvRow& row, const Parsed& parsed);
     const std::string& KeyOf(const CsvRow& row, const Parsed& parsed);
     std::string_view Clean(std::string_view text, CsvRow& row) const;
     bool IsChosen(const CsvRow& row, const std::vector<ImportSource>& sources) const;
@@ -90,8 +93,10 @@ private:
     std::unordered_map<std::string, size_t> m_sources;  // by name
     CCsvIdentifiers m_identifiers;
     CCsvProof m_proof;
-    int64_t m_lastLine = 0;  // of the record that was proved before
-    std::string m_more;      // of the lines that go on below the record
+    int64_t m_lastLine = 0;                // of the record that was proved before
+    std::optional<double> m_balanceAbove;  // of the rows next to the one that is taken
+    std::optional<double> m_balanceBelow;
+    std::string m_more;  // of the lines that go on below the record
     std::string m_key;
 };
 

@@ -89,6 +89,7 @@ struct CsvShape {
     bool invert = false;            // amounts that are written positive go out
     bool debitIsNegative = false;   // money out is written negative in the debit column
     bool creditIsNegative = false;  // and money in in the credit column
+    bool signsByBalance = false;    // of no amount is a sign written: the balances tell
     CsvDirection direction = CsvDirection::None;  // as far as was looked
     bool balanceIsOwed = false;                   // positive is a card's debt
     AmountMarks marks;

@@ -40,6 +40,15 @@ bool DecideByBalance(const CCsvRoles& roles, bool isCredit, const Signs& signs, 
                      CImportNotes& notes) {
     if (shape.map[Field::Balance] == 0) return false;
     const CCsvProof proof = roles.Prove();
+    const bool isUnsigned =
+        signs.negative == 0 && shape.map[Field::Amount] != 0 && shape.map[Field::Sign] == 0;
+    const CsvDirection direction = isUnsigned ? proof.DecideUnsigned() : CsvDirection::None;
+    if (direction != CsvDirection::None) {
+        shape.direction = direction;
+        shape.signsByBalance = true;
+        notes.Add(Note::SignsOfRowsByBalance, 0);
+        return true;
+    }
     const CCsvProof::Finding found = proof.Decide();
     if (found.proved == 0) return false;
     shape.direction = found.direction;
@@ -75,7 +84,7 @@ void DecideSigns(const CCsvSample& sample, const CCsvRoles& roles, const CsvRequ
     const Signs signs = CountSigns(sample, shape);
     const bool byBalance =
         DecideByBalance(roles, isCreditAccount, signs, shape, request.invert ? unheard : notes);
-    if (request.invert) {
+    if (request.invert && !shape.signsByBalance) {
         shape.invert = *request.invert;
     } else if (!byBalance && shape.map[Field::Amount] != 0 && shape.map[Field::Sign] == 0) {
         if (isCreditAccount) {

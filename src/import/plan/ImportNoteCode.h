@@ -48,6 +48,7 @@ enum class ImportNoteCode : uint8_t {
     SignsByBalance,        // amounts written positive go out
     SignsByWords,          // the same
     SignsByMajority,       // the same
+    SignsOfRowsByBalance,  // of each row, since none is written
     SignsUnknown,          // nothing tells which amounts go out
     // --- dates
     NoDate,
@@ -67,6 +68,7 @@ enum class ImportNoteCode : uint8_t {
     AmountOfSplitsPartlyRead,
     RowOfBothSides,        // money out and money in
     BalanceDoesNotFollow,  // balance
+    SignOfRowUnknown,
     // --- payees
     NoNameNoMemo,
     NoPayeeNoMemo,
