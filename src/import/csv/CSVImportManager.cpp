@@ -105,8 +105,11 @@ bool CCSVImportManager::FindShape() {
         known.push_back({profile.headingWords, profile.request});
     }
     const bool isCredit = m_account.accountType == AccountType::Credit;
+    CsvRequest request = m_request;
+    if (!request.dateOrder) request.dateOrder = m_options.dateOrder;
+    if (!request.decimal) request.decimal = m_options.decimal;
     CCsvShapeFinder finder(*m_text, isCredit, m_notes);
-    if (!finder.Find(m_request, known, m_found.dialect)) return RefuseShape(finder);
+    if (!finder.Find(request, known, m_found.dialect)) return RefuseShape(finder);
     m_shape = finder.Shape();
     m_finding.delimiter = m_shape.delimiter;
     m_finding.headerLine = m_shape.headerLine;
