@@ -263,6 +263,12 @@ TEST_F(CsvImport, WhatIsLeftOutOrOddIsTold) {
          3,
          {"2024-01-31 -1 A", "2024-02-03 -3 E"},
          {{3, Code::RowTooLong, {6, 5}}, {4, Code::RowTooShort, {2, 5}}}},
+        {"a shop that is called like a total",
+         head + "01/30/2024,A,-1.00,99.00,\n01/31/2024,TOTAL,-2.00,97.00,\n02/01/2024,C,-3.00,"
+                "94.00,\n02/01/2024,TOTAL,-6.00,94.00,\n",
+         4,
+         {"2024-01-30 -1 A", "2024-01-31 -2 TOTAL", "2024-02-01 -3 C"},
+         {{5, Code::RowOfBalance, {"TOTAL"}}}},
         {"a missing row shows in the balance",
          head + "01/30/2024,A,-1.00,99.00,\n01/31/2024,B,-2.00,97.00,\n02/01/2024,C,-3.00,90.00,\n",
          3,

@@ -41,7 +41,8 @@ void CCsvRecords::Walk(const Take& take) {
     Parsed parsed;
     while (reader.Next(next)) {
         if (next.line < m_shape.dataLine || next.IsBlank()) continue;
-        Parsed found = Parse(next);
+        m_balanceBefore = parsed.balance;
+        const Parsed found = Parse(next);
         if (found.kind == Kind::Continuation && parsed.kind == Kind::Record) {
             for (const std::string_view cell : next.cells) {
                 if (!cell.empty()) m_more.append(m_more.empty() ? "" : " ").append(cell);
@@ -127,6 +128,14 @@ CCsvRecords::Kind CCsvRecords::JudgeText(const CsvRow& row) {
     return Kind::Continuation;
 }
 
+// Its amount is what the balance moved by: a shop may be called "Total".
+bool CCsvRecords::IsProved(const Parsed& parsed) const {
+    if (!parsed.hasDate || !parsed.balance || !m_balanceBefore) return false;
+    if (m_shape.direction != CsvDirection::Down || parsed.money.amount == 0.0) return false;
+    const double difference = *parsed.balance - *m_balanceBefore;
+    return std::fabs(difference - parsed.money.amount) < kHalfCent;
+}
+
 // Record: no word of the row says otherwise.
 CCsvRecords::Kind CCsvRecords::JudgeWords(const CsvRow& row, const Parsed& parsed) {
     const std::string_view payee = row.Cell(m_shape.map[Field::Payee]);
@@ -152,7 +161,7 @@ CCsvRecords::Kind CCsvRecords::JudgeWords(const CsvRow& row, const Parsed& parse
         const auto says = std::find_if(row.cells.begin(), row.cells.end(), SaysBalance);
         if (says != row.cells.end()) balance = *says;
     }
-    if (balance.empty()) return Kind::Record;
+    if (balance.empty() || IsProved(parsed)) return Kind::Record;
     LeaveOut(Note::RowOfBalance, row, {balance});
     return Kind::LeftOut;
 }

@@ -64,6 +64,7 @@ private:
     Parsed Parse(const CsvRow& row);
     Kind Judge(const CsvRow& row, Parsed& parsed);
     Kind JudgeWords(const CsvRow& row, const Parsed& parsed);
+    bool IsProved(const Parsed& parsed) const;
     Kind JudgeUndated(const CsvRow& row, Parsed& parsed);
     Kind JudgeMoney(const CsvRow& row, const Parsed& parsed);
     Kind JudgeText(const CsvRow& row);
@@ -93,8 +94,9 @@ private:
     std::unordered_map<std::string, size_t> m_sources;  // by name
     CCsvIdentifiers m_identifiers;
     CCsvProof m_proof;
-    int64_t m_lastLine = 0;                // of the record that was proved before
-    std::optional<double> m_balanceAbove;  // of the rows next to the one that is taken
+    int64_t m_lastLine = 0;                 // of the record that was proved before
+    std::optional<double> m_balanceBefore;  // of the row above the one that is judged
+    std::optional<double> m_balanceAbove;   // of the rows next to the one that is taken
     std::optional<double> m_balanceBelow;
     std::string m_more;  // of the lines that go on below the record
     std::string m_key;
