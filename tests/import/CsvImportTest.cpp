@@ -389,6 +389,8 @@ TEST_F(CsvImport, RefusalsSayWhatTheFileIsInstead) {
         {"Payee,Amount\nA,1.50\nB,2.50\n", Refusal::CsvNoDates, ""},
         {"Date;Payee;Amount\n1111/11/11;A;1,50\n", Refusal::CsvNoDates, "1111/11/11"},
         {"one\ntwo\nthree\n", Refusal::CsvNoRows, ""},
+        {"Date,Payee,Amount\nsoon,Ann,five\n", Refusal::CsvNoRows, ""},
+        {"\n \r\n", Refusal::Empty, ""},
         {"2024-01-01;nothing\n", Refusal::CsvNoRows, ""},
     };
     for (const auto& row : rows) {

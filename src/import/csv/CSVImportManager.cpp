@@ -93,6 +93,7 @@ bool CCSVImportManager::LoadText() {
     if (const char* const other = OtherKind(text)) {
         return Fail(ImportRefusalCode::CsvIsOther, {std::string(other)});
     }
+    if (TrimBlanksLeft(text).empty()) return Fail(ImportRefusalCode::Empty);
     NoteCharset(finding, m_notes);
     m_text = std::make_shared<const std::string>(std::move(text));
     return true;
@@ -134,7 +135,10 @@ bool CCSVImportManager::RefuseShape(const CCsvShapeFinder& finder) {
             break;
     }
     std::vector<ImportValue> values{std::string()};
+    const bool hasColumns = std::any_of(finder.Tries().begin(), finder.Tries().end(),
+                                        [](const CsvTry& tried) { return tried.columns > 1; });
     for (const CsvTry& tried : finder.Tries()) {
+        if (hasColumns && tried.columns < 2) continue;
         if (!tried.noDate.empty()) values.front() = tried.noDate;
         values.emplace_back(std::string(1, tried.delimiter));
         values.emplace_back(tried.rows);

@@ -267,7 +267,8 @@ std::string CCsvSample::HeadingWords() const {
 
 bool CCsvSample::IsHeadingAlone() const {
     constexpr size_t kFewest = 2;
-    return !m_rows.empty() && CountWords(HeadingsOf(m_rows.back())) >= kFewest;
+    return !m_rows.empty() && CouldBeHeading(m_rows.back()) &&
+           CountWords(HeadingsOf(m_rows.back())) >= kFewest;
 }
 
 std::string CCsvSample::DeclaredCurrency() const {
