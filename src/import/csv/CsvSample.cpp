@@ -126,6 +126,15 @@ void CCsvSample::FindTable() {
     CountColumns();
 }
 
+// Where rows are of different lengths, those that were asked for are in the table.
+size_t CCsvSample::WidthAskedFor() const {
+    size_t asked = 0;
+    for (const std::optional<int32_t>& column : m_request.columns) {
+        asked = std::max(asked, static_cast<size_t>(column.value_or(0)));
+    }
+    return asked <= std::min(m_datesAt.size(), kMostColumns) ? asked : 0;
+}
+
 void CCsvSample::FindFirstRow() {
     std::map<size_t, int64_t> widths;
     for (size_t i = 0; i < m_rows.size(); ++i) {
@@ -135,7 +144,8 @@ void CCsvSample::FindFirstRow() {
         std::max_element(widths.begin(), widths.end(), [](const auto& a, const auto& b) {
             return a.second < b.second || (a.second == b.second && a.first < b.first);
         });
-    m_columns.resize(usual == widths.end() ? 1 : usual->first);
+    m_usualWidth = usual == widths.end() ? 1 : usual->first;
+    m_columns.resize(std::max(m_usualWidth, WidthAskedFor()));
     for (m_first = 0; m_first < m_rows.size(); ++m_first) {
         if (IsInTable(m_first)) break;
     }
@@ -146,7 +156,7 @@ bool CCsvSample::IsInTable(size_t index) const {
     const CsvRow& row = m_rows[index];
     // Text in front of the table may have a date and a number as well; and in a row that is
     // too long nothing need stand where it belongs.
-    return row.cells.size() * 2 > m_columns.size() && row.IsBlankFrom(m_columns.size()) &&
+    return row.cells.size() * 2 > m_usualWidth && row.IsBlankFrom(m_columns.size()) &&
            m_isDated[index];
 }
 
@@ -175,9 +185,9 @@ void CCsvSample::FindHeading() {
     }
     for (size_t i = m_first; i-- > 0;) {
         const CsvRow& row = m_rows[i];
-        if (!CouldBeHeading(row) || row.cells.size() * 2 < m_columns.size()) continue;
+        if (!CouldBeHeading(row) || row.cells.size() * 2 < m_usualWidth) continue;
         const size_t words = CountWords(HeadingsOf(row));
-        const bool isWhole = row.cells.size() >= m_columns.size();
+        const bool isWhole = row.cells.size() >= m_usualWidth;
         if (words > best.words || (!found && words == 0 && isWhole)) best = {i, words};
         found = found || words > 0 || isWhole;
     }

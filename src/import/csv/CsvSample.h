@@ -86,6 +86,7 @@ private:
     bool IsDated(const CsvRow& row) const;
     bool IsInTable(size_t row) const;
     bool CouldBeHeading(const CsvRow& row) const;
+    size_t WidthAskedFor() const;
     void FindFirstRow();
     void FindHeading();
     void TakeHeading(size_t row);
@@ -101,6 +102,7 @@ private:
     std::vector<int64_t> m_amountsAt;
     std::vector<int64_t> m_markedAt;
     int64_t m_dated = 0;
+    size_t m_usualWidth = 0;
     size_t m_first = 0;  // row of the table
     std::vector<const CsvRow*> m_table;
     int64_t m_headingLine = 0;
