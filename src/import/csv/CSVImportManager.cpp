@@ -7,6 +7,7 @@
 #include "foundation/platform/Clock.h"
 #include "import/text/Charset.h"
 #include "import/text/CharsetWords.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 

@@ -5,6 +5,7 @@
 
 #include "foundation/Unicode.h"
 #include "import/text/CharsetWords.h"
+#include "import/text/TextScan.h"
 #include "settings/SettingsNames.h"
 #include "settings/SettingsValues.h"
 

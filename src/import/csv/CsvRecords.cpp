@@ -10,6 +10,7 @@
 #include "import/csv/CsvSigns.h"
 #include "import/csv/CsvWords.h"
 #include "import/ofx/OfxValues.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 
@@ -270,7 +271,7 @@ std::string_view CCsvRecords::Clean(std::string_view text, CsvRow& row) const {
             clean += ' ';
         }
     }
-    return row.arena.Keep(clean);
+    return row.Keep(std::move(clean));
 }
 
 void CCsvRecords::TakeTexts(CsvRow& row, ImportRecord& record) {
@@ -285,7 +286,7 @@ void CCsvRecords::TakeTexts(CsvRow& row, ImportRecord& record) {
     add(m_more);
     if (!more.empty()) {
         if (!record.memo.empty()) more.insert(0, std::string(record.memo) + " ");
-        record.memo = row.arena.Keep(more);
+        record.memo = row.Keep(std::move(more));
     }
     if (record.payee.empty()) record.payee = record.memo;
     if (record.payee.empty()) m_notes.Add(Note::NoPayeeNoMemo, row.line);

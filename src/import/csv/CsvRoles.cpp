@@ -4,6 +4,7 @@
 
 #include "import/csv/CsvCells.h"
 #include "import/text/CurrencyNames.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 
@@ -44,7 +45,7 @@ std::string CurrencyIn(std::string_view heading) {
     const std::string words = UpperAscii(PlainWords(heading));
     for (size_t at = 0; at < words.size();) {
         const size_t end = std::min(words.find(' ', at), words.size());
-        const std::string word = words.substr(at, end - at);
+        std::string word = words.substr(at, end - at);
         if (IsCurrencyCode(word)) return word;
         at = end + 1;
     }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "import/text/TextScan.h"
+
 namespace quillon {
 
 namespace {
@@ -34,12 +36,12 @@ size_t CCsvReader::LineEnd(size_t from) const {
 
 bool CCsvReader::Next(CsvRow& row) {
     row.cells.clear();
-    row.arena.Reset();
+    row.made.clear();
     row.hasLoneQuote = false;
     if (m_at >= m_text.size()) return false;
     row.line = m_line;
     m_lineEnd = LineEnd(m_at);
-    while (TakeCell(row)) {
+    while (row.cells.size() < kMostCells && TakeCell(row)) {
     }
     m_at = m_lineEnd + 1;
     ++m_line;
@@ -75,7 +77,7 @@ bool CCsvReader::TakeQuoted(size_t start, CsvRow& row) {
         m_line += std::count(cell.begin(), cell.end(), '\n');
         m_lineEnd = LineEnd(close);
     }
-    if (Contains(cell, "\"\"")) cell = row.arena.Keep(WithoutDoubledQuotes(cell));
+    if (Contains(cell, "\"\"")) cell = row.Keep(WithoutDoubledQuotes(cell));
     row.cells.push_back(TrimBlanks(cell));
     m_at = close + 1;
     while (m_at < m_lineEnd && m_text[m_at] != m_delimiter) ++m_at;

@@ -2,10 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <forward_list>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
-
-#include "import/text/TextScan.h"
 
 namespace quillon {
 
@@ -13,11 +14,13 @@ namespace quillon {
 struct CsvRow {
     int64_t line = 0;  // of the text, from 1, where it begins
     // Without the blanks and quotation marks around; doubled ones inside are one. Views into
-    // the text, or into `arena`, which lives until the row is read into again.
+    // the text, or into `made`, which lives until the row is read into again.
     std::vector<std::string_view> cells;
     bool hasLoneQuote = false;  // one that is never closed, and was taken for a letter
-    CTextArena arena;
+    // Texts that do not stand in the file as they are; few rows have any.
+    std::forward_list<std::string> made;
 
+    std::string_view Keep(std::string text) { return made.emplace_front(std::move(text)); }
     bool IsBlank() const { return IsBlankFrom(0); }
     // Nothing stands in the cells from this one on, counted from 0.
     bool IsBlankFrom(size_t first) const;
@@ -35,12 +38,14 @@ struct CsvRow {
 //              front of a delimiter or the row's end, and may hold both. Where there is none
 //              within kLongestCell bytes, or, some lines on, another cell begins with one,
 //              the mark was never closed: it is a letter like others.
+//   Cells      The first kMostCells of a row; no bank has so many.
 //   Time       Linear in the text, however many marks are never closed.
 //   Errors     std::bad_alloc passes through. No text is refused.
 //   Ownership  Borrows the text.
 class CCsvReader {
 public:
     static constexpr size_t kLongestCell = size_t{16} * 1024;
+    static constexpr size_t kMostCells = 1000;
 
     CCsvReader(std::string_view text, char delimiter) : m_text(text), m_delimiter(delimiter) {}
 

@@ -5,6 +5,7 @@
 
 #include "import/csv/CsvCells.h"
 #include "import/text/CurrencyNames.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 

@@ -11,6 +11,7 @@
 #include "import/text/AmountInference.h"
 #include "import/text/CurrencyNames.h"
 #include "import/text/DateInference.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 

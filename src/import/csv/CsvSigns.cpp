@@ -4,6 +4,7 @@
 
 #include "import/csv/CsvCells.h"
 #include "import/text/CurrencyNames.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 
@@ -100,7 +101,7 @@ std::string CurrencyOfRow(const CsvRow& row, const CsvShape& shape) {
     for (const Field field : {Field::Amount, Field::Debit, Field::Credit}) {
         const std::string_view cell = row.Cell(shape.map[field]);
         if (cell.find_first_not_of("0123456789.,-+ ") == std::string_view::npos) continue;
-        const std::string currency = CurrencyOf(cell);
+        std::string currency = CurrencyOf(cell);
         if (!currency.empty()) return currency;
     }
     return {};

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "import/csv/CsvRoles.h"
+#include "import/text/TextScan.h"
 
 namespace quillon {
 
