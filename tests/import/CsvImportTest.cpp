@@ -363,6 +363,14 @@ TEST_F(CsvImport, OverlappingFilesEnterEachRowOnce) {
     EXPECT_EQ(upwards.imported, 1);
     EXPECT_EQ(upwards.duplicates, 3);
     EXPECT_EQ(Balance(), -16.5);
+    // The same rows with identifiers, which a pending one does not have yet.
+    const ImportResult named = ImportText(
+        "Date,Payee,Amount,Transaction ID\n2024-01-02,Bus,-2.50,AB-03\n"
+        "2024-01-02,Shop,-9.00,AB-04\n2024-01-03,Shop,-1.00,AB-05\n"
+        "2024-01-03,PENDING - Pub,-7.00,\n");
+    EXPECT_EQ(named.duplicates, 2);
+    EXPECT_EQ(named.imported, 1);
+    EXPECT_EQ(m_finding.map[CsvField::Id], 4);
     // Their own identifiers, where a file has some: the same with other contents counts too.
     const std::string ids = "Date,Payee,Amount,Id\n";
     m_request.columns[static_cast<size_t>(CsvField::Id)] = 4;

@@ -33,8 +33,7 @@ CCsvIdentifiers::Finding CCsvIdentifiers::Mark(ImportRecord& record, std::string
     if (found == m_owners.end() || !found->second.isShared) return Finding::Unique;
     const Owner& owner = found->second;
     firstLine = owner.line;
-    record.ownId = OwnIdOf(record.fitId, key);
-    if (!m_said.insert(record.ownId).second) {
+    if (!m_said.insert(OwnIdOf(record.fitId, key)).second) {
         record.saidBefore = true;
         return Finding::Repeated;
     }

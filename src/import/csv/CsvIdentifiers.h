@@ -32,7 +32,7 @@ public:
         Repeated,  // the same row, said before
         Shared,    // another row with the identifier of an earlier one
     };
-    // Sets the record's `ownId`, `idShared` and `saidBefore`; `firstLine` of those that share.
+    // Sets the record's `idShared` and `saidBefore`; `firstLine` of those that share.
     Finding Mark(ImportRecord& record, std::string_view key, int64_t& firstLine);
 
 private:
@@ -46,7 +46,7 @@ private:
 
     std::unordered_map<int64_t, int64_t> m_made;  // rows by the hash of their keys
     std::unordered_map<int64_t, Owner> m_owners;
-    std::unordered_set<int64_t> m_said;  // own identifiers of rows that share
+    std::unordered_set<int64_t> m_said;  // rows that share, with their contents
 };
 
 }  // namespace quillon

@@ -108,21 +108,15 @@ CCsvRecords::Kind CCsvRecords::Judge(const CsvRow& row, Parsed& parsed) {
     return parsed.hasDate ? JudgeMoney(row, parsed) : JudgeUndated(row, parsed);
 }
 
-// A line that goes on the one above has text where texts stand, and nothing else.
+// A line that goes on the one above has text and nothing else.
 CCsvRecords::Kind CCsvRecords::JudgeText(const CsvRow& row) {
     const auto balance = std::find_if(row.cells.begin(), row.cells.end(), SaysBalance);
     if (balance != row.cells.end()) {
         LeaveOut(Note::RowOfBalance, row, {*balance});
         return Kind::LeftOut;
     }
-    for (size_t i = 0; i < row.cells.size(); ++i) {
-        if (row.cells[i].empty()) continue;
-        const auto column = static_cast<int32_t>(i) + 1;
-        const auto& more = m_shape.memoMore;
-        const bool isText = column == m_shape.map[Field::Payee] ||
-                            column == m_shape.map[Field::Memo] ||
-                            std::find(more.begin(), more.end(), column) != more.end();
-        if (isText) continue;
+    for (const std::string_view cell : row.cells) {
+        if (cell.empty() || (HasLetter(cell) && !LookAtNumber(cell).isAmount)) continue;
         LeaveOut(Note::RowOfText, row);
         return Kind::LeftOut;
     }
@@ -326,7 +320,8 @@ const std::string& CCsvRecords::KeyOf(const CsvRow& row, const Parsed& parsed) {
     for (size_t i = 0; i < row.cells.size(); ++i) {
         const auto column = static_cast<int32_t>(i) + 1;
         const bool isText = HasLetter(row.cells[i]) && column != m_shape.status &&
-                            column != m_shape.map[Field::Balance];
+                            column != m_shape.map[Field::Balance] &&
+                            column != m_shape.map[Field::Id];
         if (isText) m_key.append("|").append(row.cells[i]);
     }
     if (!m_more.empty()) m_key.append("|").append(m_more);
@@ -342,15 +337,15 @@ void CCsvRecords::TakeIdentifier(const CsvRow& row, ImportRecord& record) {
     }
     record.idText = text;
     int64_t firstLine = 0;
-    switch (m_identifiers.Mark(record, m_key, firstLine)) {
-        case CCsvIdentifiers::Finding::Repeated:
-            m_notes.Add(Note::LineRepeated, row.line, {firstLine});
-            break;
-        case CCsvIdentifiers::Finding::Shared:
-            m_notes.Add(Note::IdentifierShared, row.line, {firstLine});
-            break;
-        case CCsvIdentifiers::Finding::Unique:
-            break;
+    const CCsvIdentifiers::Finding finding = m_identifiers.Mark(record, m_key, firstLine);
+    if (finding == CCsvIdentifiers::Finding::Repeated) {
+        m_notes.Add(Note::LineRepeated, row.line, {firstLine});
+        return;
+    }
+    // Also the one that a file without identifiers gave it.
+    record.ownId = m_identifiers.Make(m_key);
+    if (finding == CCsvIdentifiers::Finding::Shared) {
+        m_notes.Add(Note::IdentifierShared, row.line, {firstLine});
     }
 }
 

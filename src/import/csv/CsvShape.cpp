@@ -4,6 +4,7 @@
 #include <memory>
 #include <utility>
 
+#include "foundation/Unicode.h"
 #include "import/csv/CsvCells.h"
 #include "import/csv/CsvRoles.h"
 #include "import/csv/CsvSample.h"
@@ -30,7 +31,11 @@ bool IsEnglish(std::string_view heading) {
     constexpr std::string_view kEnglish =
         "|date|amount|balance|transaction|posted|posting|post|booking|value|debit|debits|credit|"
         "credits|withdrawal|withdrawals|deposit|deposits|money|paid|in|out|running|net|gross|"
-        "total|started|completed|effective|trans|of|the|and|process|time|purchase|account|charge|";
+        "total|started|completed|effective|trans|tran|of|the|and|process|processed|time|purchase|"
+        "purchased|account|charge|charged|settlement|settled|entry|billing|billed|local|original|"
+        "received|spent|inflow|outflow|ledger|available|current|closing|bal|amt|dr|cr|payment|"
+        "payments|day|description|details|type|currency|sum|";
+    if (!IsAscii(heading)) return false;
     const std::string words = PlainWords(heading);
     for (size_t at = 0; at < words.size();) {
         const size_t end = std::min(words.find(' ', at), words.size());

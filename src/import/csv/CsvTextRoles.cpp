@@ -113,13 +113,15 @@ void CCsvRoles::ChooseMemo() {
     }
 }
 
-// Each row has one, and no two rows the same. Short numbers count the rows of a file, and
-// the next file counts from 1 again.
+// Most rows have one, and most are different: rows that are not booked may have none, and a
+// fee that of its transaction. Short numbers count the rows of a file, and the next file
+// counts from 1 again.
 bool CCsvRoles::IsIdentifier(int32_t column) const {
     constexpr size_t kShort = 5;
-    const auto rows = static_cast<int64_t>(m_sample.TableRows().size());
     const CsvColumn& at = At(column);
-    return at.filled == rows && static_cast<int64_t>(at.values.size()) == rows &&
+    const auto rows = static_cast<int64_t>(m_sample.TableRows().size());
+    const auto different = static_cast<int64_t>(at.values.size());
+    return at.filled * 2 >= rows && different * 2 > at.filled &&
            std::any_of(at.values.begin(), at.values.end(), [](std::string_view value) {
                return value.size() >= kShort || !IsDigits(value);
            });
