@@ -123,6 +123,12 @@ const Shape kHeadings[] = {
      "date 1, payee 2, debit 3, credit 4, balance 5; line 1",
      {"2018-01-04 -56000 B", "2018-01-05 111000 A"},
      "1 of 1 up"},
+    {"references that recur",
+     "Date,Name,Amount,Ref\n2024-01-31,A,-1.00,RENT-1\n2024-01-31,A,-1.00,RENT-1\n"
+     "2024-02-01,B,-1.00,RENT-2\n2024-02-02,B,-1.00,RENT-1\n2024-02-02,C,-1.00,RENT-3\n",
+     "date 1, payee 2, amount 3, id 4; line 1",
+     {"2024-01-31 -1 A", "2024-01-31 -1 A", "2024-02-01 -1 B", "2024-02-02 -1 B",
+      "2024-02-02 -1 C"}},
     {"sep= and a quoted delimiter, quotes and line break",
      "sep=;\nDate;Payee;Amount;Memo\n2024-01-31;\"A; B\";-1.00;\"say \"\"hi\"\"\nnow\"\n",
      "date 1, payee 2, amount 3, memo 4; line 2",

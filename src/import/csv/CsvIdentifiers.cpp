@@ -28,16 +28,16 @@ void CCsvIdentifiers::Look(int64_t id, std::string_view key, int64_t line) {
 }
 
 CCsvIdentifiers::Finding CCsvIdentifiers::Mark(ImportRecord& record, std::string_view key,
-                                               int64_t& firstLine) {
+                                               bool mayRecur, int64_t& firstLine) {
     const auto found = m_owners.find(record.fitId);
     if (found == m_owners.end() || !found->second.isShared) return Finding::Unique;
     const Owner& owner = found->second;
     firstLine = owner.line;
-    if (!m_said.insert(OwnIdOf(record.fitId, key)).second) {
+    if (!m_said.insert(OwnIdOf(record.fitId, key)).second && !mayRecur) {
         record.saidBefore = true;
         return Finding::Repeated;
     }
-    record.idShared = owner.differs;
+    record.idShared = owner.differs || mayRecur;
     return record.line == owner.line ? Finding::Unique : Finding::Shared;
 }
 

@@ -33,7 +33,8 @@ public:
         Shared,    // another row with the identifier of an earlier one
     };
     // Sets the record's `idShared` and `saidBefore`; `firstLine` of those that share.
-    Finding Mark(ImportRecord& record, std::string_view key, int64_t& firstLine);
+    // `mayRecur`: the same row once more is another one.
+    Finding Mark(ImportRecord& record, std::string_view key, bool mayRecur, int64_t& firstLine);
 
 private:
     struct Owner {

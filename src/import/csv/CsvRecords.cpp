@@ -337,7 +337,8 @@ void CCsvRecords::TakeIdentifier(const CsvRow& row, ImportRecord& record) {
     }
     record.idText = text;
     int64_t firstLine = 0;
-    const CCsvIdentifiers::Finding finding = m_identifiers.Mark(record, m_key, firstLine);
+    const CCsvIdentifiers::Finding finding =
+        m_identifiers.Mark(record, m_key, m_shape.idMayRecur, firstLine);
     if (finding == CCsvIdentifiers::Finding::Repeated) {
         m_notes.Add(Note::LineRepeated, row.line, {firstLine});
         return;

@@ -137,7 +137,13 @@ void CCsvRoles::ChooseRest() {
     };
     Set(Field::Category, first(CsvWord::Category, [this](int32_t c) { return At(c).texts > 0; }));
     Set(Field::Check, first(CsvWord::Check, [this](int32_t c) { return At(c).amounts > 0; }));
-    Set(Field::Id, first(CsvWord::Id, [this](int32_t c) { return IsIdentifier(c); }));
+    const auto isIdentifier = [this](int32_t c) { return IsIdentifier(c); };
+    int32_t id = first(CsvWord::Id, isIdentifier);
+    if (id == 0) {
+        id = first(CsvWord::MaybeId, isIdentifier);
+        m_shape.idMayRecur = id != 0 && !IsAsked(Field::Id);
+    }
+    Set(Field::Id, id);
     m_shape.account = first(CsvWord::OwnAccount, [this](int32_t c) {
         const CsvColumn& at = At(c);
         const size_t rows = m_sample.TableRows().size();

@@ -127,10 +127,12 @@ constexpr HeadingWords kHeadings[] = {
     {CsvWord::Id,
      "transaction id|trans id|transactionid|transaction number|transaction no|n de transaction|"
      "transaktionsnummer|transaktions id|unique id|fitid| id |numero de transaction|"
-     "id transaccion|id transacao|id transazione|transactie id|transaktions nr|"
-     "referencni cislo transakce|id transakce|numer transakcji|id operace|id pohybu|"
-     "arkistointitunnus|tranzakcio azonosito|transfer reference|reference number|ref no| ref |"
-     "bank reference|archival id|archive id|transaction reference|megbizas azonosito"},
+     "id transaccion|id transacao|id transazione|transactie id|transaktions nr|id transakce|"
+     "numer transakcji|id operace|id pohybu|arkistointitunnus|tranzakcio azonosito|archival id|"
+     "archive id|volgnr"},
+    {CsvWord::MaybeId,
+     "transfer reference|reference number|ref no| ref |bank reference|transaction reference|"
+     "referencni cislo transakce|megbizas azonosito"},
     {CsvWord::Reference,
      "reference|referenz|referencia|referencja|referenz|kundenreferenz|mandatsreferenz|"
      "viite|maksajan viite|viitenumber|variabilni symbol|konstantni symbol|"

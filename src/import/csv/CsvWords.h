@@ -34,6 +34,7 @@ enum class CsvWord : uint8_t {
     Category,
     Check,
     Id,
+    MaybeId,  // a reference that banks number rows by, and customers too
     Reference,
     OwnAccount,
     OtherAccount,
