@@ -237,6 +237,13 @@ const Shape kSigns[] = {
      {"2024-01-30 -10 A", "2024-01-31 -20 B", "2024-02-02 5 C"},
      "2 of 2 down",
      AccountType::Credit},
+    {"a card: the balance is what is owed, and the signs are right already",
+     "Date,Payee,Debit,Credit,Balance\n01/30/2024,A,10.00,,10.00\n01/31/2024,B,20.00,,30.00\n"
+     "02/02/2024,C,,5.00,25.00\n",
+     "date 1, payee 2, debit 3, credit 4, balance 5; line 1",
+     {"2024-01-30 -10 A", "2024-01-31 -20 B", "2024-02-02 5 C"},
+     "2 of 2 down",
+     AccountType::Credit},
 };
 INSTANTIATE_TEST_SUITE_P(Signs, CsvShapes, testing::ValuesIn(kSigns));
 

@@ -21,13 +21,14 @@ struct Signs {
     int64_t wordsNegative = 0;
 };
 
-Signs CountSigns(const CCsvSample& sample, const CsvShape& shape) {
+Signs CountSigns(const CCsvSample& sample, const CsvShape& shape, bool countsWords) {
     Signs signs;
     for (const CsvRow* row : sample.TableRows()) {
         const double amount = ReadCsvMoney(*row, shape).amount;
         if (amount == 0.0) continue;
         ++(amount > 0.0 ? signs.positive : signs.negative);
         const bool says =
+            countsWords &&
             std::any_of(row->cells.begin(), row->cells.end(), [](std::string_view cell) {
                 return IsLetter(cell.empty() ? '0' : cell.front()) && SaysPaymentOrCredit(cell);
             });
@@ -54,10 +55,11 @@ bool DecideByBalance(const CCsvRoles& roles, bool isCredit, const Signs& signs, 
     if (found.proved == 0) return false;
     shape.direction = found.direction;
     if (found.proved * 2 <= proof.Pairs()) return false;
-    // A card's balance that grows as money is spent is what is owed.
-    const bool isOwed = isCredit && proof.IsMostlyPositive() && signs.positive > signs.negative;
-    shape.invert = found.isInverted || isOwed;
-    shape.balanceIsOwed = isOwed && !found.isInverted;
+    // A card's balance that grows as money is spent is what is owed; most rows spend.
+    const bool isSpending =
+        found.isInverted ? signs.negative >= signs.positive : signs.positive > signs.negative;
+    shape.balanceIsOwed = isCredit && proof.IsMostlyPositive() && isSpending;
+    shape.invert = found.isInverted != shape.balanceIsOwed;
     if (shape.invert) notes.Add(Note::SignsByBalance, 0);
     return true;
 }
@@ -82,7 +84,7 @@ void DecideByCard(const Signs& signs, CsvShape& shape, CImportNotes& notes) {
 void DecideSigns(const CCsvSample& sample, const CCsvRoles& roles, const CsvRequest& request,
                  bool isCreditAccount, CsvShape& shape, CImportNotes& notes) {
     CImportNotes unheard;
-    const Signs signs = CountSigns(sample, shape);
+    const Signs signs = CountSigns(sample, shape, isCreditAccount);
     const bool byBalance =
         DecideByBalance(roles, isCreditAccount, signs, shape, request.invert ? unheard : notes);
     if (request.invert && !shape.signsByBalance) {
