@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <span>
+#include <unordered_set>
 
 #include "foundation/Unicode.h"
 #include "import/text/CurrencyNames.h"
@@ -203,16 +204,21 @@ constexpr std::string_view kBalances =
     "saldo poczatkowe|saldo koncowe|obroty|razem|nyito egyenleg|zaro egyenleg|egyenleg|osszesen|"
     "繰越|前月繰越|残高|合計|";
 
-// Alone in the list, from "|" to "|".
-bool IsListed(std::string_view list, const std::string& words) {
-    constexpr size_t kLongest = 40;  // bytes; no entry comes near it
-    if (words.empty() || words.size() > kLongest) return false;
-    for (size_t at = list.find(words); at != std::string_view::npos;
-         at = list.find(words, at + 1)) {
-        if (list[at - 1] == '|' && list[at + words.size()] == '|') return true;
+// The entries of a list between "|".
+class CWordSet {
+public:
+    explicit CWordSet(std::string_view list) {
+        for (size_t at = 1; at < list.size();) {
+            const size_t end = list.find('|', at);
+            m_words.insert(list.substr(at, end - at));
+            at = end + 1;
+        }
     }
-    return false;
-}
+    bool Has(const std::string& words) const { return m_words.contains(words); }
+
+private:
+    std::unordered_set<std::string_view> m_words;
+};
 
 size_t LongestPatternIn(std::string_view patterns, std::string_view words) {
     size_t longest = 0;
@@ -223,6 +229,14 @@ size_t LongestPatternIn(std::string_view patterns, std::string_view words) {
         at = end + 1;
     }
     return longest;
+}
+
+void AppendAscii(std::string& plain, char c) {
+    if (IsLetter(c)) {
+        plain += LowerAscii(c);
+    } else if (!plain.empty() && plain.back() != ' ') {
+        plain += ' ';
+    }
 }
 
 void AppendPlain(std::string& plain, std::string_view character, char32_t code) {
@@ -264,8 +278,8 @@ std::string PlainWords(std::string_view text) {
     plain.reserve(text.size());
     for (size_t at = 0; at < text.size();) {
         const char c = text[at];
-        if (c >= 'a' && c <= 'z') {
-            plain += c;
+        if (static_cast<unsigned char>(c) < 0x80) {
+            AppendAscii(plain, c);
             ++at;
             continue;
         }
@@ -298,30 +312,35 @@ CsvSide SideOfWord(std::string_view cell) {
     constexpr size_t kLongest = 24;
     if (cell.empty() || cell.size() > kLongest) return CsvSide::None;
     const std::string words = PlainWords(cell);
-    if (IsListed(kOut, words)) return CsvSide::Out;
-    return IsListed(kIn, words) ? CsvSide::In : CsvSide::None;
+    static const CWordSet out(kOut);
+    static const CWordSet in(kIn);
+    if (out.Has(words)) return CsvSide::Out;
+    return in.Has(words) ? CsvSide::In : CsvSide::None;
 }
 
 bool SaysPending(std::string_view cell) {
     constexpr size_t kLongest = 40;
     if (cell.empty()) return false;
+    static const CWordSet pending(kPending);
     // "Pending - Shop"
     const size_t mark = cell.find_first_of(":-(");
     if (mark != std::string_view::npos && mark > 0 && mark < kLongest) {
-        return IsListed(kPending, PlainWords(cell.substr(0, mark)));
+        return pending.Has(PlainWords(cell.substr(0, mark)));
     }
-    return cell.size() <= kLongest && IsListed(kPending, PlainWords(cell));
+    return cell.size() <= kLongest && pending.Has(PlainWords(cell));
 }
 
 bool SaysVoid(std::string_view cell) {
     constexpr size_t kLongest = 24;
-    return !cell.empty() && cell.size() <= kLongest && IsListed(kVoid, PlainWords(cell));
+    static const CWordSet words(kVoid);
+    return !cell.empty() && cell.size() <= kLongest && words.Has(PlainWords(cell));
 }
 
 bool SaysBalance(std::string_view cell) {
     constexpr size_t kLongest = 48;
     if (cell.empty() || cell.size() > kLongest) return false;
-    return IsListed(kBalances, WithoutTail(PlainWords(cell)));
+    static const CWordSet balances(kBalances);
+    return balances.Has(WithoutTail(PlainWords(cell)));
 }
 
 bool SaysPaymentOrCredit(std::string_view text) {
