@@ -97,8 +97,9 @@ public:
         CAmountInference amounts;
         const auto add = [&](const CsvRow& row) {
             for (const Field field : {Field::Amount, Field::Debit, Field::Credit, Field::Balance}) {
-                const int32_t column = shape.map[field];
-                if (column != 0) amounts.Add(row.Cell(column), row.line);
+                const std::string_view cell = row.Cell(shape.map[field]);
+                // A whole number tells nothing.
+                if (cell.find_first_of(".,") != cell.npos) amounts.Add(cell, row.line);
             }
         };
         for (const CsvRow* row : m_sample.TableRows()) add(*row);
