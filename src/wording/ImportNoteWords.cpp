@@ -83,6 +83,8 @@ constexpr Sentence kSentences[] = {
      "The type {0q} is not known, but holds dates and amounts: read as an investment register."},
     {Code::ProfileUsed, "Read by the profile '{0}'."},
     {Code::BalanceProves, "The balances prove {0} of {1} rows."},
+    {Code::FeesByBalance,
+     "The fees in column {0} go out beside the amounts, as the balances show."},
     {Code::SignsByBalance, "Amounts are written the other way round, as the balances show."},
     {Code::SignsByWords,
      "Amounts are written the other way round: payments and credits are negative."},

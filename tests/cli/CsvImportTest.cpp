@@ -96,7 +96,7 @@ TEST_F(CsvCommand, SaysWhatIsWrong) {
     }
     const CliRun run = Run("import csv nothing.csv --account Savings");
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("None of its rows has both a date and an amount. Tried: ','"),
+    EXPECT_NE(run.err.find("None of its rows has both a date and an amount. Tried: ';'"),
               std::string::npos)
         << run.err;
     EXPECT_EQ(BalanceOf("Savings"), 0);

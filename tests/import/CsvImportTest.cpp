@@ -147,6 +147,12 @@ const Shape kHeadings[] = {
      "date 1, payee 2, amount 5, balance 6; line 1",
      {"2024-01-31 97 A", "2024-02-01 49 B"},
      "1 of 1 down"},
+    {"fees that the balances prove",
+     "Date,Name,Amount,Fee,Balance\n2024-01-31,A,-10.00,0.50,89.50\n"
+     "2024-02-01,B,5.00,0.00,94.50\n2024-02-02,C,-4.00,1.00,89.50\n",
+     "date 1, payee 2, amount 3, balance 5; line 1",
+     {"2024-01-31 -10.5 A", "2024-02-01 5 B", "2024-02-02 -5 C"},
+     "2 of 2 down"},
 };
 INSTANTIATE_TEST_SUITE_P(Headings, CsvShapes, testing::ValuesIn(kHeadings));
 

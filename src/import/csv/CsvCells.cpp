@@ -140,6 +140,9 @@ CsvMoney ReadCsvMoney(const CsvRow& row, const CsvShape& shape) {
         if (side != 0 && SideOfWord(row.Cell(side)) == CsvSide::Out) {
             money.amount = -std::fabs(money.amount);
         }
+        double fee = 0.0;
+        if (shape.fee != 0) (void)ReadAmount(row.Cell(shape.fee), shape.marks, fee);
+        money.amount -= std::fabs(fee);
     } else {
         const double out =
             ReadSide(row.Cell(shape.map[CsvField::Debit]), shape.debitIsNegative, shape, money);

@@ -311,6 +311,20 @@ void CCsvRoles::ChooseMoneyByContents(Columns candidates) {
     m_shape.map[Field::Amount] = found == candidates.end() ? candidates.front() : *found;
 }
 
+// Where the balances prove that fees go out beside the amounts.
+void CCsvRoles::ChooseFee() {
+    if (m_shape.map[Field::Amount] == 0 || m_shape.map[Field::Balance] == 0) return;
+    const Columns fees = Find([](const CsvColumn& column) {
+        return column.word == CsvWord::Fee && column.IsAmount() && column.zeros < column.amounts;
+    });
+    for (const int32_t fee : fees) {
+        if (IsTaken(fee)) continue;
+        CsvShape with = m_shape;
+        with.fee = fee;
+        if (Share(with) > Share(m_shape)) m_shape.fee = fee;
+    }
+}
+
 // Only where no amount has a sign of its own.
 void CCsvRoles::ChooseSign() {
     const int32_t amount = m_shape.map[Field::Amount];
@@ -364,6 +378,7 @@ void CCsvRoles::ChooseOthers(DateOrder order) {
     ChooseBalance();
     ChooseMoney();
     ChooseSign();
+    ChooseFee();
     FindSideSigns();
     ChooseCurrency();
     const Columns states = Find([](const CsvColumn& column) {

@@ -56,6 +56,7 @@ private:
     bool AreExclusive(int32_t a, int32_t b) const;
     void TakeProvedPair(const Columns& candidates);
     void ChooseSign();
+    void ChooseFee();
     void FindSideSigns();
     void ChooseCurrency();
     CCsvProof Prove(const CsvShape& shape) const;

@@ -171,7 +171,7 @@ std::string_view NameOf(CsvField field) {
 }
 
 int32_t CsvShape::LastUsed() const {
-    int32_t last = std::max(currency, status);
+    int32_t last = std::max({currency, status, fee});
     for (const int32_t column : map.columns) last = std::max(last, column);
     return last;
 }
@@ -268,6 +268,7 @@ bool CCsvShapeFinder::TakeShape(const CCsvSample& sample, const CsvRequest& requ
     roles.ChooseOthers(dialect.dateOrder);
     if (!shape.HasMoney()) return Fail(CsvFailure::NoRows);
     shape.marks = written.DecideAmounts(shape, dialect, m_notes);
+    if (shape.fee != 0) m_notes.Add(ImportNoteCode::FeesByBalance, 0, {shape.fee});
     DecideSigns(sample, roles, request, m_isCredit, shape, m_notes);
     TakeCurrency(sample, shape, m_notes);
     return true;

@@ -83,6 +83,7 @@ struct CsvShape {
     std::vector<int32_t> dates;     // map's date first, then those that stand in for it
     std::vector<int32_t> memoMore;  // columns that go on where the memo's ends
     bool idMayRecur = false;        // rows that are the same in all but their place may share one
+    int32_t fee = 0;                // goes out beside the amount
     int32_t currency = 0;
     std::string accountCurrency;  // empty: no row says
     int32_t status = 0;

@@ -45,6 +45,7 @@ enum class ImportNoteCode : uint8_t {
     TypeReadAsInvestment,  // the same
     ProfileUsed,           // its name
     BalanceProves,         // of how many rows, of how many that could be compared
+    FeesByBalance,         // the column of fees, which go out beside the amounts
     SignsByBalance,        // amounts written positive go out
     SignsByWords,          // the same
     SignsByMajority,       // the same
