@@ -137,6 +137,7 @@ values() {
     on import qfx file.qfx --account Checking --date-order ydm
     on import qfx file.qfx --account Checking --decimal dot
     on import qif file.qif --account Checking --notes none
+    on import qif file.qif --account Checking --match all
     on import qif file.qif --account Checking --dialect plain --source all
     on import qif --account Checking
     on import csv file.csv --account Checking --map date
@@ -275,6 +276,7 @@ imports() {
         both import $kind "$file" --account Savings --dialect plain --notes all --dry-run
         both import $kind "$file" --account Savings --date-order dmy --decimal comma --dry-run
         both import $kind "$file" --account Savings --source all
+        both import $kind "$file" --account Savings --match none
         both import $kind "$file" --account Odd
         both import $kind "$file" --account Nobody
     done

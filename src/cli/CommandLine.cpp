@@ -17,8 +17,9 @@ std::vector<Command> AllCommands() {
     std::vector<Command> all;
     for (const auto& some :
          {StoreCommands, AccountCommands, TransactionCommands, CategoryCommands, PayeeCommands,
-          RuleCommands, ImportCommands, ExportCommands, ReconcileCommands, CheckCommands,
-          BackupCommands, PasswordCommands, SettingsCommands, QuoteCommands, DemoCommands}) {
+          RuleCommands, ImportCommands, ImportBatchCommands, HistoryCommands, ExportCommands,
+          ReconcileCommands, CheckCommands, BackupCommands, PasswordCommands, SettingsCommands,
+          QuoteCommands, DemoCommands}) {
         for (Command& command : some()) all.push_back(std::move(command));
     }
     return all;

@@ -195,6 +195,8 @@ public:
     explicit CDemoLedger(CLedger& ledger) : m_ledger(ledger), m_database(ledger.Database()) {}
 
     int64_t Fill(const std::function<void(int64_t, int64_t)>& progress) {
+        // The household was always like this: there is nothing to take back.
+        const CHistory::CPause pause(m_database.History());
         OpenAccounts();
         EnterEvents(MakeDemoEvents(), progress);
         CFinanceBatch batch(m_database);

@@ -183,6 +183,10 @@ constexpr Sentence kSentences[] = {
 
     {Code::HeldDiffers,
      "The account holds this line already, with another date or amount; it was left as it is."},
+    {Code::TakenForEntry, "Taken for the entry of {0}, which was made by hand."},
+    {Code::MayBeEntry, "May be the entry of {0}, which is as much and was made by hand."},
+    {Code::EntryChanged,
+     "The entry that this line was taken for has changed since then: the line was entered."},
 
     {Code::TextCut, "A text of this record is longer than {0} bytes; its beginning was kept."},
     {Code::RecordNotClosed, "This record is not closed by \"^\"; it was entered up to line {0}."},

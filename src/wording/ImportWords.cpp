@@ -105,7 +105,7 @@ std::string StoreReason(const ImportResult& result) {
                                                                : "The database cannot be written";
     reason += ": " + std::to_string(result.imported) + " of " + std::to_string(result.read) +
               " transactions were entered and stay.";
-    if (result.format.hasIdentifiers) {
+    if (result.tellsHeld) {
         reason += " Importing the file again adds the rest without duplicates.";
     } else if (result.imported > 0) {
         reason += " Importing the file again would enter these twice.";
@@ -147,8 +147,8 @@ std::string Counters(const ImportResult& result) {
 std::string StoppedReport(const ImportResult& result, const std::string& path) {
     return "The import of " + Quoted(path) +
            " was stopped before its end; what was entered stays." +
-           (result.format.hasIdentifiers ? " Importing the file again adds the rest."
-                                         : " Importing the file again would enter that twice.") +
+           (result.tellsHeld ? " Importing the file again adds the rest."
+                             : " Importing the file again would enter that twice.") +
            Counters(result);
 }
 

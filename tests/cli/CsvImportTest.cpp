@@ -23,9 +23,9 @@ TEST_F(CsvCommand, SaysWhatItFoundAndEntersOnce) {
     EXPECT_EQ(BalanceOf("Savings"), 0);
     const auto result = Json("import csv giro.csv --account Savings");
     EXPECT_EQ(CliRun::Keys(result),
-              (Keys{"file", "account", "read", "imported", "duplicates", "categoriesCreated",
-                    "payeesCreated", "dialect", "sources", "mapping", "balanceRows",
-                    "balanceProved", "balanceDirection", "notes", "message"}));
+              (Keys{"file", "account", "read", "imported", "duplicates", "matched",
+                    "categoriesCreated", "payeesCreated", "dialect", "sources", "mapping",
+                    "balanceRows", "balanceProved", "balanceDirection", "notes", "message"}));
     EXPECT_EQ(result.at("mapping").dump(),
               R"({"delimiter":";","headerLine":3,"date":1,"payee":2,"amount":4,"debit":0,)"
               R"("credit":0,"sign":0,"memo":3,"category":0,"check":0,"id":0,"balance":5,)"

@@ -30,9 +30,9 @@ TEST_F(ImportExport, StatementsEnterOnce) {
     EXPECT_EQ(BalanceOf("Checking"), 1000);
 
     const auto result = Json(import);
-    EXPECT_EQ(CliRun::Keys(result),
-              (Keys{"file", "account", "read", "imported", "duplicates", "categoriesCreated",
-                    "payeesCreated", "dialect", "sources", "notes", "message"}));
+    EXPECT_EQ(CliRun::Keys(result), (Keys{"file", "account", "read", "imported", "duplicates",
+                                          "matched", "categoriesCreated", "payeesCreated",
+                                          "dialect", "sources", "notes", "message"}));
     EXPECT_EQ(CliRun::Keys(result.at("dialect")),
               (Keys{"dateOrder", "years", "decimal", "charset"}));
     EXPECT_GT(result.at("imported"), 40);
@@ -48,6 +48,60 @@ TEST_F(ImportExport, StatementsEnterOnce) {
     EXPECT_EQ(again.at("imported"), 0);
     EXPECT_EQ(again.at("duplicates"), result.at("imported"));
     EXPECT_EQ(BalanceOf("Checking"), 4914.8);
+}
+
+TEST_F(ImportExport, EntriesMadeByHandAreMatched) {
+    MakeLedger();
+    const auto bill = Json(
+        "transaction add Checking --type payment --date 2024-03-05 --amount 45 "
+        "--payee Electric");
+    Json("transaction add Checking --type payment --date 2024-03-20 --amount 9 --payee Baker");
+    WriteFile("in.qfx",
+              "<OFX>\n"
+              "<STMTTRN><DTPOSTED>20240307<TRNAMT>-45<FITID>88<CHECKNUM>4<NAME>ELECTRIC CO"
+              "</STMTTRN>\n<STMTTRN><DTPOSTED>20240321<TRNAMT>-9<FITID>89<NAME>Miller</STMTTRN>\n"
+              "<STMTTRN><DTPOSTED>soon<TRNAMT>-1<FITID>90<NAME>Miller</STMTTRN>\n</OFX>\n");
+    const std::string import = "import qfx in.qfx --account Checking";
+    const auto rows = Json(import + " --dry-run").at("rows");
+    ASSERT_EQ(rows.size(), 3U);
+    EXPECT_EQ(CliRun::Keys(rows[0]),
+              (Keys{"line", "date", "amount", "payeeInFile", "payee", "category", "check", "memo",
+                    "fitId", "outcome", "action", "match"}));
+    EXPECT_EQ(rows[0].at("outcome"), "matches");
+    EXPECT_EQ(rows[0].at("action"), "match");
+    EXPECT_EQ(rows[0].at("match"), bill.at("id"));
+    EXPECT_EQ(rows[0].at("fitId"), "88");
+    EXPECT_EQ(rows[1].at("outcome"), "maybe");
+    EXPECT_EQ(rows[1].at("action"), "enter");
+    EXPECT_EQ(rows[2].at("outcome"), "unreadable");
+    EXPECT_TRUE(rows[2].at("date").is_null());
+    const CliRun shown = Run(import + " --dry-run");
+    for (const std::string& words : {"match " + bill.at("id").dump(), std::string("enter, may be "),
+                                     std::string("Matched with entries made by hand: 1")}) {
+        EXPECT_NE(shown.out.find(words), std::string::npos) << words << "\n" << shown.out;
+    }
+    EXPECT_EQ(Json(import + " --match none --dry-run").at("imported"), 3);
+    const auto result = Json(import);
+    EXPECT_EQ(result.at("matched"), 1);
+    EXPECT_EQ(result.at("imported"), 2);
+    const auto listed = Json("transaction list Checking --payee Electric");
+    ASSERT_EQ(listed.size(), 1U);
+    EXPECT_EQ(listed[0].at("fitId"), "88");
+    EXPECT_EQ(listed[0].at("check"), 4);
+    EXPECT_EQ(listed[0].at("date"), "2024-03-05");
+    EXPECT_EQ(Json(import).at("duplicates"), 3);
+}
+
+TEST_F(ImportExport, DryRunsOfLongFilesShowTheirBeginning) {
+    MakeLedger();
+    std::string qif = "!Type:Bank\n";
+    for (int i = 1; i <= 250; ++i) qif += "D03/05'24\nT-" + std::to_string(i) + "\n^\n";
+    WriteFile("long.qif", qif);
+    const CliRun run = Run("import qif long.qif --account Savings --dry-run");
+    EXPECT_NE(run.out.find("-200.00"), std::string::npos);
+    EXPECT_EQ(run.out.find("-201.00"), std::string::npos);
+    EXPECT_NE(run.out.find("and 50 more; --json lists all."), std::string::npos);
+    EXPECT_EQ(Json("import qif long.qif --account Savings --dry-run").at("rows").size(), 250U);
 }
 
 TEST_F(ImportExport, DialectIsShownAndCanBeSwitchedOff) {

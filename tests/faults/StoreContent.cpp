@@ -70,6 +70,32 @@ StoreLook LookAtOpen(CDatabaseManager& database, CQuillonDatabaseInterface* fina
     return look;
 }
 
+namespace {
+
+// The history must be about these rows: what it says was done last can be taken back and done
+// again, and everything is as before.
+std::string WrongWithHistory(CQuillonDatabaseInterface& finance) {
+    CHistory& history = finance.History();
+    const std::optional<HistoryAction> last = history.NextUndo();
+    // What a stop left in the middle goes back first: it is done again as a whole.
+    if (last && last->state != ActionState::Done && history.Undo().status != HistoryStatus::Ok) {
+        return "what was undone in part cannot be undone";
+    }
+    const uint64_t before = ContentHash(finance.Store(), Stamps::Kept);
+    const bool undoes = last && last->state == ActionState::Done;
+    if (!undoes && !history.NextRedo()) return {};
+    const HistoryStatus first = (undoes ? history.Undo() : history.Redo()).status;
+    const HistoryStatus second = (undoes ? history.Redo() : history.Undo()).status;
+    if (first != HistoryStatus::Ok || second != HistoryStatus::Ok) {
+        return "undo and redo give " + std::to_string(static_cast<int>(first)) + " and " +
+               std::to_string(static_cast<int>(second));
+    }
+    const bool isSame = ContentHash(finance.Store(), Stamps::Kept) == before;
+    return isSame ? "" : "undo and redo leave other contents";
+}
+
+}  // namespace
+
 StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder, Stamps stamps) {
     StoreLook look;
     if (!isFinance) {
@@ -96,7 +122,11 @@ StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder, S
 StoreLook LookAtImage(const DiskImage& image, bool isFinance) {
     CMemoryFileSystem files;
     files.Restore(image);
-    return LookAtFolder(files, isFinance);
+    StoreLook look = LookAtFolder(files, isFinance);
+    if (!isFinance || !look.IsSound()) return look;
+    CQuillonDatabaseInterface finance(files);
+    look.problem = finance.Open(kLedgerFolder).opened ? WrongWithHistory(finance) : "opens once";
+    return look;
 }
 
 bool MakeOldVersion(CFileSystem& files, const std::string& folder) {

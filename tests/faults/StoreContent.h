@@ -36,6 +36,7 @@ inline constexpr const char* kLedgerFolder = "ledger";
 // again.
 StoreLook LookAtFolder(CFileSystem& files, bool isFinance, const char* folder = kLedgerFolder,
                        Stamps stamps = Stamps::LeftOut);
+// The same on a copy, where the history of a ledger is tried too.
 StoreLook LookAtImage(const DiskImage& image, bool isFinance);
 
 // Makes the closed store in `folder` one of the first version of the data layout: eight bytes

@@ -4,6 +4,7 @@
 
 #include "AllocationGauge.h"
 #include "StoreContent.h"
+#include "finance/history/ImportBatch.h"
 #include "finance/ledger/AccountRegister.h"
 #include "foundation/CalendarDate.h"
 #include "import/ofx/QFXImportManager.h"
@@ -313,14 +314,26 @@ std::string QfxFile() {
 }
 
 constexpr const char* kQifFile =
-    "!Type:Bank\nD02/03/2024\nT-20.00\nPBaker around the corner\nLFood\n^\n"
+    "!Type:Bank\nD02/03/2024\nT-20.00\nN12\nPBaker around the corner\nLFood\n^\n"
     "D02/04/2024\nT150.00\nPEmployer\n^\n";
+
+// Two entries that lines of these files are.
+bool EnterBills(CWorkSession& session) {
+    CTransactionEntry shop = Payment(3.5, "by hand");
+    shop.serviceDate = FileTimeFromDate(2024, 2, 7);
+    shop.payeeId = session.Finance()->FindOrAddPayee("Shop 2");
+    CTransactionEntry baker = Payment(20, "by hand");
+    baker.serviceDate = FileTimeFromDate(2024, 2, 2);
+    baker.payeeId = session.Finance()->FindOrAddPayee("Baker");
+    return session.Ledger().EnterTransaction(shop) == LedgerStatus::Ok &&
+           session.Ledger().EnterTransaction(baker) == LedgerStatus::Ok;
+}
 
 bool PrepareStatements(CWorkSession& s) {
     CRenamingRuleEntry rule;
     rule.searchText = "Shop 1";
     rule.replaceText = "The shop around the corner";
-    return PrepareLedger(s) && s.Finance()->Add(rule) &&
+    return PrepareLedger(s) && EnterBills(s) && s.Finance()->Add(rule) &&
            WriteWholeFile(s.Files(), kQfxPath, Text(QfxFile()), true) &&
            WriteWholeFile(s.Files(), kQifPath, Text(kQifFile), true);
 }
@@ -341,8 +354,8 @@ WorkStep ImportFile(const char* name, const char* path, DialectMode dialect, boo
         const ImportResult result = import->Import();
         const CAllocationPause pause;
         // Not the report and the notes, which may be wanting.
-        session.seen = std::to_string(result.imported) + ' ' +
-                       std::to_string(result.payeesCreated) + ' ' +
+        session.seen = std::to_string(result.imported) + ' ' + std::to_string(result.matched) +
+                       ' ' + std::to_string(result.payeesCreated) + ' ' +
                        std::to_string(result.categoriesCreated);
         return !result.failed;
     };
@@ -426,6 +439,52 @@ StoreWorkload GrowingImports() {
             {.step = 4096, .kept = 4 * 4096, .checkpoint = 12 * 4096}};
 }
 
+// Undo and redo of single commits and of an import of three, with less room for the history than
+// that takes.
+StoreWorkload Undoing() {
+    const auto openWithLittleRoom = [](CWorkSession& s) {
+        s.Finance()->History().SetRooms({.actions = 4, .bytes = 6000});
+        return s.Open();
+    };
+    const auto import = [](CWorkSession& s) {
+        const CHistory::CLongAction action(s.Finance()->History(), ActionKind::Import, "f.qif", 2);
+        return ImportInBatches(4, 12).act(s);
+    };
+    const auto undo = [](CWorkSession& s) {
+        return s.Finance()->History().Undo().status == HistoryStatus::Ok;
+    };
+    const auto redo = [](CWorkSession& s) {
+        return s.Finance()->History().Redo().status == HistoryStatus::Ok;
+    };
+    const auto takeBack = [](CWorkSession& s) {
+        const int64_t number = Given([&] {
+            std::vector<ImportBatch> batches;
+            (void)ListImportBatches(s.Finance()->History(), batches);
+            return batches.empty() ? 0 : batches.back().action.number;
+        });
+        BatchTakenBack result;
+        return TakeBackImport(s.Ledger(), number, BatchRows::Unchanged, result) ==
+               HistoryStatus::Ok;
+    };
+    const auto flush = [](CWorkSession& s) { return s.Store().Flush(); };
+    const auto enter = [](CWorkSession& s) { return EnterPayment(s, 5.5, "after an undo"); };
+    return {"undoing",
+            true,
+            PrepareLedger,
+            {{"open", openWithLittleRoom, 0, true},
+             {"import", import, 3},
+             {"undo the import", undo, 3},
+             {"redo the import", redo, 3},
+             RemoveTransaction("remove a transaction", 4),
+             {"undo", undo},
+             {"flush", flush, 0},
+             {"enter a payment", enter, 2},
+             {"take the import back", takeBack},
+             {"flush again", flush, 0},
+             {"undo that", undo},
+             kClose}};
+}
+
 // A ledger from before payees had rows of their own.
 bool PrepareOldLedger(CWorkSession& session) {
     if (!session.Open() || !session.Finance()->Close()) return false;
@@ -494,7 +553,7 @@ const std::vector<StoreWorkload>& StoreWorkloads() {
     static const std::vector<StoreWorkload> kWorkloads = {
         FirstStart(), SingleCommits(), Batches(),        Upkeep(),         Schema(),
         OldVersion(), Seeding(),       Transfers(),      Imports(),        Reading(),
-        Upgrade(),    Restore(),       GrowingJournal(), GrowingImports(),
+        Upgrade(),    Restore(),       GrowingJournal(), GrowingImports(), Undoing(),
     };
     return kWorkloads;
 }

@@ -410,6 +410,91 @@ def read_table(files, number, name, definition_name):
     return table
 
 
+# --- the history
+
+class Fields:
+    """Numbers and texts of a part, one behind the other."""
+
+    def __init__(self, data, at):
+        self.data = data
+        self.at = at
+
+    def number(self, code):
+        value = struct.unpack_from("<" + code, self.data, self.at)[0]
+        self.at += struct.calcsize(code)
+        return value
+
+    def text(self, length_code):
+        length = self.number(length_code)
+        if self.at + length > len(self.data):
+            raise Damaged("a text of the history does not end")
+        self.at += length
+        return bytes(self.data[self.at - length:self.at]).decode()
+
+    def value(self, kind):
+        # Doubles by their bits, so that every one can be told from any other.
+        return self.text("I") if kind == 0 else self.number("q" if kind == 4 else FORMATS[kind])
+
+
+def read_history_table(fields):
+    columns = fields.number("H")
+    table = {"added": fields.number("I"), "changed": fields.number("I"),
+             "deleted": fields.number("I"), "first": fields.number("q"),
+             "last": fields.number("q"), "name": fields.text("H"), "columns": []}
+    for _ in range(columns):
+        kind = fields.number("B")
+        table["columns"].append((kind, fields.text("H")))
+    return table
+
+
+def read_change(fields, tables):
+    action = ["", "added", "changed", "deleted"][fields.number("B")]
+    table = tables[fields.number("H")]
+    change = {"action": action, "table": table["name"], "row": fields.number("q"), "values": {}}
+    bits = [fields.number("B") for _ in range((len(table["columns"]) + 7) // 8)]
+    for place, (kind, name) in enumerate(table["columns"]):
+        if bits[place // 8] >> place % 8 & 1:
+            values = 2 if action == "changed" else 1
+            change["values"][name] = [fields.value(kind) for _ in range(values)]
+    return change
+
+
+def read_part(data):
+    if data[:4] != b"HPRT" or struct.unpack_from("<Q", data, len(data) - 12)[0] != crc64(data[:-12]):
+        raise Damaged("a part of the history is damaged")
+    fields = Fields(data, 8)
+    part = {"number": fields.number("q"), "time": fields.number("q"), "kind": fields.number("H")}
+    tables, changes = fields.number("H"), fields.number("I")
+    part["subject"], part["label"] = fields.number("q"), fields.text("H")
+    tables = [read_history_table(fields) for _ in range(tables)]
+    part["tables"] = [{key: table[key] for key in table if key != "columns"} for table in tables]
+    part["changes"] = [read_change(fields, tables) for _ in range(changes)]
+    if fields.at != len(data) - 12:
+        raise Damaged("a part of the history does not end where it should")
+    return part
+
+
+def read_history(files):
+    if "History.dat" not in files:
+        return None
+    data = files["History.dat"]
+    check_header(data, "History", 1, 102)
+    following, at, done, end, actions, checksum = struct.unpack_from("<qqqqqQ", data, 54)
+    if checksum != crc64(data[:94]):
+        raise Damaged("the history's header is broken")
+    parts = []
+    while at < end:
+        length = struct.unpack_from("<I", data, at + 4)[0]
+        if at + length > end or struct.unpack_from("<I", data, at + length - 4)[0] != length:
+            raise Damaged("a part of the history has two lengths")
+        parts.append(read_part(bytes(data[at:at + length])))
+        parts[-1]["done"] = at < done
+        at += length
+    if len({part["number"] for part in parts}) != actions:
+        raise Damaged("the history does not hold as many actions as it says")
+    return {"next": following, "parts": parts}
+
+
 def read_database(folder):
     files = read_folder(folder)
     schema = files["DatabaseSchema.dat"]
@@ -424,7 +509,9 @@ def read_database(folder):
     blocks = blocks_of(files, "DatabaseSchema_blobdata.dat")
     blobs = [{"id": blob, "hex": block(blocks, place).hex()}
              for blob, place in sorted(places.items())]
-    return {"tables": tables, "blobs": blobs}
+    content = {"tables": tables, "blobs": blobs}
+    history = read_history(files)
+    return content if history is None else dict(content, history=history)
 
 
 def main():

@@ -91,7 +91,8 @@ private:
         FUZZ_CHECK(why != Code::DiskFull && why != Code::StoreFailed, "never for the ledger");
         FUZZ_CHECK(why != Code::OutOfMemory, "nor for want of memory");
         if (result.failed) return;
-        FUZZ_CHECK(result.imported + result.duplicates <= result.read, "no more than was read");
+        FUZZ_CHECK(result.imported + result.duplicates + result.matched <= result.read,
+                   "no more than was read");
     }
 
     // The rows of a plan, one by one and in a walk, and its counts.

@@ -8,6 +8,7 @@
 #include "storage/BackupFixture.h"
 #include "storage/compression/Compression.h"
 #include "storage/database/SchemaFile.h"
+#include "storage/history/HistoryFormat.h"
 #include "storage/journal/ChecksumFile.h"
 #include "storage/journal/JournalFormat.h"
 
@@ -149,6 +150,15 @@ void AddChecksum(Seeds& seeds) {
     own["empty"] = {0};
 }
 
+void AddHistory(Seeds& seeds) {
+    auto& own = seeds["history"];
+    const Bytes& file = SmallLedgerDisk().files.at("db/History.dat");
+    own["as-it-is"] = Join({14}, file);
+    own["sums-put-right"] = Join({15}, file);
+    own["undone"] = Join({15}, WithByte(file, 70, HistoryHeader::kDiskSize));
+    own["cut"] = Join({14}, Prefix(file, file.size() - 7));
+}
+
 void AddBackup(Seeds& seeds) {
     auto& own = seeds["backup"];
     // The writer's nonces are random; a fixed start would be a different one each time.
@@ -190,6 +200,7 @@ Seeds MakeSeeds() {
     AddStores(seeds);
     AddJournal(seeds);
     AddChecksum(seeds);
+    AddHistory(seeds);
     AddBackup(seeds);
     AddDatabase(seeds);
     return seeds;

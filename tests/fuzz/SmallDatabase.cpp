@@ -1,5 +1,7 @@
 #include "SmallDatabase.h"
 
+#include "finance/ledger/Ledger.h"
+
 #include "storage/database/DatabaseManager.h"
 #include "support/MemoryFileSystem.h"
 #include "support/SampleStore.h"
@@ -42,6 +44,27 @@ std::map<std::string, Bytes> Make() {
 const std::map<std::string, Bytes>& SmallDatabaseFiles() {
     static const std::map<std::string, Bytes> kFiles = Make();
     return kFiles;
+}
+
+const DiskImage& SmallLedgerDisk() {
+    static const DiskImage disk = [] {
+        CMemoryFileSystem files;
+        CQuillonDatabaseInterface database(files);
+        CLedger ledger(database);
+        FUZZ_CHECK(database.Open("db").opened, "a ledger is made");
+        CAccountEntry account;
+        account.name = "A";
+        FUZZ_CHECK(ledger.OpenAccount(account, 5.0, 0) == LedgerStatus::Ok, "with an account");
+        CTransactionEntry row;
+        row.accountId = account.id;
+        row.amount = 1.25;
+        row.memo = "m";
+        FUZZ_CHECK(ledger.EnterTransaction(row) == LedgerStatus::Ok, "and an entry");
+        FUZZ_CHECK(ledger.RemoveTransaction(1) == LedgerStatus::Ok, "less another");
+        FUZZ_CHECK(database.Close(), "it is closed");
+        return files.Everything();
+    }();
+    return disk;
 }
 
 }  // namespace quillon::fuzz

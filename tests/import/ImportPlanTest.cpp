@@ -13,7 +13,8 @@ namespace quillon {
 namespace {
 
 std::string NameOf(PlanOutcome outcome) {
-    constexpr const char* kNames[] = {"repeated", "held", "refused", "unreadable", "new"};
+    constexpr const char* kNames[] = {"repeated", "held",  "refused", "unreadable",
+                                      "matches",  "maybe", "new"};
     return kNames[static_cast<size_t>(outcome)];
 }
 
@@ -37,7 +38,8 @@ std::string Shown(const ImportPlanRow& row) {
     if (row.check != 0) line += " #" + std::to_string(row.check);
     if (!row.electronic.empty()) line.append(" ").append(row.electronic);
     if (!row.idText.empty()) line.append(" id ").append(row.idText);
-    line += " " + NameOf(row.outcome) + (row.action == PlanAction::Enter ? " enter" : " skip");
+    constexpr const char* kActions[] = {" enter", " skip", " match"};
+    line += " " + NameOf(row.outcome) + kActions[static_cast<size_t>(row.action)];
     if (row.match != kNoRow) line += " " + std::to_string(row.match);
     return line;
 }

@@ -67,6 +67,9 @@ protected:
         rule.replaceText = replace;
         EXPECT_TRUE(workspace.Database().Add(rule));
     }
+    static CWorkspace::WantTransaction From(int64_t date) {
+        return [date](const CTransactionEntry& row) { return row.serviceDate >= date; };
+    }
     // Payees with their number of transactions.
     std::map<std::string, int64_t> Payees() {
         std::map<std::string, int64_t> counts;
@@ -94,19 +97,19 @@ TEST_F(RuleOutlookTest, OverThePast) {
     Rule("SHOP", "Shop");
 
     RuleOutlook outlook;
-    ASSERT_TRUE(LookAhead(workspace.Database(), may, outlook));
+    ASSERT_TRUE(LookAhead(workspace.Database(), From(may), outlook));
     ASSERT_EQ(outlook.renamings.size(), 3U);
     EXPECT_EQ(outlook.transactions, 3);
     EXPECT_EQ(outlook.renamings[0].before, "Shop");
     EXPECT_EQ(outlook.renamings[0].after, "The Shop");
     EXPECT_EQ(outlook.renamings[1].before, "SHOP 1");
     EXPECT_EQ(outlook.renamings[1].transactions, 1);
-    ASSERT_EQ(workspace.RenamePayees(outlook.renamings, may), LedgerStatus::Ok);
+    ASSERT_EQ(workspace.RenamePayees(outlook.renamings, From(may)), LedgerStatus::Ok);
     using Counts = std::map<std::string, int64_t>;
     EXPECT_EQ(Payees(), (Counts{{"SHOP 1", 1}, {"Shop", 2}, {"The Shop", 1}, {"Rent", 1}}));
 
-    ASSERT_TRUE(LookAhead(workspace.Database(), 0, outlook));
-    ASSERT_EQ(workspace.RenamePayees(outlook.renamings, 0), LedgerStatus::Ok);
+    ASSERT_TRUE(LookAhead(workspace.Database(), From(0), outlook));
+    ASSERT_EQ(workspace.RenamePayees(outlook.renamings, From(0)), LedgerStatus::Ok);
     EXPECT_EQ(Payees(), (Counts{{"Shop", 1}, {"The Shop", 3}, {"Rent", 1}}));
 }
 
@@ -118,8 +121,8 @@ TEST_F(RuleOutlookTest, APayeeInUseStays) {
     ASSERT_TRUE(workspace.Database().Add(memorized));
     Rule("SHOP", "Shop");
     RuleOutlook outlook;
-    ASSERT_TRUE(LookAhead(workspace.Database(), 0, outlook));
-    ASSERT_EQ(workspace.RenamePayees(outlook.renamings, 0), LedgerStatus::Ok);
+    ASSERT_TRUE(LookAhead(workspace.Database(), From(0), outlook));
+    ASSERT_EQ(workspace.RenamePayees(outlook.renamings, From(0)), LedgerStatus::Ok);
     EXPECT_EQ(Payees(), (std::map<std::string, int64_t>{{"SHOP 1", 0}, {"Shop", 1}}));
 }
 

@@ -229,5 +229,43 @@ TEST_F(WorkspaceTest, AnOwnLabelIsKept) {
     EXPECT_EQ(keeper.notices.back().label, "Delete 1 transaction");
 }
 
+// Undo and redo tell what a change would: each row once, with its accounts.
+TEST_F(WorkspaceTest, UndoAndRedoAreOneNoticeEach) {
+    const int64_t a = Account("Checking");
+    const int64_t b = Account("Card", AccountType::Credit);
+    const CTransactionEntry row = Enter(Row(a, TransactionType::Payment, 10), "Shop", "New");
+    const int64_t id = row.id;
+    ASSERT_EQ(workspace.MoveToAccount({{id}}, b), LedgerStatus::Ok);
+    ASSERT_EQ(workspace.RemoveTransactions({{id}}), LedgerStatus::Ok);
+    const struct {
+        bool isUndo;
+        const char* label;
+        const char* notice;
+    } steps[] = {
+        {true, "Undo: Delete 1 transaction", "+1@2"},
+        {true, "Undo: Move 1 transaction to 'Card'", "~1@2>1"},
+        {true, "Undo: Enter transaction", "-1@1 categories payees"},
+        {true, "Undo: New account 'Card'", " accounts"},
+        {false, "Redo: New account 'Card'", " accounts"},
+        {false, "Redo: Enter transaction", "+1@1 categories payees"},
+        {false, "Redo: Move 1 transaction to 'Card'", "~1@1>2"},
+    };
+    for (const auto& step : steps) {
+        keeper.notices.clear();
+        const HistoryOutcome outcome = step.isUndo ? workspace.Undo() : workspace.Redo();
+        ASSERT_EQ(outcome.status, HistoryStatus::Ok) << step.label;
+        ASSERT_EQ(keeper.notices.size(), 1U) << step.label;
+        EXPECT_EQ(keeper.notices[0].label, step.label);
+        EXPECT_EQ(Brief(keeper.notices[0]), step.notice) << step.label;
+    }
+    EXPECT_EQ(workspace.NextUndo(), "Move 1 transaction to 'Card'");
+    EXPECT_EQ(workspace.NextRedo(), "Delete 1 transaction");
+    keeper.notices.clear();
+    while (workspace.Undo().status == HistoryStatus::Ok) continue;
+    keeper.notices.clear();
+    EXPECT_EQ(workspace.Undo().status, HistoryStatus::Nothing);
+    EXPECT_TRUE(keeper.notices.empty());
+}
+
 }  // namespace
 }  // namespace quillon

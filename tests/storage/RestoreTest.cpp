@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "storage/BackupFixture.h"
+#include "support/EachFailure.h"
 #include "support/ForwardingFiles.h"
 
 namespace quillon {
@@ -156,6 +157,26 @@ TEST(Restore, KeepsOffAnOpenDatabase) {
     }
     EXPECT_EQ(Restore(disk, "b.dat", "ledger", true), RestoreCode::Done);
     EXPECT_NE(disk.Lock("ledger/Database.lock"), nullptr) << "the restore holds on to it";
+}
+
+// Whatever the disk answers about a file's size, and then does not.
+TEST(Restore, ASizeThatFailsOnceStopsNothingHalfway) {
+    CMemoryFileSystem disk;
+    disk.Bytes("b.dat") = ContainerOf(SmallDatabase());
+    PutFiles(disk, "ledger", {{"DatabaseSchema.dat", Text("mine")}});
+    const FileMap mine = FilesIn(disk, "ledger");
+    CEachFailure failure(disk, {.kind = Call::Size, .error = FileError::Other});
+    while (failure.Next()) {
+        failure.Arm();
+        RestoreReport report;
+        const RestoreCode code =
+            RestoreBackup(disk, "b.dat", "ledger", kHash, true, report, QuickOptions());
+        failure.Disarm();
+        ASSERT_TRUE(RecoverInterruptedRestore(disk, "ledger"));
+        ASSERT_EQ(FilesIn(disk, "ledger"), code == RestoreCode::Done ? SmallDatabase() : mine)
+            << failure.Nth();
+    }
+    ASSERT_FALSE(failure.IsEndless());
 }
 
 TEST(Restore, TellsItsProgress) {

@@ -11,6 +11,7 @@ constexpr ImportFormat kQfx{"QFX", true, false};
 ImportResult EndedResult(const ImportFormat& format) {
     ImportResult result;
     result.format = format;
+    result.tellsHeld = format.hasIdentifiers;  // as by the plain rules
     result.read = 7000;
     result.imported = 4000;
     result.categoriesCreated = 3;

@@ -18,6 +18,8 @@ std::vector<Command> CategoryCommands();
 std::vector<Command> PayeeCommands();
 std::vector<Command> RuleCommands();
 std::vector<Command> ImportCommands();
+std::vector<Command> ImportBatchCommands();
+std::vector<Command> HistoryCommands();
 std::vector<Command> ExportCommands();
 std::vector<Command> ReconcileCommands();
 std::vector<Command> CheckCommands();

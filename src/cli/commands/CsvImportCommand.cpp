@@ -151,6 +151,7 @@ CsvCommandOptions OptionsOf(const Arguments& given) {
                        .decimal = given.Value("--decimal"),
                        .source = given.Value("--source"),
                        .notes = given.Value("--notes"),
+                       .match = given.Value("--match"),
                        .dryRun = given.Flag("--dry-run")},
             .map = given.Value("--map"),
             .delimiter = given.Text("--delimiter"),
@@ -193,7 +194,11 @@ Command CsvImportCommand() {
              {.name = "--notes",
               .help = "summed: one note for many lines of one cause; all: every one",
               .choices = {"summed", "all"},
-              .standard = "summed"}},
+              .standard = "summed"},
+             {.name = "--match",
+              .help = "auto: lines are matched with entries made by hand; none: they are not",
+              .choices = {"auto", "none"},
+              .standard = "auto"}},
         .run = [](CCommandContext& context, const Arguments& given) {
             ImportCsv(context, OptionsOf(given));
         }};

@@ -3,12 +3,12 @@
 #include "cli/Names.h"
 #include "cli/Session.h"
 #include "cli/commands/Commands.h"
+#include "cli/commands/ImportPlanView.h"
 #include "cli/commands/ImportRun.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Progress.h"
 #include "cli/terminal/TablePrinter.h"
 #include "cli/terminal/Values.h"
-#include "foundation/CalendarDate.h"
 #include "foundation/CurrencyFormat.h"
 #include "import/ofx/QFXImportManager.h"
 #include "import/qif/QIFImportManager.h"
@@ -45,6 +45,7 @@ ImportOptions ReadImportOptions(const ImportCommandOptions& given) {
     options.allSources = given.source == "all";
     if (!options.allSources) options.source = given.source;
     options.everyNote = given.notes == "all";
+    options.match = given.match == "none" ? MatchMode::None : MatchMode::Auto;
     return options;
 }
 
@@ -75,6 +76,7 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
                  {"read", result.read},
                  {"imported", result.imported},
                  {"duplicates", result.duplicates},
+                 {"matched", result.matched},
                  {"categoriesCreated", result.categoriesCreated},
                  {"payeesCreated", result.payeesCreated},
                  {"dialect",
@@ -89,35 +91,6 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
     if (given.dryRun) json["dryRun"] = true;
     if (result.cancelled) json["cancelled"] = true;
     return json;
-}
-
-const char* ActionText(const ImportPlanRow& row) {
-    if (row.action == PlanAction::Enter) return "enter";
-    const bool isKnown = row.outcome == PlanOutcome::Held || row.outcome == PlanOutcome::Repeated;
-    return isKnown ? "known already" : "skip";
-}
-
-// What a dry run would do with each record.
-void PrintPreview(CCommandContext& context, const CImportPlan& plan) {
-    if (plan.RowCount() == 0) return;
-    using Align = CTablePrinter::Align;
-    using Fit = CTablePrinter::Fit;
-    CTablePrinter table;
-    table.AddColumn("Line", Align::Right);
-    table.AddColumn("Date");
-    table.AddColumn("Amount", Align::Right);
-    table.AddColumn("Payee", Align::Left, Fit::Yield);
-    table.AddColumn("Category", Align::Left, Fit::Yield);
-    table.AddColumn("Would");
-    table.AddColumn("Memo", Align::Left, Fit::Drop);
-    plan.ForEachRow([&table](const ImportPlanRow& row) {
-        table.AddRow({std::to_string(row.line), FormatIsoDate(row.date), FormatCurrency(row.amount),
-                      std::string(row.payee), std::string(row.category), ActionText(row),
-                      std::string(row.memo)});
-    });
-    CommandLineHost& host = context.Host();
-    table.Print(host.out, host.outIsTerminal ? static_cast<size_t>(host.columns) : 0);
-    context.Say("");
 }
 
 void PrintNotes(CCommandContext& context, const ImportResult& result) {
@@ -143,12 +116,15 @@ void PrintResult(CCommandContext& context, const CImportPlan& plan, const Import
     context.Say("");
     PrintNotes(context, result);
     if (given.dryRun) {
-        PrintPreview(context, plan);
+        PrintPlan(context, plan);
         context.Say("Dry run, nothing was entered. Of " +
                     Counted(result.read, "record", "records") + " " +
                     std::to_string(result.imported) + " would be entered.");
     } else {
         context.Say(ImportReport(result, given.file));
+    }
+    if (result.matched > 0) {
+        context.Say("Matched with entries made by hand: " + std::to_string(result.matched));
     }
     if (result.duplicates > 0) {
         context.Say("Known already, left out: " + std::to_string(result.duplicates));
@@ -209,7 +185,9 @@ void RunImport(CCommandContext& context, const ImportCommandOptions& given,
     if (result.failed) throw CFailure(ImportRefusalMessage(result, given.file));
     if (kind.whenRead) kind.whenRead();
     if (context.WantsJson()) {
-        context.Print(ResultJson(given, account, result, kind));
+        Json json = ResultJson(given, account, result, kind);
+        if (given.dryRun) json["rows"] = PlanRowsJson(plan);
+        context.Print(json);
         return;
     }
     PrintResult(context, plan, result, given, kind);
@@ -243,6 +221,7 @@ ImportCommandOptions OptionsOf(const Arguments& given) {
             .decimal = given.Value("--decimal"),
             .source = given.Value("--source"),
             .notes = given.Value("--notes"),
+            .match = given.Value("--match"),
             .dryRun = given.Flag("--dry-run")};
 }
 
@@ -266,11 +245,15 @@ std::vector<Command> ImportCommands() {
         {.name = "--notes",
          .help = "summed: one note for many lines of one cause; all: every one",
          .choices = {"summed", "all"},
-         .standard = "summed"}};
+         .standard = "summed"},
+        {.name = "--match",
+         .help = "auto: lines are matched with entries made by hand; none: they are not",
+         .choices = {"auto", "none"},
+         .standard = "auto"}};
     return {
         {.path = "import", .help = "Enter a bank's download into an account"},
         {.path = "import qif",
-         .help = "Import a QIF file",
+         .help = "Import a QIF file; known lines are left out",
          .options = options,
          .run = [](CCommandContext& context,
                    const Arguments& given) { Import(context, Format::Qif, OptionsOf(given)); }},

@@ -21,6 +21,7 @@ struct ImportCommandOptions {
     std::string decimal;
     std::string source;
     std::string notes;
+    std::string match;
     bool dryRun = false;
 };
 

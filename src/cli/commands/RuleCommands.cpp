@@ -5,12 +5,12 @@
 #include "cli/NamedRows.h"
 #include "cli/Session.h"
 #include "cli/commands/Commands.h"
+#include "cli/commands/RuleOutput.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/TablePrinter.h"
 #include "cli/terminal/Values.h"
 #include "foundation/CalendarDate.h"
 #include "import/plan/RenamingRules.h"
-#include "presenters/rules/RuleOutlook.h"
 #include "presenters/rules/RuleSuggestions.h"
 
 namespace quillon {
@@ -171,16 +171,22 @@ void PrintOutlook(CCommandContext& context, const RuleOutlook& outlook, bool isD
 void Apply(CCommandContext& context, const TextOption& from, bool onlyLook) {
     const int64_t first = from.Given() ? RequireDate(from.value) : kMinimumFileTime;
     CSession session(context);
-    RuleOutlook outlook;
-    RequireStored(LookAhead(session.Database(), first, outlook), session.Database());
-    const bool isDone = !onlyLook && !outlook.renamings.empty();
-    if (isDone) {
-        RequireDone(session.Workspace().RenamePayees(outlook.renamings, first), session.Database());
-    }
-    PrintOutlook(context, outlook, isDone);
+    const auto wants = [first](const CTransactionEntry& row) { return row.serviceDate >= first; };
+    RenameByRules(context, session, wants, onlyLook);
 }
 
 }  // namespace
+
+void RenameByRules(CCommandContext& context, CSession& session,
+                   const CWorkspace::WantTransaction& wants, bool onlyLook) {
+    RuleOutlook outlook;
+    RequireStored(LookAhead(session.Database(), wants, outlook), session.Database());
+    const bool isDone = !onlyLook && !outlook.renamings.empty();
+    if (isDone) {
+        RequireDone(session.Workspace().RenamePayees(outlook.renamings, wants), session.Database());
+    }
+    PrintOutlook(context, outlook, isDone);
+}
 
 std::vector<Command> RuleCommands() {
     const Option rule{.name = "rule", .help = "Its number or its search text", .required = true};

@@ -1,11 +1,14 @@
 #include "finance/database/QuillonDatabaseInterface.h"
 
 #include "finance/database/FinanceRows.h"
+#include "storage/database/DatabaseFiles.h"
 
 namespace quillon {
 
 CQuillonDatabaseInterface::CQuillonDatabaseInterface(CFileSystem& files)
-    : m_database(files), m_rows(std::make_unique<CFinanceRows>(m_database)) {}
+    : m_database(files),
+      m_history(m_database),
+      m_rows(std::make_unique<CFinanceRows>(m_database)) {}
 
 CQuillonDatabaseInterface::~CQuillonDatabaseInterface() {
     if (IsOpen()) Close();
@@ -17,17 +20,7 @@ FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder,
     bool ran = false;
     m_rows->Run([&] {
         if (IsOpen()) Close();
-        if (m_database.Open(folder)) {
-            // Files do not tell: after a power cut they may still stand in the journal.
-            result.created = m_database.Tables().empty();
-            result.schema =
-                EnsureFinanceSchema(m_database, checkLayout ? *checkLayout : CCheckPrintFormat());
-            result.setAsideJournal = m_database.SetAsideJournal();
-            result.rebuilt = m_database.RebuiltIndexes();
-            result.opened = true;
-        }
-        result.problem = m_database.Problem();
-        result.detail = m_database.ProblemDetail();
+        result = OpenFolder(folder, checkLayout ? *checkLayout : CCheckPrintFormat());
         ran = true;
         return true;
     });
@@ -42,10 +35,37 @@ FinanceOpenResult CQuillonDatabaseInterface::Open(const std::string& folder,
     return result;
 }
 
+FinanceOpenResult CQuillonDatabaseInterface::OpenFolder(const std::string& folder,
+                                                        const CCheckPrintFormat& layout) {
+    FinanceOpenResult result;
+    if (m_database.Open(folder)) {
+        // Files do not tell: after a power cut they may still stand in the journal.
+        result.created = m_database.Tables().empty();
+        result.schema = EnsureFinanceSchema(m_database, layout);
+        result.setAsideJournal = m_database.SetAsideJournal();
+        result.rebuilt = m_database.RebuiltIndexes();
+        // What the schema's making changed is nobody's action.
+        const CHistoryFile::OpenResult history = m_history.Open();
+        result.historyLost = m_history.WasLost();
+        result.opened = result.historyLost || history == CHistoryFile::OpenResult::Ok;
+        if (!result.opened) {
+            Close();
+            result.problem = DatabaseProblem::ReadFailed;
+            result.detail = JoinPath(folder, kHistoryName);
+            return result;
+        }
+    }
+    result.problem = m_database.Problem();
+    result.detail = m_database.ProblemDetail();
+    return result;
+}
+
 bool CQuillonDatabaseInterface::Close() {
     return m_rows->Run([&] {
         m_rows->ForgetQuery();  // it points into tables that go now
-        return m_database.Close();
+        const bool closed = m_database.Close();
+        m_history.Close();
+        return closed;
     });
 }
 

@@ -11,6 +11,7 @@
 
 #include "finance/database/Lookup.h"
 #include "finance/database/TransactionColumns.h"
+#include "finance/history/History.h"
 #include "finance/records/FinanceRecords.h"
 #include "finance/schema/FinanceSchema.h"
 #include "foundation/FileSystem.h"
@@ -33,6 +34,8 @@ struct FinanceOpenResult {
     // Files of indexes that were damaged or missing, made anew from the rows. More may be found
     // when they are first used: see CDatabaseManager::RebuiltIndexes.
     std::vector<std::string> rebuilt;
+    // The history of actions was damaged and is lost; the ledger is not.
+    bool historyLost = false;
 };
 
 // How a password compares with the stored one.
@@ -100,6 +103,8 @@ public:
     void RunTimers(int64_t nowMs);
 
     CReentrantLock& Section();
+    // Callers hold the section.
+    CHistory& History() { return m_history; }
 
     // --- batches: everything between begin and commit is one commit. They nest; the
     // outermost decides, and a roll back inside makes the outer commit fail. What other
@@ -133,6 +138,9 @@ public:
     // --- transactions
     [[nodiscard]] bool UpdateTransactionCategory(int64_t transactionId, int64_t categoryId);
     [[nodiscard]] bool UpdateTransactionPayee(int64_t transactionId, int64_t payeeId);
+    // What a statement says of a row that people had entered.
+    [[nodiscard]] bool UpdateTransactionStatement(int64_t transactionId, int64_t fitId,
+                                                  int32_t check);
     // Those with a statement identifier (FitID not 0).
     bool ListTransactionsWithStatementIds(int64_t accountId,
                                           COwnedList<CTransactionEntry>& transactions);
@@ -155,6 +163,14 @@ public:
     // --- many transactions at once, by columns: see TransactionColumns.h.
     bool ReadTransactionNumbers(int64_t accountId, TransactionNumbers& numbers);
     bool ReadTransactionUses(int64_t accountId, TransactionUses& uses);
+    // Of the rows between the dates, which are included, those that `choose` says.
+    bool ReadTransactionIdentities(int64_t accountId, int64_t from, int64_t to,
+                                   const TransactionChoice& choose,
+                                   TransactionIdentities& identities);
+    // Those with a statement identifier, without payees and checks.
+    bool ReadStatementIdentities(int64_t accountId, TransactionIdentities& identities);
+    // When each of the rows was entered; 0 for one that is gone.
+    bool ReadTransactionCreations(std::span<const int64_t> rowIds, std::vector<int64_t>& stamps);
     // Calls `visit(i, memo, electronic)` for each of the rows in turn; a text that cannot be
     // read, or whose row is gone, is empty. std::bad_alloc, and what `visit` throws, passes.
     void ReadTransactionTexts(std::span<const int64_t> rowIds, const TransactionTextVisit& visit);
@@ -220,7 +236,10 @@ public:
     int64_t RowCount(std::string_view table);
 
 private:
+    FinanceOpenResult OpenFolder(const std::string& folder, const CCheckPrintFormat& layout);
+
     CDatabaseManager m_database;
+    CHistory m_history;
     std::unique_ptr<CFinanceRows> m_rows;  // critical section and query
 };
 

@@ -174,19 +174,35 @@ LedgerStatus CLedger::RemoveTransaction(int64_t transactionId, TransferSides sid
         if (both.HasFailed()) return LedgerStatus::StoreFailed;
         if (both) rows.push_back(other);
     }
+    return RemoveRows(rows);
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
+}
+
+LedgerStatus CLedger::RemoveTransactions(std::span<const int64_t> transactionIds) try {
+    const CFinanceSection section(m_database);
+    std::vector<CTransactionEntry> rows(transactionIds.size());
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const LedgerStatus status = ReadTransaction(transactionIds[i], rows[i]);
+        if (status != LedgerStatus::Ok) return status;
+    }
+    return RemoveRows(rows);
+} catch (const std::bad_alloc&) {
+    return LedgerStatus::StoreFailed;
+}
+
+LedgerStatus CLedger::RemoveRows(std::span<const CTransactionEntry> rows) {
     CFinanceBatch batch(m_database);
     if (!batch.Begun()) return LedgerStatus::StoreFailed;
     Effects effects;
     for (const CTransactionEntry& row : rows) {
-        status = NoteGone(row, effects);
+        const LedgerStatus status = NoteGone(row, effects);
         if (status != LedgerStatus::Ok) return status;
         if (!m_database.Delete<CTransactionEntry>(row.id)) return LedgerStatus::StoreFailed;
     }
-    status = ApplyEffects(effects);
+    const LedgerStatus status = ApplyEffects(effects);
     if (status != LedgerStatus::Ok) return status;
     return batch.Commit() ? LedgerStatus::Ok : LedgerStatus::StoreFailed;
-} catch (const std::bad_alloc&) {
-    return LedgerStatus::StoreFailed;
 }
 
 }  // namespace quillon

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -104,6 +105,8 @@ public:
                                                  EffectOnMove effect = EffectOnMove::Kept);
     [[nodiscard]] LedgerStatus RemoveTransaction(int64_t transactionId,
                                                  TransferSides sides = TransferSides::ThisOnly);
+    // Many at once, each by itself: other sides of transfers stay.
+    [[nodiscard]] LedgerStatus RemoveTransactions(std::span<const int64_t> transactionIds);
 
     // Two rows of category "Transfer": type Transfer on the paying account; Deposit, or
     // Payment when it is a credit or loan account, on the receiving one.
@@ -167,6 +170,7 @@ private:
     LedgerStatus ApplyEffects(const Effects& effects);
     LedgerStatus CheckChange(const CTransactionEntry& old, CTransactionEntry& changed,
                              EffectOnMove effect, Effects& effects);
+    LedgerStatus RemoveRows(std::span<const CTransactionEntry> rows);
     LedgerStatus ChangeRow(const CTransactionEntry& old, const CTransactionEntry& changed,
                            Effects& effects);
     // `other` as the other side of `changed`.
@@ -182,6 +186,14 @@ private:
                                   int64_t ownId);
 
     CQuillonDatabaseInterface& m_database;
+};
+
+// What a statement says of an entry that people had made.
+struct StatementMatch {
+    int64_t transactionId = kNoRow;
+    double signedAmount = 0.0;  // that the entry has, if it still is the same
+    int64_t fitId = 0;          // becomes the entry's; 0: none
+    int32_t check = 0;          // the same, where it has none
 };
 
 // Enters many transactions into one account: a commit, with the account's balance, per
@@ -216,16 +228,23 @@ public:
     // stored. BadAmount leaves the import going; after StoreFailed, or AccountClosed because
     // another thread closed it between two batches, it takes nothing more and Finish fails.
     [[nodiscard]] LedgerStatus Enter(CTransactionEntry& transaction);
+    // Part of the same commits. NoSuchTransaction, which changes nothing and leaves the import
+    // going: there is no such entry in the account any more, it has another amount, or an
+    // identifier, which `fitId` is set to.
+    [[nodiscard]] LedgerStatus Match(StatementMatch& match);
     // Commits the rest. False: the last batch was rolled back.
     [[nodiscard]] bool Finish();
-    // Transactions that are safely stored.
+    // Transactions that are safely stored, and entries matched.
     int64_t Committed() const { return m_committed; }
+    int64_t CommittedMatches() const { return m_committedMatches; }
 
 private:
     [[nodiscard]] LedgerStatus OpenBatch();
     [[nodiscard]] bool CommitBatch();
     void Abandon();
     void Leave();
+    // Commits the batch when it is full.
+    [[nodiscard]] LedgerStatus EndRow();
 
     CLedger& m_ledger;
     int64_t m_accountId;
@@ -235,7 +254,9 @@ private:
     double m_effects = 0.0;                    // of the open batch
     int32_t m_check = 0;                       // the highest number in it
     int32_t m_pending = 0;                     // rows in it
+    int32_t m_pendingMatches = 0;              // entries matched in it
     int64_t m_committed = 0;
+    int64_t m_committedMatches = 0;
     bool m_inBatch = false;
     bool m_failed = false;
 };

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <new>
 
 #include "finance/ledger/Balance.h"
@@ -20,6 +21,7 @@ void CLedgerImport::Leave() {
     m_effects = 0.0;
     m_check = 0;
     m_pending = 0;
+    m_pendingMatches = 0;
     m_section.reset();
 }
 
@@ -56,18 +58,51 @@ LedgerStatus CLedgerImport::Enter(CTransactionEntry& transaction) try {
     m_effects +=
         BalanceEffect(transaction.transactionType, transaction.amount, m_account.accountType);
     m_check = std::max(m_check, transaction.check);
-    if (++m_pending < m_recordsPerCommit) return LedgerStatus::Ok;
-    const LedgerStatus next = CommitBatch() ? OpenBatch() : LedgerStatus::StoreFailed;
-    m_failed = next != LedgerStatus::Ok;
-    return next;
+    ++m_pending;
+    return EndRow();
 } catch (const std::bad_alloc&) {
     m_failed = true;
     Abandon();
     return LedgerStatus::StoreFailed;
 }
 
+LedgerStatus CLedgerImport::Match(StatementMatch& match) try {
+    if (m_failed || !m_inBatch) return LedgerStatus::StoreFailed;
+    CTransactionEntry entry;
+    const CLookup read = m_ledger.Database().Read(match.transactionId, entry);
+    const double effect = BalanceEffect(entry.transactionType, entry.amount, m_account.accountType);
+    const bool isSame = read && entry.accountId == m_accountId && entry.fitId == 0 &&
+                        std::fabs(effect - match.signedAmount) < kHalfCent;
+    if (!read.HasFailed() && !isSame) {
+        match.fitId = read ? entry.fitId : 0;
+        return LedgerStatus::NoSuchTransaction;
+    }
+    const int32_t check = entry.check != 0 ? entry.check : match.check;
+    const bool changes = match.fitId != 0 || check != entry.check;
+    if (read.HasFailed() || (changes && !m_ledger.Database().UpdateTransactionStatement(
+                                            entry.id, match.fitId, check))) {
+        m_failed = true;
+        Abandon();
+        return LedgerStatus::StoreFailed;
+    }
+    m_check = std::max(m_check, check);
+    ++m_pendingMatches;
+    return EndRow();
+} catch (const std::bad_alloc&) {
+    m_failed = true;
+    Abandon();
+    return LedgerStatus::StoreFailed;
+}
+
+LedgerStatus CLedgerImport::EndRow() {
+    if (m_pending + m_pendingMatches < m_recordsPerCommit) return LedgerStatus::Ok;
+    const LedgerStatus next = CommitBatch() ? OpenBatch() : LedgerStatus::StoreFailed;
+    m_failed = next != LedgerStatus::Ok;
+    return next;
+}
+
 bool CLedgerImport::CommitBatch() {
-    if (m_pending > 0) {
+    if (m_pending + m_pendingMatches > 0) {
         // As it is now: the same thread may have entered something else meanwhile.
         CLedger::Effects effects;
         CLedger::Touched* touched = nullptr;
@@ -85,7 +120,10 @@ bool CLedgerImport::CommitBatch() {
         m_account.latestCheckNumber = std::max(touched->account.latestCheckNumber, m_check);
     }
     const bool committed = m_ledger.Database().CommitBatch();
-    if (committed) m_committed += m_pending;
+    if (committed) {
+        m_committed += m_pending;
+        m_committedMatches += m_pendingMatches;
+    }
     Leave();
     return committed;
 }

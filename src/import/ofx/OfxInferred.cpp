@@ -152,9 +152,9 @@ void CInferredOfx::ReadRecord(const OfxLine& line, ImportRecord& record) {
         Note(line.correctId == line.id ? Code::CorrectsItself : Code::CorrectsLine, line.line,
              {line.correctId});
     }
-    record.idText = line.id;
     bool isMade = false;
     record.fitId = m_ids.IdOf(line, record.payee, isMade);
+    if (!isMade) record.idText = line.id;
     if (isMade) Note(Code::IdentifierMade, line.line);
     if (!line.closed) Note(Code::LineNotClosed, line.line);
 }

@@ -43,6 +43,8 @@ private:
 
     void EnterAll(CLedgerImport& import);
     bool EnterBatches(CLedgerImport& import);
+    bool Carry(const PackedRow& row, size_t index, CLedgerImport& import);
+    bool Match(const PackedRow& row, size_t index, CLedgerImport& import);
     bool Enter(const PackedRow& row, CLedgerImport& import);
     std::optional<int64_t> PayeeOf(uint32_t number);
     std::optional<int64_t> CategoryOf(uint32_t number);
@@ -78,6 +80,8 @@ ImportResult CImportPlan::Commit(const ImportProgress& progress) {
 
 void CImportPlan::CCommit::Run() {
     CLedger ledger(*m_plan.m_database);
+    const CHistory::CLongAction action(m_plan.m_database->History(), ActionKind::Import,
+                                       m_plan.m_fileName, m_plan.m_account.id);
     CLedgerImport import(ledger, m_plan.m_account.id);
     switch (import.Begin()) {
         case LedgerStatus::Ok:
@@ -105,6 +109,7 @@ void CImportPlan::CCommit::EnterAll(CLedgerImport& import) {
 // Of what was counted, that which stays when the open batch goes.
 void CImportPlan::CCommit::KeepSafe(const CLedgerImport& import) {
     m_result.imported = import.Committed();
+    m_result.matched = import.CommittedMatches();
     m_result.payeesCreated = m_safe.payees;
     m_result.categoriesCreated = m_safe.categories;
 }
@@ -119,21 +124,48 @@ bool CImportPlan::CCommit::EnterBatches(CLedgerImport& import) {
     int64_t committed = 0;
     CPackedRows::CReader reader(m_plan.m_rows, m_plan.m_texts);
     for (PackedRow row; !m_result.cancelled && reader.Next(row);) {
-        const State& state = m_plan.m_states[static_cast<size_t>(done++)];
-        if (state.action != PlanAction::Enter) {
-            m_result.duplicates +=
-                state.outcome == PlanOutcome::Held || state.outcome == PlanOutcome::Repeated;
-            continue;
-        }
-        if (!Enter(row, import)) return false;
-        if (import.Committed() == committed) continue;
-        committed = import.Committed();
+        if (!Carry(row, static_cast<size_t>(done++), import)) return false;
+        const int64_t stored = import.Committed() + import.CommittedMatches();
+        if (stored == committed) continue;
+        committed = stored;
         m_safe = {m_result.payeesCreated, m_result.categoriesCreated};
         m_result.cancelled = m_progress && !m_progress(done, total);
     }
     if (!import.Finish()) return false;
     if (m_progress && !m_result.cancelled) m_progress(total, total);
     return true;
+}
+
+bool CImportPlan::CCommit::Carry(const PackedRow& row, size_t index, CLedgerImport& import) {
+    const State& state = m_plan.m_states[index];
+    switch (state.action) {
+        case PlanAction::Enter:
+            return Enter(row, import);
+        case PlanAction::Match:
+            return Match(row, index, import);
+        case PlanAction::Skip:
+            break;
+    }
+    m_result.duplicates +=
+        state.outcome == PlanOutcome::Held || state.outcome == PlanOutcome::Repeated;
+    return true;
+}
+
+// An entry that is no longer what the plan saw is none of the row's: the money moved all the
+// same. Unless another import of the file came first.
+bool CImportPlan::CCommit::Match(const PackedRow& row, size_t index, CLedgerImport& import) {
+    StatementMatch match{m_plan.MatchOf(index), RoundToCents(row.amount), row.fitId, row.check};
+    const LedgerStatus status = import.Match(match);
+    if (status != LedgerStatus::NoSuchTransaction) {
+        m_result.matched += status == LedgerStatus::Ok;
+        return status == LedgerStatus::Ok;
+    }
+    if (row.fitId != 0 && match.fitId == row.fitId) {
+        ++m_result.duplicates;
+        return true;
+    }
+    AddNote(m_result.notes, ImportNoteCode::EntryChanged, row.line);
+    return Enter(row, import);
 }
 
 bool CImportPlan::CCommit::Enter(const PackedRow& row, CLedgerImport& import) {

@@ -7,8 +7,7 @@ namespace quillon {
 // A format of bank files, as far as plans and reports ask.
 struct ImportFormat {
     std::string_view name;  // "QIF"; lives as long as the program
-    // Its lines have identifiers: what the account holds is told by them, and importing a
-    // file again adds the rest.
+    // Its lines have identifiers, the file's own or made ones, which are stored with them.
     bool hasIdentifiers = false;
     bool hasCategories = false;
 };

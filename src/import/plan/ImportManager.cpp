@@ -41,6 +41,7 @@ CImportPlan CImportManager::Plan(bool isPreview) {
     m_isPreview = isPreview;
     m_found = ImportResult();
     m_found.format = Format();
+    m_found.tellsHeld = !IsPlain() || m_found.format.hasIdentifiers;
     m_notes = CImportNotes(m_options.everyNote);
     CImportPlan plan;
     try {
@@ -59,6 +60,7 @@ CImportPlan CImportManager::Plan(bool isPreview) {
 void CImportManager::FillPlan(CImportPlan& plan) {
     plan.m_database = &m_database;
     plan.m_account = m_account;
+    plan.m_fileName = FileNameOf(PathText());
     plan.m_found.format = Format();
     if (!m_files.Exists(PathText())) {
         Fail(ImportRefusalCode::NoSuchFile);
@@ -73,14 +75,14 @@ void CImportManager::FillPlan(CImportPlan& plan) {
 }
 
 bool CImportManager::TakeRecords(CImportPlan& plan) {
-    CImportPlanner planner(plan, m_options.dialect, m_notes);
+    CImportPlanner planner(plan, m_options, m_notes);
     if (!planner.Load()) return false;
     bool readable = true;
     ReadRecords([&](ImportRecord& record) {
         readable = planner.Take(record);
         return readable;
     });
-    return readable;
+    return readable && planner.Finish();
 }
 
 bool CImportManager::Fail(ImportRefusalCode why, std::vector<ImportValue> values) {

@@ -117,6 +117,9 @@ enum class ImportNoteCode : uint8_t {
     IdentifierOfOthers,  // line of the first, which is another account's
     // --- differs from what the account holds
     HeldDiffers,
+    TakenForEntry,  // date of the entry
+    MayBeEntry,     // the same
+    EntryChanged,   // since the plan was made
     // --- other things about a record
     TextCut,          // bytes that were kept
     RecordNotClosed,  // up to which line it was read

@@ -20,11 +20,16 @@ namespace quillon {
 // are; false stops the import there. What was entered stays.
 using ImportProgress = std::function<bool(int64_t done, int64_t total)>;
 
+// Whether entries that people made are looked for among the lines of a statement. The plain
+// rules never do.
+enum class MatchMode : uint8_t { Auto, None };
+
 struct ImportOptions {
     DialectMode dialect = DialectMode::Plain;
     // Set by the user, these win over what the file shows.
     std::optional<DateOrder> dateOrder;
     std::optional<DecimalMark> decimal;
+    MatchMode match = MatchMode::Auto;
     // CImportManager::Import() plans only: it enters nothing and leaves the file as it is.
     bool dryRun = false;
     // The account of the file whose lines are entered, where it holds several. Empty: the
@@ -42,6 +47,8 @@ struct ImportResult {
     ImportFormat format;    // of the file
     bool dryRun = false;    // nothing was entered: it was only tried
     bool cancelled = false;
+    // Importing the file again adds what is missing and nothing twice.
+    bool tellsHeld = false;
     // The file holds several accounts, and which one was meant is not clear: nothing was
     // entered. ImportOptions::source tells, or allSources.
     bool needsSource = false;
@@ -49,6 +56,7 @@ struct ImportResult {
     int64_t read = 0;        // records or statement lines in the file
     int64_t imported = 0;    // of these, entered (in a dry run: to be entered)
     int64_t duplicates = 0;  // of these, known already
+    int64_t matched = 0;     // of these, entries that the account had
     int64_t categoriesCreated = 0;
     int64_t payeesCreated = 0;
 

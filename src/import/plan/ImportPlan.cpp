@@ -1,9 +1,12 @@
 #include "import/plan/ImportPlan.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
+#include "finance/database/QuillonDatabaseInterface.h"
 #include "finance/ledger/Balance.h"
+#include "import/plan/EntryPool.h"
 
 namespace quillon {
 
@@ -51,6 +54,8 @@ CImportPlan::Counts CImportPlan::Count() const {
             ++counts.entered;
             counts.payees += payees.CountNew(row.payee);
             counts.categories += categories.CountNew(row.category);
+        } else if (state.action == PlanAction::Match) {
+            ++counts.matched;
         } else {
             counts.duplicates +=
                 state.outcome == PlanOutcome::Held || state.outcome == PlanOutcome::Repeated;
@@ -66,6 +71,7 @@ ImportResult CImportPlan::Preview() const {
     const Counts counts = Count();
     result.imported = counts.entered;
     result.duplicates = counts.duplicates;
+    result.matched = counts.matched;
     result.payeesCreated = counts.payees;
     result.categoriesCreated = counts.categories;
     return result;
@@ -113,11 +119,57 @@ void CImportPlan::ForEachRow(const std::function<void(const ImportPlanRow&)>& ta
     for (size_t index = 0; reader.Next(row); ++index) take(Shown(row, index));
 }
 
+// --- what people change
+
+bool CImportPlan::IsMatchedElsewhere(size_t index, int64_t transactionId) const {
+    return std::any_of(m_matches.begin(), m_matches.end(), [&](const auto& match) {
+        return match.second == transactionId && match.first != index &&
+               m_states[match.first].action == PlanAction::Match;
+    });
+}
+
 bool CImportPlan::SetAction(size_t index, PlanAction action) {
     if (index >= m_states.size()) return false;
     State& state = m_states[index];
-    if (state.outcome == PlanOutcome::Refused && action == PlanAction::Enter) return false;
+    if (state.outcome == PlanOutcome::Refused && action != PlanAction::Skip) return false;
+    if (action == PlanAction::Match) {
+        const int64_t match = MatchOf(index);
+        const bool isHeld = state.outcome == PlanOutcome::Held;
+        if (isHeld || match == kNoRow || IsMatchedElsewhere(index, match)) return false;
+    }
     state.action = action;
+    return true;
+}
+
+// An entry of the row's amount that no statement brought.
+bool CImportPlan::CanBeMatched(size_t index, int64_t transactionId) const {
+    const PackedRow row = m_rows.Row(index, m_texts);
+    CTransactionEntry entry;
+    if (!row.amountRead || !m_database->Read(transactionId, entry)) return false;
+    return IsUnmatchedEntry(entry, m_account, row.amount);
+}
+
+bool CImportPlan::SetMatch(size_t index, int64_t transactionId) {
+    if (index >= m_states.size()) return false;
+    State& state = m_states[index];
+    if (state.outcome == PlanOutcome::Held || state.outcome == PlanOutcome::Refused) return false;
+    const bool isTaken = transactionId != kNoRow && (IsMatchedElsewhere(index, transactionId) ||
+                                                     !CanBeMatched(index, transactionId));
+    if (isTaken) return false;
+    const auto place = std::lower_bound(m_matches.begin(), m_matches.end(),
+                                        std::pair(index, std::numeric_limits<int64_t>::min()));
+    const bool hasOne = place != m_matches.end() && place->first == index;
+    if (transactionId == kNoRow) {
+        if (hasOne) m_matches.erase(place);
+        if (state.action == PlanAction::Match) state.action = PlanAction::Enter;
+        return true;
+    }
+    if (hasOne) {
+        place->second = transactionId;
+    } else {
+        m_matches.insert(place, {index, transactionId});
+    }
+    state.action = PlanAction::Match;
     return true;
 }
 

@@ -21,14 +21,20 @@ class CQuillonDatabaseInterface;
 
 // What was found out about a record of the file, judged in this order.
 enum class PlanOutcome : uint8_t {
-    Repeated,    // the file has said this line before
-    Held,        // the account holds its identifier
+    Repeated,  // the file has said this line before
+    // The account holds its identifier. Or, where the file has none for it, as many entries
+    // of its date, amount and payee as the file has lines up to this one.
+    Held,
     Refused,     // the ledger takes no such amount
     Unreadable,  // no date or no amount could be read; something stands in for it
+    Matches,     // an entry that people made: see CLineMatcher
+    Maybe,       // there is an entry that it may be
     New,
 };
 
-enum class PlanAction : uint8_t { Enter, Skip };
+// Match: the entry takes the row's identifier, and its check number where it has none, and
+// keeps all else.
+enum class PlanAction : uint8_t { Enter, Skip, Match };
 
 // A record of the file and what the import does with it. Views live as long as the plan.
 struct ImportPlanRow {
@@ -51,7 +57,7 @@ struct ImportPlanRow {
     bool makesCategory = false;
     PlanOutcome outcome = PlanOutcome::New;
     PlanAction action = PlanAction::Enter;
-    int64_t match = kNoRow;  // the transaction that it meets
+    int64_t match = kNoRow;  // the transaction that it meets, is matched with, or may be
 };
 
 // One import, decided: made once from a file, shown as it is, and carried out as it was
@@ -87,6 +93,7 @@ public:
     struct Counts {
         int64_t read = 0;  // records in the file, those in the notes alone included
         int64_t entered = 0;
+        int64_t matched = 0;
         int64_t duplicates = 0;  // rows that are held or repeated, and skipped
         int64_t payees = 0;      // that would be made
         int64_t categories = 0;
@@ -99,18 +106,30 @@ public:
     // A walk over all rows reads each once; one row alone costs up to sixteen.
     ImportPlanRow Row(size_t index) const;
     void ForEachRow(const std::function<void(const ImportPlanRow&)>& take) const;
-    // False: no such row, or one that the ledger would refuse.
+    // False, and nothing is changed: no such row; one to be entered or matched that the ledger
+    // would refuse; one to be matched that is matched with nothing, or with what another row is.
     bool SetAction(size_t index, PlanAction action);
+    // Matches the row with an entry of the account that has its amount and no identifier, and
+    // sets its action. kNoRow takes the match away: the row is entered then, if it was to be
+    // matched. False, and nothing is changed: no such row, or entry; the row is held, refused
+    // or without an amount; another row is matched with the entry; or it cannot be read.
+    bool SetMatch(size_t index, int64_t transactionId);
 
     // Enters the rows whose action says so, a few thousand a commit, each with the account's
-    // balance, and keeps the file in its normal form where the format has one. After a
-    // failure, or when `progress` stopped it, whole commits stay, and the result tells how
-    // many records they hold. A plan is carried out once; a second call fails.
+    // balance, carries out the matches in the same commits, and keeps the file in its normal
+    // form where the format has one. After a failure, or when `progress` stopped it, whole
+    // commits stay, and the result tells how many records they hold. A plan is carried out
+    // once; a second call fails.
+    //
+    // An entry that is to be matched may have changed since: it is gone, or has another amount
+    // or an identifier. The row is entered then and a note says so; where the entry has the
+    // row's own identifier by now, it is left out as known.
     ImportResult Commit(const ImportProgress& progress = {});
 
 private:
     friend class CImportManager;
     friend class CImportPlanner;
+    friend class CPlanMatcher;
     class CCommit;
 
     struct State {
@@ -119,11 +138,14 @@ private:
     };
     ImportPlanRow Shown(const PackedRow& packed, size_t index) const;
     int64_t MatchOf(size_t index) const;
+    bool IsMatchedElsewhere(size_t index, int64_t transactionId) const;
+    bool CanBeMatched(size_t index, int64_t transactionId) const;
     void SetText(std::shared_ptr<const void> owner, std::string_view text);
 
     CQuillonDatabaseInterface* m_database = nullptr;
     CAccountEntry m_account;
     std::shared_ptr<const void> m_text;  // owner of what the rows refer to
+    std::string m_fileName;              // without folder, for the history
     KeepFile m_keepFile;
     ImportResult m_found;  // without the counts but `read`
 

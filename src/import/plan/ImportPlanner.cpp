@@ -5,6 +5,7 @@
 
 #include "finance/database/QuillonDatabaseInterface.h"
 #include "finance/ledger/Balance.h"
+#include "import/plan/PlanMatcher.h"
 #include "import/text/TextScan.h"
 
 namespace quillon {
@@ -19,8 +20,13 @@ constexpr size_t kLongestText = 4096;  // bytes
 
 bool CImportPlanner::Load() {
     CQuillonDatabaseInterface& database = *m_plan.m_database;
-    return m_rules.Load(database) &&
-           (!m_plan.m_found.format.hasIdentifiers || m_held.Load(database, m_plan.m_account));
+    // By the plain rules what is gone is gone. A damaged history knows of fewer.
+    if (!m_isPlain) {
+        (void)ForEachDeletedLine(database, m_plan.m_account,
+                                 [this](const DeletedLine& line) { m_deleted.push_back(line); });
+    }
+    return m_rules.Load(database) && (!m_plan.m_found.format.hasIdentifiers ||
+                                      m_held.Load(database, m_plan.m_account, m_deleted));
 }
 
 // Cuts texts that the ledger cannot hold or no screen could show.
@@ -35,6 +41,9 @@ void CImportPlanner::LimitTexts(ImportRecord& record) {
     record.idText = CutUtf8(record.idText, kLongestText);
 }
 
+// A held line is held even where its date or amount cannot be read: importing the file again
+// would else enter it again, as it did on the day of the first import. So what is unreadable
+// is said of lines only that are entered.
 CImportPlanner::Judgement CImportPlanner::Judge(ImportRecord& record) {
     using Meets = CHeldLines::Meets;
     const CHeldLines::Answer answer = m_isPlain ? m_held.MeetPlain(record) : m_held.Meet(record);
@@ -92,6 +101,10 @@ bool CImportPlanner::Take(ImportRecord& record) {
     }
     m_plan.m_states.push_back({judgement.outcome, enters ? PlanAction::Enter : PlanAction::Skip});
     return true;
+}
+
+bool CImportPlanner::Finish() {
+    return m_isPlain || CPlanMatcher(m_plan, m_match, m_deleted, m_notes).Run();
 }
 
 }  // namespace quillon

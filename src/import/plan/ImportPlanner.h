@@ -14,13 +14,19 @@ namespace quillon {
 //   Threads    One at a time.
 class CImportPlanner {
 public:
-    CImportPlanner(CImportPlan& plan, DialectMode dialect, CImportNotes& notes)
-        : m_plan(plan), m_isPlain(dialect == DialectMode::Plain), m_notes(notes) {}
+    CImportPlanner(CImportPlan& plan, const ImportOptions& options, CImportNotes& notes)
+        : m_plan(plan),
+          m_isPlain(options.dialect == DialectMode::Plain),
+          m_match(options.match),
+          m_notes(notes) {}
 
     // Reads what the ledger has to say: rules, and lines that the account holds.
     [[nodiscard]] bool Load();
     // Adds a record, whose texts may be gone afterwards unless they stand in the plan's text.
     [[nodiscard]] bool Take(ImportRecord& record);
+    // When all were added: compares them with what the account has. By the plain rules
+    // nothing is to be done.
+    [[nodiscard]] bool Finish();
 
 private:
     struct Judgement {
@@ -33,8 +39,10 @@ private:
 
     CImportPlan& m_plan;
     bool m_isPlain;
+    MatchMode m_match;
     CImportNotes& m_notes;
     CRenamingRules m_rules;
+    std::vector<DeletedLine> m_deleted;  // by people, of earlier imports
     CHeldLines m_held;
 };
 

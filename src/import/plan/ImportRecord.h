@@ -16,8 +16,10 @@ struct ImportRecord {
     std::string_view category;
     std::string_view memo;
     std::string_view electronic;  // "ATM", "EFT", "Transfer" or empty
-    std::string_view idText;      // the statement's identifier as written
-    int64_t fitId = 0;            // and as a number, made where there is none; 0: none
+    // The file's own identifier as written, and as a number. Where the file has none for the
+    // line the text is empty, and the number made or 0: such a line is also told by what it says.
+    std::string_view idText;
+    int64_t fitId = 0;
     // Identifier of its own when the file uses fitId for lines of different content; 0
     // unless that was found out.
     int64_t ownId = 0;

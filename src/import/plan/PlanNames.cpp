@@ -17,7 +17,7 @@ std::optional<uint32_t> CPlanNames::Add(std::string_view text, const CRenamingRu
         const bool isName = m_empty == EmptyName::IsName || !name.empty();
         const std::optional<int64_t> row = isName ? lookup(name) : kNoRow;
         if (!row) return {};
-        m_isKnown.push_back(*row != kNoRow);
+        m_rows.push_back(*row);
     }
     return number + 1;
 }
@@ -35,7 +35,11 @@ bool CPlanNames::WantsRow(uint32_t number) const {
 }
 
 bool CPlanNames::IsMissing(uint32_t number) const {
-    return WantsRow(number) && !m_isKnown[NameOf(number)];
+    return WantsRow(number) && RowOf(number) == kNoRow;
+}
+
+int64_t CPlanNames::RowOf(uint32_t number) const {
+    return WantsRow(number) ? m_rows[NameOf(number)] : kNoRow;
 }
 
 }  // namespace quillon

@@ -15,7 +15,7 @@ namespace quillon {
 // the renaming rules make of it and the row that has this name.
 //
 //   Numbers    Of texts, from 1; 0 is none, whose text and name are empty.
-//   Memory     30 to 40 bytes a text, and as many a name that the rules made.
+//   Memory     30 to 50 bytes a text, and as many a name that the rules made.
 //   Errors     std::bad_alloc passes through.
 //   Ownership  Borrows `home`, the file's text.
 class CPlanNames {
@@ -39,6 +39,8 @@ public:
     // the text was added.
     bool WantsRow(uint32_t number) const;
     bool IsMissing(uint32_t number) const;
+    // The row of its name; kNoRow where it wants none, or there was none then.
+    int64_t RowOf(uint32_t number) const;
 
     // Several texts may come to one name. Numbers of these run from 0; not for 0.
     uint32_t NameOf(uint32_t number) const { return m_nameOf[number - 1]; }
@@ -49,7 +51,7 @@ private:
     CTextPool m_texts;
     CTextPool m_names;
     std::vector<uint32_t> m_nameOf;  // by text
-    std::vector<bool> m_isKnown;     // by name
+    std::vector<int64_t> m_rows;     // by name
 };
 
 }  // namespace quillon

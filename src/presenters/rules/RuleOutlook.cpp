@@ -10,17 +10,18 @@ namespace quillon {
 
 namespace {
 
-bool CountRows(CQuillonDatabaseInterface& database, int64_t payeeId, int64_t from, int64_t& count) {
+bool CountRows(CQuillonDatabaseInterface& database, int64_t payeeId,
+               const CWorkspace::WantTransaction& wants, int64_t& count) {
     COwnedList<CTransactionEntry> rows;
     if (!database.ListTransactionsByPayee(payeeId, rows)) return false;
-    count = std::count_if(rows.begin(), rows.end(),
-                          [&](const CTransactionEntry& row) { return row.serviceDate >= from; });
+    count = std::count_if(rows.begin(), rows.end(), wants);
     return true;
 }
 
 }  // namespace
 
-bool LookAhead(CQuillonDatabaseInterface& database, int64_t from, RuleOutlook& outlook) {
+bool LookAhead(CQuillonDatabaseInterface& database, const CWorkspace::WantTransaction& wants,
+               RuleOutlook& outlook) {
     outlook = {};
     CRenamingRules rules;
     COwnedList<CPayeeEntry> payees;
@@ -31,7 +32,7 @@ bool LookAhead(CQuillonDatabaseInterface& database, int64_t from, RuleOutlook& o
         renaming.before = payee.name.ToUtf8();
         renaming.after = rules.Apply(renaming.before);
         if (renaming.after == renaming.before) continue;
-        if (!CountRows(database, payee.id, from, renaming.transactions)) return false;
+        if (!CountRows(database, payee.id, wants, renaming.transactions)) return false;
         if (renaming.transactions == 0) continue;
         outlook.transactions += renaming.transactions;
         outlook.renamings.push_back(std::move(renaming));

@@ -14,9 +14,8 @@ struct RuleOutlook {
     std::vector<PayeeRenaming> renamings;  // by name, ignoring case
     int64_t transactions = 0;
 };
-// `from`: the first date of the transactions that count. False: a read failed. std::bad_alloc
-// passes through.
-[[nodiscard]] bool LookAhead(CQuillonDatabaseInterface& database, int64_t from,
-                             RuleOutlook& outlook);
+// `wants`: which transactions count. False: a read failed. std::bad_alloc passes through.
+[[nodiscard]] bool LookAhead(CQuillonDatabaseInterface& database,
+                             const CWorkspace::WantTransaction& wants, RuleOutlook& outlook);
 
 }  // namespace quillon

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "finance/history/ImportBatch.h"
 #include "finance/ledger/Ledger.h"
 #include "finance/names/NameTables.h"
 #include "finance/startup/StartUp.h"
@@ -123,19 +125,29 @@ public:
     [[nodiscard]] LedgerStatus RemovePayee(int64_t payeeId, int64_t moveTo = kNoRow,
                                            const std::string& label = {});
 
-    // Gives the transactions of those payees from the date on to the payees named `after`, made
-    // where there are none. A payee that nothing is filed under any more goes.
-    [[nodiscard]] LedgerStatus RenamePayees(std::span<const PayeeRenaming> renamings, int64_t from,
+    // Gives the transactions of those payees that `wants` to the payees named `after`, made where
+    // there are none. A payee that nothing is filed under any more goes.
+    using WantTransaction = std::function<bool(const CTransactionEntry& transaction)>;
+    [[nodiscard]] LedgerStatus RenamePayees(std::span<const PayeeRenaming> renamings,
+                                            const WantTransaction& wants,
                                             const std::string& label = {});
+
+    // --- history: of each change, in the order of the commits. Listeners get one notice.
+    HistoryOutcome Undo();
+    HistoryOutcome Redo();
+    // What Undo and Redo would do, as people read it; empty for nothing.
+    std::string NextUndo();
+    std::string NextRedo();
+    HistoryStatus TakeBackImport(int64_t number, BatchRows which, BatchTakenBack& result);
 
     // After changes that went past the workspace, an import's for one: names are read and
     // listeners told to read everything.
     void ReadAgain(const std::string& label);
 
 private:
-    // The one road of a change: work(notice) inside a batch, the commit, the notice. A history
-    // of actions is written here, inside the batch, under the notice's label. `ownLabel()` is the
-    // workspace's. Want of memory is a StoreFailed, so that work and label do what takes some.
+    // The one road of a change: work(notice) inside a batch, the commit, the notice. The history
+    // knows it under the notice's label. `ownLabel()` is the workspace's. Want of memory is a
+    // StoreFailed, so that work and label do what takes some.
     template <class OwnLabel, class Work>
     LedgerStatus Perform(const std::string& label, OwnLabel ownLabel, Work work);
     // change(row) of each row, in one commit. It may alter the row's account.
@@ -150,6 +162,7 @@ private:
                             ChangeNotice& notice);
     LedgerStatus RemoveUnusedPayee(int64_t payeeId, ChangeNotice& notice);
     void NoteRowsFiled(const COwnedList<CTransactionEntry>& rows, ChangeNotice& notice);
+    HistoryOutcome Take(bool isUndo);
     void ReadNames();
     void Tell(const ChangeNotice& notice);
     StartUpStep Arrive(StartUpStep step);

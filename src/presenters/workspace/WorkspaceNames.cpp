@@ -146,8 +146,8 @@ LedgerStatus CWorkspace::RemoveUnusedPayee(int64_t payeeId, ChangeNotice& notice
     return m_ledger.RemovePayee(payeeId);
 }
 
-LedgerStatus CWorkspace::RenamePayees(std::span<const PayeeRenaming> renamings, int64_t from,
-                                      const std::string& label) {
+LedgerStatus CWorkspace::RenamePayees(std::span<const PayeeRenaming> renamings,
+                                      const WantTransaction& wants, const std::string& label) {
     const auto own = [&] {
         return "Rename " + Counted(static_cast<int64_t>(renamings.size()), "payee", "payees");
     };
@@ -161,7 +161,7 @@ LedgerStatus CWorkspace::RenamePayees(std::span<const PayeeRenaming> renamings, 
                 return LedgerStatus::StoreFailed;
             }
             for (CTransactionEntry& row : list) {
-                if (row.serviceDate >= from) rows[i].push_back(std::move(row));
+                if (wants(row)) rows[i].push_back(std::move(row));
             }
         }
         LedgerStatus status = LedgerStatus::Ok;

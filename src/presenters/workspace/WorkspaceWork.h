@@ -18,6 +18,7 @@ LedgerStatus CWorkspace::Perform(const std::string& label, OwnLabel ownLabel, Wo
         if (!batch.Begun()) return LedgerStatus::StoreFailed;
         const LedgerStatus status = work(notice);
         if (status != LedgerStatus::Ok) return status;
+        m_database.History().Describe(ActionKind::Change, notice.label);
         if (!batch.Commit()) return LedgerStatus::StoreFailed;
     }
     Tell(notice);

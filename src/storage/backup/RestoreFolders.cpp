@@ -30,8 +30,10 @@ std::string MarkPath(const std::string& folder) {
 std::string ReadMark(CFileSystem& files, const std::string& folder) {
     constexpr int64_t kLongestMark = 16;
     const auto file = files.Open(MarkPath(folder), OpenMode::Read);
-    if (!file || file->Size() < 0 || file->Size() > kLongestMark) return {};
-    std::vector<uint8_t> bytes(static_cast<size_t>(file->Size()));
+    // Asked once: a disk may answer otherwise the next time.
+    const int64_t size = file ? file->Size() : -1;
+    if (size < 0 || size > kLongestMark) return {};
+    std::vector<uint8_t> bytes(static_cast<size_t>(size));
     if (file->ReadAt(0, bytes) != static_cast<int64_t>(bytes.size())) return {};
     return std::string(bytes.begin(), bytes.end());
 }

@@ -210,20 +210,38 @@ bool CDictionaryManager::LoadChunk(std::span<const uint8_t> bytes, int64_t& larg
 
 int64_t CDictionaryManager::Add(int64_t position, int64_t size) {
     const CLockScope lock(m_lock);
-    if (!m_file.IsOpen() || !Load() || m_recordCount >= std::numeric_limits<uint32_t>::max()) {
-        return -1;
-    }
-    Touch();
-    DictionaryEntry entry{position, size, static_cast<uint32_t>(m_recordCount + 1), false};
+    if (!m_file.IsOpen() || !Load()) return -1;
     const int64_t id = m_nextId;
     if (id == std::numeric_limits<int64_t>::max() || m_entries.Find(id)) return -1;
-    if (!m_file.WriteAt(OffsetOf(entry), RecordOf(id, entry).Encode())) return -1;
-    m_entries.Insert(id, entry);
-    ++m_recordCount;
-    ++m_liveCount;
+    if (!Append(id, position, size)) return -1;
     ++m_nextId;
     m_headerStale = true;
     return id;
+}
+
+bool CDictionaryManager::Append(int64_t id, int64_t position, int64_t size) {
+    if (m_recordCount >= std::numeric_limits<uint32_t>::max()) return false;
+    Touch();
+    const DictionaryEntry entry{position, size, static_cast<uint32_t>(m_recordCount + 1), false};
+    if (!m_file.WriteAt(OffsetOf(entry), RecordOf(id, entry).Encode())) return false;
+    m_entries.Insert(id, entry);
+    ++m_recordCount;
+    ++m_liveCount;
+    return true;
+}
+
+bool CDictionaryManager::Restore(int64_t id, int64_t position, int64_t size) {
+    const CLockScope lock(m_lock);
+    if (id < 0 || !m_file.IsOpen() || !Load() || id >= m_nextId) return false;
+    DictionaryEntry* entry = m_entries.Find(id);
+    if (!entry) return Append(id, position, size);
+    if (!entry->deleted) return false;
+    Touch();
+    const DictionaryEntry live{position, size, entry->record, false};
+    if (!m_file.WriteAt(OffsetOf(live), RecordOf(id, live).Encode())) return false;
+    *entry = live;
+    ++m_liveCount;
+    return true;
 }
 
 bool CDictionaryManager::MarkDeleted(int64_t id) {

@@ -58,6 +58,9 @@ public:
     // The new id; -1 on failure.
     int64_t Add(int64_t position, int64_t size);
     [[nodiscard]] bool MarkDeleted(int64_t id);
+    // Makes an id live again that was given before and whose entry was deleted, compacted away or
+    // not. False: it is live, or was never given.
+    [[nodiscard]] bool Restore(int64_t id, int64_t position, int64_t size);
     // Points a live entry at another block.
     [[nodiscard]] bool Move(int64_t id, int64_t position, int64_t size);
     // The id is in the map, deleted or not.
@@ -91,6 +94,7 @@ public:
 
 private:
     [[nodiscard]] bool WriteHeader();
+    [[nodiscard]] bool Append(int64_t id, int64_t position, int64_t size);
     [[nodiscard]] bool ReadHeader();
     // An identifier that stands twice is one record less in the file afterwards; where it is
     // only to be read, that is a failure.

@@ -91,6 +91,7 @@ int64_t IndexNumberOf(const std::string& path) {
 }
 
 bool IsDatabaseFileName(std::string_view name) {
+    if (name == kHistoryName) return true;
     if (name.size() > kLongestFileName || !name.ends_with(kExtension)) return false;
     name.remove_suffix(kExtension.size());
     if (!TakeBase(name)) return false;

@@ -7,6 +7,7 @@
 //   Table_N_textdict.dat, Table_N_textdata.dat              its texts
 //   Table_N_index_C.dat                                     the index of a column
 //   ..._del.dat                                             free list of a data file
+//   History.dat                                             what was done, to take it back
 //   Database.lock, Journal.dat, Journal.damaged.N, Checksums.dat
 //   Restore.mark                                            while a restore goes on
 //   ....dat_tmp, ....new                                    a copy that is not finished
@@ -30,6 +31,7 @@ inline constexpr const char* kSchemaName = "DatabaseSchema.dat";
 inline constexpr const char* kDatabaseLockName = "Database.lock";
 inline constexpr const char* kJournalName = "Journal.dat";
 inline constexpr const char* kChecksumsName = "Checksums.dat";
+inline constexpr const char* kHistoryName = "History.dat";
 // Tells what a folder is while a restore replaces it; see RestoreFolders.h.
 inline constexpr const char* kRestoreMarkName = "Restore.mark";
 // In a folder that a backup was taken out into for a look: it may be removed at any time.
@@ -67,9 +69,9 @@ bool IsIndexNameOf(const std::string& base, std::string_view name);
 int64_t IndexNumberOf(const std::string& path);
 
 // True for the names a database gives the files that make it up, which backups hold and
-// Checksums.dat covers: "DatabaseSchema" or "Table_" and a number, nothing or "_" with lower-case
-// letters, digits and "_", and ".dat". So no such name leaves its folder, means a device, or
-// differs from another by case only.
+// Checksums.dat covers: "History.dat"; or "DatabaseSchema" or "Table_" and a number, nothing or
+// "_" with lower-case letters, digits and "_", and ".dat". So no such name leaves its folder,
+// means a device, or differs from another by case only.
 bool IsDatabaseFileName(std::string_view name);
 // True for the names above, the lock's, the restore mark's, the checksums' and the journal's,
 // kept-aside ones included, and each of them with the ending of an unfinished copy: everything

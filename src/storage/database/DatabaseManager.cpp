@@ -12,6 +12,7 @@
 #include "storage/blocks/DictionaryFormat.h"
 #include "storage/database/DatabaseFiles.h"
 #include "storage/database/SchemaFile.h"
+#include "storage/history/HistoryFormat.h"
 #include "storage/index/IndexFormat.h"
 #include "storage/journal/Checksums.h"
 
@@ -156,7 +157,7 @@ bool CDatabaseManager::OpenLocked() {
     if (!m_folderLock) {
         return FailFromFileError(DatabaseProblem::WriteFailed, m_folder + kDatabaseLockName);
     }
-    if (!AttachJournal()) return false;
+    if (!AttachJournal() || !HistoryIsKnown()) return false;
     DatabaseSchema schema;
     if (!ReadSchema(schema) || !TidyDataFiles(schema)) return false;
 
@@ -166,6 +167,17 @@ bool CDatabaseManager::OpenLocked() {
         return FailFromFileError(DatabaseProblem::WriteFailed, m_folder);
     }
     return false;
+}
+
+// Whoever keeps the history reads it later; what a newer version wrote there is not to be lost.
+bool CDatabaseManager::HistoryIsKnown() {
+    const std::string path = m_folder + kHistoryName;
+    if (!m_journal.Exists(path)) return true;
+    std::array<uint8_t, FileSignature::kDiskSize> head{};
+    const std::unique_ptr<CFile> file = m_journal.Open(path, OpenMode::Read);
+    const int64_t count = file ? file->ReadAt(0, head) : -1;
+    if (count < 0) return FailFromFileError(DatabaseProblem::ReadFailed, path);
+    return !HistoryHeader::kSignature.IsNewerIn(head) || Fail(DatabaseProblem::NewerVersion, path);
 }
 
 bool CDatabaseManager::AttachJournal() {

@@ -21,6 +21,7 @@
 
 namespace quillon {
 
+class CRowRecorder;
 struct DatabaseSchema;
 
 // Why a database did not open, or stopped taking changes.
@@ -128,6 +129,9 @@ public:
     void AbandonRow();
     [[nodiscard]] bool DeleteRow(std::string_view table, int64_t rowId);
 
+    // Borrowed, null for none; set while no bracket is open.
+    void SetRecorder(CRowRecorder* recorder);
+
     // --- BLOBs
     int64_t AddBlob(std::span<const uint8_t> bytes);  // id; -1 on failure
     [[nodiscard]] bool ReadBlob(int64_t id, std::vector<uint8_t>& bytes);
@@ -185,6 +189,7 @@ private:
 
     [[nodiscard]] bool OpenLocked();
     [[nodiscard]] bool AttachJournal();
+    [[nodiscard]] bool HistoryIsKnown();
     // A new folder gives an empty schema.
     [[nodiscard]] bool ReadSchema(DatabaseSchema& schema);
     [[nodiscard]] bool TidyDataFiles(const DatabaseSchema& schema);
@@ -206,6 +211,8 @@ private:
     // Runs a change as one bracket; false rolls it back.
     template <typename Change>
     bool RunInBracket(Change change);
+    // Lets the recorder write what the outermost bracket changed, before its end.
+    [[nodiscard]] bool RecordBracket();
     void NoteBracketFailure();
     void NoteSchemaChange();
     bool Fail(DatabaseProblem problem, std::string_view detail) noexcept;
@@ -236,6 +243,7 @@ private:
     CDatabaseManagerRemoveDeletedTimer m_removeDeletedTimer{*this};
     CSchemaParticipant m_schemaParticipant;
     std::unique_ptr<CFileLock> m_folderLock;
+    CRowRecorder* m_recorder = nullptr;
 };
 
 template <typename Call>

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "storage/database/DatabaseManager.h"
+#include "storage/database/RowRecorder.h"
 
 namespace quillon {
 
@@ -82,9 +83,12 @@ int64_t CDatabaseManager::CommitRow() {
     if (!table || m_rowFailed) return -1;
     int64_t rowId = m_row.RowId();
     const bool committed = RunInBracket([&] {
-        if (rowId != CTableRowUpdateInfo::kNewRow) return table->UpdateRow(m_row);
+        if (rowId != CTableRowUpdateInfo::kNewRow) {
+            return (!m_recorder || m_recorder->RowChanges(*table, m_row)) &&
+                   table->UpdateRow(m_row);
+        }
         rowId = table->AddRow(m_row);
-        return rowId >= 0;
+        return rowId >= 0 && (!m_recorder || m_recorder->RowAdded(*table, rowId, m_row));
     });
     return committed ? rowId : -1;
 }
@@ -93,7 +97,14 @@ bool CDatabaseManager::DeleteRow(std::string_view table, int64_t rowId) {
     const CLockScope lock(m_lock);
     CTableManager* target = FindTable(table);
     if (!target || !target->RowExists(rowId)) return false;
-    return RunInBracket([&] { return target->DeleteRow(rowId); });
+    return RunInBracket([&] {
+        return (!m_recorder || m_recorder->RowGoes(*target, rowId)) && target->DeleteRow(rowId);
+    });
+}
+
+void CDatabaseManager::SetRecorder(CRowRecorder* recorder) {
+    const CLockScope lock(m_lock);
+    m_recorder = recorder;
 }
 
 // --- BLOBs

@@ -7,6 +7,7 @@
 #include "foundation/platform/Clock.h"
 #include "storage/database/DatabaseFiles.h"
 #include "storage/database/DatabaseManager.h"
+#include "storage/database/RowRecorder.h"
 #include "storage/database/SchemaFile.h"
 
 namespace quillon {
@@ -24,10 +25,26 @@ bool CDatabaseManager::BeginBatch() {
 bool CDatabaseManager::CommitBatch() {
     const CLockScope lock(m_lock);
     if (!m_journal.IsAttached()) return false;
+    if (!RecordBracket()) {
+        RollbackBatch();
+        return false;
+    }
     const bool committed = Guarded([&] { return m_journal.CommitBatch(); });
     if (!committed) NoteBracketFailure();
     ReloadIfStale();
     return committed;
+}
+
+bool CDatabaseManager::RecordBracket() {
+    if (!m_recorder || !m_journal.IsAboutToCommit()) return true;
+    bool hadMemory = false;
+    const bool recorded = Guarded([&] {
+        const bool done = m_recorder->BracketEnds();
+        hadMemory = true;
+        return done;
+    });
+    if (recorded || !hadMemory) return recorded;
+    return FailFromFileError(DatabaseProblem::WriteFailed, m_folder + kHistoryName);
 }
 
 void CDatabaseManager::RollbackBatch() {

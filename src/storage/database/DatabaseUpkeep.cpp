@@ -5,6 +5,7 @@
 
 #include "storage/database/DatabaseFiles.h"
 #include "storage/database/DatabaseManager.h"
+#include "storage/database/RowRecorder.h"
 #include "storage/journal/Checksums.h"
 #include "storage/tables/TableVerifier.h"
 
@@ -14,7 +15,7 @@ bool CDatabaseManager::WriteStoreStates() {
     for (const auto& table : m_tables) {
         if (!table->Flush()) return false;
     }
-    return m_blobs && m_blobs->Flush();
+    return m_blobs && m_blobs->Flush() && (!m_recorder || m_recorder->Flushing());
 }
 
 bool CDatabaseManager::Flush() {
@@ -100,7 +101,7 @@ bool CDatabaseManager::ListFiles(std::vector<std::string>& names) {
         const std::string blobData = kBlobFiles.Data(kSchemaName);
         for (const std::string& name :
              {std::string(kSchemaName), kBlobFiles.Dictionary(kSchemaName), blobData,
-              FreeListPath(blobData)}) {
+              FreeListPath(blobData), std::string(kHistoryName)}) {
             if (m_journal.Exists(m_folder + name)) names.push_back(name);
         }
         for (const auto& table : m_tables) table->ListFiles(names);

@@ -66,7 +66,7 @@ public:
     bool NeedsCompaction() const;
 
     [[nodiscard]] bool Add(int64_t rowId, int64_t key);
-    // Add of a row id that was never used before; loads nothing.
+    // Add of a row that is not in the index, new or restored; loads nothing.
     [[nodiscard]] bool AddNew(int64_t rowId, int64_t key);
     // False: the row is not in the index, or the write failed.
     [[nodiscard]] bool Remove(int64_t rowId);

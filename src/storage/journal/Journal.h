@@ -89,6 +89,8 @@ public:
     [[nodiscard]] bool CommitBatch();
     void RollbackBatch() noexcept;
     bool InBatch() const { return m_depth > 0; }
+    // The next CommitBatch ends the outermost bracket, and nothing in it was rolled back.
+    bool IsAboutToCommit() const { return m_depth == 1 && !m_doomed; }
     // Moves whenever the files' contents may have changed, so that what was read
     // under the same count is still true.
     uint64_t ChangeCount() const { return m_changeCount; }

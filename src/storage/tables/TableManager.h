@@ -79,6 +79,9 @@ public:
     // --- rows
     // The new row's id; -1 on failure. Columns not set get their defaults.
     int64_t AddRow(const CTableRowUpdateInfo& row);
+    // Adds a row under the id of one that was deleted, which it takes from `row`. False also when
+    // that id is in use or was never given.
+    [[nodiscard]] bool RestoreRow(const CTableRowUpdateInfo& row);
     // Writes the set columns of an existing row; texts that are replaced are freed.
     [[nodiscard]] bool UpdateRow(const CTableRowUpdateInfo& row);
     [[nodiscard]] bool DeleteRow(int64_t rowId);
@@ -156,6 +159,9 @@ private:
     [[nodiscard]] bool SetTextInField(const CKeelString& text, std::span<uint8_t> field);
     [[nodiscard]] bool ChangeTextInField(const CKeelString& text, std::span<uint8_t> field);
     [[nodiscard]] bool DeleteText(int64_t textId);
+    // `give(position)`: the id of the row whose record is there; negative fails.
+    template <typename Give>
+    int64_t WriteNewRow(const CTableRowUpdateInfo& row, Give give);
     [[nodiscard]] bool WriteValue(ColumnType type, const CTableRowUpdateInfoValue& value,
                                   std::span<uint8_t> field);
     [[nodiscard]] bool MakeIndex(CTableColumn& column);

@@ -114,8 +114,8 @@ bool CTableManager::IsRecordSize(int64_t size) const {
     return size == m_recordSize || (m_skippedColumns > 0 && size > m_recordSize);
 }
 
-int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
-    const CLockScope lock(m_lock);
+template <typename Give>
+int64_t CTableManager::WriteNewRow(const CTableRowUpdateInfo& row, Give give) {
     if (!m_storesOpen || m_recordSize == 0 || KeepsRows()) return -1;
     std::vector<uint8_t> record(static_cast<size_t>(m_recordSize));
     std::vector<int64_t> keys(m_columns.size());
@@ -131,12 +131,26 @@ int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
     }
     int64_t position = 0;
     if (!m_rowData.AllocateAndWrite(record.data(), m_recordSize, position)) return -1;
-    const int64_t rowId = m_rows.Add(position, m_recordSize);
+    const int64_t rowId = give(position);
     if (rowId < 0) return -1;
     for (size_t i = 0; i < m_columns.size(); ++i) {
         if (m_columns[i].index && !m_columns[i].index->AddNew(rowId, keys[i])) return -1;
     }
     return rowId;
+}
+
+int64_t CTableManager::AddRow(const CTableRowUpdateInfo& row) {
+    const CLockScope lock(m_lock);
+    return WriteNewRow(row, [&](int64_t position) { return m_rows.Add(position, m_recordSize); });
+}
+
+bool CTableManager::RestoreRow(const CTableRowUpdateInfo& row) {
+    const CLockScope lock(m_lock);
+    const int64_t rowId = row.RowId();
+    const auto give = [&](int64_t position) {
+        return m_rows.Restore(rowId, position, m_recordSize) ? rowId : int64_t{-1};
+    };
+    return WriteNewRow(row, give) == rowId && rowId >= 0;
 }
 
 bool CTableManager::ReachIndex(const CTableColumn& column, int64_t rowId) const {

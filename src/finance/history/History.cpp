@@ -1,0 +1,231 @@
+#include "finance/history/History.h"
+
+#include <algorithm>
+
+#include "finance/history/HistoryRecorded.h"
+#include "finance/schema/FinanceSchema.h"
+#include "foundation/platform/Clock.h"
+#include "storage/database/DatabaseFiles.h"
+#include "storage/database/DatabaseManager.h"
+
+namespace quillon {
+
+CHistory::CHistory(CDatabaseManager& database) : m_database(database), m_file(database.Journal()) {}
+
+CHistory::~CHistory() {
+    m_database.SetRecorder(nullptr);
+    m_database.Journal().Leave(*this);
+}
+
+CHistoryFile::OpenResult CHistory::Open() {
+    Close();
+    const CHistoryFile::OpenResult result = m_file.Open(m_database.Folder() + kHistoryName);
+    m_wasLost = result == CHistoryFile::OpenResult::Lost;
+    if (m_wasLost || result == CHistoryFile::OpenResult::Ok) m_database.SetRecorder(this);
+    return result;
+}
+
+void CHistory::Close() {
+    m_database.SetRecorder(nullptr);
+    m_file.Close();
+    ForgetBracket();
+    m_lastNumber = 0;
+    m_wasLost = false;
+}
+
+void CHistory::Describe(ActionKind kind, std::string_view label, int64_t subject) {
+    if (!m_database.InBatch()) return;
+    JoinBracket();
+    m_name = {kind, std::string(label.substr(0, HistoryPart::kLongestLabel)), subject};
+}
+
+void CHistory::JoinBracket() {
+    if (m_joined) return;
+    m_database.Journal().Join(*this);
+    m_joined = true;
+}
+
+CHistory::CLongAction::CLongAction(CHistory& history, ActionKind kind, std::string_view label,
+                                   int64_t subject)
+    : m_history(history) {
+    m_history.m_long =
+        Long{{kind, std::string(label.substr(0, HistoryPart::kLongestLabel)), subject},
+             0,
+             std::this_thread::get_id()};
+}
+
+CHistory::CLongAction::~CLongAction() {
+    m_history.m_long.reset();
+}
+
+// --- rows
+
+bool CHistory::Records(const CTableManager& table) const {
+    return m_paused == 0 && table.Name().View() != kSecurityTable;
+}
+
+CHistory::Recorded& CHistory::TableOf(const CTableManager& table) {
+    JoinBracket();
+    const auto found =
+        std::find_if(m_tables.begin(), m_tables.end(),
+                     [&](const Recorded& recorded) { return recorded.number == table.Number(); });
+    if (found != m_tables.end()) return *found;
+    Recorded recorded;
+    recorded.place = static_cast<uint16_t>(m_tables.size());
+    recorded.number = table.Number();
+    recorded.layout.name = table.Name().ToUtf8();
+    const std::vector<CTableColumn>& columns = table.Columns();
+    for (size_t i = 0; i < columns.size(); ++i) {
+        if (!IsColumnType(columns[i].type)) continue;
+        recorded.columns.push_back(i);
+        recorded.layout.columns.push_back({columns[i].name.ToUtf8(), columns[i].type});
+    }
+    recorded.present.resize(recorded.columns.size());
+    m_tables.push_back(std::move(recorded));
+    return m_tables.back();
+}
+
+// The row's values now into `present`; the change begins with none.
+bool CHistory::RowValues(const CTableManager& table, int64_t rowId, Recorded& recorded) {
+    std::vector<uint8_t> record;
+    if (!table.ReadRecord(rowId, record)) return false;
+    for (size_t i = 0; i < recorded.columns.size(); ++i) {
+        const CTableColumn& column = table.Columns()[recorded.columns[i]];
+        if (!table.ValueFromRecord(record, column, recorded.present[i])) return false;
+    }
+    return true;
+}
+
+void CHistory::Put(Recorded& recorded) {
+    m_change.table = recorded.place;
+    m_change.Encode(recorded.layout, m_changes);
+    ++m_count;
+}
+
+namespace {
+
+void Begin(HistoryChange& change, RowAction action, int64_t row, size_t columns) {
+    change.action = action;
+    change.row = row;
+    change.isSet.assign(columns, false);
+    change.before.assign(columns, {});
+    change.after.assign(columns, {});
+}
+
+}  // namespace
+
+bool CHistory::RowAdded(const CTableManager& table, int64_t rowId, const CTableRowUpdateInfo& row) {
+    if (!Records(table)) return true;
+    Recorded& recorded = TableOf(table);
+    Begin(m_change, RowAction::Added, rowId, recorded.columns.size());
+    for (size_t i = 0; i < recorded.columns.size(); ++i) {
+        const CTableColumn& column = table.Columns()[recorded.columns[i]];
+        const CTableRowUpdateInfoValue* value = row.Find(column.id);
+        if (!value && column.type == ColumnType::DateTime) {
+            // Its default is the time of writing.
+            if (!table.ReadValue(rowId, column, recorded.present[i])) return false;
+            value = &recorded.present[i];
+        }
+        if (!value) continue;
+        m_change.after[i] = HistoryValueOf(column.type, *value);
+        m_change.isSet[i] = m_change.after[i] != HistoryValue{};
+    }
+    HistoryTable& layout = recorded.layout;
+    layout.firstAdded = layout.added == 0 ? rowId : std::min(layout.firstAdded, rowId);
+    layout.lastAdded = layout.added == 0 ? rowId : std::max(layout.lastAdded, rowId);
+    ++layout.added;
+    Put(recorded);
+    return true;
+}
+
+bool CHistory::RowChanges(const CTableManager& table, const CTableRowUpdateInfo& row) {
+    if (!Records(table)) return true;
+    Recorded& recorded = TableOf(table);
+    if (!RowValues(table, row.RowId(), recorded)) return false;
+    Begin(m_change, RowAction::Changed, row.RowId(), recorded.columns.size());
+    for (size_t i = 0; i < recorded.columns.size(); ++i) {
+        const CTableColumn& column = table.Columns()[recorded.columns[i]];
+        const CTableRowUpdateInfoValue* value = row.Find(column.id);
+        if (!value) continue;
+        m_change.before[i] = HistoryValueOf(column.type, recorded.present[i]);
+        m_change.after[i] = HistoryValueOf(column.type, *value);
+        m_change.isSet[i] = m_change.before[i] != m_change.after[i];
+    }
+    const auto& isSet = m_change.isSet;
+    if (std::find(isSet.begin(), isSet.end(), true) == isSet.end()) return true;
+    ++recorded.layout.changed;
+    Put(recorded);
+    return true;
+}
+
+bool CHistory::RowGoes(const CTableManager& table, int64_t rowId) {
+    if (!Records(table)) return true;
+    Recorded& recorded = TableOf(table);
+    if (!RowValues(table, rowId, recorded)) return false;
+    Begin(m_change, RowAction::Deleted, rowId, recorded.columns.size());
+    for (size_t i = 0; i < recorded.columns.size(); ++i) {
+        const ColumnType type = recorded.layout.columns[i].type;
+        m_change.before[i] = HistoryValueOf(type, recorded.present[i]);
+        m_change.isSet[i] = m_change.before[i] != HistoryValue{};
+    }
+    ++recorded.layout.deleted;
+    Put(recorded);
+    return true;
+}
+
+// --- brackets
+
+HistoryPart CHistory::HeadOfBracket(bool& isNextAction) {
+    const bool isLong = m_long && m_long->thread == std::this_thread::get_id();
+    isNextAction = !isLong || m_long->number == 0 || m_long->number != m_lastNumber;
+    const Name& name = isLong && m_name.label.empty() ? m_long->name : m_name;
+    HistoryPart part;
+    part.number = isNextAction ? m_file.Header().nextNumber : m_long->number;
+    part.time = NowFileTime();
+    part.kind = static_cast<uint16_t>(name.kind);
+    part.subject = name.subject;
+    part.label = name.label;
+    part.changes = m_count;
+    for (const Recorded& recorded : m_tables) part.tables.push_back(recorded.layout);
+    return part;
+}
+
+bool CHistory::BracketEnds() {
+    if (m_count == 0) return true;
+    bool isNextAction = true;
+    const HistoryPart head = HeadOfBracket(isNextAction);
+    std::vector<uint8_t> bytes = head.EncodeHead();
+    bytes.insert(bytes.end(), m_changes.begin(), m_changes.end());
+    m_written = head.number;
+    return HistoryPart::Finish(bytes) && m_file.Append(bytes, isNextAction);
+}
+
+bool CHistory::Flushing() {
+    return m_file.Trim(m_rooms.actions, m_rooms.bytes);
+}
+
+bool CHistory::OnBracketCommitted() {
+    if (m_written != 0) {
+        m_lastNumber = m_written;
+        if (m_long && m_long->thread == std::this_thread::get_id()) m_long->number = m_written;
+    }
+    ForgetBracket();
+    return true;
+}
+
+bool CHistory::OnBracketRolledBack() {
+    ForgetBracket();
+    return true;
+}
+
+void CHistory::ForgetBracket() {
+    m_joined = false;
+    m_written = 0;
+    m_name = {};
+    m_tables.clear();
+    m_changes.clear();
+    m_count = 0;
+    m_change = {};
+}
+
+}  // namespace quillon
