@@ -71,6 +71,9 @@ void MeasureReconciliation();
 // The register of one account with so many rows; prints a table. `folder` is empty.
 void MeasurePresenters(const std::string& folder, int64_t rows);
 
+// Files in columns of 100,000 and 1,000,000 rows; prints a table. `folder` does not exist.
+void MeasureCsv(const std::string& folder);
+
 [[noreturn]] void Die(const std::string& message);
 
 }  // namespace quillon::bench

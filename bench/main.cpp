@@ -281,6 +281,9 @@ int Main(int argc, char** argv) {
     std::vector<int64_t> sizes = {100'000, 1'000'000};
     std::string json;
     bool onlyPresenters = false;
+    // Beside the program, not in a memory file system: syncs must be real.
+    const std::string folder =
+        (fs::current_path() / ("bench." + std::to_string(::getpid()))).string();
     for (int i = 1; i < argc; ++i) {
         const std::string_view argument = argv[i];
         if (argument == "--json" && i + 1 < argc) {
@@ -292,18 +295,20 @@ int Main(int argc, char** argv) {
         } else if (argument == "--reconcile") {
             MeasureReconciliation();
             return 0;
+        } else if (argument == "--csv") {
+            MeasureCsv(folder);
+            return 0;
         } else {
             std::fprintf(stderr,
                          "usage: quillon-bench [--rows N] [--json FILE] [--presenters]\n"
                          "       --presenters                the register alone\n"
+                         "       quillon-bench --csv         finding and importing files in "
+                         "columns\n"
                          "       quillon-bench --reconcile   bank reconciliation beside a search "
                          "of every set; takes minutes\n");
             return 2;
         }
     }
-    // Beside the program, not in a memory file system: syncs must be real.
-    const std::string folder =
-        (fs::current_path() / ("bench." + std::to_string(::getpid()))).string();
     std::vector<Table> tables;
     for (const int64_t rows : sizes) {
         if (rows < 5'000) Die("--rows takes 5000 or more");

@@ -26,7 +26,7 @@ readonly COMMANDS=(init verify "account add" "account edit" "account list" "acco
     transfer "category list" "category add" "category rename" "category delete" "payee list"
     "payee add" "payee rename" "payee delete" "rule list" "rule add" "rule rename" "rule delete"
     "rule try" "rule suggest" "rule apply"
-    "import qif" "import qfx" "export csv" "export qif" reconcile "check words"
+    "import qif" "import qfx" "import csv" "export csv" "export qif" reconcile "check words"
     "check format show" "check format set" "check print" "check test" backup restore
     "password set" "password clear" "password check" "settings get" "settings set"
     "settings list" quote demo)
@@ -140,6 +140,10 @@ values() {
     on import qif file.qif --account Checking --match all
     on import qif file.qif --account Checking --dialect plain --source all
     on import qif --account Checking
+    on import csv file.csv --account Checking --map date
+    on import csv file.csv --account Checking --delimiter ab
+    on import csv file.csv --account Checking --skip -1
+    on import csv file.csv --account Checking --profile Nobody
     on reconcile Checking --balance 1 --days many
     on reconcile Checking --balance 1 --days 99999999999999999999
     on reconcile Checking --balance 1 --max 1.5

@@ -38,6 +38,17 @@ inline constexpr char kDatabaseRestoreSourceFilePath[] = "DatabaseRestoreSourceF
 inline constexpr char kProvedBackups[] = "ProvedBackups";
 inline constexpr char kImportFilePath[] = "ImportFilePath";  // + import kind
 
+// How a bank's files in columns are read, under the names of their columns and the rest.
+inline constexpr char kCsvProfile[] = "CsvProfile";  // + name, a section
+inline constexpr char kCsvHeading[] = "Heading";     // words, with "|" between columns
+inline constexpr char kCsvMap[] = "Map";             // "date=1,payee=3,amount=7"
+inline constexpr char kCsvDelimiter[] = "Delimiter";
+inline constexpr char kCsvSkip[] = "Skip";            // lines
+inline constexpr char kCsvDateOrder[] = "DateOrder";  // "mdy", "dmy", "ymd"
+inline constexpr char kCsvDecimal[] = "Decimal";      // "point", "comma"
+inline constexpr char kCsvInvert[] = "Invert";        // 0 or 1
+inline constexpr char kCsvCharset[] = "Charset";
+
 // What replaces the program's own knowledge of a stock quote service.
 inline constexpr char kStockQuoteService[] = "StockQuoteService";  // + number, a section
 inline constexpr char kHost[] = "Host";

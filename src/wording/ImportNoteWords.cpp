@@ -40,6 +40,12 @@ constexpr Sentence kSentences[] = {
     {Code::DatesUndecided,
      "No date tells the day from the month ({0} in line {1} could be either); they are read month "
      "first."},
+    {Code::DatesUndecidedDayFirst,
+     "No date tells the day from the month ({0} in line {1} could be either); they are read day "
+     "first."},
+    {Code::DatesMostlyDayFirst,
+     "Dates contradict each other: line {0} ({1}) has the day first, as most, line {2} ({3}) the "
+     "month. They are read day first; those that are no date then are listed."},
     {Code::YearsAsWritten, "Years are as written: {0}."},
     {Code::YearsOfBothKinds,
      "Years are as written: {0}. Shorter ones, such as {1} in line {2}, are 2000 to 2050 or 1951 "
@@ -75,6 +81,20 @@ constexpr Sentence kSentences[] = {
      "The type {0q} is not known, but holds dates and amounts: read as a bank register."},
     {Code::TypeReadAsInvestment,
      "The type {0q} is not known, but holds dates and amounts: read as an investment register."},
+    {Code::ProfileUsed, "Read by the profile '{0}'."},
+    {Code::BalanceProves, "The balances prove {0} of {1} rows."},
+    {Code::FeesByBalance,
+     "The fees in column {0} go out beside the amounts, as the balances show."},
+    {Code::SignsByBalance, "Amounts are written the other way round, as the balances show."},
+    {Code::SignsByWords,
+     "Amounts are written the other way round: payments and credits are negative."},
+    {Code::SignsByMajority,
+     "Most amounts are positive and were taken for purchases, as in a card's statement; --invert "
+     "turns the signs."},
+    {Code::SignsOfRowsByBalance, "No amount has a sign: the balances tell which go out."},
+    {Code::SignsUnknown,
+     "Nothing tells which amounts go out; their signs were read as they are written. --invert "
+     "turns them."},
 
     {Code::NoDate, "No date: entered under today's."},
     {Code::NoDateButOfUse, "No date: entered under the date of use, {0}."},
@@ -98,6 +118,13 @@ constexpr Sentence kSentences[] = {
     {Code::AmountOfSplitsPartlyRead,
      "No amount of its own: entered with the sum of its splits, of which some are no clean "
      "numbers."},
+    {Code::RowOfBothSides,
+     "Money out and money in stand in one line: entered with the difference."},
+    {Code::BalanceDoesNotFollow,
+     "The balance {0q} does not follow from this amount: a wrong sign, a wrong decimal mark or a "
+     "missing line."},
+    {Code::SignOfRowUnknown,
+     "Nothing tells whether this amount goes out: it was read as it is written."},
 
     {Code::NoNameNoMemo, "No name and no memo: entered without a payee."},
     {Code::NoPayeeNoMemo, "No payee and no memo: entered without a payee."},
@@ -135,6 +162,18 @@ constexpr Sentence kSentences[] = {
     {Code::ActionOfShares, "Investment action {0q} moves shares only; not entered."},
     {Code::ActionUnknown, "Investment action {0q} is not known; not entered."},
     {Code::AmountTooLarge, "The amount is too large for the ledger; not entered."},
+    {Code::RowPending, "Not booked yet ({0q}): not entered."},
+    {Code::RowVoid, "Never booked ({0q}): not entered."},
+    {Code::RowOfBalance, "A balance or a total ({0q}), no transaction: not entered."},
+    {Code::RowOfZero, "An amount of 0: not entered."},
+    {Code::RowOfOtherCurrency,
+     "The amount {0q} is in {1}, the account's currency is {2}: not entered."},
+    {Code::RowOfText, "Neither a date nor an amount: not a transaction, not entered."},
+    {Code::RowWithoutDate, "The amount {0q} has no date: not entered."},
+    {Code::RowWithoutAmount, "No amount: not entered."},
+    {Code::RowTooLong,
+     "{0} columns where the others have {1}: which is which is not clear, not entered."},
+    {Code::RowTooShort, "{0} columns where the others have {1}, and no amount: not entered."},
 
     {Code::LineRepeated, "The same line as in line {0}, said again; entered once."},
     {Code::IdentifierShared,
@@ -156,6 +195,8 @@ constexpr Sentence kSentences[] = {
     {Code::TradeInCash,
      "Investment action {0q} is settled in the account's own cash: its money was entered, its "
      "shares were not."},
+    {Code::RowShort, "{0} columns where the others have {1}: entered as it is."},
+    {Code::QuoteNotClosed, "A quotation mark is never closed: it was read as a letter."},
 
     {Code::SeveralCurrencies,
      "The accounts of the file are kept in several currencies ({0}); all amounts were entered as "
@@ -168,6 +209,9 @@ constexpr Sentence kSentences[] = {
      "The amount {0q} is in {1}{2}, and no rate stands with it: it was entered as it is."},
     {Code::CurrencyChanged,
      "The amount {0q} is not in {1q}, as those before: it was entered as it is."},
+    {Code::CurrencyOfAccount,
+     "The file holds several currencies: the amounts in {0} enter (column {1}), the others are "
+     "listed."},
 
     {Code::TypeSaysOut,
      "The type {0q} says that money goes out, but the amount comes in; the amount's sign counts."},

@@ -37,6 +37,9 @@ constexpr ReasonText kReasons[] = {
     {Code::OfxInvestments,
      "It is an investment statement ({0} actions on securities) without bank-style lines."},
     {Code::OfxNoLines, "Its statements hold no lines."},
+    {Code::CsvIsOther, "It holds no rows of text but {0}."},
+    {Code::CsvHeadingAlone, "It holds a heading and no rows."},
+    {Code::CsvNoSuchColumn, "Its rows have no such column as was asked for."},
     {Code::AccountUnreadable, "The account's transactions cannot be read."},
     {Code::NoSuchAccount, "The account does not exist."},
     {Code::AccountClosed, "The account is closed."},
@@ -56,6 +59,44 @@ std::string BankReason(const std::vector<ImportValue>& values) {
     return Filled(hasMessage ? "The bank sent no statement but error {0}: {1}"
                              : "The bank sent no statement but error {0}",
                   values);
+}
+
+std::string ShownDelimiter(const ImportValue& value) {
+    const std::string& text = std::get<std::string>(value);
+    return text == "\t" ? "tab" : "'" + text + "'";
+}
+
+std::string ShownColumn(const char* what, const ImportValue& column) {
+    const int64_t number = std::get<int64_t>(column);
+    return std::string(what) + (number == 0 ? " in none" : " in column " + std::to_string(number));
+}
+
+// "Tried: ',' (3 rows, 5 columns, dates in column 1, amounts in none)"
+std::string CsvReason(bool hasAmounts, const std::vector<ImportValue>& values) {
+    std::string reason = hasAmounts ? "No column of it holds dates."
+                                    : "None of its rows has both a date and an amount.";
+    if (!std::get<std::string>(values[0]).empty()) {
+        reason += Filled(" {0q} is no date that can be kept (they begin in 1601).", values);
+    }
+    reason += " Tried: ";
+    constexpr size_t kEach = 5;
+    int64_t date = 0;
+    int64_t amount = 0;
+    for (size_t at = 1; at + kEach <= values.size(); at += kEach) {
+        reason += (at == 1 ? "" : ", ") + ShownDelimiter(values[at]) + " (" +
+                  Filled("{0} rows, {1} columns, ", std::span(values).subspan(at + 1, 2)) +
+                  ShownColumn("dates", values[at + 3]) + ", " +
+                  ShownColumn("amounts", values[at + 4]) + ")";
+        if (date == 0 && amount == 0) {
+            date = std::get<int64_t>(values[at + 3]);
+            amount = std::get<int64_t>(values[at + 4]);
+        }
+    }
+    const auto column = [](int64_t number) {
+        return number == 0 ? std::string("N") : std::to_string(number);
+    };
+    return reason + ". --map date=" + column(date) + ",amount=" + column(amount) +
+           " says which columns they are.";
 }
 
 // The ledger took no more.
@@ -79,6 +120,9 @@ std::string Reason(const ImportResult& result) {
             return ListsReason(refusal.values);
         case Code::OfxBankReports:
             return BankReason(refusal.values);
+        case Code::CsvNoDates:
+        case Code::CsvNoRows:
+            return CsvReason(refusal.code == Code::CsvNoDates, refusal.values);
         case Code::DiskFull:
         case Code::StoreFailed:
             return StoreReason(result);

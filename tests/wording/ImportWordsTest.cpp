@@ -67,6 +67,19 @@ TEST(ImportWords, EveryRefusalHasItsSentence) {
          failed + " It is an investment statement (4 actions on securities) without bank-style "
                   "lines."},
         {{Code::OfxNoLines}, failed + " Its statements hold no lines."},
+        {{Code::CsvIsOther, {"a PDF document"}},
+         failed + " It holds no rows of text but a PDF document."},
+        {{Code::CsvHeadingAlone}, failed + " It holds a heading and no rows."},
+        {{Code::CsvNoSuchColumn}, failed + " Its rows have no such column as was asked for."},
+        {{Code::CsvNoDates, {"", ",", 3, 2, 0, 2, "\t", 3, 1, 0, 0}},
+         failed + " No column of it holds dates. Tried: ',' (3 rows, 2 columns, dates in none, "
+                  "amounts in column 2), tab (3 rows, 1 columns, dates in none, amounts in none). "
+                  "--map date=N,amount=2 says which columns they are."},
+        {{Code::CsvNoRows, {"1111/11/11", ";", 3, 2, 1, 0}},
+         failed +
+             " None of its rows has both a date and an amount. \"1111/11/11\" is no date that "
+             "can be kept (they begin in 1601). Tried: ';' (3 rows, 2 columns, dates in column 1, "
+             "amounts in none). --map date=1,amount=N says which columns they are."},
         {{Code::AccountUnreadable}, failed + " The account's transactions cannot be read."},
         {{Code::NoSuchAccount}, failed + " The account does not exist."},
         {{Code::AccountClosed}, failed + " The account is closed."},

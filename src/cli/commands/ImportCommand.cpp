@@ -1,9 +1,10 @@
-// import qif, import qfx: a bank's download into an account.
+// import qif, import qfx, and what all imports share: a bank's download into an account.
 
 #include "cli/Names.h"
 #include "cli/Session.h"
 #include "cli/commands/Commands.h"
 #include "cli/commands/ImportPlanView.h"
+#include "cli/commands/ImportRun.h"
 #include "cli/terminal/Failure.h"
 #include "cli/terminal/Progress.h"
 #include "cli/terminal/TablePrinter.h"
@@ -19,34 +20,36 @@ namespace {
 
 enum class Format { Qif, Qfx };
 
-struct ImportCommandOptions {
-    std::string file;
-    std::string account;
-    std::string dialect;
-    std::string dateOrder;
-    std::string decimal;
-    std::string source;
-    std::string notes;
-    std::string match;
-    bool dryRun = false;
-};
+}  // namespace
 
-ImportOptions ReadOptions(const ImportCommandOptions& given) {
-    ImportOptions options;
-    options.dialect = given.dialect == "plain" ? DialectMode::Plain : DialectMode::Auto;
+std::optional<DateOrder> DateOrderOf(const std::string& name) {
     for (const DateOrder order :
          {DateOrder::MonthDayYear, DateOrder::DayMonthYear, DateOrder::YearMonthDay}) {
-        if (given.dateOrder == NameOf(order)) options.dateOrder = order;
+        if (name == NameOf(order)) return order;
     }
+    return {};
+}
+
+std::optional<DecimalMark> DecimalMarkOf(const std::string& name) {
     for (const DecimalMark mark : {DecimalMark::Point, DecimalMark::Comma}) {
-        if (given.decimal == NameOf(mark)) options.decimal = mark;
+        if (name == NameOf(mark)) return mark;
     }
+    return {};
+}
+
+ImportOptions ReadImportOptions(const ImportCommandOptions& given) {
+    ImportOptions options;
+    options.dialect = given.dialect == "plain" ? DialectMode::Plain : DialectMode::Auto;
+    options.dateOrder = DateOrderOf(given.dateOrder);
+    options.decimal = DecimalMarkOf(given.decimal);
     options.allSources = given.source == "all";
     if (!options.allSources) options.source = given.source;
     options.everyNote = given.notes == "all";
     options.match = given.match == "none" ? MatchMode::None : MatchMode::Auto;
     return options;
 }
+
+namespace {
 
 Json SourcesJson(const ImportResult& result) {
     Json sources = Json::array();
@@ -58,7 +61,7 @@ Json SourcesJson(const ImportResult& result) {
 }
 
 Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
-                const ImportResult& result) {
+                const ImportResult& result, const ImportKind& kind) {
     Json notes = Json::array();
     for (const ImportNote& note : result.notes) {
         Json row = {{"line", note.line}, {"text", ImportNoteText(note, result)}};
@@ -81,9 +84,10 @@ Json ResultJson(const ImportCommandOptions& given, const CAccountEntry& account,
                    {"years", NameOf(result.dialect.years)},
                    {"decimal", NameOf(result.dialect.decimal)},
                    {"charset", NameOf(result.dialect.charset)}}},
-                 {"sources", SourcesJson(result)},
-                 {"notes", notes},
-                 {"message", ImportReport(result, given.file)}};
+                 {"sources", SourcesJson(result)}};
+    if (kind.addToJson) kind.addToJson(json);
+    json["notes"] = notes;
+    json["message"] = ImportReport(result, given.file);
     if (given.dryRun) json["dryRun"] = true;
     if (result.cancelled) json["cancelled"] = true;
     return json;
@@ -103,11 +107,12 @@ void PrintNotes(CCommandContext& context, const ImportResult& result) {
 }
 
 void PrintResult(CCommandContext& context, const CImportPlan& plan, const ImportResult& result,
-                 const ImportCommandOptions& given) {
+                 const ImportCommandOptions& given, const ImportKind& kind) {
     const Dialect& dialect = result.dialect;
     context.Say(std::string("Read as: dates ") + NameOf(dialect.dateOrder) + ", years " +
                 NameOf(dialect.years) + ", decimal " + NameOf(dialect.decimal) +
                 ", character set " + NameOf(dialect.charset));
+    if (kind.describe) context.Say(kind.describe());
     context.Say("");
     PrintNotes(context, result);
     if (given.dryRun) {
@@ -153,20 +158,17 @@ ImportResult Commit(CCommandContext& context, CImportManager& importer, ImportOp
     return importer.Import();
 }
 
-void Import(CCommandContext& context, Format format, const ImportCommandOptions& given) {
-    const ImportOptions options = ReadOptions(given);
-    if (options.dialect == DialectMode::Plain && !given.source.empty()) {
-        throw CFailure(
-            "By the plain rules a file is one account's; --source works with --dialect auto.",
-            ExitStatus::WrongUsage);
-    }
+}  // namespace
+
+void RunImport(CCommandContext& context, const ImportCommandOptions& given,
+               const ImportOptions& options, const ImportKind& kind) {
     CSession session(context);
     const CAccountEntry account = RequireAccount(session.Database(), given.account);
     if (!account.active) {
         throw CFailure("The account " + Quoted(account.name.ToUtf8()) +
                        " is closed; 'account reopen' takes it into use again.");
     }
-    const Importer importer = MakeImporter(context, session, format, account, given.file);
+    const Importer importer = kind.make(session, account);
     importer->SetOptions(options);
     CImportPlan plan;
     if (given.dryRun) plan = importer->MakePlan();
@@ -181,17 +183,34 @@ void Import(CCommandContext& context, Format format, const ImportCommandOptions&
                        " Give --source NAME for one of them, or --source all for all.");
     }
     if (result.failed) throw CFailure(ImportRefusalMessage(result, given.file));
+    if (kind.whenRead) kind.whenRead();
     if (context.WantsJson()) {
-        Json json = ResultJson(given, account, result);
+        Json json = ResultJson(given, account, result, kind);
         if (given.dryRun) json["rows"] = PlanRowsJson(plan);
         context.Print(json);
         return;
     }
-    PrintResult(context, plan, result, given);
+    PrintResult(context, plan, result, given, kind);
     if (given.dryRun) return;
     const CAccountEntry now = RequireAccount(session.Database(), account.name.ToUtf8());
     context.Say("Balance of " + Quoted(Printable(account.name.View())) + ": " +
                 FormatCurrency(now.currentBalance));
+}
+
+namespace {
+
+void Import(CCommandContext& context, Format format, const ImportCommandOptions& given) {
+    const ImportOptions options = ReadImportOptions(given);
+    if (options.dialect == DialectMode::Plain && !given.source.empty()) {
+        throw CFailure(
+            "By the plain rules a file is one account's; --source works with --dialect auto.",
+            ExitStatus::WrongUsage);
+    }
+    ImportKind kind;
+    kind.make = [&](CSession& session, const CAccountEntry& account) {
+        return MakeImporter(context, session, format, account, given.file);
+    };
+    RunImport(context, given, options, kind);
 }
 
 ImportCommandOptions OptionsOf(const Arguments& given) {
@@ -243,6 +262,7 @@ std::vector<Command> ImportCommands() {
          .options = options,
          .run = [](CCommandContext& context,
                    const Arguments& given) { Import(context, Format::Qfx, OptionsOf(given)); }},
+        CsvImportCommand(),
     };
 }
 

@@ -59,7 +59,7 @@ private:
 
     AccountType m_accountType = AccountType::Checking;
     TransactionIdentities m_held;
-    std::vector<uint32_t> m_slots;               // places in m_held from 1; 0: free
+    std::vector<uint32_t> m_slots;  // places in m_held from 1; 0: free
     Lines m_ofFile;
     Lines m_deleted;
 };

@@ -9,24 +9,26 @@ namespace quillon {
 // file writes them.
 enum class ImportNoteCode : uint8_t {
     // --- how the file is written
-    TextIs,                 // a Charset
-    TextIsUtf8,             // what the header says instead
-    TextIsNotAsDeclared,    // a Charset, what the header says
-    CharactersReplaced,     // how many
-    DatesDayFirst,          // a date that proves it
-    DatesMonthFirst,        // the same
-    DatesYearFirst,         // the same
-    DatesNameMonth,         // the same
-    DatesDayFirstByTime,    // a date that could be either: so read they follow each other
-    DatesMonthFirstByTime,  // the same
-    DatesContradict,        // line and date with the day first, line and date with the month
-    DatesUndecided,         // a date that could be either, its line
-    YearsAsWritten,         // a date
-    YearsOfBothKinds,       // a date with a long year, one with a short year, its line
-    DecimalComma,           // an amount
-    DecimalCommaMostly,     // an amount, one with a point, its line
-    DecimalPointMostly,     // an amount with a point, its line, one with a comma, its line
-    MarksUndecided,         // how many amounts, the first, its line
+    TextIs,                  // a Charset
+    TextIsUtf8,              // what the header says instead
+    TextIsNotAsDeclared,     // a Charset, what the header says
+    CharactersReplaced,      // how many
+    DatesDayFirst,           // a date that proves it
+    DatesMonthFirst,         // the same
+    DatesYearFirst,          // the same
+    DatesNameMonth,          // the same
+    DatesDayFirstByTime,     // a date that could be either: so read they follow each other
+    DatesMonthFirstByTime,   // the same
+    DatesContradict,         // line and date with the day first, line and date with the month
+    DatesUndecided,          // a date that could be either, its line
+    DatesUndecidedDayFirst,  // the same
+    DatesMostlyDayFirst,     // as DatesContradict
+    YearsAsWritten,          // a date
+    YearsOfBothKinds,        // a date with a long year, one with a short year, its line
+    DecimalComma,            // an amount
+    DecimalCommaMostly,      // an amount, one with a point, its line
+    DecimalPointMostly,      // an amount with a point, its line, one with a comma, its line
+    MarksUndecided,          // how many amounts, the first, its line
     // --- the file
     NotRewritten,
     ChangedMeanwhile,
@@ -41,6 +43,14 @@ enum class ImportNoteCode : uint8_t {
     ReadAsInvestment,      // the same
     TypeReadAsBank,        // the type, which is not known
     TypeReadAsInvestment,  // the same
+    ProfileUsed,           // its name
+    BalanceProves,         // of how many rows, of how many that could be compared
+    FeesByBalance,         // the column of fees, which go out beside the amounts
+    SignsByBalance,        // amounts written positive go out
+    SignsByWords,          // the same
+    SignsByMajority,       // the same
+    SignsOfRowsByBalance,  // of each row, since none is written
+    SignsUnknown,          // nothing tells which amounts go out
     // --- dates
     NoDate,
     NoDateButOfUse,          // date of use
@@ -57,6 +67,9 @@ enum class ImportNoteCode : uint8_t {
     SumRounded,         // the number it was, the number it was entered as
     AmountOfSplits,
     AmountOfSplitsPartlyRead,
+    RowOfBothSides,        // money out and money in
+    BalanceDoesNotFollow,  // balance
+    SignOfRowUnknown,
     // --- payees
     NoNameNoMemo,
     NoPayeeNoMemo,
@@ -88,6 +101,16 @@ enum class ImportNoteCode : uint8_t {
     ActionOfShares,   // investment action
     ActionUnknown,    // investment action
     AmountTooLarge,
+    RowPending,    // the text that says so
+    RowVoid,       // the same
+    RowOfBalance,  // the same
+    RowOfZero,
+    RowOfOtherCurrency,  // amount, currency, the account's currency
+    RowOfText,
+    RowWithoutDate,  // amount
+    RowWithoutAmount,
+    RowTooLong,   // how many columns, how many the others have
+    RowTooShort,  // the same
     // --- said before
     LineRepeated,        // line of the first
     IdentifierShared,    // line of the first
@@ -103,12 +126,15 @@ enum class ImportNoteCode : uint8_t {
     LineNotClosed,
     ClassLeftOut,  // class
     TradeInCash,   // investment action
+    RowShort,      // how many columns, how many the others have
+    QuoteNotClosed,
     // --- currencies; empty where the file does not say which
     SeveralCurrencies,        // their codes in one text
     CurrencyConverted,        // amount, currency, number entered, rate, the statement's currency
     CurrencyConvertedByBank,  // currency, amount
     CurrencyWithoutRate,      // amount, currency, the statement's currency
     CurrencyChanged,          // amount, currency of those before
+    CurrencyOfAccount,        // its code, the column that says so
     // --- types of transactions
     TypeSaysOut,  // type
     TypeSaysIn,   // type

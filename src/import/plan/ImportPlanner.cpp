@@ -22,9 +22,8 @@ bool CImportPlanner::Load() {
     CQuillonDatabaseInterface& database = *m_plan.m_database;
     // By the plain rules what is gone is gone. A damaged history knows of fewer.
     if (!m_isPlain) {
-        (void)ForEachDeletedLine(database, m_plan.m_account, [this](const DeletedLine& line) {
-            m_deleted.push_back(line);
-        });
+        (void)ForEachDeletedLine(database, m_plan.m_account,
+                                 [this](const DeletedLine& line) { m_deleted.push_back(line); });
     }
     return m_rules.Load(database) && (!m_plan.m_found.format.hasIdentifiers ||
                                       m_held.Load(database, m_plan.m_account, m_deleted));

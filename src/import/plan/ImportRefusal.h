@@ -34,6 +34,14 @@ enum class ImportRefusalCode {
     OfxBankReports,  // the bank's error number and, where there is one, its message
     OfxInvestments,  // how many actions on securities
     OfxNoLines,
+    CsvIsOther,       // what it is instead
+    CsvHeadingAlone,  // without any rows
+    CsvNoSuchColumn,  // that was asked for
+    // Of both: a text that is written like a date but is none, or an empty one; then what was
+    // tried, five values each: the delimiter, how many rows and columns, the columns of dates
+    // and of amounts, or 0.
+    CsvNoDates,
+    CsvNoRows,
     // The ledger.
     AccountUnreadable,
     NoSuchAccount,

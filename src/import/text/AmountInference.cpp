@@ -18,7 +18,9 @@ void CAmountInference::Add(std::string_view text, int64_t line, bool isCounted) 
     if (cleaned.isOdd) return;
     switch (EvidenceOfNumber(cleaned.View())) {
         case AmountEvidence::None:
-            if (isCounted && CouldBeEither(cleaned.View())) m_either.Take(text, line);
+            if (!isCounted || !CouldBeEither(cleaned.View())) return;
+            m_either.Take(text, line);
+            if (Contains(cleaned.View(), ".")) m_eitherPoint.Take(text, line);
             return;
         case AmountEvidence::Point:
             return m_point.Take(text, line);
@@ -32,12 +34,18 @@ void CAmountInference::Add(std::string_view text, int64_t line, bool isCounted) 
 }
 
 AmountMarks CAmountInference::Decide(std::optional<DecimalMark> asked, Dialect& dialect,
-                                     CImportNotes& notes) const {
+                                     CImportNotes& notes, bool threeDecimals) const {
     using Note = ImportNoteCode;
     AmountMarks marks;
     marks.decimal = dialect.decimal = asked.value_or(DecimalMark::Point);
     marks.own = marks.decimal == DecimalMark::Comma;
     if (asked) return marks;
+    if (!threeDecimals && !IsProved() && m_eitherPoint.count > 0) {
+        marks.own = marks.mixed = true;
+        dialect.decimal = marks.decimal = DecimalMark::Comma;
+        notes.Add(Note::MarksUndecided, 0, {m_either.count, m_either.text, m_either.line});
+        return marks;
+    }
     const Proof& comma = Commas();
     if (comma.count == 0) return marks;
     const Proof& point = Points();

@@ -18,9 +18,15 @@ class CAmountInference {
 public:
     // `isCounted`: an amount that a transaction may be entered with.
     void Add(std::string_view text, int64_t line, bool isCounted = true);
-    // Sets `dialect` and notes what proves it. `asked` wins.
-    AmountMarks Decide(std::optional<DecimalMark> asked, Dialect& dialect,
-                       CImportNotes& notes) const;
+    // Sets `dialect` and notes what proves it. `asked` wins. `threeDecimals`: amounts of
+    // which none tells may have so many; else their points group thousands as commas do.
+    AmountMarks Decide(std::optional<DecimalMark> asked, Dialect& dialect, CImportNotes& notes,
+                       bool threeDecimals = true) const;
+
+    // An amount was met that shows its decimal mark.
+    bool IsProved() const {
+        return m_point.count + m_comma.count + m_groupedPoint.count + m_groupedComma.count > 0;
+    }
 
 private:
     struct Proof {
@@ -38,7 +44,8 @@ private:
     Proof m_comma;
     Proof m_groupedPoint;
     Proof m_groupedComma;
-    Proof m_either;  // 1,234 or 1.234
+    Proof m_either;       // 1,234 or 1.234
+    Proof m_eitherPoint;  // of these, 1.234
 };
 
 }  // namespace quillon

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "foundation/Unicode.h"
+#include "foundation/platform/CharsetConversion.h"
 
 namespace quillon {
 
@@ -123,6 +124,12 @@ std::string FromUnits(std::span<const uint8_t> bytes, size_t width, bool highFir
     return text;
 }
 
+// A system that lacks the character set gets the text in the usual one.
+std::string FromSystem(std::string_view text, SystemCharset charset) {
+    std::string converted;
+    return ConvertFromCharset(text, charset, converted) ? converted : Windows1252ToUtf8(text);
+}
+
 }  // namespace
 
 int64_t LineAt(std::string_view text, size_t offset) {
@@ -217,6 +224,16 @@ std::string ConvertToUtf8(std::span<const uint8_t> bytes, const CharsetFinding& 
             return FromUnits(text, 4, false);
         case Charset::Utf32High:
             return FromUnits(text, 4, true);
+        case Charset::Windows1250:
+            return FromSystem(AsText(text), SystemCharset::Windows1250);
+        case Charset::Iso8859_2:
+            return FromSystem(AsText(text), SystemCharset::Iso8859_2);
+        case Charset::Iso8859_9:
+            return FromSystem(AsText(text), SystemCharset::Iso8859_9);
+        case Charset::Iso8859_15:
+            return FromSystem(AsText(text), SystemCharset::Iso8859_15);
+        case Charset::ShiftJis:
+            return FromSystem(AsText(text), SystemCharset::ShiftJis);
     }
     return {};
 }

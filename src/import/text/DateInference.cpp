@@ -63,13 +63,14 @@ void CDateInference::Add(std::string_view text, int64_t line) {
     (yearDigits > 2 ? m_longYear : m_shortYear).Take(text, line);
 }
 
-void CDateInference::Decide(std::optional<DateOrder> asked, Dialect& dialect, CImportNotes& notes) {
+void CDateInference::Decide(std::optional<DateOrder> asked, Dialect& dialect, CImportNotes& notes,
+                            const DateHints& hints) {
     using Note = ImportNoteCode;
     EndSequence();
     if (asked) {
         dialect.dateOrder = *asked;
     } else if (m_dates > 0) {
-        DecideOrder(dialect, notes);
+        DecideOrder(dialect, notes, hints);
     }
     if (m_longYear.count == 0) {
         dialect.years = YearRule::TwoDigits;
@@ -84,29 +85,43 @@ void CDateInference::Decide(std::optional<DateOrder> asked, Dialect& dialect, CI
     }
 }
 
-void CDateInference::DecideOrder(Dialect& dialect, CImportNotes& notes) {
+void CDateInference::DecideContradiction(Dialect& dialect, CImportNotes& notes,
+                                         const DateHints& hints) {
+    const bool isDay = hints.byMajority && m_dayFirst.count > m_monthFirst.count;
+    dialect.dateOrder = isDay ? DateOrder::DayMonthYear : DateOrder::MonthDayYear;
+    notes.Add(isDay ? ImportNoteCode::DatesMostlyDayFirst : ImportNoteCode::DatesContradict, 0,
+              {m_dayFirst.line, m_dayFirst.text, m_monthFirst.line, m_monthFirst.text});
+}
+
+void CDateInference::DecideOrder(Dialect& dialect, CImportNotes& notes, const DateHints& hints) {
     using Note = ImportNoteCode;
+    const bool isDotted = hints.dotsAreDayFirst && m_undecided.count > 0 &&
+                          m_undecided.text.find('.') != std::string::npos;
     if (m_monthFirst.count > 0 && m_dayFirst.count > 0) {
-        dialect.dateOrder = DateOrder::MonthDayYear;
-        notes.Add(Note::DatesContradict, 0,
-                  {m_dayFirst.line, m_dayFirst.text, m_monthFirst.line, m_monthFirst.text});
+        DecideContradiction(dialect, notes, hints);
     } else if (m_dayFirst.count > 0) {
         dialect.dateOrder = DateOrder::DayMonthYear;
         notes.Add(Note::DatesDayFirst, m_dayFirst.line, {m_dayFirst.text});
     } else if (m_monthFirst.count > 0) {
         dialect.dateOrder = DateOrder::MonthDayYear;
         notes.Add(Note::DatesMonthFirst, m_monthFirst.line, {m_monthFirst.text});
+    } else if (isDotted) {
+        dialect.dateOrder = DateOrder::DayMonthYear;
+        notes.Add(Note::DatesDayFirst, m_undecided.line, {m_undecided.text});
     } else if (m_undecided.count > 0 && DecideByMovement(dialect, notes)) {
         return;
     } else if (m_named.count > 0) {
         dialect.dateOrder = m_namedOrder;
         notes.Add(Note::DatesNameMonth, m_named.line, {m_named.text});
     } else if (m_undecided.count > 0) {
-        dialect.dateOrder = DateOrder::MonthDayYear;
-        notes.Add(Note::DatesUndecided, 0, {m_undecided.text, m_undecided.line});
+        dialect.dateOrder = hints.dayFirst ? DateOrder::DayMonthYear : DateOrder::MonthDayYear;
+        notes.Add(hints.dayFirst ? Note::DatesUndecidedDayFirst : Note::DatesUndecided, 0,
+                  {m_undecided.text, m_undecided.line});
     } else if (m_yearFirst.count > 0) {
         dialect.dateOrder = DateOrder::YearMonthDay;
         notes.Add(Note::DatesYearFirst, m_yearFirst.line, {m_yearFirst.text});
+    } else if (hints.dayFirst) {
+        dialect.dateOrder = DateOrder::DayMonthYear;
     }
 }
 

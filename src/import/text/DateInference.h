@@ -10,6 +10,13 @@
 
 namespace quillon {
 
+// What else is known of a file whose dates do not tell their order.
+struct DateHints {
+    bool dotsAreDayFirst = false;  // no country writes dots with the month first
+    bool dayFirst = false;         // where nothing else tells
+    bool byMajority = false;       // of dates that contradict each other, else month first
+};
+
 // Infers the order and the year rule of a file from all its dates.
 //
 // A date that can be read in one order only proves it. Where none does, the dates may
@@ -23,7 +30,14 @@ public:
     void StartSequence() { EndSequence(); }
     void Add(std::string_view text, int64_t line);
     // Sets `dialect` and notes the lines that prove it, or that none does. `asked` wins.
-    void Decide(std::optional<DateOrder> asked, Dialect& dialect, CImportNotes& notes);
+    void Decide(std::optional<DateOrder> asked, Dialect& dialect, CImportNotes& notes,
+                const DateHints& hints = {});
+    // A date was met that can be read in one order only, and none that could be either and
+    // would still have to be told.
+    bool IsProved() const {
+        return m_monthFirst.count + m_dayFirst.count > 0 ||
+               (m_yearFirst.count + m_named.count > 0 && m_undecided.count == 0);
+    }
 
 private:
     struct Proof {
@@ -49,7 +63,8 @@ private:
     };
 
     void EndSequence();
-    void DecideOrder(Dialect& dialect, CImportNotes& notes);
+    void DecideOrder(Dialect& dialect, CImportNotes& notes, const DateHints& hints);
+    void DecideContradiction(Dialect& dialect, CImportNotes& notes, const DateHints& hints);
     bool DecideByMovement(Dialect& dialect, CImportNotes& notes);
 
     int64_t m_dates = 0;

@@ -36,6 +36,16 @@ const char* NameOf(Charset charset) {
             return "utf-32le";
         case Charset::Utf32High:
             return "utf-32be";
+        case Charset::Windows1250:
+            return "windows-1250";
+        case Charset::Iso8859_2:
+            return "iso-8859-2";
+        case Charset::Iso8859_9:
+            return "iso-8859-9";
+        case Charset::Iso8859_15:
+            return "iso-8859-15";
+        case Charset::ShiftJis:
+            return "shift_jis";
         case Charset::Utf8:
             break;
     }

@@ -11,7 +11,20 @@ enum class YearRule {
     AsWritten,  // four digits are the year itself; shorter ones as above
 };
 enum class DecimalMark { Point, Comma };
-enum class Charset { Utf8, Windows1252, Latin1, Utf16Low, Utf16High, Utf32Low, Utf32High };
+enum class Charset {
+    Utf8,
+    Windows1252,
+    Latin1,
+    Utf16Low,
+    Utf16High,
+    Utf32Low,
+    Utf32High,
+    Windows1250,
+    Iso8859_2,
+    Iso8859_9,
+    Iso8859_15,
+    ShiftJis,
+};
 
 struct Dialect {
     DateOrder dateOrder = DateOrder::MonthDayYear;
@@ -21,7 +34,8 @@ struct Dialect {
 };
 
 // "mdy", "dmy", "ymd"; "two-digit", "as written"; "point", "comma"; "utf-8",
-// "windows-1252", "iso-8859-1", "utf-16le", "utf-16be", "utf-32le", "utf-32be".
+// "windows-1252", "iso-8859-1", "utf-16le", "utf-16be", "utf-32le", "utf-32be",
+// "windows-1250", "iso-8859-2", "iso-8859-9", "iso-8859-15", "shift_jis".
 const char* NameOf(DateOrder order);
 const char* NameOf(YearRule years);
 const char* NameOf(DecimalMark decimal);
