@@ -1,7 +1,9 @@
 #include "storage/journal/JournalledFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace quillon {
@@ -172,6 +174,30 @@ size_t CJournalledFile::ExtentBytes() const {
     return total;
 }
 
+// The extent and those close behind it in one call, with what lies between them as the file has
+// it: many short writes cost much more than the bytes between them. Moves `extent` behind.
+bool CJournalledFile::WriteRun(CFile& file, ExtentMap::const_iterator& extent) {
+    constexpr int64_t kClose = 64;
+    constexpr int64_t kLongest = 8192;
+    std::array<uint8_t, kLongest> room;  // memory may have run out
+    const auto first = extent;
+    int64_t end = EndOf(*first);
+    for (++extent; extent != m_extents.cend() && extent->first - end <= kClose &&
+                   EndOf(*extent) - first->first <= kLongest && EndOf(*extent) <= m_baseSize;
+         ++extent) {
+        end = EndOf(*extent);
+    }
+    if (std::next(first) == extent) return file.WriteAt(first->first, first->second);
+    const std::span<uint8_t> bytes = std::span(room).first(static_cast<size_t>(end - first->first));
+    const bool isRead = file.ReadAt(first->first, bytes) == static_cast<int64_t>(bytes.size());
+    for (auto each = first; each != extent; ++each) {
+        if (!isRead && !file.WriteAt(each->first, each->second)) return false;
+        std::copy(each->second.begin(), each->second.end(),
+                  bytes.begin() + static_cast<std::ptrdiff_t>(each->first - first->first));
+    }
+    return !isRead || file.WriteAt(first->first, bytes);
+}
+
 bool CJournalledFile::Apply() {
     if (!m_exists) {
         m_baseFile.reset();
@@ -191,8 +217,8 @@ bool CJournalledFile::Apply() {
     if (!file) return false;
     if (m_keptBase < m_baseSize && !file->SetSize(m_keptBase)) return false;
     m_baseSize = std::min(m_baseSize, m_keptBase);
-    for (const auto& [offset, data] : m_extents) {
-        if (!file->WriteAt(offset, data)) return false;
+    for (auto extent = m_extents.cbegin(); extent != m_extents.cend();) {
+        if (!WriteRun(*file, extent)) return false;
     }
     const int64_t written = m_extents.empty() ? m_keptBase : EndOf(*std::prev(m_extents.end()));
     if (m_size > std::max(written, m_keptBase) && !file->SetSize(m_size)) return false;

@@ -53,7 +53,8 @@ public:
     // Bytes of the old contents, all or failure.
     [[nodiscard]] bool ReadBaseAt(int64_t offset, std::span<uint8_t> bytes);
     int64_t NewSize() const { return m_size; }
-    const std::map<int64_t, std::vector<uint8_t>>& Extents() const { return m_extents; }
+    using ExtentMap = std::map<int64_t, std::vector<uint8_t>>;
+    const ExtentMap& Extents() const { return m_extents; }
     size_t ExtentBytes() const;
     // Brings the disk to the bracket's state and forgets the bracket. False: the disk may hold
     // part of it; trying again does all of it.
@@ -81,7 +82,9 @@ private:
     bool m_recreated = false;
     int64_t m_keptBase = 0;
     int64_t m_size = 0;
-    std::map<int64_t, std::vector<uint8_t>> m_extents;  // neither overlapping nor touching
+    [[nodiscard]] bool WriteRun(CFile& file, ExtentMap::const_iterator& extent);
+
+    ExtentMap m_extents;  // neither overlapping nor touching
 };
 
 }  // namespace quillon
