@@ -21,12 +21,13 @@ complain() { printf 'run: %s\n' "$*" >&2; }
 # The first bytes of FILE as one line of plain text.
 head_of() { head -c 65536 -- "$1" | tr -d '\000' | tr -s '\r\n' ' '; }
 
-# qfx or qif by extension, else by content; nothing when it is neither.
+# qfx, qif or csv by extension, else qfx or qif by content; nothing when it is none.
 kind_of() {
     local file=$1 start
     case ${file,,} in
     *.qif) echo qif && return ;;
     *.qfx | *.ofx) echo qfx && return ;;
+    *.csv) echo csv && return ;;
     esac
     start=$(head_of "$file")
     if [[ ${start^^} == *OFXHEADER* || ${start^^} == *"<OFX>"* ]]; then
@@ -83,7 +84,7 @@ import_file() {
     fi
     kind=$(kind_of "$file")
     if [[ -z $kind ]]; then
-        complain "$file: neither QFX, OFX nor QIF; ask the bank's site for one of these"
+        complain "$file: neither QFX, OFX, QIF nor .csv; ask the bank's site for one of these"
         return 1
     fi
     if [[ $example == yes ]] && describe_example "$file"; then

@@ -26,6 +26,7 @@ CSession::CSession(CCommandContext& context, Start start)
         context.Note("The journal was damaged and was kept as " + Quoted(Opened().setAsideJournal) +
                      "; run 'verify'.");
     }
+    if (Opened().historyLost) context.Note(HistoryLostMessage());
     NoteRebuilt();
     if (StartUp().Step() == StartUpStep::Incomplete) TakeIncomplete(context, start);
     (void)m_workspace.GoOnWithoutPassword();

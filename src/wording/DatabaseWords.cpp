@@ -105,6 +105,11 @@ std::string RebuiltMessage(const std::vector<std::string>& files) {
            "holds is failing: make a backup.";
 }
 
+std::string HistoryLostMessage() {
+    return "The history was damaged and begins anew: what was done so far cannot be undone. The "
+           "ledger itself is not concerned.";
+}
+
 std::string IncompleteSchemaText(const SchemaOutcome& schema) {
     std::string names;
     for (const char* table : schema.tablesFailed) {

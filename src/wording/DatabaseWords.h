@@ -18,6 +18,9 @@ std::string StoreMessage(const CQuillonDatabaseInterface& database, Medium mediu
 // That these files of indexes, at least one, were made anew.
 std::string RebuiltMessage(const std::vector<std::string>& files);
 
+// That what was done so far can no longer be undone.
+std::string HistoryLostMessage();
+
 // The tables, or the number of steps, that could not be brought up to date.
 std::string IncompleteSchemaText(const SchemaOutcome& schema);
 

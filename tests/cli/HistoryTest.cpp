@@ -53,6 +53,14 @@ TEST_F(History, WhatWasDoneIsUndoneAndDoneAgain) {
     EXPECT_EQ(Run("redo").err, "quillon-cli: There is nothing to do again.\n");
 }
 
+TEST_F(History, ADamagedHistoryIsTold) {
+    WriteFile("ledger/History.dat", "no history at all");
+    EXPECT_THAT(Run("account list").out, HasSubstr("The history was damaged and begins anew"));
+    EXPECT_EQ(Run("undo").err, "quillon-cli: There is nothing to undo.\n");
+    Run("category add Toys");
+    EXPECT_EQ(Run("undo").out, "Undone: New category 'Toys'.\n");
+}
+
 TEST_F(History, ImportsAreTakenBackAsAWhole) {
     WriteFile("bank.qif", "!Type:Bank\nD1/5/2024\nT-10\nPSHOP 1\n^\nD1/6/2024\nT-20\nPSHOP 2\n^\n");
     Json("import qif bank.qif --account Checking");

@@ -48,14 +48,27 @@ void CHistory::JoinBracket() {
 CHistory::CLongAction::CLongAction(CHistory& history, ActionKind kind, std::string_view label,
                                    int64_t subject)
     : m_history(history) {
-    m_history.m_long =
-        Long{{kind, std::string(label.substr(0, HistoryPart::kLongestLabel)), subject},
-             0,
-             std::this_thread::get_id()};
+    Name name{kind, std::string(label.substr(0, HistoryPart::kLongestLabel)), subject};
+    const CLockScope lock(m_history.m_database.Lock());
+    m_history.m_longs.push_back({std::move(name), 0, std::this_thread::get_id()});
 }
 
 CHistory::CLongAction::~CLongAction() {
-    m_history.m_long.reset();
+    const CLockScope lock(m_history.m_database.Lock());
+    std::erase_if(m_history.m_longs,
+                  [](const Long& action) { return action.thread == std::this_thread::get_id(); });
+}
+
+CHistory::Long* CHistory::OwnLong() {
+    const auto own = std::find_if(m_longs.begin(), m_longs.end(), [](const Long& action) {
+        return action.thread == std::this_thread::get_id();
+    });
+    return own == m_longs.end() ? nullptr : &*own;
+}
+
+void CHistory::Pause(int change) {
+    const CLockScope lock(m_database.Lock());
+    m_paused += change;
 }
 
 // --- rows
@@ -176,11 +189,11 @@ bool CHistory::RowGoes(const CTableManager& table, int64_t rowId) {
 // --- brackets
 
 HistoryPart CHistory::HeadOfBracket(bool& isNextAction) {
-    const bool isLong = m_long && m_long->thread == std::this_thread::get_id();
-    isNextAction = !isLong || m_long->number == 0 || m_long->number != m_lastNumber;
-    const Name& name = isLong && m_name.label.empty() ? m_long->name : m_name;
+    const Long* const action = OwnLong();
+    isNextAction = !action || action->number == 0 || action->number != m_lastNumber;
+    const Name& name = action && m_name.label.empty() ? action->name : m_name;
     HistoryPart part;
-    part.number = isNextAction ? m_file.Header().nextNumber : m_long->number;
+    part.number = isNextAction ? m_file.Header().nextNumber : action->number;
     part.time = NowFileTime();
     part.kind = static_cast<uint16_t>(name.kind);
     part.subject = name.subject;
@@ -207,7 +220,7 @@ bool CHistory::Flushing() {
 bool CHistory::OnBracketCommitted() {
     if (m_written != 0) {
         m_lastNumber = m_written;
-        if (m_long && m_long->thread == std::this_thread::get_id()) m_long->number = m_written;
+        if (Long* const action = OwnLong()) action->number = m_written;
     }
     ForgetBracket();
     return true;

@@ -107,8 +107,8 @@ public:
     // Rows that change while it lives are not written down: of a ledger that is being made.
     class CPause {
     public:
-        explicit CPause(CHistory& history) : m_history(history) { ++m_history.m_paused; }
-        ~CPause() { --m_history.m_paused; }
+        explicit CPause(CHistory& history) : m_history(history) { m_history.Pause(1); }
+        ~CPause() { m_history.Pause(-1); }
         CPause(const CPause&) = delete;
         CPause& operator=(const CPause&) = delete;
 
@@ -116,7 +116,7 @@ public:
         CHistory& m_history;
     };
     // The commits of this thread while it lives are one action, as long as no other one comes
-    // between them; then what follows is another of the same name.
+    // between them; then what follows is another of the same name. The section need not be held.
     class CLongAction {
     public:
         CLongAction(CHistory& history, ActionKind kind, std::string_view label, int64_t subject);
@@ -171,6 +171,9 @@ private:
 
     enum class Direction { Undo, Redo };
 
+    void Pause(int change);
+    // The long action of this thread; null for none.
+    Long* OwnLong();
     void JoinBracket();
     bool Records(const CTableManager& table) const;
     Recorded& TableOf(const CTableManager& table);
@@ -213,8 +216,8 @@ private:
     HistoryChange m_change;  // kept for its memory
     int64_t m_written = 0;   // number of the action that the bracket's part belongs to
 
-    std::optional<Long> m_long;
-    int64_t m_lastNumber = 0;  // of the part done last; 0: unknown
+    std::vector<Long> m_longs;  // of one thread one
+    int64_t m_lastNumber = 0;   // of the part done last; 0: unknown
 };
 
 }  // namespace quillon
