@@ -73,6 +73,7 @@ void RequireBatch(HistoryStatus status, int64_t number, CSession& session) {
 
 std::vector<RegisterLine> LinesOf(CSession& session, const std::vector<int64_t>& rows) {
     std::vector<RegisterLine> lines;
+    lines.reserve(rows.size());
     for (const int64_t row : rows) lines.push_back(RequireLineOf(session.Database(), row));
     return lines;
 }
