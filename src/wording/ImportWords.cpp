@@ -76,7 +76,8 @@ std::string CsvReason(bool hasAmounts, const std::vector<ImportValue>& values) {
     std::string reason = hasAmounts ? "No column of it holds dates."
                                     : "None of its rows has both a date and an amount.";
     if (!std::get<std::string>(values[0]).empty()) {
-        reason += Filled(" {0q} is no date that can be kept (they begin in 1601).", values);
+        reason +=
+            Filled(" {0q} fits no order of day, month and year, or lies before 1601.", values);
     }
     reason += " Tried: ";
     constexpr size_t kEach = 5;

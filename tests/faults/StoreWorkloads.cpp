@@ -447,7 +447,11 @@ StoreWorkload Undoing() {
         return s.Open();
     };
     const auto import = [](CWorkSession& s) {
-        const CHistory::CLongAction action(s.Finance()->History(), ActionKind::Import, "f.qif", 2);
+        std::optional<CHistory::CLongAction> action;
+        Given([&] {
+            action.emplace(s.Finance()->History(), ActionKind::Import, "f.qif", 2);
+            return true;
+        });
         return ImportInBatches(4, 12).act(s);
     };
     const auto undo = [](CWorkSession& s) {

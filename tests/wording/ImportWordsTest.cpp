@@ -77,9 +77,9 @@ TEST(ImportWords, EveryRefusalHasItsSentence) {
                   "--map date=N,amount=2 says which columns they are."},
         {{Code::CsvNoRows, {"1111/11/11", ";", 3, 2, 1, 0}},
          failed +
-             " None of its rows has both a date and an amount. \"1111/11/11\" is no date that "
-             "can be kept (they begin in 1601). Tried: ';' (3 rows, 2 columns, dates in column 1, "
-             "amounts in none). --map date=1,amount=N says which columns they are."},
+             " None of its rows has both a date and an amount. \"1111/11/11\" fits no order of "
+             "day, month and year, or lies before 1601. Tried: ';' (3 rows, 2 columns, dates in "
+             "column 1, amounts in none). --map date=1,amount=N says which columns they are."},
         {{Code::AccountUnreadable}, failed + " The account's transactions cannot be read."},
         {{Code::NoSuchAccount}, failed + " The account does not exist."},
         {{Code::AccountClosed}, failed + " The account is closed."},
