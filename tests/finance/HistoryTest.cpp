@@ -462,11 +462,12 @@ TEST_F(HistoryTest, DeletedLinesOfAnImportAreKnown) {
     ASSERT_TRUE(database.Read(account, entry));
     const auto deleted = [&] {
         std::vector<int64_t> ids;
-        EXPECT_TRUE(ForEachDeletedLine(database, entry, [&](const DeletedLine& line) {
+        const auto take = [&](const DeletedLine& line) {
             EXPECT_EQ(line.date, Day(2024, 3, 1));
             EXPECT_EQ(line.effect, -(1.25 + static_cast<double>(line.fitId - 1000)));
             ids.push_back(line.fitId);
-        }));
+        };
+        EXPECT_EQ(ForEachDeletedLine(database, entry, take), HistoryStatus::Ok);
         return ids;
     };
     CTransactionEntry mine = Row(account, TransactionType::Deposit, 1.0);

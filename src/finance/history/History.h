@@ -171,6 +171,8 @@ private:
 
     enum class Direction { Undo, Redo };
 
+    static HistoryStatus StatusOf(HistoryRead read);
+
     void Pause(int change);
     // The long action of this thread; null for none.
     Long* OwnLong();
@@ -185,19 +187,21 @@ private:
     HistoryOutcome Take(Direction direction, const VisitChange& visit);
     HistoryStatus TakeAction(Direction direction, const VisitChange& visit,
                              HistoryOutcome& outcome);
-    // The part that comes next in that direction.
-    HistoryStatus NextPart(Direction direction, std::vector<uint8_t>& bytes, int64_t& at) const;
-    HistoryStatus CheckAction(Direction direction, int64_t first, HistoryOutcome& outcome) const;
-    HistoryStatus TakePart(Direction direction, const std::vector<uint8_t>& bytes, int64_t at,
-                           const VisitChange& visit, HistoryOutcome& outcome);
     struct Place {
         int64_t at = 0;
         int64_t length = 0;
         HistoryPart head;
     };
-    // The parts of one action, in their order: that at the place, and those beside it. Empty when
-    // it is damaged.
-    std::vector<Place> PartsAround(int64_t at) const;
+    // The parts of one action, in their order: that at the place, and those beside it.
+    HistoryRead PartsAround(int64_t at, std::vector<Place>& places) const;
+    HistoryAction ActionOf(const std::vector<Place>& places) const;
+    // The parts of the next action in that direction that are to be taken, in that order.
+    HistoryStatus NextParts(Direction direction, std::vector<Place>& places,
+                            HistoryAction& action) const;
+    HistoryStatus CheckParts(Direction direction, const std::vector<Place>& places,
+                             HistoryOutcome& outcome) const;
+    HistoryStatus TakePart(Direction direction, const Place& place, const VisitChange& visit,
+                           HistoryOutcome& outcome);
     std::optional<HistoryAction> ActionAt(int64_t at) const;
     HistoryStatus ReadParts(int64_t to, const WantPart& wants, const VisitChange& visit) const;
 

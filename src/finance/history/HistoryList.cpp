@@ -37,17 +37,31 @@ void AddPart(const HistoryPart& part, bool isDone, HistoryAction& action) {
 
 }  // namespace
 
+HistoryStatus CHistory::StatusOf(HistoryRead read) {
+    switch (read) {
+        case HistoryRead::Ok:
+            return HistoryStatus::Ok;
+        case HistoryRead::Damaged:
+            return HistoryStatus::Damaged;
+        case HistoryRead::Failed:
+            break;
+    }
+    return HistoryStatus::StoreFailed;
+}
+
 bool CHistory::List(std::vector<HistoryAction>& actions) const {
     actions.clear();
     const HistoryHeader& header = m_file.Header();
-    return m_file.Walk(header.first, header.end, [&](int64_t at, int64_t, const HistoryPart& part) {
-        const bool isDone = at < header.done;
-        if (actions.empty() || actions.back().number != part.number) {
-            actions.push_back(Begun(part, isDone));
-        }
-        AddPart(part, isDone, actions.back());
-        return true;
-    });
+    const HistoryRead walked =
+        m_file.Walk(header.first, header.end, [&](int64_t at, int64_t, const HistoryPart& part) {
+            const bool isDone = at < header.done;
+            if (actions.empty() || actions.back().number != part.number) {
+                actions.push_back(Begun(part, isDone));
+            }
+            AddPart(part, isDone, actions.back());
+            return true;
+        });
+    return walked == HistoryRead::Ok;
 }
 
 bool CHistory::Find(int64_t number, HistoryAction& action) const {
@@ -61,41 +75,51 @@ bool CHistory::Find(int64_t number, HistoryAction& action) const {
     return true;
 }
 
-std::vector<CHistory::Place> CHistory::PartsAround(int64_t at) const {
-    std::vector<Place> places;
+// What is damaged beside them belongs to no action that can be told.
+HistoryRead CHistory::PartsAround(int64_t at, std::vector<Place>& places) const {
+    places.clear();
     Place place{at, 0, {}};
-    if (!m_file.ReadHead(place.at, place.head, place.length)) return places;
+    HistoryRead read = m_file.ReadHead(place.at, place.head, place.length);
+    if (read != HistoryRead::Ok) return read;
     places.push_back(place);
     const int64_t number = place.head.number;
-    // What is damaged belongs to another action: each part of this one was whole when it was read.
-    for (int64_t end = at;
-         m_file.Before(end, place.at) && m_file.ReadHead(place.at, place.head, place.length) &&
-         place.at + place.length == end && place.head.number == number;
-         end = place.at) {
+    for (int64_t end = at;; end = place.at) {
+        read = m_file.Before(end, place.at);
+        if (read == HistoryRead::Ok) read = m_file.ReadHead(place.at, place.head, place.length);
+        if (read == HistoryRead::Failed) return read;
+        if (read != HistoryRead::Ok || place.at + place.length != end ||
+            place.head.number != number) {
+            break;
+        }
         places.push_back(place);
     }
     std::reverse(places.begin(), places.end());
-    for (int64_t end = places.back().at + places.back().length; end < m_file.Header().end;
-         end += place.length) {
-        place.at = end;
-        if (!m_file.ReadHead(end, place.head, place.length) || place.head.number != number) break;
+    place.at = places.back().at + places.back().length;
+    for (; place.at < m_file.Header().end; place.at += place.length) {
+        read = m_file.ReadHead(place.at, place.head, place.length);
+        if (read == HistoryRead::Failed) return read;
+        if (read != HistoryRead::Ok || place.head.number != number) break;
         places.push_back(place);
     }
-    return places;
+    return HistoryRead::Ok;
 }
 
-std::optional<HistoryAction> CHistory::ActionAt(int64_t at) const {
-    const std::vector<Place> places = PartsAround(at);
-    if (places.empty()) return {};
+HistoryAction CHistory::ActionOf(const std::vector<Place>& places) const {
     const int64_t done = m_file.Header().done;
     HistoryAction action = Begun(places.front().head, places.front().at < done);
     for (const Place& place : places) AddPart(place.head, place.at < done, action);
     return action;
 }
 
+std::optional<HistoryAction> CHistory::ActionAt(int64_t at) const {
+    std::vector<Place> places;
+    if (PartsAround(at, places) != HistoryRead::Ok) return {};
+    return ActionOf(places);
+}
+
 std::optional<HistoryAction> CHistory::NextUndo() const {
     int64_t at = 0;
-    if (!m_file.LastDone(at)) return {};
+    if (m_file.LastDone(at) != HistoryRead::Ok) return {};
     return ActionAt(at);
 }
 
@@ -113,10 +137,10 @@ HistoryStatus CHistory::ReadParts(int64_t to, const WantPart& wants,
         if (!wants(head)) return true;
         HistoryPart part;
         size_t at = 0;
+        status = StatusOf(m_file.ReadPart(place, bytes));
+        if (status != HistoryStatus::Ok) return false;
         status = HistoryStatus::Damaged;
-        if (!m_file.ReadPart(place, bytes) || !HistoryPart::DecodeHead(bytes, part, at)) {
-            return false;
-        }
+        if (!HistoryPart::DecodeHead(bytes, part, at)) return false;
         for (uint32_t i = 0; i < part.changes; ++i) {
             if (!HistoryChange::Decode(bytes, at, part.tables, change)) return false;
             if (!visit(part, change)) break;
@@ -124,8 +148,8 @@ HistoryStatus CHistory::ReadParts(int64_t to, const WantPart& wants,
         status = HistoryStatus::Ok;
         return true;
     };
-    if (!m_file.Walk(m_file.Header().first, to, readPart)) return HistoryStatus::Damaged;
-    return status;
+    const HistoryRead walked = m_file.Walk(m_file.Header().first, to, readPart);
+    return walked == HistoryRead::Ok ? status : StatusOf(walked);
 }
 
 HistoryStatus CHistory::Read(int64_t number, const VisitChange& visit) const {

@@ -74,58 +74,46 @@ HistoryOutcome CHistory::Take(Direction direction, const VisitChange& visit) {
     return outcome;
 }
 
-HistoryStatus CHistory::NextPart(Direction direction, std::vector<uint8_t>& bytes,
-                                 int64_t& at) const {
+HistoryStatus CHistory::NextParts(Direction direction, std::vector<Place>& places,
+                                  HistoryAction& action) const {
     const bool isUndo = direction == Direction::Undo;
     if (!(isUndo ? m_file.HasDone() : m_file.HasUndone())) return HistoryStatus::Nothing;
-    at = m_file.Header().done;
-    if (isUndo && !m_file.LastDone(at)) return HistoryStatus::Damaged;
-    return m_file.ReadPart(at, bytes) ? HistoryStatus::Ok : HistoryStatus::Damaged;
+    const int64_t done = m_file.Header().done;
+    int64_t at = done;
+    HistoryRead read = isUndo ? m_file.LastDone(at) : HistoryRead::Ok;
+    if (read == HistoryRead::Ok) read = PartsAround(at, places);
+    if (read != HistoryRead::Ok) return StatusOf(read);
+    action = ActionOf(places);
+    std::erase_if(places, [&](const Place& place) { return isUndo == (place.at >= done); });
+    if (isUndo) std::reverse(places.begin(), places.end());
+    return HistoryStatus::Ok;
 }
 
 HistoryStatus CHistory::TakeAction(Direction direction, const VisitChange& visit,
                                    HistoryOutcome& outcome) {
-    std::vector<uint8_t> bytes;
-    int64_t at = 0;
-    HistoryStatus status = NextPart(direction, bytes, at);
-    if (status != HistoryStatus::Ok) return status;
-    const std::optional<HistoryAction> action = ActionAt(at);
-    if (!action) return HistoryStatus::Damaged;
-    outcome.action = *action;
-    status = CheckAction(direction, at, outcome);
-    while (status == HistoryStatus::Ok) {
-        status = TakePart(direction, bytes, at, visit, outcome);
-        if (status != HistoryStatus::Ok) break;
-        // The next part, if it belongs to the action.
-        HistoryPart head;
-        size_t changes = 0;
-        if (NextPart(direction, bytes, at) != HistoryStatus::Ok ||
-            !HistoryPart::DecodeHead(bytes, head, changes) ||
-            head.number != outcome.action.number) {
-            break;
-        }
+    std::vector<Place> places;
+    HistoryStatus status = NextParts(direction, places, outcome.action);
+    if (status == HistoryStatus::Ok) status = CheckParts(direction, places, outcome);
+    for (size_t i = 0; i < places.size() && status == HistoryStatus::Ok; ++i) {
+        status = TakePart(direction, places[i], visit, outcome);
     }
     return status;
 }
 
 // Of an action of several commits nothing is taken back when one of its rows differs.
-HistoryStatus CHistory::CheckAction(Direction direction, int64_t first,
-                                    HistoryOutcome& outcome) const {
+HistoryStatus CHistory::CheckParts(Direction direction, const std::vector<Place>& places,
+                                   HistoryOutcome& outcome) const {
     const bool isUndo = direction == Direction::Undo;
-    std::vector<Place> places = PartsAround(first);
-    const int64_t done = m_file.Header().done;
-    std::erase_if(places, [&](const Place& place) { return isUndo == (place.at >= done); });
     if (places.size() < 2) return HistoryStatus::Ok;
-    if (isUndo) std::reverse(places.begin(), places.end());
 
     // Each row by the first change that it meets: the others follow from that.
     std::map<std::string, std::unordered_set<int64_t>> seen;
     std::vector<uint8_t> bytes;
     for (const Place& place : places) {
         OpenPart part;
-        if (!m_file.ReadPart(place.at, bytes) || !OpenPart::Read(bytes, part)) {
-            return HistoryStatus::Damaged;
-        }
+        const HistoryRead read = m_file.ReadPart(place.at, bytes);
+        if (read != HistoryRead::Ok) return StatusOf(read);
+        if (!OpenPart::Read(bytes, part)) return HistoryStatus::Damaged;
         CHistoryStep step(m_database, part.head);
         const HistoryStatus status =
             ForEachChange(part, bytes, isUndo, [&](const HistoryChange& change) {
@@ -143,10 +131,13 @@ HistoryStatus CHistory::CheckAction(Direction direction, int64_t first,
     return HistoryStatus::Ok;
 }
 
-HistoryStatus CHistory::TakePart(Direction direction, const std::vector<uint8_t>& bytes, int64_t at,
-                                 const VisitChange& visit, HistoryOutcome& outcome) {
+HistoryStatus CHistory::TakePart(Direction direction, const Place& place, const VisitChange& visit,
+                                 HistoryOutcome& outcome) {
     const bool isUndo = direction == Direction::Undo;
+    std::vector<uint8_t> bytes;
     OpenPart part;
+    const HistoryRead read = m_file.ReadPart(place.at, bytes);
+    if (read != HistoryRead::Ok) return StatusOf(read);
     if (!OpenPart::Read(bytes, part)) return HistoryStatus::Damaged;
     CBracketScope bracket(m_database);
     if (!bracket.Begun()) return HistoryStatus::StoreFailed;
@@ -166,7 +157,7 @@ HistoryStatus CHistory::TakePart(Direction direction, const std::vector<uint8_t>
             return applied;
         });
     if (status != HistoryStatus::Ok) return status;
-    const int64_t done = isUndo ? at : at + static_cast<int64_t>(bytes.size());
+    const int64_t done = isUndo ? place.at : place.at + place.length;
     return m_file.SetDone(done) && bracket.Commit() ? HistoryStatus::Ok
                                                     : HistoryStatus::StoreFailed;
 }

@@ -243,9 +243,9 @@ namespace {
 // Rows that imports brought: those of one commit have neighbouring identifiers.
 class CImportedRows {
 public:
-    bool Load(const CHistory& history) {
+    HistoryStatus Load(const CHistory& history) {
         std::vector<ImportBatch> batches;
-        const bool isWhole = ListImportBatches(history, batches);
+        (void)ListImportBatches(history, batches);
         for (const ImportBatch& batch : batches) {
             if (batch.action.state != ActionState::Undone && !batch.takenBack) {
                 m_numbers.insert(batch.action.number);
@@ -267,7 +267,7 @@ public:
             }
             return true;
         };
-        return history.ReadDone(wants, takeMet) == HistoryStatus::Ok && isWhole;
+        return history.ReadDone(wants, takeMet);
     }
     bool IsEmpty() const { return m_ranges.empty() && m_met.empty(); }
     bool Contains(int64_t row) const {
@@ -292,14 +292,14 @@ bool DeletesTransactions(const HistoryPart& part) {
 
 }  // namespace
 
-bool ForEachDeletedLine(CQuillonDatabaseInterface& database, const CAccountEntry& account,
-                        const std::function<void(const DeletedLine&)>& visit) {
+HistoryStatus ForEachDeletedLine(CQuillonDatabaseInterface& database, const CAccountEntry& account,
+                                 const std::function<void(const DeletedLine&)>& visit) {
     const CFinanceSection section(database);
     const CHistory& history = database.History();
     const CTableManager* rows = database.Store().FindTable(kTransactionTable);
     CImportedRows imported;
-    const bool isWhole = imported.Load(history);
-    if (!rows || imported.IsEmpty()) return isWhole;
+    const HistoryStatus loaded = imported.Load(history);
+    if (!rows || imported.IsEmpty() || loaded == HistoryStatus::StoreFailed) return loaded;
     const auto take = [&](const HistoryPart& part, const HistoryChange& change) {
         const HistoryTable& table = part.tables[change.table];
         if (change.action != RowAction::Deleted || table.name != kTransactionTable ||
@@ -316,7 +316,7 @@ bool ForEachDeletedLine(CQuillonDatabaseInterface& database, const CAccountEntry
                .fitId = NumberIn(table, change.before, "FitID")});
         return true;
     };
-    return history.ReadDone(DeletesTransactions, take) == HistoryStatus::Ok && isWhole;
+    return history.ReadDone(DeletesTransactions, take);
 }
 
 }  // namespace quillon

@@ -54,9 +54,9 @@ struct DeletedLine {
     int64_t fitId = 0;
 };
 // Calls `visit` for each that belonged to the account, came by an import that the history still
-// holds, and whose import was not taken back. False: the history is damaged, and there may be
-// more.
-bool ForEachDeletedLine(CQuillonDatabaseInterface& database, const CAccountEntry& account,
-                        const std::function<void(const DeletedLine&)>& visit);
+// holds, and whose import was not taken back. Damaged: there may be more, of which nothing is
+// known; StoreFailed: they could not be read.
+HistoryStatus ForEachDeletedLine(CQuillonDatabaseInterface& database, const CAccountEntry& account,
+                                 const std::function<void(const DeletedLine&)>& visit);
 
 }  // namespace quillon

@@ -21,9 +21,10 @@ constexpr size_t kLongestText = 4096;  // bytes
 bool CImportPlanner::Load() {
     CQuillonDatabaseInterface& database = *m_plan.m_database;
     // By the plain rules what is gone is gone. A damaged history knows of fewer.
-    if (!m_isPlain) {
-        (void)ForEachDeletedLine(database, m_plan.m_account,
-                                 [this](const DeletedLine& line) { m_deleted.push_back(line); });
+    const auto keep = [this](const DeletedLine& line) { m_deleted.push_back(line); };
+    if (!m_isPlain &&
+        ForEachDeletedLine(database, m_plan.m_account, keep) == HistoryStatus::StoreFailed) {
+        return false;
     }
     return m_rules.Load(database) && (!m_plan.m_found.format.hasIdentifiers ||
                                       m_held.Load(database, m_plan.m_account, m_deleted));

@@ -56,46 +56,52 @@ bool CHistoryFile::ReadBytes(int64_t at, std::vector<uint8_t>& bytes) const {
     return m_exists && file.OpenExistingForReading(m_path) && file.ReadExactlyAt(at, bytes);
 }
 
-bool CHistoryFile::Before(int64_t end, int64_t& at) const {
+HistoryRead CHistoryFile::Before(int64_t end, int64_t& at) const {
     constexpr int64_t kLength = 4;
-    if (end <= m_header.first) return false;
+    if (end <= m_header.first) return HistoryRead::Damaged;
     std::vector<uint8_t> bytes(kLength);
-    if (!ReadBytes(end - kLength, bytes)) return false;
+    if (!ReadBytes(end - kLength, bytes)) return HistoryRead::Failed;
     const int64_t length = LoadLE<uint32_t>(bytes, 0);
     at = end - length;
-    return length > 0 && at >= m_header.first;
+    return length > 0 && at >= m_header.first ? HistoryRead::Ok : HistoryRead::Damaged;
 }
 
-bool CHistoryFile::ReadPart(int64_t at, std::vector<uint8_t>& bytes) const {
+HistoryRead CHistoryFile::ReadPart(int64_t at, std::vector<uint8_t>& bytes) const {
     bytes.resize(8);
-    if (at < m_header.first || at > m_header.end - 8 || !ReadBytes(at, bytes)) return false;
+    if (at < m_header.first || at > m_header.end - 8) return HistoryRead::Damaged;
+    if (!ReadBytes(at, bytes)) return HistoryRead::Failed;
     const int64_t length = HistoryPart::LengthIn(bytes);
-    if (length == 0 || length > m_header.end - at) return false;
+    if (length == 0 || length > m_header.end - at) return HistoryRead::Damaged;
     bytes.resize(static_cast<size_t>(length));
-    return ReadBytes(at, bytes) && HistoryPart::IsWhole(bytes);
+    if (!ReadBytes(at, bytes)) return HistoryRead::Failed;
+    return HistoryPart::IsWhole(bytes) ? HistoryRead::Ok : HistoryRead::Damaged;
 }
 
-bool CHistoryFile::ReadHead(int64_t at, HistoryPart& head, int64_t& length) const {
+HistoryRead CHistoryFile::ReadHead(int64_t at, HistoryPart& head, int64_t& length) const {
     std::vector<uint8_t> bytes(static_cast<size_t>(std::min(kUsualHead, m_header.end - at)));
-    if (!ReadBytes(at, bytes)) return false;
+    if (!ReadBytes(at, bytes)) return HistoryRead::Failed;
     length = HistoryPart::LengthIn(bytes);
-    if (length == 0 || length > m_header.end - at) return false;
+    if (length == 0 || length > m_header.end - at) return HistoryRead::Damaged;
     size_t changes = 0;
-    if (length <= static_cast<int64_t>(bytes.size())) {
+    if (length > static_cast<int64_t>(bytes.size())) {
+        if (HistoryPart::DecodeHead(bytes, head, changes)) return HistoryRead::Ok;
+        const HistoryRead read = ReadPart(at, bytes);
+        if (read != HistoryRead::Ok) return read;
+    } else {
         bytes.resize(static_cast<size_t>(length));
-        return HistoryPart::IsWhole(bytes) && HistoryPart::DecodeHead(bytes, head, changes);
+        if (!HistoryPart::IsWhole(bytes)) return HistoryRead::Damaged;
     }
-    return HistoryPart::DecodeHead(bytes, head, changes) ||
-           (ReadPart(at, bytes) && HistoryPart::DecodeHead(bytes, head, changes));
+    return HistoryPart::DecodeHead(bytes, head, changes) ? HistoryRead::Ok : HistoryRead::Damaged;
 }
 
-bool CHistoryFile::Walk(int64_t from, int64_t to, const VisitHead& visit) const {
+HistoryRead CHistoryFile::Walk(int64_t from, int64_t to, const VisitHead& visit) const {
     HistoryPart head;
     for (int64_t length = 0; from < to; from += length) {
-        if (!ReadHead(from, head, length)) return false;
-        if (!visit(from, length, head)) return true;
+        const HistoryRead read = ReadHead(from, head, length);
+        if (read != HistoryRead::Ok) return read;
+        if (!visit(from, length, head)) break;
     }
-    return true;
+    return HistoryRead::Ok;
 }
 
 // --- writing
@@ -134,7 +140,9 @@ void CHistoryFile::DropUndone() {
     HistoryPart head;
     int64_t length = 0;
     // An action may be taken back in part, and then stays one.
-    int64_t number = LastDone(last) && ReadHead(last, head, length) ? head.number : 0;
+    const bool isRead =
+        LastDone(last) == HistoryRead::Ok && ReadHead(last, head, length) == HistoryRead::Ok;
+    int64_t number = isRead ? head.number : 0;
     // Damaged ones could not be brought back anyway.
     (void)Walk(m_header.done, m_header.end, [&](int64_t, int64_t, const HistoryPart& part) {
         if (part.number != number && m_header.actions > 0) --m_header.actions;
@@ -161,7 +169,7 @@ bool CHistoryFile::Trim(int64_t mostActions, int64_t mostBytes) {
     int64_t actions = m_header.actions + 1;
     int64_t number = 0;
     int64_t first = m_header.first;
-    const bool walked =
+    const HistoryRead walked =
         Walk(m_header.first, m_header.end, [&](int64_t at, int64_t, const HistoryPart& part) {
             if (part.number == number) return true;
             number = part.number;
@@ -171,7 +179,8 @@ bool CHistoryFile::Trim(int64_t mostActions, int64_t mostBytes) {
             return actions > 1 && isTooMuch(at, actions);
         });
     // Of what was taken back only the first can be brought back next: without it none can.
-    if (!walked || first > m_header.done) return DropAll();
+    if (walked == HistoryRead::Failed) return false;
+    if (walked == HistoryRead::Damaged || first > m_header.done) return DropAll();
     m_header.first = first;
     m_header.actions = actions;
     return WriteHeader() && Compact();

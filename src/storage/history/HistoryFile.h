@@ -12,6 +12,13 @@ namespace quillon {
 
 class CJournal;
 
+// What reading a part came to.
+enum class HistoryRead {
+    Ok,
+    Damaged,  // it is not as it was written, or there is none
+    Failed,   // the disk does not give it; the next time it may
+};
+
 // The file History.dat: parts that are done, behind them parts that were taken back.
 //
 //   Brackets   What changes the file belongs to the open bracket; rolled back with it.
@@ -35,18 +42,18 @@ public:
     bool HasDone() const { return m_header.done > m_header.first; }
     bool HasUndone() const { return m_header.end > m_header.done; }
 
-    // Where the part begins that ends at a place. False: there is none, or it is damaged.
-    bool Before(int64_t end, int64_t& at) const;
+    // Where the part begins that ends at a place.
+    HistoryRead Before(int64_t end, int64_t& at) const;
     // The part that was done last.
-    bool LastDone(int64_t& at) const { return Before(m_header.done, at); }
-    // A whole part, as it was written. False: it is damaged or cannot be read.
-    bool ReadPart(int64_t at, std::vector<uint8_t>& bytes) const;
+    HistoryRead LastDone(int64_t& at) const { return Before(m_header.done, at); }
+    // A whole part, as it was written.
+    HistoryRead ReadPart(int64_t at, std::vector<uint8_t>& bytes) const;
     // What stands in front of its changes, and how long it is.
-    bool ReadHead(int64_t at, HistoryPart& head, int64_t& length) const;
-    // Visits the parts between two places; stops when the visitor says false. False: one of them
-    // is damaged.
+    HistoryRead ReadHead(int64_t at, HistoryPart& head, int64_t& length) const;
+    // Visits the parts between two places; stops when the visitor says false, or at one that
+    // cannot be read.
     using VisitHead = std::function<bool(int64_t at, int64_t length, const HistoryPart& head)>;
-    bool Walk(int64_t from, int64_t to, const VisitHead& visit) const;
+    HistoryRead Walk(int64_t from, int64_t to, const VisitHead& visit) const;
 
     // Puts a part behind those that are done. What was taken back goes: nothing leads there any
     // more. The part is that of the next action, or of the one done last.
