@@ -1,5 +1,7 @@
 // windows.h comes first.
 #include <windows.h>
+// After it.
+#include <process.h>
 #include <wininet.h>
 
 #include <algorithm>
@@ -10,7 +12,6 @@
 #include <new>
 #include <string_view>
 #include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -336,22 +337,45 @@ public:
             return Run(m_options.limits, request);
         } catch (const std::bad_alloc&) {
             return {};
-        } catch (const std::system_error&) {  // no thread to be had
+        } catch (const std::system_error&) {  // no lock to be had
             return {};
         }
     }
 
 private:
+    // What the thread of a request works on.
+    struct Job {
+        std::shared_ptr<CSharedRequest> shared;
+        HttpsLimits limits;
+        HttpsRequest request;
+    };
+
     static HttpsAnswer Run(const HttpsLimits& limits, const HttpsRequest& request) {
         const auto shared = std::make_shared<CSharedRequest>();
         const auto end = Clock::now() + std::chrono::milliseconds(limits.total);
-        std::thread([shared, limits, request] { Work(*shared, limits, request); }).detach();
+        if (!Start(std::make_unique<Job>(Job{shared, limits, request}))) return {};
         HttpsAnswer answer;
         if (shared->WaitUntil(end, answer)) return answer;
         if (Clock::now() < end) {
             return Failure(StockQuoteStatus::TimedOut, StockQuoteReason::NoAnswer);
         }
         return Failure(StockQuoteStatus::TimedOut, StockQuoteReason::NotDone, limits.total);
+    }
+
+    // On a thread of its own, which may outlive the wait. Not std::thread: letting go of one that
+    // has ended already is an error there, and then the end of the program.
+    static bool Start(std::unique_ptr<Job> job) {
+        const uintptr_t thread = ::_beginthreadex(nullptr, 0, RunJob, job.get(), 0, nullptr);
+        if (thread == 0) return false;
+        (void)job.release();
+        ::CloseHandle(reinterpret_cast<HANDLE>(thread));
+        return true;
+    }
+
+    static unsigned __stdcall RunJob(void* given) {
+        const std::unique_ptr<Job> job(static_cast<Job*>(given));
+        Work(*job->shared, job->limits, job->request);
+        return 0;
     }
 
     static void Work(CSharedRequest& shared, const HttpsLimits& limits,
