@@ -1,5 +1,9 @@
 #include "foundation/Path.h"
 
+#include <utility>
+
+#include <algorithm>
+
 namespace quillon {
 
 std::string JoinPath(const std::string& folder, const std::string& name) {
@@ -14,6 +18,14 @@ std::string WithTrailingSeparator(std::string folder) {
 std::string WithoutTrailingSeparators(std::string folder) {
     while (folder.size() > 1 && IsPathSeparator(folder.back())) folder.pop_back();
     return folder;
+}
+
+bool IsSameFolder(std::string first, std::string second) {
+    for (std::string* folder : {&first, &second}) {
+        *folder = WithTrailingSeparator(std::move(*folder));
+        std::replace_if(folder->begin(), folder->end(), IsPathSeparator, '/');
+    }
+    return first == second;
 }
 
 std::string ParentFolder(const std::string& path) {

@@ -18,6 +18,9 @@ std::string JoinPath(const std::string& folder, const std::string& name);
 std::string WithTrailingSeparator(std::string folder);
 // The first separator stays, which may be all of the path.
 std::string WithoutTrailingSeparators(std::string folder);
+// Whether two paths name the same folder, as people write them: with or without a separator at
+// the end, on Windows with either kind.
+bool IsSameFolder(std::string first, std::string second);
 // The folder that holds a file or folder, named with or without a separator at its end: "." for
 // a plain name.
 std::string ParentFolder(const std::string& path);

@@ -3,29 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "finance/ledger/Ledger.h"
 #include "foundation/CalendarDate.h"
+#include "support/IndependentReaderPosix.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillon {
 namespace {
 
 using nlohmann::json;
-
-json ReadApart(const std::string& folder) {
-    const std::string command = std::string("python3 -B '") + QUILLON_SOURCE_DIR +
-                                "/tests/formats/read_database.py' '" + folder + "'";
-    FILE* const pipe = ::popen(command.c_str(), "r");
-    std::string output;
-    char buffer[4096];
-    for (size_t count; pipe && (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-        output.append(buffer, count);
-    }
-    return pipe && ::pclose(pipe) == 0 ? json::parse(output) : json();
-}
 
 json JsonOf(ColumnType type, const HistoryValue& value) {
     return type == ColumnType::Text ? json(std::string(value.text)) : json(value.bits);
@@ -78,7 +67,7 @@ void DoThings(CQuillonDatabaseInterface& database) {
 }
 
 TEST(HistoryReader, AgreesOnEverything) {
-    if (std::system("python3 --version >/dev/null 2>&1") != 0) GTEST_SKIP() << "no python3";
+    if (!HasPython()) GTEST_SKIP() << "no python3";
     CTemporaryFolder folder;
     const std::string path = folder.File("ledger");
     CQuillonDatabaseInterface database;

@@ -264,6 +264,8 @@ TEST_F(WorkspaceTest, UndoAndRedoAreOneNoticeEach) {
     while (workspace.Undo().status == HistoryStatus::Ok) continue;
     keeper.notices.clear();
     EXPECT_EQ(workspace.Undo().status, HistoryStatus::Nothing);
+    BatchTakenBack result;
+    EXPECT_EQ(workspace.TakeBackImport(1, BatchRows::All, result), HistoryStatus::NoSuchAction);
     EXPECT_TRUE(keeper.notices.empty());
 }
 

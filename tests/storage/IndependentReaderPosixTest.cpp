@@ -5,39 +5,17 @@
 
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <nlohmann/json.hpp>
 
 #include "StoreFixture.h"
+#include "support/IndependentReaderPosix.h"
 #include "support/TemporaryFolder.h"
 
 namespace quillon {
 namespace {
 
 using nlohmann::json;
-
-// What the program prints; empty when it fails.
-std::string OutputOf(const std::string& command) {
-    FILE* const pipe = ::popen(command.c_str(), "r");
-    if (!pipe) return {};
-    std::string output;
-    char buffer[4096];
-    for (size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) {
-        output.append(buffer, count);
-    }
-    return ::pclose(pipe) == 0 ? output : std::string();
-}
-
-bool HasPython() {
-    return !OutputOf("python3 --version 2>/dev/null").empty();
-}
-
-json ReadApart(const std::string& folder) {
-    const std::string output = OutputOf(std::string("python3 -B '") + QUILLON_SOURCE_DIR +
-                                        "/tests/formats/read_database.py' '" + folder + "'");
-    return output.empty() ? json() : json::parse(output);
-}
 
 json JsonOf(const CTableRowUpdateInfoValue& value) {
     switch (value.type) {

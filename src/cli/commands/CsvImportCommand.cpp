@@ -144,15 +144,7 @@ void ImportCsv(CCommandContext& context, const CsvCommandOptions& given) {
 }
 
 CsvCommandOptions OptionsOf(const Arguments& given) {
-    return {.import = {.file = given.Value("file"),
-                       .account = given.Value("--account"),
-                       .dialect = "auto",
-                       .dateOrder = given.Value("--date-order"),
-                       .decimal = given.Value("--decimal"),
-                       .source = given.Value("--source"),
-                       .notes = given.Value("--notes"),
-                       .match = given.Value("--match"),
-                       .dryRun = given.Flag("--dry-run")},
+    return {.import = CommonImportValues(given),
             .map = given.Value("--map"),
             .delimiter = given.Text("--delimiter"),
             .skip = given.Number("--skip"),
@@ -164,44 +156,28 @@ CsvCommandOptions OptionsOf(const Arguments& given) {
 }  // namespace
 
 Command CsvImportCommand() {
-    return {
-        .path = "import csv",
-        .help = "Import a file in columns; known lines are left out",
-        .options =
-            {{.name = "file", .help = "The file", .required = true},
-             {.name = "--account", .help = "Account it goes into", .required = true},
+    std::vector<Option> options = CommonImportOptions();
+    for (const Option& own : std::initializer_list<Option>{
              {.name = "--map",
-              .help = "Columns by number, as date=1,payee=3,amount=7; also memo, debit, credit, "
-                      "sign, category, check, id, balance"},
+    .help = "Columns by number, as date=1,payee=3,amount=7; also memo, debit, credit, "
+            "sign, category, check, id, balance"},
              {.name = "--delimiter", .help = "What stands between columns, as ';' or tab"},
              {.name = "--skip",
-              .help = "Lines in front of the heading",
-              .kind = OptionKind::Number},
-             {.name = "--date-order",
-              .help = "Order of day, month and year",
-              .choices = {"mdy", "dmy", "ymd"}},
-             {.name = "--decimal", .help = "Mark of the decimals", .choices = {"point", "comma"}},
+             .help = "Lines in front of the heading",
+             .kind = OptionKind::Number},
              {.name = "--invert",
-              .help = "Amounts written positive go out",
-              .kind = OptionKind::Flag},
+             .help = "Amounts written positive go out",
+             .kind = OptionKind::Flag},
              {.name = "--profile", .help = "Read it as this profile says"},
-             {.name = "--save-profile", .help = "Keep how it was read under this name"},
-             {.name = "--dry-run",
-              .help = "Only show what would be entered",
-              .kind = OptionKind::Flag},
-             {.name = "--source",
-              .help = "Which account of a file that holds several (default: all)"},
-             {.name = "--notes",
-              .help = "summed: one note for many lines of one cause; all: every one",
-              .choices = {"summed", "all"},
-              .standard = "summed"},
-             {.name = "--match",
-              .help = "auto: lines are matched with entries made by hand; none: they are not",
-              .choices = {"auto", "none"},
-              .standard = "auto"}},
-        .run = [](CCommandContext& context, const Arguments& given) {
-            ImportCsv(context, OptionsOf(given));
-        }};
+             {.name = "--save-profile", .help = "Keep how it was read under this name"}}) {
+        options.push_back(own);
+    }
+    return {.path = "import csv",
+            .help = "Import a file in columns; known lines are left out",
+            .options = std::move(options),
+            .run = [](CCommandContext& context, const Arguments& given) {
+                ImportCsv(context, OptionsOf(given));
+            }};
 }
 
 }  // namespace quillon

@@ -37,6 +37,40 @@ std::optional<DecimalMark> DecimalMarkOf(const std::string& name) {
     return {};
 }
 
+std::vector<Option> CommonImportOptions() {
+    return {
+        {.name = "file", .help = "The file", .required = true},
+        {.name = "--account", .help = "Account it goes into", .required = true},
+        {.name = "--dry-run", .help = "Only show what would be entered", .kind = OptionKind::Flag},
+        {.name = "--date-order",
+         .help = "Order of day, month and year",
+         .choices = {"mdy", "dmy", "ymd"}},
+        {.name = "--decimal", .help = "Mark of the decimals", .choices = {"point", "comma"}},
+        {.name = "--source",
+         .help = "Which account of a file that holds several: its name or number, or all"},
+        {.name = "--notes",
+         .help = "summed: one note for many lines of one cause; all: every one",
+         .choices = {"summed", "all"},
+         .standard = "summed"},
+        {.name = "--match",
+         .help = "auto: lines are matched with entries made by hand; none: they are not",
+         .choices = {"auto", "none"},
+         .standard = "auto"}};
+}
+
+ImportCommandOptions CommonImportValues(const Arguments& given) {
+    ImportCommandOptions values;
+    values.file = given.Value("file");
+    values.account = given.Value("--account");
+    values.dateOrder = given.Value("--date-order");
+    values.decimal = given.Value("--decimal");
+    values.source = given.Value("--source");
+    values.notes = given.Value("--notes");
+    values.match = given.Value("--match");
+    values.dryRun = given.Flag("--dry-run");
+    return values;
+}
+
 ImportOptions ReadImportOptions(const ImportCommandOptions& given) {
     ImportOptions options;
     options.dialect = given.dialect == "plain" ? DialectMode::Plain : DialectMode::Auto;
@@ -214,42 +248,19 @@ void Import(CCommandContext& context, Format format, const ImportCommandOptions&
 }
 
 ImportCommandOptions OptionsOf(const Arguments& given) {
-    return {.file = given.Value("file"),
-            .account = given.Value("--account"),
-            .dialect = given.Value("--dialect"),
-            .dateOrder = given.Value("--date-order"),
-            .decimal = given.Value("--decimal"),
-            .source = given.Value("--source"),
-            .notes = given.Value("--notes"),
-            .match = given.Value("--match"),
-            .dryRun = given.Flag("--dry-run")};
+    ImportCommandOptions options = CommonImportValues(given);
+    options.dialect = given.Value("--dialect");
+    return options;
 }
 
 }  // namespace
 
 std::vector<Command> ImportCommands() {
-    const std::vector<Option> options{
-        {.name = "file", .help = "The file", .required = true},
-        {.name = "--account", .help = "Account it goes into", .required = true},
-        {.name = "--dry-run", .help = "Only show what would be entered", .kind = OptionKind::Flag},
-        {.name = "--dialect",
-         .help = "auto: infer from the whole file how it is written; plain: do not",
-         .choices = {"auto", "plain"},
-         .standard = "auto"},
-        {.name = "--date-order",
-         .help = "Order of day, month and year",
-         .choices = {"mdy", "dmy", "ymd"}},
-        {.name = "--decimal", .help = "Mark of the decimals", .choices = {"point", "comma"}},
-        {.name = "--source",
-         .help = "Which account of a file that holds several: its name or number, or all"},
-        {.name = "--notes",
-         .help = "summed: one note for many lines of one cause; all: every one",
-         .choices = {"summed", "all"},
-         .standard = "summed"},
-        {.name = "--match",
-         .help = "auto: lines are matched with entries made by hand; none: they are not",
-         .choices = {"auto", "none"},
-         .standard = "auto"}};
+    std::vector<Option> options = CommonImportOptions();
+    options.push_back({.name = "--dialect",
+                       .help = "auto: infer from the whole file how it is written; plain: do not",
+                       .choices = {"auto", "plain"},
+                       .standard = "auto"});
     return {
         {.path = "import", .help = "Enter a bank's download into an account"},
         {.path = "import qif",

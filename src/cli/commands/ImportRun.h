@@ -2,7 +2,9 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/Command.h"
 #include "cli/CommandContext.h"
@@ -16,7 +18,7 @@ namespace quillon {
 struct ImportCommandOptions {
     std::string file;
     std::string account;
-    std::string dialect;
+    std::string dialect = "auto";
     std::string dateOrder;
     std::string decimal;
     std::string source;
@@ -35,6 +37,11 @@ struct ImportKind {
     // When the file was understood; none for most.
     std::function<void()> whenRead;
 };
+
+// The options that all import commands take, "file" and "--account" first, and their values;
+// the dialect is the command's own.
+std::vector<Option> CommonImportOptions();
+ImportCommandOptions CommonImportValues(const Arguments& given);
 
 std::optional<DateOrder> DateOrderOf(const std::string& name);
 std::optional<DecimalMark> DecimalMarkOf(const std::string& name);

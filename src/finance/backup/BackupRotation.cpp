@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <iterator>
-#include <utility>
 
 #include "settings/SettingsNames.h"
 #include "storage/backup/BackupRestore.h"
@@ -27,14 +26,6 @@ bool ReadHex(std::string_view text, uint64_t& number) {
 }
 
 }  // namespace
-
-bool IsSameFolder(std::string first, std::string second) {
-    for (std::string* folder : {&first, &second}) {
-        *folder = WithTrailingSeparator(std::move(*folder));
-        std::replace_if(folder->begin(), folder->end(), IsPathSeparator, '/');
-    }
-    return first == second;
-}
 
 // "LEDGER CONTAINER PATH" under "1" and upwards.
 std::vector<CBackupRotation::Proved> CBackupRotation::Read() const {

@@ -9,10 +9,6 @@
 
 namespace quillon {
 
-// Whether two paths name the same folder, as people write them: with or without a separator at
-// the end, on Windows with either kind.
-bool IsSameFolder(std::string first, std::string second);
-
 // Which backups were proved, as the settings remember them, so that old ones can go: only what
 // this program wrote, proved and finds unchanged is ever removed.
 //

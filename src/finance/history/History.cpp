@@ -98,17 +98,6 @@ CHistory::Recorded& CHistory::TableOf(const CTableManager& table) {
     return m_tables.back();
 }
 
-// The row's values now into `present`; the change begins with none.
-bool CHistory::RowValues(const CTableManager& table, int64_t rowId, Recorded& recorded) {
-    std::vector<uint8_t> record;
-    if (!table.ReadRecord(rowId, record)) return false;
-    for (size_t i = 0; i < recorded.columns.size(); ++i) {
-        const CTableColumn& column = table.Columns()[recorded.columns[i]];
-        if (!table.ValueFromRecord(record, column, recorded.present[i])) return false;
-    }
-    return true;
-}
-
 void CHistory::Put(Recorded& recorded) {
     m_change.table = recorded.place;
     m_change.Encode(recorded.layout, m_changes);
@@ -154,12 +143,14 @@ bool CHistory::RowAdded(const CTableManager& table, int64_t rowId, const CTableR
 bool CHistory::RowChanges(const CTableManager& table, const CTableRowUpdateInfo& row) {
     if (!Records(table)) return true;
     Recorded& recorded = TableOf(table);
-    if (!RowValues(table, row.RowId(), recorded)) return false;
+    std::vector<uint8_t> record;
+    if (!table.ReadRecord(row.RowId(), record)) return false;
     Begin(m_change, RowAction::Changed, row.RowId(), recorded.columns.size());
     for (size_t i = 0; i < recorded.columns.size(); ++i) {
         const CTableColumn& column = table.Columns()[recorded.columns[i]];
         const CTableRowUpdateInfoValue* value = row.Find(column.id);
         if (!value) continue;
+        if (!table.ValueFromRecord(record, column, recorded.present[i])) return false;
         m_change.before[i] = HistoryValueOf(column.type, recorded.present[i]);
         m_change.after[i] = HistoryValueOf(column.type, *value);
         m_change.isSet[i] = m_change.before[i] != m_change.after[i];
@@ -174,11 +165,13 @@ bool CHistory::RowChanges(const CTableManager& table, const CTableRowUpdateInfo&
 bool CHistory::RowGoes(const CTableManager& table, int64_t rowId) {
     if (!Records(table)) return true;
     Recorded& recorded = TableOf(table);
-    if (!RowValues(table, rowId, recorded)) return false;
+    std::vector<uint8_t> record;
+    if (!table.ReadRecord(rowId, record)) return false;
     Begin(m_change, RowAction::Deleted, rowId, recorded.columns.size());
     for (size_t i = 0; i < recorded.columns.size(); ++i) {
-        const ColumnType type = recorded.layout.columns[i].type;
-        m_change.before[i] = HistoryValueOf(type, recorded.present[i]);
+        const CTableColumn& column = table.Columns()[recorded.columns[i]];
+        if (!table.ValueFromRecord(record, column, recorded.present[i])) return false;
+        m_change.before[i] = HistoryValueOf(column.type, recorded.present[i]);
         m_change.isSet[i] = m_change.before[i] != HistoryValue{};
     }
     ++recorded.layout.deleted;

@@ -179,7 +179,6 @@ private:
     void JoinBracket();
     bool Records(const CTableManager& table) const;
     Recorded& TableOf(const CTableManager& table);
-    bool RowValues(const CTableManager& table, int64_t rowId, Recorded& recorded);
     void Put(Recorded& recorded);
     void ForgetBracket();
     HistoryPart HeadOfBracket(bool& isNextAction);

@@ -135,19 +135,14 @@ LedgerStatus CTakeBack::RestoreMet() {
 // Those that something else uses by now stay.
 LedgerStatus CTakeBack::RemoveNames() {
     for (const int64_t payee : m_payees) {
-        int64_t uses = 0;
-        if (!m_ledger.CountPayeeUses(payee, uses)) return LedgerStatus::StoreFailed;
-        if (uses > 0) continue;
         const LedgerStatus status = m_ledger.RemovePayee(payee);
+        if (status == LedgerStatus::StillUsed) continue;
         if (status != LedgerStatus::Ok) return status;
         ++m_result.payees;
     }
     for (const int64_t category : m_categories) {
-        int64_t uses = 0;
-        if (!m_ledger.CountCategoryUses(category, uses)) return LedgerStatus::StoreFailed;
-        if (uses > 0) continue;
         const LedgerStatus status = m_ledger.RemoveCategory(category);
-        if (status == LedgerStatus::CategoryKept) continue;
+        if (status == LedgerStatus::StillUsed || status == LedgerStatus::CategoryKept) continue;
         if (status != LedgerStatus::Ok) return status;
         ++m_result.categories;
     }
@@ -297,6 +292,14 @@ HistoryStatus ForEachDeletedLine(CQuillonDatabaseInterface& database, const CAcc
     const CFinanceSection section(database);
     const CHistory& history = database.History();
     const CTableManager* rows = database.Store().FindTable(kTransactionTable);
+    // Mostly nobody deleted anything, and one look at the history's parts is enough.
+    bool isDeleted = false;
+    const auto look = [&isDeleted](const HistoryPart& part) {
+        isDeleted |= DeletesTransactions(part);
+        return false;
+    };
+    const HistoryStatus looked = history.ReadDone(look, {});
+    if (!isDeleted) return looked;
     CImportedRows imported;
     const HistoryStatus loaded = imported.Load(history);
     if (!rows || imported.IsEmpty() || loaded == HistoryStatus::StoreFailed) return loaded;

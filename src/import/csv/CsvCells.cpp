@@ -68,10 +68,7 @@ double ReadSide(std::string_view cell, bool isNegative, const CsvShape& shape, C
     double amount = 0.0;
     const AmountReading reading = ReadAmount(cell, shape.marks, amount);
     // A dash or a word stands for nothing.
-    if (reading == AmountReading::Failed && DigitsAtStart(cell) == 0 &&
-        cell.find_first_of("0123456789") == std::string_view::npos) {
-        return 0.0;
-    }
+    if (reading == AmountReading::Failed && !HasDigit(cell)) return 0.0;
     money.reading = money.isEmpty ? reading : Worse(money.reading, reading);
     if (money.isEmpty || amount != 0.0) money.text = cell;
     money.isEmpty = false;
@@ -110,7 +107,7 @@ CsvNumber LookAtNumber(std::string_view cell) {
     constexpr size_t kMostDigits = 12;
     CsvNumber look;
     if (cell.empty() || cell.size() > kLongest) return look;
-    if (cell.find_first_of("0123456789") == std::string_view::npos) return look;
+    if (!HasDigit(cell)) return look;
     const CleanedAmount cleaned = CleanAmount(cell);
     const std::string_view number = cleaned.View();
     if (cleaned.isOdd || number.empty()) return look;

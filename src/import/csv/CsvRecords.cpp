@@ -19,14 +19,6 @@ namespace {
 using Field = CsvField;
 using Note = ImportNoteCode;
 
-bool HasDigit(std::string_view text) {
-    return std::any_of(text.begin(), text.end(), IsDigit);
-}
-
-bool HasLetter(std::string_view text) {
-    return std::any_of(text.begin(), text.end(), IsLetter);
-}
-
 }  // namespace
 
 void CCsvRecords::LeaveOut(ImportNoteCode code, const CsvRow& row,

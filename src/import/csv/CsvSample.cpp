@@ -13,10 +13,6 @@ namespace {
 
 constexpr size_t kMostColumns = 500;
 
-bool HasLetter(std::string_view text) {
-    return std::any_of(text.begin(), text.end(), IsLetter);
-}
-
 size_t CountWords(const std::vector<std::string>& headings) {
     std::unordered_set<CsvWord> words;
     for (const std::string& heading : headings) words.insert(WordOfHeading(heading));

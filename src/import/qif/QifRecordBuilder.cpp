@@ -17,10 +17,6 @@ bool IsReadableAmount(std::string_view text) {
     return ReadAmount(text, {}, amount) == AmountReading::Clean;
 }
 
-bool HasDigit(std::string_view text) {
-    return text.find_first_of("0123456789") != std::string_view::npos;
-}
-
 }  // namespace
 
 bool IsReadableQifDate(std::string_view text) {

@@ -23,6 +23,14 @@ const char* NumberStart(std::string_view text) {
 
 }  // namespace
 
+bool HasDigit(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), IsDigit);
+}
+
+bool HasLetter(std::string_view text) {
+    return std::any_of(text.begin(), text.end(), IsLetter);
+}
+
 size_t DigitsAtStart(std::string_view text) {
     size_t count = 0;
     while (count < text.size() && IsDigit(text[count])) ++count;

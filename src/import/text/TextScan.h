@@ -26,6 +26,8 @@ inline bool IsLetter(char c) {
 inline bool Contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
+bool HasDigit(std::string_view text);
+bool HasLetter(std::string_view text);
 size_t DigitsAtStart(std::string_view text);
 bool IsDigits(std::string_view text);  // at least one, and nothing else
 // The beginning of `text`, `most` bytes or less, that cuts no character.

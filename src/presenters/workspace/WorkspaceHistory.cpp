@@ -101,15 +101,21 @@ HistoryOutcome CWorkspace::Take(bool isUndo) try {
         };
         CHistory& history = m_database.History();
         outcome = isUndo ? history.Undo(visit) : history.Redo(visit);
-        rows.Finish(m_database);
+        if (outcome.status == HistoryStatus::Ok) rows.Finish(m_database);
     }
-    // Of what failed in the middle some may be done.
-    const bool isSure = outcome.status == HistoryStatus::Ok;
-    if (outcome.status == HistoryStatus::StoreFailed) notice.everything = true;
-    if (isSure || notice.everything) {
-        notice.label = (isUndo ? "Undo: " : "Redo: ") + ActionLabel(outcome.action);
-        Tell(notice);
+    switch (outcome.status) {
+        case HistoryStatus::Ok:
+            break;
+        case HistoryStatus::Damaged:
+        case HistoryStatus::StoreFailed:  // in the middle; some of it may be done
+            notice = {};
+            notice.everything = true;
+            break;
+        default:  // refused: nothing is changed, and nobody is told
+            return outcome;
     }
+    notice.label = (isUndo ? "Undo: " : "Redo: ") + ActionLabel(outcome.action);
+    Tell(notice);
     return outcome;
 } catch (const std::bad_alloc&) {
     HistoryOutcome outcome;
@@ -139,7 +145,9 @@ std::string CWorkspace::NextRedo() {
 
 HistoryStatus CWorkspace::TakeBackImport(int64_t number, BatchRows which, BatchTakenBack& result) {
     const HistoryStatus status = quillon::TakeBackImport(m_ledger, number, which, result);
-    ReadAgain("Take back import " + std::to_string(number));
+    if (status == HistoryStatus::Ok || status == HistoryStatus::StoreFailed) {
+        ReadAgain("Take back import " + std::to_string(number));
+    }
     return status;
 }
 

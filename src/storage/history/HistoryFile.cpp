@@ -51,9 +51,13 @@ void CHistoryFile::Close() {
 
 // --- reading
 
+bool CHistoryFile::OpenToRead(CFileInterface& file) const {
+    return m_exists && file.OpenExistingForReading(m_path);
+}
+
 bool CHistoryFile::ReadBytes(int64_t at, std::vector<uint8_t>& bytes) const {
     CFileInterface file(m_journal);
-    return m_exists && file.OpenExistingForReading(m_path) && file.ReadExactlyAt(at, bytes);
+    return OpenToRead(file) && file.ReadExactlyAt(at, bytes);
 }
 
 HistoryRead CHistoryFile::Before(int64_t end, int64_t& at) const {
@@ -78,8 +82,14 @@ HistoryRead CHistoryFile::ReadPart(int64_t at, std::vector<uint8_t>& bytes) cons
 }
 
 HistoryRead CHistoryFile::ReadHead(int64_t at, HistoryPart& head, int64_t& length) const {
+    CFileInterface file(m_journal);
+    return OpenToRead(file) ? ReadHead(file, at, head, length) : HistoryRead::Failed;
+}
+
+HistoryRead CHistoryFile::ReadHead(const CFileInterface& file, int64_t at, HistoryPart& head,
+                                   int64_t& length) const {
     std::vector<uint8_t> bytes(static_cast<size_t>(std::min(kUsualHead, m_header.end - at)));
-    if (!ReadBytes(at, bytes)) return HistoryRead::Failed;
+    if (!file.ReadExactlyAt(at, bytes)) return HistoryRead::Failed;
     length = HistoryPart::LengthIn(bytes);
     if (length == 0 || length > m_header.end - at) return HistoryRead::Damaged;
     size_t changes = 0;
@@ -95,9 +105,12 @@ HistoryRead CHistoryFile::ReadHead(int64_t at, HistoryPart& head, int64_t& lengt
 }
 
 HistoryRead CHistoryFile::Walk(int64_t from, int64_t to, const VisitHead& visit) const {
+    if (from >= to) return HistoryRead::Ok;
+    CFileInterface file(m_journal);
+    if (!OpenToRead(file)) return HistoryRead::Failed;
     HistoryPart head;
     for (int64_t length = 0; from < to; from += length) {
-        const HistoryRead read = ReadHead(from, head, length);
+        const HistoryRead read = ReadHead(file, from, head, length);
         if (read != HistoryRead::Ok) return read;
         if (!visit(from, length, head)) break;
     }

@@ -10,6 +10,7 @@
 
 namespace quillon {
 
+class CFileInterface;
 class CJournal;
 
 // What reading a part came to.
@@ -73,7 +74,10 @@ private:
     [[nodiscard]] bool Compact();
     void DropUndone();
     [[nodiscard]] bool DropAll();
+    bool OpenToRead(CFileInterface& file) const;
     bool ReadBytes(int64_t at, std::vector<uint8_t>& bytes) const;
+    HistoryRead ReadHead(const CFileInterface& file, int64_t at, HistoryPart& head,
+                         int64_t& length) const;
     void Touch();
 
     CJournal& m_journal;
